@@ -1,0 +1,15 @@
+// Conversion through iconv, strictly and as a whole. Any thread.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tvplatform {
+
+// Nothing when iconv does not know the charset, any of the input is malformed or cut off, or has no
+// exact counterpart.
+std::optional<std::u16string> IconvDecode(std::string_view bytes, const char* charset);
+std::optional<std::string> IconvEncode(std::u16string_view text, const char* charset);
+
+}  // namespace tvplatform

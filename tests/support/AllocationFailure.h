@@ -1,0 +1,58 @@
+// Makes one allocation of the C++ heap fail. Replaces operator new, so exactly one source of a test
+// program includes this.
+#pragma once
+
+#include <cstdlib>
+#include <new>
+
+namespace tvtest {
+
+// While it lives, allocation number n (from 0) on this thread throws std::bad_alloc; the others
+// succeed. One at a time.
+class FailAllocation {
+public:
+    explicit FailAllocation(int n) { sLeft = n + 1; }
+    ~FailAllocation() { sLeft = 0; }
+    FailAllocation(const FailAllocation&) = delete;
+    FailAllocation& operator=(const FailAllocation&) = delete;
+
+    // True once the allocation has failed.
+    bool HasFailed() const { return sLeft == 0; }
+
+    static bool IsDue() { return sLeft > 0 && --sLeft == 0; }
+
+private:
+    static inline thread_local int sLeft = 0;
+};
+
+}  // namespace tvtest
+
+// NOLINTBEGIN(misc-definitions-in-headers): these functions may not be inline.
+// Not inlined: a compiler that sees one of them without the other takes them for mismatched.
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return tvtest::FailAllocation::IsDue() ? nullptr : std::malloc(size != 0 ? size : 1);
+}
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    void* memory = operator new(size, std::nothrow);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+// The array forms come down to these, unless a sanitizer has some of its own.
+[[gnu::noinline]] void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+[[gnu::noinline]] void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+[[gnu::noinline]] void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+// NOLINTEND(misc-definitions-in-headers)

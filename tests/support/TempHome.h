@@ -1,0 +1,60 @@
+// A folder that lives as long as a test, and environment settings that are undone with it.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tvtest {
+
+// A fresh folder under the system's temporary folder, removed with everything in it.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    // The path of `name` in the folder; the folder itself for "".
+    std::string Path(std::string_view name = "") const;
+    // Writes a file (byte for byte) into the folder and returns its path.
+    std::string Write(std::string_view name, std::string_view bytes) const;
+
+private:
+    std::filesystem::path path_;
+};
+
+// Sets an environment variable, or removes it for nullopt; the destructor restores it.
+class ScopedEnv {
+public:
+    ScopedEnv(std::string name, std::optional<std::string> value);
+    ~ScopedEnv();
+    ScopedEnv(const ScopedEnv&) = delete;
+    ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+private:
+    std::string name_;
+    std::optional<std::string> old_;
+};
+
+// A home of the test's own: HOME is a fresh folder, the XDG variables are unset, and the
+// machine-wide data folder is "machine" inside it, so that nothing of the user's is touched.
+class TempHome {
+public:
+    TempHome();
+    std::string Path(std::string_view name = "") const { return dir_.Path(name); }
+    std::string Write(std::string_view name, std::string_view bytes) const {
+        return dir_.Write(name, bytes);
+    }
+
+private:
+    TempDir dir_;
+    ScopedEnv home_, config_, data_, machine_, encoding_;
+};
+
+// The whole file, byte for byte; empty when it cannot be read.
+std::string ReadFile(const std::string& path);
+
+}  // namespace tvtest
