@@ -1,0 +1,23 @@
+// Percent escapes of bytes: "%" and two hexadecimal digits.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tvplatform {
+
+// The byte that two digits stand for; -1 when either is none.
+int EscapedByte(char16_t high, char16_t low);
+
+// Appends the escape of a byte, with capital digits.
+void AppendEscape(std::string& text, char byte);
+
+// Every escape replaced by its byte; nothing when one is malformed.
+std::optional<std::string> Unescape(std::string_view text);
+
+// The bytes of a path as a URL's path. ":" is escaped too, so that no component looks like a
+// scheme.
+std::string EscapePath(std::string_view bytes);
+
+}  // namespace tvplatform

@@ -1,0 +1,39 @@
+#include "FileErrors.h"
+#include "FileReference.h"
+#include "UserFolders.h"
+
+#include <CoreServices/Folders.h>
+
+#include <cstdlib>
+#include <optional>
+#include <sys/stat.h>
+
+using namespace tvplatform;
+
+namespace {
+
+FolderPlace FindMachineFolder() {
+    const auto named = AbsolutePath(secure_getenv("TV_MACHINE_DATA_DIR"));
+    return {named.value_or(TV_DEFAULT_MACHINE_DATA_DIR), "/"};
+}
+
+}  // namespace
+
+OSErr FSFindFolder(FSVolumeRefNum domain, OSType folderType, Boolean createFolder,
+                   FSRef* foundRef) {
+    if (foundRef == nullptr) {
+        return paramErr;
+    }
+    const bool ofUser = domain == kUserDomain;
+    if (folderType != kApplicationSupportFolderType || (!ofUser && domain != kLocalDomain)) {
+        return fnfErr;
+    }
+    const auto place = ofUser ? FindUserFolder("XDG_DATA_HOME", "/.local/share")
+                              : std::optional(FindMachineFolder());
+    if (!place) {
+        return fnfErr;
+    }
+    const int error = createFolder != 0 ? MakeFolder(*place, ofUser ? 0700 : 0755) : 0;
+    // The slash leaves nothing but a folder to be found.
+    return FileErrorOf(error != 0 ? error : MakeReference((place->path + "/").c_str(), *foundRef));
+}

@@ -1,0 +1,26 @@
+#include "String.h"
+#include "UserFolders.h"
+
+#include <CoreServices/UserNames.h>
+
+#include <cstdlib>
+
+using namespace tvplatform;
+
+CFStringRef CSCopyUserName(Boolean useShortName) {
+    auto person = useShortName == 0 ? FindUserEntry(UserEntry::PersonName) : std::nullopt;
+    if (person) {
+        // Room and telephone numbers follow.
+        person->resize(std::min(person->find(','), person->size()));
+    }
+    const auto login = FindUserEntry(UserEntry::LoginName);
+    for (const char* name : {person ? person->c_str() : nullptr, login ? login->c_str() : nullptr,
+                             static_cast<const char*>(std::getenv("LOGNAME")),
+                             static_cast<const char*>(std::getenv("USER"))}) {
+        CFStringRef text = name != nullptr && *name != '\0' ? MakeString(name) : nullptr;
+        if (text != nullptr) {
+            return text;
+        }
+    }
+    return nullptr;
+}
