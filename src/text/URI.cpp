@@ -1,0 +1,102 @@
+// The members of CString that escape text for URIs.
+#include "CFRef.h"
+#include "CString.h"
+#include "Ch.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <cstring>
+
+namespace Tova {
+
+namespace {
+
+// What stands for c in `to`: the character at its place in `from`, or the NUL where `to` is too
+// short to have one.
+char Counterpart(std::size_t index, const char* to) {
+    return to != nullptr && index < std::strlen(to) ? to[index] : '\0';
+}
+
+// Writes c in percent form at `out`, and gives the place after it back. The high nibble is that of
+// a signed byte.
+char* WriteEscape(char c, char* out) {
+    const auto value = static_cast<signed char>(c);
+    *out++ = '%';
+    *out++ = Ch::HexChar(value >> 4);
+    *out++ = Ch::HexChar(value & 15);
+    return out;
+}
+
+// Copies an escape as it stands, whatever follows its "%".
+const char* CopyEscape(const char* in, char*& out) {
+    constexpr int cEscapeLength = 3;
+    for (int i = 0; i < cEscapeLength && *in != '\0'; ++i) {
+        *out++ = *in++;
+    }
+    return in;
+}
+
+// `source` with every escape decoded and what needs one escaped again; null when it cannot be read.
+CFRef<CFStringRef> NormaliseEscapes(const char* source) {
+    const CFRef<CFStringRef> text(
+        CFStringCreateWithCString(kCFAllocatorDefault, source, CFStringGetSystemEncoding()));
+    const CFRef<CFStringRef> none(
+        CFStringCreateWithCString(kCFAllocatorDefault, "", kCFStringEncodingUTF8));
+    const CFRef<CFStringRef> plain(CFURLCreateStringByReplacingPercentEscapesUsingEncoding(
+        kCFAllocatorDefault, text.Get(), none.Get(), kCFStringEncodingUTF8));
+    return CFRef<CFStringRef>(CFURLCreateStringByAddingPercentEscapes(
+        kCFAllocatorDefault, plain.Get(), nullptr, nullptr, kCFStringEncodingUTF8));
+}
+
+}  // namespace
+
+template <>
+void CString::ToURIEscapedString(const char* source, Ch::URIComponent /*component*/,
+                                 Ch::URIEncodeLevel level, Ch::URIFormat format) {
+    if (format == Ch::cPlatformFormat) {
+        TranslateToMacURIString(source);
+        return;
+    }
+    const bool form = format == Ch::cFormFormat;
+    TranslateToURIString(source, level != Ch::cKeepLegal, form ? " " : nullptr,
+                         form ? "+" : nullptr, false);
+}
+
+template <>
+void CString::TranslateToURIString(const char* source, bool strict, const char* from,
+                                   const char* to, bool keepEscapes) {
+    if (Owns(source) && !IsEmpty()) {
+        const CString aside(source);
+        TranslateToURIString(aside.CStr(), strict, from, to, false);
+        return;
+    }
+    Clear();
+    constexpr std::size_t cWorst = 3;  // every byte becomes an escape
+    char* out = Lock(CheckedSize(cWorst * std::strlen(source)) + 1);
+    while (*source != '\0') {
+        const char c = *source;
+        if (keepEscapes && c == '%') {
+            source = CopyEscape(source, out);
+            continue;
+        }
+        ++source;
+        if (const char* found = from != nullptr ? std::strchr(from, c) : nullptr) {
+            *out++ = Counterpart(static_cast<std::size_t>(found - from), to);
+        } else if (Ch::IsLegalInURI(c) && (!strict || Ch::IsCommonUnreservedInURI(c))) {
+            *out++ = c;
+        } else {
+            out = WriteEscape(c, out);
+        }
+    }
+    *out = '\0';
+    Unlock();
+}
+
+template <>
+void CString::TranslateToMacURIString(const char* source) {
+    CString normalised;
+    normalised.CopyFromCFString(NormaliseEscapes(source).Get(), kCFStringEncodingUTF8);
+    TranslateToURIString(normalised.CStr(), false, nullptr, nullptr, true);
+}
+
+}  // namespace Tova

@@ -1,0 +1,218 @@
+#include "CString.h"
+#include "AllocationFailure.h"
+#include "CFRef.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <functional>
+#include <random>
+#include <string>
+
+using Tova::CString;
+
+namespace {
+
+using Operation = std::function<void(CString&)>;
+
+CString filled(int length, char c = 'x') {
+    CString s;
+    s.Append(c, length);
+    return s;
+}
+
+TEST(CString, AllocatesOnlyWhereItWrites) {
+    static constinit CString s;  // usable before any other static is initialised
+    s.Copy(nullptr);
+    s.Copy("");
+    s.Append("abc", 0);
+    s.Delete(0, -1);
+    s.Clear();
+    s.RightOf("", 2);
+    EXPECT_EQ(s.CStr(), CString::cEmptyStr);
+    EXPECT_EQ(s.Capacity(), 0);
+    const Operation operations[] = {
+        [](CString& t) { t.Append('x', 0); }, [](CString& t) { t.ToUpper(); },
+        [](CString& t) { t.Insert("", -1, -1); }, [](CString& t) { t.MidOf("abc", 7, 2); },
+        [](CString& t) { t.Lock(0), t.Unlock(); }};
+    for (const Operation& operation : operations) {
+        CString t;
+        operation(t);
+        EXPECT_NE(t.CStr(), CString::cEmptyStr);
+        EXPECT_EQ(t.Capacity(), 100);
+        EXPECT_STREQ(t.CStr(), "");
+    }
+}
+
+TEST(CString, GrowsInHundredsAndNeverShrinks) {
+    const int steps[][2] = {{1, 100}, {100, 100}, {101, 200}, {50, 200}, {1001, 1100}};
+    CString s;
+    for (const auto& [asked, capacity] : steps) {
+        s.Alloc(asked);
+        EXPECT_EQ(s.Capacity(), capacity) << asked;
+    }
+    s = "";
+    EXPECT_EQ(s.Capacity(), 1100);
+    for (const int n : {INT_MAX, INT_MAX - 46}) {
+        EXPECT_THROW(s.Alloc(n), std::bad_alloc) << n;
+        EXPECT_THROW(filled(100).Append('x', n - 101), std::bad_alloc) << n;
+    }
+}
+
+TEST(CString, EditsAtTheLimits) {
+    const struct {
+        const char* before;
+        Operation edit;
+        const char* after;
+    } cases[] = {
+        {"ab", [](CString& s) { s.Append("cde", -5); }, "abcde"},
+        {"ab", [](CString& s) { s.Insert("XY", -1, INT_MAX); }, "abXY"},
+        {"abcd", [](CString& s) { s.Delete(1, INT_MAX); }, "a"},
+        {"z", [](CString& s) { s.MidOf("abcdef", 4, INT_MAX); }, "ef"},
+        {"z", [](CString& s) { s.MidOf(nullptr, -1, 2); }, "z"},
+        {"abc", [](CString& s) { s.Lock(250)[1] = '\0', s.Unlock(); }, "a"},
+        {"  a ", [](CString& s) { s.TrimLeft(); }, "a "},
+        {" \t\n\v\f\r ", [](CString& s) { s.TrimLeft(); }, ""},
+        {"\xA0 a", [](CString& s) { s.TrimLeft(); }, "\xA0 a"},
+        {" a  ", [](CString& s) { s.TrimRight(); }, " a"},
+        {"   ", [](CString& s) { s.TrimRight(); }, " "},
+        {" ", [](CString& s) { s.TrimRight(); }, " "},
+        {"az\xE4{`", [](CString& s) { s.ToUpper(); }, "AZ\xE4{`"},
+        {"abcd", [](CString& s) { s.Copy(s.CStr() + 1); }, "bcd"},
+        {"abcd", [](CString& s) { s.Copy(s); }, "abcd"},
+    };
+    for (const auto& c : cases) {
+        CString s(c.before);
+        c.edit(s);
+        EXPECT_EQ(s, CString(c.after)) << s.CStr() << " from " << c.before;
+        EXPECT_FALSE(s.IsLocked());
+    }
+}
+
+TEST(CString, FindsAndCounts) {
+    const struct {
+        const char* text;
+        char c;
+        int start;
+        bool caseSensitive;
+        int found;
+    } finds[] = {
+        {"abcb", 'B', 2, false, 3},  {"abcb", 'B', 0, true, -1},      {"abcb", 'b', 5, true, -1},
+        {"abcb", 'b', 4, true, -1},  {"abcb", 'b', 4, false, -1},     {"abcb", '\0', 4, true, 4},
+        {"abcb", '\0', 1, false, 1}, {"a\xC4", '\xE4', 0, false, -1},
+    };
+    for (const auto& f : finds) {
+        EXPECT_EQ(CString(f.text).Find(f.c, f.start, f.caseSensitive), f.found)
+            << f.text << " " << f.c << " from " << f.start;
+    }
+    const CString path("a/B/b");
+    EXPECT_EQ(path.Count('/', 0, path.Length() - 1, true), 2);
+    EXPECT_EQ(path.Count('/', 0, 1, true), 1);
+    EXPECT_EQ(path.Count('/', 0, -1, true), 0);
+    EXPECT_EQ(path.Count('b', 0, 4, false), 2);
+    EXPECT_EQ(CString().Count('\0', 0, 5, true), 0);
+}
+
+TEST(CString, FailedAllocationPropagates) {
+    const CString text = filled(250);
+    const Tova::CFRef<CFStringRef> platform(text.CreateCFString(kCFStringEncodingUTF8));
+    const Operation operations[] = {
+        [&](CString& s) { s.Copy(text); },
+        [&](CString& s) { s.Append(text.CStr()); },
+        [](CString& s) { s.Append('x', 100); },
+        [](CString& s) { s.Insert(s.CStr(), 1); },
+        [&](CString& s) { s.MidOf(text.CStr(), 1, -1); },
+        [](CString& s) { s.Lock(101); },
+        [&](CString& s) { s.CopyFromCFString(platform.Get(), kCFStringEncodingUTF8); },
+        [](CString& s) { s.TranslateToURIString(s.CStr(), true, nullptr, nullptr, false); },
+    };
+    for (const Operation& operation : operations) {
+        int failures = 0;
+        for (bool failed = true; failed; ++failures) {
+            CString s = filled(99);
+            const tvtest::FailAllocation fail(failures);
+            try {
+                operation(s);
+            } catch (const std::bad_alloc&) {
+                EXPECT_LE(s.Length(), 99);
+            }
+            failed = fail.HasFailed();
+        }
+        EXPECT_GE(failures, 2) << "operation " << &operation - operations;
+    }
+    CString s;
+    const tvtest::FailAllocation fail(0);
+    EXPECT_THROW(s.Alloc(INT_MAX - 50), std::bad_alloc);
+    EXPECT_EQ(s.Capacity(), INT_MAX - 47);  // stored first: only destruction may follow
+}
+
+TEST(CString, ConvertsToAndFromPlatformStrings) {
+    CString s("old");
+    EXPECT_FALSE(s.CopyFromCFString(nullptr, kCFStringEncodingUTF8));
+    const Tova::CFRef<CFStringRef> text(CString("\xC3\xA4\xE2\x82\xAC").CreateCFString(0x08000100));
+    EXPECT_EQ(CFStringGetLength(text.Get()), 2);
+    EXPECT_FALSE(
+        s.CopyFromCFString(text.Get(), kCFStringEncodingISOLatin1));  // only the first maps
+    EXPECT_FALSE(s.CopyFromCFString(text.Get(), 0x7FFFFFFF));
+    EXPECT_STREQ(s.CStr(), "old");
+    s.Alloc(900);
+    EXPECT_TRUE(s.CopyFromCFString(text.Get(), kCFStringEncodingUTF8));
+    EXPECT_EQ(s, CString("\xC3\xA4\xE2\x82\xAC"));
+    EXPECT_EQ(s.Capacity(), 900);
+    setenv("TV_SYSTEM_ENCODING", "ISO-8859-15", 1);
+    const Tova::CFRef<CFStringRef> system(CString("\xE4\xA4").CreateCFString(0xFFFFFFFF));
+    EXPECT_TRUE(CFEqual(system.Get(), text.Get()));
+    unsetenv("TV_SYSTEM_ENCODING");
+}
+
+// Any sequence of edits, from the string itself too, against the standard string.
+TEST(CString, AgreesWithTheStandardString) {
+    std::mt19937 random(7);
+    const auto upTo = [&](int n) { return std::uniform_int_distribution<int>(0, n)(random); };
+    CString s;
+    std::string expected;
+    for (int step = 0; step < 8000; ++step) {
+        const int capacity = s.Capacity();
+        const std::string piece(static_cast<size_t>(upTo(60)), static_cast<char>('a' + upTo(25)));
+        const int pos = upTo(s.Length());
+        const auto at = static_cast<size_t>(pos);
+        const bool own = upTo(3) == 0;
+        const char* source = own ? s.CStr() + pos : piece.c_str();
+        const std::string text = own ? expected.substr(at) : piece;
+        const int count = upTo(70) - 1;
+        const auto some = static_cast<size_t>(count);  // -1 is npos
+        switch (upTo(6)) {
+        case 0:
+            s.Append(source, count);
+            expected += text.substr(0, some);
+            break;
+        case 1:
+            s.Insert(source, pos / 2, count);
+            expected.insert(at / 2, text.substr(0, some));
+            break;
+        case 2:
+            s.Delete(pos, count);
+            expected.erase(at, some);
+            break;
+        case 3:
+            s.Append('-', count + 1);
+            expected.append(some + 1, '-');
+            break;
+        case 4:
+            s.MidOf(source, 3, count + 60);
+            expected = text.substr(std::min<size_t>(3, text.size()), some + 60);
+            break;
+        case 5:
+            s.RightOf(source, count + 60);
+            expected = text.substr(text.size() - std::min(text.size(), some + 60));
+            break;
+        default:
+            ASSERT_EQ(s.Find('b', pos, true), static_cast<int>(expected.find('b', at)));
+        }
+        ASSERT_EQ(std::string(s.CStr()), expected) << "step " << step;
+        ASSERT_EQ(s.Length(), static_cast<int>(expected.size()));
+        ASSERT_GE(s.Capacity(), capacity);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,25 @@
+#include "CatchAll.h"
+
+#include <gtest/gtest.h>
+
+#include <pthread.h>
+
+namespace {
+
+void* EndInside(void* reached) {
+    Tova::CatchAll([&] { pthread_exit(reached); });
+    return nullptr;
+}
+
+TEST(CatchAll, DropsAllButTheEndOfAThread) {
+    EXPECT_TRUE(Tova::CatchAll([] {}));
+    EXPECT_FALSE(Tova::CatchAll([] { throw 1; }));
+    int mark = 0;
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(&thread, nullptr, EndInside, &mark), 0);
+    void* result = nullptr;
+    ASSERT_EQ(pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, &mark);
+}
+
+}  // namespace

@@ -1,0 +1,83 @@
+#include "CString.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using Tova::CString;
+namespace Ch = Tova::Ch;
+
+namespace {
+
+TEST(URI, LegalSet) {
+    std::string legal;
+    for (int i = 0; i < 256; ++i) {
+        const std::string c(1, static_cast<char>(i));
+        legal += Ch::IsLegalInURI(c[0]) ? c : "";
+    }
+    EXPECT_EQ(legal,
+              "\"-.0123456789<>ABCDEFGHIJKLMNOPQRSTUVWXYZ\\^_`abcdefghijklmnopqrstuvwxyz{|}~");
+}
+
+TEST(URI, EscapesByLevelAndFormat) {
+    const struct {
+        const char* source;
+        int level, format;
+        const char* expected;
+    } cases[] = {
+        {"John Smith", 0, 2, "John+Smith"},
+        {"John Smith", 0, 7, "John%20Smith"},
+        {"a+b@c&", 0, 2, "a%2Bb%40c%26"},
+        {"~\"<>", 0, 2, "~\"<>"},
+        {"aZ~_b-9.", -3, 1, "aZ%7E_b-9."},
+        {"\x01\x1F\x7F", 0, 1, "%01%1F%7F"},
+        {"caf\xE9 noir", 0, 2, "caf%"},
+        {"100%41", 0, 1, "100%2541"},
+        // Through the platform.
+        {"http://h/a b?c=%41", 1, 0, "http%3A%2F%2Fh%2Fa%20b%3Fc%3DA"},
+        {"\xC3\xA4%C3%A4<~%22", 1, 0, "%C3%A4%C3%A4%3C~%22"},
+        {"50%", 0, 0, ""},
+        {"%FF", 0, 0, ""},
+        {"a\xFF", 0, 0, ""},
+    };
+    for (const auto& c : cases) {
+        CString s("old");
+        s.ToURIEscapedString(c.source, {}, Ch::URIEncodeLevel(c.level), Ch::URIFormat(c.format));
+        EXPECT_EQ(s, CString(c.expected)) << s.CStr() << " from " << c.source;
+    }
+}
+
+TEST(URI, TranslatesAndKeepsEscapes) {
+    const struct {
+        const char *source, *from, *to;
+        bool keepEscapes;
+        const char* expected;
+    } cases[] = {
+        {"%41/%zz&", nullptr, nullptr, true, "%41%2F%zz%26"},
+        {"ab%", nullptr, nullptr, true, "ab%"},
+        {"%\xE9\xE9/", nullptr, nullptr, true, "%\xE9\xE9%2F"},
+        {"a%bc", "%", "!", true, "a%bc"},
+        {"a%b\xE9", "%\xE9", "!?", false, "a!b?"},
+        {"abab", "aba", "12x", false, "1212"},
+        {"xyz", "yaz", "1", false, "x1"},
+    };
+    for (const auto& c : cases) {
+        CString s;
+        s.TranslateToURIString(c.source, false, c.from, c.to, c.keepEscapes);
+        EXPECT_EQ(s, CString(c.expected)) << s.CStr() << " from " << c.source;
+    }
+}
+
+TEST(URI, OwnTextLosesKeepEscapes) {
+    CString s("xx%41/ y");
+    s.TranslateToURIString(s.CStr() + 2, true, " ", "+", true);
+    EXPECT_STREQ(s.CStr(), "%2541%2F+y");
+    s = std::string(80, '/').c_str();
+    s.ToURIEscapedString(s.CStr(), {}, {}, Ch::cFormFormat);
+    EXPECT_EQ(s.Length(), 240);
+    s = "a b%41";
+    s.TranslateToMacURIString(s.CStr());
+    EXPECT_STREQ(s.CStr(), "a%20bA");
+}
+
+}  // namespace
