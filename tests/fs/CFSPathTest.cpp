@@ -1,0 +1,62 @@
+#include "FSTesting.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+using Tova::CFSPath;
+using Tova::FSContainingFolder;
+
+namespace {
+
+TEST(CFSPath, AppendsComponentsAsTheyAre) {
+    for (const char* name : {"x", "/x", "b/c", "caf\xC3\xA9"}) {
+        Path path("/a");
+        EXPECT_EQ(path.AppendComponent(name), Tova::Ok);
+        EXPECT_EQ(text(path), std::string("/a/") + (*name == '/' ? name + 1 : name));
+    }
+    Path path("/a");
+    EXPECT_EQ(path.AppendComponent(nullptr), Tova::Failure);
+    EXPECT_EQ(path.AppendComponents("\xFF"), Tova::Failure) << "not UTF-8";
+    EXPECT_EQ(path.FromUnixPath(""), Tova::Failure);
+    EXPECT_EQ(path.FromUnixPath(nullptr), Tova::Failure);
+    EXPECT_EQ(text(path), "/a") << "a failure changes nothing";
+    path.Set(path.GetURL(), false);
+    EXPECT_EQ(CFGetRetainCount(path.GetURL()), 1) << "its own URL survives";
+}
+
+TEST(CFSPath, WalkingUpwardEndsAtARoot) {
+    const char* const walks[][3] = {{"/a/b", "/a", "/"},
+                                    {"/Volumes/Disk", "/Volumes", "/Volumes"},
+                                    {"/vOLUMES", "/vOLUMES", "/vOLUMES"},
+                                    {"/Volumes2/x", "/Volumes2", "/"}};
+    for (const auto& walk : walks) {
+        Path path(walk[0]);
+        for (const char* folder : {walk[1], walk[2], walk[2]}) {
+            EXPECT_EQ(path.IsRootDirectory(), text(path) == walk[2]);
+            EXPECT_EQ(path.GetComponent(FSContainingFolder, path), Tova::Ok) << "into itself";
+            EXPECT_EQ(text(path), folder);
+        }
+    }
+    CFSPath empty;
+    EXPECT_EQ(Path("/a").GetComponent(Tova::FSComponentType(1), empty), Tova::ErrBadParameter);
+    EXPECT_EQ(empty.GetComponent(FSContainingFolder, empty), Tova::Failure);
+    EXPECT_EQ(empty.AppendComponent("x"), Tova::Failure);
+    EXPECT_FALSE(empty.IsRootDirectory() || empty.IsFullPath());
+}
+
+TEST(CFSPath, ATextIsFullAndHasAtMost1023Bytes) {
+    Path relative("x/y");
+    EXPECT_FALSE(relative.IsFullPath());
+    EXPECT_EQ(relative.MakeFullPath(), Tova::Ok);
+    EXPECT_TRUE(relative.IsFullPath());
+    EXPECT_EQ(text(relative), std::filesystem::current_path().string() + "/x/y");
+    for (const std::size_t length : {1023U, 1024U, 5000U}) {
+        const std::string longPath = "/" + std::string(length - 1, 'x');
+        Path path(longPath);
+        EXPECT_EQ(text(path), length < 1024 ? longPath : "(none)");
+        EXPECT_EQ(path.MakeFullPath() >= 0, length < 1024);
+    }
+}
+
+}  // namespace
