@@ -1,0 +1,339 @@
+#include "CStream.h"
+
+#include "Scrambling.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <numeric>
+#include <utility>
+
+namespace Tova {
+
+namespace {
+
+std::uint32_t sum(const unsigned char* bytes, std::size_t count) {
+    return std::accumulate(bytes, bytes + count, std::uint32_t{0});
+}
+
+// Appends `count` bytes, NULs included. The capacity doubles, since nobody knows how long the text
+// will be. There must be room for one more byte behind them.
+void appendBytes(CString& out, char* bytes, int count) {
+    const int length = out.Length();
+    if (count >= out.Capacity() - length && out.Capacity() <= INT_MAX / 2 &&
+        length <= INT_MAX / 2) {
+        out.Alloc(std::max(length + count + 1, 2 * out.Capacity()));
+    }
+    bytes[count] = '\0';
+    for (const char *from = bytes, *end = bytes + count; from < end;) {
+        if (*from == '\0') {
+            out.Append('\0', 1);
+            ++from;
+        } else {
+            const std::size_t run = std::strlen(from);
+            out.Append(from, static_cast<int>(run));
+            from += run;
+        }
+    }
+}
+
+}  // namespace
+
+CStream::CStream(unsigned flags) : flags_(flags) {}
+
+bool CStream::AtEOF() {
+    unsigned long pos = 0;
+    unsigned long length = 0;
+    return InternalGetPos(pos) && InternalGetLength(length) && pos == length;
+}
+
+bool CStream::Flush() {
+    return true;
+}
+
+bool CStream::InternalRead(unsigned long, void*, unsigned long*) {
+    return false;
+}
+
+bool CStream::InternalWrite(unsigned long, const void*, unsigned long*) {
+    return false;
+}
+
+bool CStream::InternalSetPos(unsigned long) {
+    return false;
+}
+
+bool CStream::InternalGetPos(unsigned long&) {
+    return false;
+}
+
+bool CStream::InternalSetLength(unsigned long) {
+    return false;
+}
+
+bool CStream::InternalGetLength(unsigned long&) {
+    return false;
+}
+
+CStream::RunEnd CStream::InternalReadRun(const unsigned char (&)[2], unsigned long, unsigned char*,
+                                         unsigned long&) {
+    return RunEnd::NotOffered;
+}
+
+bool CStream::Read(unsigned long count, void* buffer, unsigned long* done) {
+    auto* plain = static_cast<unsigned char*>(buffer);
+    unsigned char* stored = Has(cScramble) ? GetTempBuffer(count) : plain;
+    unsigned long got = 0;
+    const bool read = InternalRead(count, stored, &got);
+    if (Has(cCheckValue)) {
+        checkValue_ += sum(stored, got);
+    }
+    if (read && Has(cScramble)) {
+        Unscramble(stored, plain, got);
+    }
+    if (done != nullptr) {
+        *done = got;
+    }
+    return state_ != State::Failed;
+}
+
+unsigned char CStream::ReadRawByte(int& eof) {
+    unsigned char b = 0;
+    eof = InternalRead(1, &b, nullptr) ? 0 : -1;
+    if (eof == -1) {
+        return 0;
+    }
+    if (Has(cScramble)) {
+        b = Unscramble(b);
+    }
+    if (Has(cCheckValue)) {
+        checkValue_ += b;
+    }
+    return b;
+}
+
+char CStream::ReadRawChar(int& eof) {
+    if (encoding_ != Encoding::Raw) {
+        eof = -1;
+        return 0;
+    }
+    return static_cast<char>(ReadRawByte(eof));
+}
+
+// True for the line feed of a pair whose carriage return was already delivered as a line feed.
+bool CStream::CompletesPair(char c) {
+    if (c != '\n' || !lastWasReturn_) {
+        return false;
+    }
+    lastWasReturn_ = false;
+    return true;
+}
+
+// Line-end translation and counting of one character; `fresh`: it was not pushed back.
+char CStream::Fold(char c, bool fresh) {
+    if (Has(cTranslate)) {
+        if (fresh) {
+            lastWasReturn_ = c == '\r';
+        }
+        if (c == '\r') {
+            c = '\n';
+        }
+    }
+    if (c == '\n' && Has(cCountLines)) {
+        ++lineCount_;
+    }
+    return c;
+}
+
+char CStream::ReadChar(int& eof) {
+    eof = 0;
+    const bool fresh = pushedBack_ <= 0;
+    char c = 0;
+    if (fresh) {
+        c = ReadRawChar(eof);
+        if (CompletesPair(c)) {
+            c = ReadRawChar(eof);
+        }
+    } else {
+        c = static_cast<char>(std::exchange(pushedBack_, -1));
+    }
+    if (eof == -1) {
+        return 0;
+    }
+    c = Fold(c, fresh);
+    if (readFilter_ != nullptr) {
+        int character = static_cast<unsigned char>(c);
+        if (!readFilter_->Filter(character, *this)) {
+            SetError(Failure);
+            return 0;
+        }
+        c = static_cast<char>(character);
+    }
+    return c;
+}
+
+struct CStream::DelimRead {
+    bool Matches(char c) const { return static_cast<signed char>(c) == delimiter; }
+    bool IsFull() const { return maxLength > 0 && count >= maxLength; }
+
+    CString& out;
+    const int delimiter;
+    const int maxLength;
+    int count = 0;
+};
+
+bool CStream::ReadToDelim(CString& out, int delimiter, int maxLength, int* count) {
+    out.Clear();
+    DelimRead read{out, delimiter, maxLength};
+    Step step = Step::More;
+    while (step == Step::More) {
+        step = ReadRun(read);
+        if (step == Step::NotOffered) {
+            step = ReadOne(read);
+        }
+    }
+    if (count != nullptr) {
+        *count = read.count;
+    }
+    return step == Step::Found;
+}
+
+CStream::Step CStream::ReadOne(DelimRead& read) {
+    int eof = 0;
+    char c[2] = {ReadChar(eof)};
+    // Before the test for the end: with delimiter 0 the end is a delimiter too.
+    if (read.Matches(c[0])) {
+        return Step::Found;
+    }
+    if (eof == -1) {
+        return Step::Ended;
+    }
+    appendBytes(read.out, c, 1);
+    ++read.count;
+    return read.IsFull() ? Step::Found : Step::More;
+}
+
+// ReadOne for as many characters as the concrete stream has at hand.
+CStream::Step CStream::ReadRun(DelimRead& read) {
+    if (encoding_ != Encoding::Raw || pushedBack_ > 0 || readFilter_ != nullptr) {
+        return Step::NotOffered;
+    }
+    constexpr unsigned long cRunSize = 1024;
+    char run[cRunSize + 1];
+    auto* bytes = reinterpret_cast<unsigned char*>(run);
+    const unsigned long most =
+        read.maxLength > 0
+            ? std::min(cRunSize, static_cast<unsigned long>(read.maxLength - read.count))
+            : cRunSize;
+    const auto delimiter = static_cast<unsigned char>(read.delimiter);
+    // A carriage return may turn out to be the line feed that is looked for.
+    const unsigned char other = read.delimiter == '\n' && Has(cTranslate) ? '\r' : delimiter;
+    const bool scrambled = Has(cScramble);
+    const unsigned char stop[2] = {scrambled ? Scramble(delimiter) : delimiter,
+                                   scrambled ? Scramble(other) : other};
+    unsigned long got = 0;
+    const RunEnd end = InternalReadRun(stop, most, bytes, got);
+    if (end == RunEnd::NotOffered) {
+        return Step::NotOffered;
+    }
+    const Step step = TakeRun(read, run, got);
+    if (step != Step::More || end == RunEnd::Complete) {
+        return step;
+    }
+    if (end == RunEnd::Failed) {
+        SetError(Failure);
+    }
+    return read.delimiter == 0 ? Step::Found : Step::Ended;
+}
+
+// Takes over stored bytes of which only the last can be the delimiter.
+CStream::Step CStream::TakeRun(DelimRead& read, char* run, unsigned long count) {
+    auto* bytes = reinterpret_cast<unsigned char*>(run);
+    if (Has(cScramble)) {
+        Unscramble(bytes, bytes, count);
+    }
+    if (Has(cCheckValue)) {
+        checkValue_ += sum(bytes, count);
+    }
+    unsigned long kept = count;
+    if (Has(cTranslate | cCountLines)) {
+        kept = 0;
+        for (unsigned long i = 0; i < count; ++i) {
+            if (!CompletesPair(run[i])) {
+                run[kept++] = Fold(run[i], true);
+            }
+        }
+    }
+    const bool found = kept > 0 && read.Matches(run[kept - 1]);
+    const int length = static_cast<int>(found ? kept - 1 : kept);
+    appendBytes(read.out, run, length);
+    read.count += length;
+    return found || read.IsFull() ? Step::Found : Step::More;
+}
+
+bool CStream::ReadUnicodeHeader() {
+    unsigned long start = 0;
+    if (Has(cNoHeader | cNoHeaderToo | cCountLines | cScramble | cCheckValue) ||
+        state_ == State::Failed || !InternalGetPos(start)) {
+        return false;
+    }
+    int eof = 0;
+    const unsigned char first = ReadRawByte(eof);
+    if (eof == -1) {
+        return false;
+    }
+    const unsigned char second = ReadRawByte(eof);
+    const unsigned char third = eof == -1 ? static_cast<unsigned char>(0) : ReadRawByte(eof);
+    if (eof == -1) {
+        InternalSetPos(start);
+        return false;
+    }
+    if (first == 0xEF && second == 0xBB && third == 0xBF) {
+        encoding_ = Encoding::Utf8;
+        return true;
+    }
+    const bool bigEndian = first == 0xFE && second == 0xFF;
+    if (!bigEndian && !(first == 0xFF && second == 0xFE)) {
+        InternalSetPos(start);
+        return false;
+    }
+    encoding_ = Encoding::Utf16;
+    SetUTF16ByteOrder(bigEndian ? ByteOrder::BigEndian : ByteOrder::LittleEndian);
+    InternalSetPos(start + 2);
+    return true;
+}
+
+void CStream::SetUTF16ByteOrder(ByteOrder order) {
+    flags_ = order == ByteOrder::BigEndian ? flags_ | cBigEndian : flags_ & ~cBigEndian;
+}
+
+bool CStream::SetError(RStatus status) {
+    state_ = State::Failed;
+    if (Has(cThrowOnError)) {
+        throw status;
+    }
+    return false;
+}
+
+bool CStream::SetEOF() {
+    if (Has(cThrowAtEnd)) {
+        throw ErrEndOfStream;
+    }
+    return false;
+}
+
+bool CStream::SetPos(unsigned long pos) {
+    if (!InternalSetPos(pos)) {
+        return false;
+    }
+    pushedBack_ = -1;
+    lastWasReturn_ = false;
+    return true;
+}
+
+bool CStream::SetPosToEnd() {
+    unsigned long length = 0;
+    return InternalGetLength(length) && SetPos(length);
+}
+
+}  // namespace Tova

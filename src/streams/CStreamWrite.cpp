@@ -1,0 +1,148 @@
+// The writing half of CStream.
+#include "CStream.h"
+
+#include "Ch.h"
+#include "Scrambling.h"
+
+#include <bit>
+#include <cstdio>
+#include <cstring>
+#include <numeric>
+
+namespace Tova {
+
+bool CStream::Write(unsigned long count, const void* buffer, unsigned long* done) {
+    const auto* stored = static_cast<const unsigned char*>(buffer);
+    if (Has(cScramble)) {
+        unsigned char* scratch = GetTempBuffer(count);
+        Scramble(stored, scratch, count);
+        stored = scratch;
+    }
+    if (Has(cCheckValue)) {
+        checkValue_ = std::accumulate(stored, stored + count, checkValue_);
+    }
+    return InternalWrite(count, stored, done);
+}
+
+bool CStream::WriteRawByte(unsigned char b) {
+    if (Has(cCheckValue)) {
+        checkValue_ += b;
+    }
+    if (Has(cScramble)) {
+        b = Scramble(b);
+    }
+    return InternalWrite(1, &b, nullptr);
+}
+
+bool CStream::WriteRawChar(char c) {
+    return encoding_ == Encoding::Raw ? WriteRawByte(static_cast<unsigned char>(c))
+                                      : WriteRawWChar(static_cast<signed char>(c));
+}
+
+bool CStream::WriteRawWChar(wchar_t w) {
+    const auto value = std::bit_cast<std::uint32_t>(w);
+    const auto low = [value](int shift, unsigned mask = 0xFF) {
+        return static_cast<unsigned char>(value >> shift & mask);
+    };
+    const auto trail = [low](int shift) {
+        return static_cast<unsigned char>(0x80 | low(shift, 0x3F));
+    };
+    switch (encoding_) {
+    case Encoding::Raw:
+        return false;
+    case Encoding::Utf16:
+        return Has(cBigEndian) ? WriteRawByte(low(8)) && WriteRawByte(low(0))
+                               : WriteRawByte(low(0)) && WriteRawByte(low(8));
+    case Encoding::Utf8:
+        break;
+    }
+    // A plain character of 0x80 or more arrives as a negative value, and is one byte again.
+    if (value <= 0x7F || value > 0x7FFFFFFF) {
+        return WriteRawByte(low(0));
+    }
+    if (value <= 0x7FF) {
+        return WriteRawByte(static_cast<unsigned char>(0xC0 | low(6))) && WriteRawByte(trail(0));
+    }
+    return WriteRawByte(static_cast<unsigned char>(0xE0 | low(12))) && WriteRawByte(trail(6)) &&
+           WriteRawByte(trail(0));
+}
+
+template <class C>
+bool CStream::WriteTranslated(C c, int character, bool (CStream::*writeRaw)(C)) {
+    if (writeFilter_ != nullptr) {
+        if (!writeFilter_->Filter(character, *this)) {
+            return SetError(Failure);
+        }
+        if (character == -1) {
+            return true;
+        }
+    }
+    if (atLineStart_ && indentLevel_ >= 1 && !DoIndent()) {
+        return false;
+    }
+    atLineStart_ = c == '\n';
+    if (!atLineStart_) {
+        return (this->*writeRaw)(c);
+    }
+    if (Has(cCountLines)) {
+        ++lineCount_;
+    }
+    switch (Has(cTranslate) ? lineEnd_ : LineEnd::Lf) {
+    case LineEnd::CrLf:
+        return (this->*writeRaw)('\r') && (this->*writeRaw)('\n');
+    case LineEnd::Cr:
+        return (this->*writeRaw)('\r');
+    case LineEnd::Lf:
+        return (this->*writeRaw)('\n');
+    }
+    return false;
+}
+
+bool CStream::WriteChar(char c) {
+    return encoding_ == Encoding::Raw
+               ? WriteTranslated(c, static_cast<unsigned char>(c), &CStream::WriteRawChar)
+               : WriteWChar(Ch::ToWChar(c));
+}
+
+bool CStream::WriteWChar(wchar_t w) {
+    return WriteTranslated(w, static_cast<int>(w), &CStream::WriteRawWChar);
+}
+
+bool CStream::WriteString(const char* s, int length) {
+    const std::size_t count = length < 0 ? std::strlen(s) : static_cast<std::size_t>(length);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!WriteChar(s[i])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool CStream::Format(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    const bool written = VFormat(format, arguments);
+    va_end(arguments);
+    return written;
+}
+
+bool CStream::VFormat(const char* format, va_list arguments) {
+    char text[2000];
+    const int length = std::vsnprintf(text, sizeof text, format, arguments);
+    return length >= 0 && length < static_cast<int>(sizeof text) && WriteString(text, -1);
+}
+
+bool CStream::DoIndent() {
+    const char filler = indentWidth_ > 0 ? ' ' : '\t';
+    const int perStep = indentWidth_ > 0 ? indentWidth_ : 1;
+    for (int step = 0; step < indentLevel_; ++step) {
+        for (int i = 0; i < perStep; ++i) {
+            if (!WriteRawChar(filler)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+}  // namespace Tova

@@ -1,0 +1,28 @@
+#include "CStream.h"
+
+namespace Tova {
+
+namespace {
+
+// Never freed: streams with static storage, and whatever else runs while the process exits, may
+// still scramble after every destructor of ours has run.
+struct ScratchBuffer {
+    unsigned char* bytes = nullptr;
+    unsigned long length = 0;
+};
+
+constinit ScratchBuffer sScratch;
+
+}  // namespace
+
+unsigned char* GetTempBuffer(unsigned long size) {
+    if (sScratch.bytes == nullptr || sScratch.length < size) {
+        auto* larger = new unsigned char[size];
+        delete[] sScratch.bytes;
+        sScratch.bytes = larger;
+        sScratch.length = size;
+    }
+    return sScratch.bytes;
+}
+
+}  // namespace Tova

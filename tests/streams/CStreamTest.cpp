@@ -1,0 +1,181 @@
+#include "MemoryStream.h"
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+using namespace std::string_literals;
+using Tova::CStream;
+using Tova::CString;
+using tvtest::MemoryStream;
+using LineEnd = CStream::LineEnd;
+
+namespace {
+
+constexpr unsigned cText = CStream::cTranslate | CStream::cCountLines;
+
+std::string readChars(CStream& stream) {
+    std::string result;
+    int eof = 0;
+    for (char c = stream.ReadChar(eof); eof == 0; c = stream.ReadChar(eof)) {
+        result += c;
+    }
+    return result;
+}
+
+TEST(CStream, ScramblesAndSumsPlainBytesSinglyAndStoredBytesInBulk) {
+    std::string plain(256, '\0');
+    std::iota(plain.begin(), plain.end(), '\0');
+    MemoryStream stream(CStream::cScramble | CStream::cCheckValue);
+    EXPECT_TRUE(stream.WriteRawByte('A'));
+    EXPECT_EQ(stream.GetCheckValue(), 0x41U);
+    EXPECT_TRUE(stream.Write(1, "A", nullptr));
+    EXPECT_EQ(stream.GetCheckValue(), 0x41U + 0xC9U);
+    EXPECT_TRUE(stream.WriteString(plain.data(), 256));
+    EXPECT_TRUE(stream.Write(256, plain.data(), nullptr));
+    EXPECT_EQ(stream.bytes.substr(2, 256), stream.bytes.substr(258));
+    EXPECT_EQ(stream.bytes[2], '\xB5');
+    EXPECT_EQ(stream.bytes[2 + 0xA5], '\0');
+
+    stream.pos = 258;
+    std::string back(300, '?');
+    unsigned long done = 0;
+    const std::uint32_t before = stream.GetCheckValue();
+    EXPECT_TRUE(stream.Read(300, back.data(), &done)) << "a short read is no failure";
+    EXPECT_EQ(back.substr(0, done), plain);
+    EXPECT_TRUE(stream.Read(1, back.data(), &done)) << "nor is none";
+    EXPECT_EQ(stream.GetCheckValue() - before, 255U * 128);
+    stream.pos = 0;
+    EXPECT_EQ(readChars(stream), "AA" + plain + plain);
+    EXPECT_EQ(stream.GetCheckValue() - before, 255U * 128 * 3 + 0x82) << "the end adds nothing";
+}
+
+TEST(CStream, ReadCharTranslatesAndCountsLineEnds) {
+    const auto read = [](unsigned flags, const char* stored) {
+        MemoryStream stream(flags, stored);
+        const std::string chars = readChars(stream);
+        return chars + std::to_string(stream.GetLineCount());
+    };
+    EXPECT_EQ(read(cText, "a\r\nb\rc\n\n\r"), "a\nb\nc\n\n\n5");
+    EXPECT_EQ(read(cText, "\r\n\n\r\r\n"), "\n\n\n\n4");
+    EXPECT_EQ(read(CStream::cCountLines, "a\r\nb\n"), "a\r\nb\n2");
+}
+
+TEST(CStream, PushedBackCharacterComesFirstAndCountsAgain) {
+    MemoryStream stream(cText, "\r\nb");
+    int eof = 0;
+    EXPECT_EQ(stream.ReadChar(eof), '\n');
+    stream.SetPushedBack('\n');
+    EXPECT_EQ(readChars(stream), "\nb") << "the pair was still under way";
+    EXPECT_EQ(stream.GetLineCount(), 2U);
+}
+
+TEST(CStream, ReadToDelimStopsWhereItSays) {
+    // Result, text and position.
+    const auto read = [](const std::string& stored, int delimiter, int maxLength) {
+        MemoryStream stream(0, stored);
+        CString out("old");
+        int count = -1;
+        const bool found = stream.ReadToDelim(out, delimiter, maxLength, &count);
+        return std::to_string(found) + std::string(out.CStr(), static_cast<std::size_t>(count)) +
+               std::to_string(stream.pos);
+    };
+    EXPECT_EQ(read("ab", 0, -1), "1ab2") << "the end is a NUL";
+    EXPECT_EQ(read("ab\0cd"s, 0, -1), "1ab3");
+    EXPECT_EQ(read("", 10, -1), "00");
+    EXPECT_EQ(read("abcdef", 10, 3), "1abc3");
+    EXPECT_EQ(read("a\0b\n"s, 10, 0), "1a\0b4"s);
+    EXPECT_EQ(read("a\xFF", -1, -1), "1a2");
+    EXPECT_EQ(read("a\xFF", 255, -1), "0a\xFF"
+                                      "2");
+}
+
+TEST(CStream, RecognisesByteOrderMarks) {
+    // Result, encoding, whether big-endian, position and what can be read then.
+    const auto examine = [](unsigned flags, const char* stored) {
+        MemoryStream stream(flags, stored);
+        const bool found = stream.ReadUnicodeHeader();
+        const bool bigEndian = (stream.GetFlags() & CStream::cBigEndian) != 0;
+        std::string seen = std::to_string(found) +
+                           std::to_string(static_cast<int>(stream.GetEncoding())) +
+                           std::to_string(bigEndian) + std::to_string(stream.pos);
+        return seen + readChars(stream);
+    };
+    EXPECT_EQ(examine(0, "\xFE\xFF!"), "1212");
+    EXPECT_EQ(examine(CStream::cBigEndian, "\xFF\xFE!"), "1202");
+    EXPECT_EQ(examine(0, "\xEF\xBB\xBF!"), "1103");
+    EXPECT_EQ(examine(0, "\xFF\xFE"), "0000\xFF\xFE");
+    EXPECT_EQ(examine(0, "\xEF\xBB!"), "0000\xEF\xBB!");
+    for (const unsigned flag : {0x8U, 0x40U, 0x400U, 0x1000U}) {
+        EXPECT_EQ(examine(flag, "\xEF\xBB\xBF"), "0000\xEF\xBB\xBF");
+    }
+}
+
+TEST(CStream, WritesLineEndsAndIndentation) {
+    const auto written = [](unsigned flags, LineEnd lineEnd, int level, int width) {
+        MemoryStream stream(flags | CStream::cCountLines);
+        stream.SetLineEnd(lineEnd);
+        stream.SetIndent(level, width);
+        EXPECT_TRUE(stream.WriteString("\nab", -1));
+        EXPECT_EQ(stream.GetLineCount(), 1U);
+        return stream.bytes;
+    };
+    EXPECT_EQ(written(cText, LineEnd::CrLf, 0, 0), "\r\nab");
+    EXPECT_EQ(written(0, LineEnd::Cr, 2, 0), "\t\t\n\t\tab");
+    EXPECT_EQ(written(cText, LineEnd::Cr, 1, 3), "   \r   ab");
+    MemoryStream stream(CStream::cTranslate);
+    EXPECT_TRUE(stream.WriteChar('\n'));
+    stream.SetLineEnd(static_cast<LineEnd>(3));
+    EXPECT_FALSE(stream.WriteString("a\nb", -1));
+    EXPECT_EQ(stream.bytes, "\ra") << "a new stream writes carriage returns";
+}
+
+TEST(CStream, WritesUnicode) {
+    MemoryStream utf8(0);
+    EXPECT_FALSE(utf8.WriteWChar('a')) << "a raw stream";
+    utf8.SetEncoding(CStream::Encoding::Utf8);
+    for (const wchar_t w : {0x7F, 0xE9, 0x7FF, 0x800, 0x1F600}) {
+        EXPECT_TRUE(utf8.WriteWChar(w));
+    }
+    // A byte that is no text of its own becomes U+0000, but is kept when written untranslated.
+    EXPECT_TRUE(utf8.WriteString("a\xE9", -1) && utf8.WriteRawChar('\xE9'));
+    EXPECT_EQ(utf8.bytes, "\x7F\xC3\xA9\xDF\xBF\xE0\xA0\x80\xFF\x98\x80"
+                          "a\0\xE9"s);
+
+    MemoryStream utf16(0);
+    utf16.SetEncoding(CStream::Encoding::Utf16);
+    EXPECT_TRUE(utf16.WriteWChar(0xE9));
+    utf16.SetUTF16ByteOrder(CStream::ByteOrder::BigEndian);
+    EXPECT_TRUE(utf16.WriteWChar(0x1F600));
+    EXPECT_EQ(utf16.bytes, "\xE9\0\xF6\0"s);
+}
+
+TEST(CStream, FormatWritesAllOrNothing) {
+    MemoryStream stream(0);
+    EXPECT_TRUE(stream.Format("%lu|%1994d", 3179UL, 1));
+    EXPECT_FALSE(stream.Format("%2000d", 1));
+    EXPECT_EQ(stream.bytes, "3179|" + std::string(1993, ' ') + "1");
+}
+
+// Changes 'a' into 'b', drops '-' and refuses '!'.
+class Editor final : public Tova::IStreamFilter {
+    bool Filter(int& character, CStream&) override {
+        character = character == 'a' ? 'b' : character == '-' ? -1 : character;
+        return character != '!';
+    }
+};
+
+TEST(CStream, FiltersChangeDropAndRefuse) {
+    Editor editor;
+    MemoryStream stream(CStream::cThrowOnError, "xa!");
+    stream.SetReadFilter(&editor);
+    CString out;
+    EXPECT_THROW(stream.ReadToDelim(out, 10, -1, nullptr), Tova::RStatus);
+    EXPECT_STREQ(out.CStr(), "xb");
+    MemoryStream target(0);
+    target.SetWriteFilter(&editor);
+    EXPECT_FALSE(target.WriteString("a-\xFF!", -1));
+    EXPECT_EQ(target.bytes, "a\xFF") << "a writing filter drops but does not change";
+}
+
+}  // namespace
