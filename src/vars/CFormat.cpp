@@ -1,0 +1,141 @@
+#include "CFormat.h"
+
+#include "GlobalVars.h"
+
+#include <climits>
+#include <cstring>
+
+namespace Tova {
+
+CFormat::CFormat(const char* text, const char* delimiters, unsigned flags) {
+    if (text != nullptr) {
+        *this = text;
+    }
+    Init(delimiters, flags);
+}
+
+CFormat& CFormat::operator=(const char* text) {
+    CString::operator=(text);
+    return *this;
+}
+
+void CFormat::Init(const char* delimiters, unsigned flags) {
+    const char* pair = delimiters != nullptr ? delimiters : "<>";
+    delimiters_[0] = pair[0];
+    delimiters_[1] = pair[0] != '\0' ? pair[1] : '\0';
+    if ((flags & cKeepVariables) == 0) {
+        Apply(GlobalVars);
+    }
+}
+
+int CFormat::Apply(const CVarList& vars) {
+    return vars.Apply(*this, delimiters_);
+}
+
+bool CFormat::Item(const char* name, const void* data, FmtFunc format) {
+    if (format == nullptr) {
+        return false;
+    }
+    bool filled = false;
+    char spec[cMaxSpecLength + 1];
+    for (int pos = GetNextVar(0, name, spec); pos >= 0; pos = GetNextVar(pos, name, spec)) {
+        CString out;
+        if (format(spec, data, out)) {
+            Insert(out.CStr(), pos);
+            filled = true;
+        }
+    }
+    return filled;
+}
+
+int CFormat::GetNextVar(int start, const char* name, char* spec) {
+    if (start < 0 || start > Length() || name == nullptr || spec == nullptr) {
+        return -1;
+    }
+    int end = 0;
+    const int found = FindVar(Lock(0), start, name, spec, end);
+    Unlock();
+    if (found >= 0) {
+        Delete(found, end - found);
+    }
+    return found;
+}
+
+// The position of the placeholder's opening delimiter in `text`, with `end` behind the closing one;
+// or -1.
+int CFormat::FindVar(const char* text, int start, const char* name, char* spec, int& end) const {
+    const char open = delimiters_[0];
+    const char close = delimiters_[1];
+    if (close == '\0') {
+        return -1;
+    }
+    const std::size_t nameLength = std::strlen(name);
+    const char* opening = std::strchr(text + start, open);
+    while (opening != nullptr) {
+        const char* cursor = opening + 1;
+        if (std::strncmp(cursor, name, nameLength) != 0) {
+            opening = std::strchr(cursor, open);
+            continue;
+        }
+        cursor += nameLength;
+        *spec = '\0';
+        if (*cursor == ':') {
+            const char* first = cursor + 1;
+            const std::size_t window = strnlen(first, cMaxSpecLength + 1);
+            const void* closing = std::memchr(first, close, window);
+            if (closing == nullptr) {
+                opening = std::strchr(first, open);
+                continue;
+            }
+            cursor = static_cast<const char*>(closing);
+            const auto length = static_cast<std::size_t>(cursor - first);
+            std::memcpy(spec, first, length);
+            spec[length] = '\0';
+        }
+        if (*cursor == close) {
+            end = static_cast<int>(cursor + 1 - text);
+            return static_cast<int>(opening - text);
+        }
+        opening = std::strchr(cursor, open);
+    }
+    return -1;
+}
+
+bool CFormat::DecodeFormatSpec(char* spec, FmtSpec& out) {
+    const char* cursor = spec != nullptr ? spec : "";
+    out.type = '\0';
+    out.pad = ' ';
+    if (*cursor == '0') {
+        out.pad = '0';
+        ++cursor;
+    }
+    long long width = 0;
+    for (; Ch::IsDigit(*cursor); ++cursor) {
+        width = width * 10 + (*cursor - '0');
+        width = width < INT_MAX ? width : INT_MAX;
+    }
+    out.width = static_cast<int>(width);
+    if (*cursor == '\0') {
+        return true;
+    }
+    if (std::strchr("Xcdoux", *cursor) == nullptr) {
+        return false;
+    }
+    out.type = *cursor;
+    return true;
+}
+
+bool CFormat::FmtString(char* spec, const void* data, CString& out) {
+    const char* text = data != nullptr ? static_cast<const char*>(data) : "";
+    FmtSpec decoded;
+    // What comes after the width does not matter, as in "10s".
+    static_cast<void>(DecodeFormatSpec(spec, decoded));
+    const std::size_t length = std::strlen(text);
+    if (static_cast<std::size_t>(decoded.width) > length) {
+        out.Append(decoded.pad, decoded.width - static_cast<int>(length));
+    }
+    out.Append(text);
+    return true;
+}
+
+}  // namespace Tova

@@ -1,0 +1,117 @@
+#include "CVar.h"
+
+#include "CFRef.h"
+#include "Substitution.h"
+
+#include <climits>
+#include <cstring>
+#include <new>
+#include <string>
+
+namespace Tova {
+
+namespace {
+
+std::unique_ptr<char[]> CopyOf(const char* text) {
+    const std::size_t size = text != nullptr ? std::strlen(text) + 1 : 1;
+    std::unique_ptr<char[]> copy(new char[size]);
+    std::memcpy(copy.get(), text != nullptr ? text : "", size);
+    return copy;
+}
+
+// The part of a text that is still to be searched. Taking from its front and putting back in front
+// of it cost what is moved, so that many replacements in a long text do not move its end each time.
+class RestOfText {
+public:
+    explicit RestOfText(const CString& text)
+        : buffer_(text.CStr(), static_cast<std::size_t>(text.Length())) {}
+
+    const char* Text() const { return buffer_.c_str() + begin_; }
+    std::size_t Length() const { return buffer_.size() - begin_; }
+    void Drop(std::size_t count) { begin_ += count; }
+    void Prepend(const char* text, std::size_t length) {
+        if (length > begin_) {
+            const std::size_t room = buffer_.size() + length;
+            buffer_.insert(0, room, '\0');
+            begin_ += room;
+        }
+        begin_ -= length;
+        buffer_.replace(begin_, length, text, length);
+    }
+
+private:
+    std::string buffer_;
+    std::size_t begin_ = 0;
+};
+
+}  // namespace
+
+CVar::CVar(const char* name, const char* value)
+    : nameLength_(name != nullptr ? std::strlen(name) : 0), name_(CopyOf(name)),
+      value_(CopyOf(value)) {}
+
+void CVar::SetValue(const char* value) {
+    if (!fixed_) {
+        // The copy comes first: `value` may be the old value or a part of it.
+        value_ = CopyOf(value);
+    }
+}
+
+int CVar::Apply(CString& text, const char* delimiters) const {
+    const Delimiters pair(delimiters);
+    if (std::strstr(text.CStr(), Name()) == nullptr) {
+        return 0;
+    }
+    const std::size_t valueLength = std::strlen(Value());
+    std::string done;
+    RestOfText rest(text);
+    unsigned count = 0;
+    while (const char* found = std::strstr(rest.Text(), Name())) {
+        const auto skipped = static_cast<std::size_t>(found - rest.Text());
+        done.append(rest.Text(), skipped);
+        rest.Drop(skipped);
+        if (!done.empty() && done.back() == pair.open && rest.Length() > nameLength_ &&
+            rest.Text()[nameLength_] == pair.close) {
+            done.pop_back();
+            rest.Drop(nameLength_ + 1);
+            rest.Prepend(Value(), valueLength);
+            ++count;
+        }
+        if (rest.Length() == 0) {
+            break;
+        }
+        if (done.size() + rest.Length() >= INT_MAX) {
+            throw std::bad_alloc();
+        }
+        // Whether it was replaced or not, the search goes on one byte after where it stands.
+        done.push_back(*rest.Text());
+        rest.Drop(1);
+    }
+    if (count != 0) {
+        done.append(rest.Text(), rest.Length());
+        Assign(text, done);
+    }
+    return static_cast<int>(count);
+}
+
+int CVar::Apply(CFMutableStringRef text, CFStringRef open, CFStringRef close) const {
+    if (text == nullptr || open == nullptr || close == nullptr) {
+        return 0;
+    }
+    const CFRef<CFStringRef> name = MakeCFString(Name());
+    const CFRef<CFStringRef> value = MakeCFString(Value());
+    if (!name || !value) {
+        return 0;
+    }
+    const CFRef<CFMutableStringRef> pattern(
+        CFStringCreateMutableCopy(kCFAllocatorDefault, 0, open));
+    if (!pattern) {
+        return 0;
+    }
+    CFStringAppend(pattern.Get(), name.Get());
+    CFStringAppend(pattern.Get(), close);
+    const CFRange whole = CFRangeMake(0, CFStringGetLength(text));
+    return static_cast<int>(CFStringFindAndReplace(text, pattern.Get(), value.Get(), whole, 0));
+}
+
+}  // namespace Tova

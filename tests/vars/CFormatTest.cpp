@@ -1,0 +1,103 @@
+#include "CFormat.h"
+
+#include "GlobalVars.h"
+#include "VarsTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+
+namespace Tova {
+namespace {
+
+constexpr unsigned cKeep = CFormat::cKeepVariables;
+
+TEST(CFormat, AppliesTheApplicationVariablesUnlessTold) {
+    tvtest::Fill(GlobalVars, {{"AppName", "Calyx"}});
+    EXPECT_STREQ(CFormat("<AppName> {AppName}", nullptr, 0).CStr(), "Calyx {AppName}");
+    EXPECT_STREQ(CFormat("<AppName> {AppName}", "{}<>", 6).CStr(), "<AppName> Calyx");
+    EXPECT_STREQ(CFormat("<AppName>", "<", 0).CStr(), "<AppName>");
+    EXPECT_STREQ(CFormat(nullptr, nullptr, 0).CStr(), "");
+    CFormat later("<AppName>", nullptr, cKeep);
+    EXPECT_STREQ(later.CStr(), "<AppName>");
+    EXPECT_EQ(later.Apply(GlobalVars), 1);
+    EXPECT_STREQ(later.CStr(), "Calyx");
+    GlobalVars.Empty();
+}
+
+TEST(CFormat, ItemFillsEveryPlaceholderOfAName) {
+    const struct {
+        const char* text;
+        const char* delimiters;
+        bool filled;
+        const char* expected;
+    } cases[] = {
+        {"<n:05>|<n:0>|<n:3d>|<n:3s>|<n:>|<n>", nullptr, true, "000ab|ab| ab| ab|ab|ab"},
+        {"<n:0000000004>", nullptr, true, "00ab"},
+        {"<n:00000000004> <n", nullptr, false, "<n:00000000004> <n"},
+        {"<nn> <m> <N> <nn<n>><<n>", nullptr, true, "<nn> <m> <N> <nnab><ab"},
+        {"<n:0<n>", nullptr, true, "ab"},
+        {"<n:a<n:0000000004>", nullptr, true, "<n:a00ab"},
+        {"{n} <n>", "{}", true, "ab <n>"},
+        {"%n%n%", "%%", true, "abn%"},
+        {"<n>", "<", false, "<n>"},
+    };
+    for (const auto& c : cases) {
+        CFormat format(c.text, c.delimiters, cKeep);
+        EXPECT_EQ(format.Item("n", "ab", CFormat::FmtString), c.filled) << c.text;
+        EXPECT_STREQ(format.CStr(), c.expected);
+        EXPECT_EQ(format.Length(), static_cast<int>(std::string_view(c.expected).size()));
+    }
+}
+
+TEST(CFormat, RefusedPlaceholdersDisappear) {
+    // Inserts its format specification, and refuses where there is none.
+    const auto echo = [](char* spec, const void* data, CString& out) {
+        out = spec;
+        return *spec != '\0' && data != nullptr;
+    };
+    CFormat format("a<n:1>b<n>c<n:22>", nullptr, cKeep);
+    EXPECT_FALSE(format.Item("n", "", nullptr));
+    EXPECT_TRUE(format.Item("n", "", echo));
+    EXPECT_STREQ(format.CStr(), "a1bc22");
+    CFormat refused("a<n:1>b<n>", nullptr, cKeep);
+    EXPECT_FALSE(refused.Item("n", nullptr, echo));
+    EXPECT_STREQ(refused.CStr(), "ab");
+}
+
+TEST(CFormat, GetNextVarStartsWhereItIsTold) {
+    const char* const text = "a<n:x><m><n:y>b";
+    for (const auto& [start, name, position, left] : {std::tuple(0, "n", 1, "a<m><n:y>b"),
+                                                      {2, "n", 9, "a<n:x><m>b"},
+                                                      {0, "m", 6, "a<n:x><n:y>b"},
+                                                      {10, "n", -1, text},
+                                                      {-1, "n", -1, text},
+                                                      {15, "n", -1, text},
+                                                      {INT_MAX, "n", -1, text}}) {
+        CFormat format(text, nullptr, cKeep);
+        char spec[CFormat::cMaxSpecLength + 1] = "";
+        EXPECT_EQ(format.GetNextVar(start, name, spec), position) << start;
+        EXPECT_STREQ(format.CStr(), left);
+    }
+}
+
+TEST(CFormat, DecodesSpecifications) {
+    for (const auto& [spec, valid, type, pad, width] : {std::tuple("", true, '\0', ' ', 0),
+                                                        {"0", true, '\0', '0', 0},
+                                                        {"05x", true, 'x', '0', 5},
+                                                        {"00012d9", true, 'd', '0', 12},
+                                                        {"10s", false, '\0', ' ', 10},
+                                                        {"-5d", false, '\0', ' ', 0},
+                                                        {"9999999999", true, '\0', ' ', INT_MAX}}) {
+        std::string text(spec);
+        CFormat::FmtSpec decoded{'?', '?', -1};
+        EXPECT_EQ(CFormat::DecodeFormatSpec(text.data(), decoded), valid) << spec;
+        EXPECT_EQ(std::tuple(decoded.type, decoded.pad, decoded.width),
+                  std::tuple(type, pad, width))
+            << spec;
+    }
+}
+
+}  // namespace
+}  // namespace Tova

@@ -1,0 +1,124 @@
+#include "CVarList.h"
+
+#include "AllocationFailure.h"
+#include "GlobalVars.h"
+#include "VarsTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace Tova {
+namespace {
+
+using tvtest::Dump;
+using tvtest::Fill;
+
+TEST(CVarList, SettingFollowsPlaceAndFixedRules) {
+    const struct {
+        tvtest::Pairs sets;
+        const char* expected;
+    } cases[] = {
+        {{{"a", "1"}, {"b", "2"}, {"A", "0"}, {"a", "3"}}, "a=3;b=2;A=0"},
+        {{{"%a", "1"}, {"a", "2"}, {"%a", "3"}}, "%a=1"},
+        {{{"a", "1"}, {"%a", "2"}, {"a", "3"}}, "%a=2"},
+        {{{"", "1"}, {"%", "2"}, {"", "3"}, {"%%a", "4"}}, "%=2;%%a=4"},
+    };
+    for (const auto& c : cases) {
+        CVarList list;
+        Fill(list, c.sets);
+        EXPECT_EQ(Dump(list), c.expected);
+    }
+    CVarList list;
+    list.SetValue("yes", true, false);
+    list.SetValue("no", false, true);
+    list.SetValue("long", 0x1FFFFFFFBL, false);
+    list.SetValue("null", static_cast<const char*>(nullptr), false);
+    list.SetValue(nullptr, "x", false);
+    EXPECT_EQ(Dump(list), "yes=1;%no=0;long=-5;null=");
+    CString value("before");
+    EXPECT_FALSE(list.GetValue("absent", value));
+    EXPECT_STREQ(value.CStr(), "");
+    EXPECT_EQ(list.GetValue(nullptr), nullptr);
+}
+
+TEST(CVarList, TakesValuesFromOtherListsAndItself) {
+    CVarList list;
+    Fill(list, {{"a", "long enough not to be the same block"}, {"%Maj", "7"}});
+    list.SetValue("a", list.GetValue("a") + 5, false);
+    list.SetValue("%%c", "3", false);  // named "%c", so that adding the list to itself adds "c"
+    list += list;
+    CVarList other;
+    Fill(other, {{"Key", "k"}, {"%a", "new"}, {"Maj", "9"}});
+    list += other;
+    EXPECT_EQ(Dump(list), "%a=new;%Maj=7;%%c=3;%c=3;Key=k");
+}
+
+// Crosses the length from which look-ups are hashed; destruction must not recurse.
+TEST(CVarList, LongListsKeepOrderAndFindEverything) {
+    CVarList list;
+    for (int i = 0; i < 100000; ++i) {
+        list.SetValue(std::to_string(i).c_str(), std::to_string(-i).c_str(), false);
+        for (int j = 0; i < 40 && j <= i; ++j) {
+            ASSERT_EQ(list.GetValue(std::to_string(j).c_str()), std::to_string(-j));
+        }
+        ASSERT_EQ(list.GetValue("x"), nullptr);
+    }
+    int i = 0;
+    for (const CVar* var = list.First(); var != nullptr; var = var->Next(), ++i) {
+        ASSERT_EQ(var->Name(), std::to_string(i));
+        ASSERT_EQ(list.FindVar(var->Name()), var);
+    }
+    EXPECT_EQ(i, 100000);
+    list.Empty();
+    Fill(list, {{"1", "again"}});
+    EXPECT_EQ(Dump(list), "1=again");
+}
+
+TEST(CVarList, WritesTheListAsAQuery) {
+    CVarList list;
+    CString out("before");
+    EXPECT_EQ(list.GetValues(out), 0);
+    EXPECT_STREQ(out.CStr(), "");
+    Fill(list, {{"a b", "1&2"}, {"c", ""}, {"e", "x@y+z~"}, {"u", "caf\xC3\xA9 au lait"}});
+    EXPECT_EQ(list.GetValues(out), 4);
+    EXPECT_STREQ(out.CStr(), "a+b=1%262&c=&e=x%40y%2Bz~&u=caf%");
+}
+
+// With 15 variables the next one also makes the table for look-ups.
+TEST(CVarList, IsAsBeforeWhenAnAllocationFails) {
+    for (const int before : {0, 15, 16}) {
+        bool failed = true;
+        for (int n = 0; failed; ++n) {
+            CVarList list;
+            for (int i = 0; i < before; ++i) {
+                list.SetValue(std::to_string(i).c_str(), "old", false);
+            }
+            const std::string was = Dump(list);
+            {
+                const tvtest::FailAllocation fail(n);
+                try {
+                    list.SetValue("%new", "a value", false);
+                } catch (const std::bad_alloc&) {
+                }
+                failed = fail.HasFailed();
+            }
+            EXPECT_TRUE(!failed || Dump(list) == was);
+            list.SetValue("%new", "a value", false);
+            EXPECT_STREQ(list.GetValue("new"), "a value");
+        }
+    }
+}
+
+TEST(GlobalVars, ValuesReferToOtherVariables) {
+    CString value("before");
+    EXPECT_FALSE(AppGetVariable("Title", value));
+    EXPECT_STREQ(value.CStr(), "");
+    Fill(GlobalVars, {{"Title", "<App> <Maj>"}, {"App", "Calyx"}, {"Maj", "7"}});
+    EXPECT_TRUE(AppGetVariable("Title", value));
+    EXPECT_STREQ(value.CStr(), "Calyx 7");
+    GlobalVars.Empty();
+}
+
+}  // namespace
+}  // namespace Tova
