@@ -1,0 +1,67 @@
+#include "CNWRegistry.h"
+
+#include "CFRef.h"
+#include "CLocalFileSystem.h"
+#include "GlobalVars.h"
+#include "RegErrors.h"
+
+namespace Tova {
+
+CErrorTableEntry RegErrors[2] = {{S_RegIsDirectory, "S_RegIsDirectory"},
+                                 {S_RegIsValue, "S_RegIsValue"}};
+CErrorTable RegErrorTable("Reg", 6, 2, RegErrors);
+
+namespace {
+
+constexpr char cDefaultLocation[] = "[MachineAppDataDir]/Nimbus Works/Nimbus Works Registry";
+constexpr char cLocationVar[] = "NWRegistry";
+constexpr char cNoUserName[] = "NoUsername";
+
+// The name of the current user's directory, a valid one whatever the user is called.
+CString UserDirName() {
+    CString name;
+    const CFRef<CFStringRef> user(CSCopyUserName(true));
+    if (!user || !name.CopyFromCFString(user.Get(), kCFStringEncodingInvalidId) || name.IsEmpty()) {
+        name = cNoUserName;
+    }
+    CRegDir::FixName(name);
+    return name;
+}
+
+}  // namespace
+
+CNWRegistry::CNWRegistry(const char* appKey)
+    : CFileRegistry(CFSPath(), true), hasApplication_(appKey != nullptr) {
+    // Left empty by a location that cannot be expanded; then there is no file to read.
+    FindRegistry(registryPath_);
+    filePath_.Copy(registryPath_);
+    Read();  // without a file, or with a damaged one, there is less to find and no more to do
+    if (hasApplication_) {
+        OpenOrCreate(appKey, appDir_);
+    }
+    OpenOrCreate(UserDirName().CStr(), userDir_);
+}
+
+RStatus CNWRegistry::FindRegistry(CFSPath& path) {
+    CString location;
+    if (const char* custom = GlobalVars.GetValue(cLocationVar); custom != nullptr) {
+        location = custom;
+        GlobalVars.Apply(location, nullptr);
+    } else {
+        location = cDefaultLocation;
+    }
+    return LFS.MakePath(location.CStr(), path);
+}
+
+void CNWRegistry::OpenOrCreate(const char* path, CRegDir& out) {
+    if (!IsRead() || !OpenDir(path, out)) {
+        // Without success `out` stays on no node, where nothing is found.
+        CreateDir(path, out);
+    }
+}
+
+bool CNWRegistry::ReadAppValue(const char* name, CString& out) const {
+    return appDir_.GetValue(name, out);
+}
+
+}  // namespace Tova

@@ -1,0 +1,305 @@
+#include "CRegDir.h"
+
+#include "Ch.h"
+#include "Str.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+namespace Tova {
+
+namespace {
+
+// The most characters a valid name has.
+constexpr int cMaxName = 64;
+// One segment of a path that is to be made, with its NUL.
+constexpr std::size_t cSegmentSize = 80;
+// Any number as text, in any radix, with sign and NUL.
+constexpr std::size_t cNumberSize = 66;
+
+}  // namespace
+
+CRegDir::CRegDir(const CRegDir& other) {
+    SetNode(other.node_);
+}
+
+CRegDir::~CRegDir() {
+    ReleaseNode();
+}
+
+CRegDir& CRegDir::operator=(const CRegDir& other) {
+    if (this != &other && other.node_ != nullptr) {
+        SetNode(other.node_);
+    }
+    return *this;
+}
+
+CRegNode* CRegDir::SetNode(CRegNode* node) {
+    if (node != nullptr) {
+        ++node->handleCount_;
+    }
+    if (node_ != nullptr) {
+        --node_->handleCount_;
+    }
+    return std::exchange(node_, node);
+}
+
+CRegNode* CRegDir::ReleaseNode() {
+    return SetNode(nullptr);
+}
+
+CRegNode* CRegDir::DeepFind(const char* path) const {
+    return node_ == nullptr ? nullptr : node_->DeepFind(path);
+}
+
+const char* CRegDir::GetName() const {
+    return node_ == nullptr ? nullptr : node_->GetName();
+}
+
+RStatus CRegDir::GetNodeType(const char* path) const {
+    const CRegNode* found = DeepFind(path);
+    if (found == nullptr) {
+        return ErrNotFound;
+    }
+    return found->IsDirectory() ? S_RegIsDirectory : S_RegIsValue;
+}
+
+bool CRegDir::OpenDir(const char* path, CRegDir& out) const {
+    CRegNode* found = DeepFind(path);
+    if (found == nullptr || !found->IsDirectory()) {
+        return false;
+    }
+    out.SetNode(found);
+    return true;
+}
+
+bool CRegDir::CreateSubDir(const char* name, CRegDir& out) {
+    if (node_ == nullptr || name == nullptr) {
+        return false;
+    }
+    CRegNode* found = node_->Find(name, 0);
+    if (found == nullptr) {
+        if (!ValidName(name)) {
+            return false;
+        }
+        found = node_->AddChild(RegNodeType::Directory, name, nullptr);
+    } else if (!found->IsDirectory()) {
+        return false;
+    }
+    out.SetNode(found);
+    return true;
+}
+
+bool CRegDir::CreateParentDirs(const char*& path, CRegDir& out) {
+    if (node_ == nullptr || path == nullptr) {
+        return false;
+    }
+    CRegDir parent(*this);
+    while (const char* slash = std::strchr(path, '/')) {
+        const auto length = static_cast<std::size_t>(slash - path);
+        char segment[cSegmentSize];
+        if (length >= cSegmentSize) {
+            return false;
+        }
+        std::memcpy(segment, path, length);
+        segment[length] = '\0';
+        if (!parent.CreateSubDir(segment, parent)) {
+            return false;
+        }
+        path = slash + 1;
+    }
+    out.SetNode(parent.node_);
+    return true;
+}
+
+bool CRegDir::CreateDir(const char* path, CRegDir& out) {
+    CRegDir parent;
+    return CreateParentDirs(path, parent) && parent.CreateSubDir(path, out);
+}
+
+bool CRegDir::SetValue(const char* path, const char* value) {
+    CRegDir parent;
+    if (!CreateParentDirs(path, parent)) {
+        return false;
+    }
+    if (CRegNode* found = parent.node_->Find(path, 0); found != nullptr) {
+        if (found->IsDirectory()) {
+            return false;
+        }
+        found->SetValue(value);
+        return true;
+    }
+    if (!ValidName(path)) {
+        return false;
+    }
+    parent.node_->AddChild(RegNodeType::Value, path, value);
+    return true;
+}
+
+bool CRegDir::SetValue(const char* path, long value) {
+    char text[cNumberSize];
+    return SetValue(path, Str::ToString(value, text, 10));
+}
+
+bool CRegDir::SetValue(const char* path, unsigned long value) {
+    char text[cNumberSize];
+    return SetValue(path, Str::ToString(value, text, 10, false));
+}
+
+const char* CRegDir::GetValue(const char* path) const {
+    const CRegNode* found = DeepFind(path);
+    return found == nullptr || found->IsDirectory() ? nullptr : found->GetValue();
+}
+
+bool CRegDir::GetValue(const char* path, CString& out) const {
+    const char* text = GetValue(path);
+    if (text == nullptr) {
+        return false;
+    }
+    out = text;
+    return true;
+}
+
+bool CRegDir::GetValue(const char* path, int& out) const {
+    const char* text = GetValue(path);
+    if (text == nullptr) {
+        return false;
+    }
+    out = static_cast<int>(std::strtol(text, nullptr, 10));
+    return true;
+}
+
+bool CRegDir::GetValue(const char* path, unsigned& out) const {
+    const char* text = GetValue(path);
+    if (text == nullptr) {
+        return false;
+    }
+    out = static_cast<unsigned>(std::strtoul(text, nullptr, 10));
+    return true;
+}
+
+bool CRegDir::EnumEntry(int i, CString& out) const {
+    const CRegNode* entry = node_ == nullptr ? nullptr : node_->Index(i);
+    if (entry == nullptr) {
+        return false;
+    }
+    out = entry->GetName();
+    return true;
+}
+
+void CRegDir::AddComment(const char* text) {
+    if (node_ != nullptr) {
+        node_->AddChild(RegNodeType::Comment, nullptr, text);
+    }
+}
+
+// Depth first, with the directories under way on a stack of our own. When the target is not below
+// the source at the start, none of its directories comes to be below the one it is copied from.
+bool CRegDir::CopyDir(const CRegDir& source) {
+    if (node_ == nullptr || source.node_ == nullptr) {
+        return false;
+    }
+    for (const CRegNode* above = node_->Parent(); above != nullptr; above = above->Parent()) {
+        if (above == source.node_) {
+            return false;
+        }
+    }
+    struct Level {
+        CRegNode* source;
+        CRegDir target;
+        const CRegNode* copied;
+    };
+    std::vector<Level> levels{{source.node_, *this, nullptr}};
+    while (!levels.empty()) {
+        Level& level = levels.back();
+        const CRegNode* entry =
+            level.copied == nullptr ? level.source->FirstEntry() : level.copied->NextEntry();
+        if (entry == nullptr) {
+            levels.pop_back();
+            continue;
+        }
+        level.copied = entry;
+        CRegNode* found = level.source->DeepFind(entry->GetName());
+        if (found == nullptr) {
+            return false;
+        }
+        if (found->IsDirectory()) {
+            CRegDir target;
+            if (!level.target.CreateDir(entry->GetName(), target)) {
+                return false;
+            }
+            levels.push_back({found, target, nullptr});
+        } else if (found->GetValue() == nullptr) {
+            return false;
+        } else {
+            // A name that is a directory's here is passed over: the rest is still worth copying.
+            level.target.SetValue(entry->GetName(), found->GetValue());
+        }
+    }
+    return true;
+}
+
+bool CRegDir::Delete(const char* path) {
+    CRegNode* found = DeepFind(path);
+    delete found;
+    return found != nullptr;
+}
+
+bool CRegDir::ValidNameChar(int c) {
+    switch (c) {
+    case -1:
+    case '\0':
+    case '\t':
+    case '\n':
+    case ' ':
+    case ';':
+    case '=':
+    case '\\':
+    case '{':
+    case '}':
+        return false;
+    default:
+        return true;
+    }
+}
+
+bool CRegDir::ValidName(const char* name) {
+    if (name == nullptr || !Ch::IsAlpha(*name)) {
+        return false;
+    }
+    int length = 1;
+    for (const char* at = name + 1; *at != '\0'; ++at) {
+        if (!ValidNameChar(static_cast<signed char>(*at)) || ++length > cMaxName) {
+            return false;
+        }
+    }
+    return true;
+}
+
+char* CRegDir::FixName(char* name) {
+    if (strnlen(name, cMaxName + 1) > cMaxName) {
+        name[cMaxName] = '\0';
+    }
+    if (*name == '\0') {
+        name[1] = '\0';
+    }
+    if (!Ch::IsAlpha(*name)) {
+        *name = 'X';
+    }
+    for (char* at = name; *at != '\0'; ++at) {
+        if (!ValidNameChar(static_cast<signed char>(*at))) {
+            *at = '_';
+        }
+    }
+    return name;
+}
+
+void CRegDir::FixName(CString& name) {
+    FixName(name.Lock(std::max(name.Length() + 1, 2)));
+    name.Unlock();
+}
+
+}  // namespace Tova

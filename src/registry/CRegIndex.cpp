@@ -1,0 +1,119 @@
+#include "CRegIndex.h"
+
+#include "CRegNode.h"
+
+#include <utility>
+
+namespace Tova {
+
+namespace {
+
+bool HasFindableName(const CRegNode& node) {
+    return node.GetType() != RegNodeType::Comment && node.GetName() != nullptr;
+}
+
+}  // namespace
+
+CRegIndex::CRegIndex(const CRegNode& directory) : directory_(directory) {
+    byName_.reserve(static_cast<std::size_t>(directory.childCount_));
+    for (CRegNode* child = directory.firstChild_; child != nullptr; child = child->nextSibling_) {
+        Add(child);
+    }
+}
+
+CRegPrefixTree::Item CRegIndex::ItemOf(CRegNode* child) {
+    return {.name = child->GetName(), .position = child->position_, .node = child};
+}
+
+void CRegIndex::Add(CRegNode* child) {
+    if (!HasFindableName(*child)) {
+        return;
+    }
+    ++byName_.try_emplace(child->GetName(), Namesakes{child, 0}).first->second.count;
+    if (byPrefix_) {
+        byPrefix_->Insert(ItemOf(child));
+    }
+}
+
+void CRegIndex::Remove(CRegNode* child) noexcept {
+    MoveOffCursor(child);
+    if (!HasFindableName(*child)) {
+        return;
+    }
+    if (byPrefix_) {
+        byPrefix_->Remove(ItemOf(child));
+    }
+    const auto found = byName_.find(child->GetName());
+    const int left = --found->second.count;
+    if (found->second.first != child) {
+        return;
+    }
+    // The key is a view of the name that goes, so the next of that name brings its own. Taking the
+    // element out and putting it back allocates nothing.
+    auto element = byName_.extract(found);
+    if (left > 0) {
+        CRegNode* next = child->nextSibling_;
+        while (!HasFindableName(*next) || next->GetName() != element.key()) {
+            next = next->nextSibling_;
+        }
+        element.key() = next->GetName();
+        element.mapped() = {next, left};
+        byName_.insert(std::move(element));
+    }
+}
+
+CRegNode* CRegIndex::FindExact(std::string_view name) const {
+    const auto found = byName_.find(name);
+    return found == byName_.end() ? nullptr : found->second.first;
+}
+
+CRegNode* CRegIndex::FindPrefix(std::string_view prefix) {
+    if (!byPrefix_) {
+        auto tree = std::make_unique<CRegPrefixTree>();
+        for (CRegNode* child = directory_.firstChild_; child != nullptr;
+             child = child->nextSibling_) {
+            if (HasFindableName(*child)) {
+                tree->Insert(ItemOf(child));
+            }
+        }
+        byPrefix_ = std::move(tree);
+    }
+    return byPrefix_->FindFirst(prefix);
+}
+
+CRegNode* CRegIndex::Entry(int i) {
+    if (i < 0) {
+        return nullptr;
+    }
+    if (cursor_ == nullptr || i < cursorIndex_ / 2) {
+        cursor_ = directory_.FirstEntry();
+        cursorIndex_ = 0;
+    }
+    while (cursor_ != nullptr && cursorIndex_ > i) {
+        cursor_ = cursor_->PreviousEntry();
+        --cursorIndex_;
+    }
+    while (cursor_ != nullptr && cursorIndex_ < i) {
+        CRegNode* next = cursor_->NextEntry();
+        if (next == nullptr) {
+            return nullptr;  // the cursor stays on the last entry
+        }
+        cursor_ = next;
+        ++cursorIndex_;
+    }
+    return cursor_;
+}
+
+// Keeps the cursor right when `child` goes, whether it stands before, on or after it.
+void CRegIndex::MoveOffCursor(const CRegNode* child) {
+    if (cursor_ == nullptr || child->GetType() == RegNodeType::Comment ||
+        child->position_ > cursor_->position_) {
+        return;
+    }
+    if (child == cursor_) {
+        cursor_ = cursor_->PreviousEntry();
+    }
+    --cursorIndex_;
+}
+
+}  // namespace Tova

@@ -1,0 +1,64 @@
+#include "CRegistry.h"
+
+#include "CFileStream.h"
+#include "CLocalFileSystem.h"
+
+#include <cstring>
+
+namespace Tova {
+
+namespace {
+
+constexpr char cFilePrefix[] = "FILE:";
+
+}  // namespace
+
+CMemRegistry::CMemRegistry() {
+    SetNode(new CRegNode(RegNodeType::Directory, nullptr, "(root)", nullptr));
+}
+
+CMemRegistry::~CMemRegistry() {
+    delete ReleaseNode();
+}
+
+CRegistry::CRegistry(bool /*unused*/) {}
+
+RStatus CRegistry::Read() {
+    const bool saved = flag_;
+    flag_ = false;
+    const RStatus status = DoRead();
+    if (status >= 0) {
+        read_ = true;
+    }
+    Node()->SetUnmodified();
+    flag_ = saved;
+    return status;
+}
+
+CRegistry* CRegistry::Create(const char* spec) {
+    constexpr std::size_t prefixLength = sizeof cFilePrefix - 1;
+    if (spec == nullptr || std::strncmp(spec, cFilePrefix, prefixLength) != 0) {
+        return nullptr;
+    }
+    CFSPath path;
+    // A path that cannot be expanded stays empty, and reading it says so.
+    LFS.MakePath(spec + prefixLength, path);
+    return new CFileRegistry(path, true);
+}
+
+CFileRegistry::CFileRegistry(const CFSPath& path, bool flag) : CRegistry(flag) {
+    filePath_.Copy(path);
+}
+
+RStatus CFileRegistry::DoRead() {
+    CFileStream stream;
+    RStatus status = stream.Open(filePath_, CFileStream::cReadOnly | CStream::cTranslate, nullptr);
+    if (status < 0) {
+        return status;
+    }
+    status = ReadFromStream(stream);
+    stream.Close();  // nothing was written, so nothing can be lost here
+    return status;
+}
+
+}  // namespace Tova
