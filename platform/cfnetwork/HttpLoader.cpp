@@ -1,0 +1,53 @@
+#include "HttpLoader.h"
+
+#include <dlfcn.h>
+
+#include <atomic>
+#include <climits>
+#include <cstdlib>
+
+namespace tvplatform {
+namespace {
+
+// The folder that this library was loaded from, with a "/" behind; "" when that is unknown.
+std::string OwnFolder() {
+    Dl_info info{};
+    char real[PATH_MAX];
+    // Any object of this library will do.
+    static const char marker = 0;
+    if (dladdr(&marker, &info) == 0 || info.dli_fname == nullptr ||
+        realpath(info.dli_fname, real) == nullptr) {
+        return {};
+    }
+    const std::string path(real);
+    return path.substr(0, path.rfind('/') + 1);
+}
+
+HttpOpenFunction OpenModule() {
+    const std::string folder = OwnFolder();
+    if (folder.empty()) {
+        return nullptr;
+    }
+    void* module = dlopen((folder + cHttpModule).c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr) {
+        return nullptr;
+    }
+    const auto start = reinterpret_cast<HttpStartFunction>(dlsym(module, cHttpStartFunction));
+    const auto open = reinterpret_cast<HttpOpenFunction>(dlsym(module, cHttpOpenFunction));
+    return start != nullptr && open != nullptr && start() ? open : nullptr;
+}
+
+}  // namespace
+
+// No lock: a thread may be here while it is inside dlopen itself, and opening twice is harmless.
+HttpOpenFunction LoadHttp() {
+    static constinit std::atomic<HttpOpenFunction> known{nullptr};
+    HttpOpenFunction open = known;
+    if (open == nullptr) {
+        open = OpenModule();
+        known = open;
+    }
+    return open;
+}
+
+}  // namespace tvplatform

@@ -1,0 +1,12 @@
+// Turns the HTTP library's results into stream errors.
+#pragma once
+
+#include <CoreFoundation/CFStream.h>
+#include <curl/curl.h>
+
+namespace tvplatform {
+
+// `systemError` is the errno of the last failed connection, or 0.
+CFStreamError StreamErrorOf(CURLcode result, long systemError);
+
+}  // namespace tvplatform

@@ -1,0 +1,107 @@
+// The module's entry points, and its end. libcurl, and the TLS library below it, must not run any
+// more once the latter's own exit handler has: the module stops every transfer before that.
+#include "CurlGate.h"
+#include "CurlTransfer.h"
+#include "SignalGuard.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+
+#include <cstdlib>
+
+namespace tvplatform {
+namespace {
+
+// Nobody is inside libcurl while a process forks, so the child's copy of it is in order. The
+// parent's transfers are not the child's to end: it shares their connections.
+void BeforeFork() {
+    CurlGate::Only().Close();
+}
+
+void AfterForkInParent() {
+    CurlGate::Only().Open();
+}
+
+void AfterForkInChild() {
+    TransferList::Only().Forget();
+    CurlGate::Only().Renew();
+}
+
+void AtExit() {
+    const SignalGuard signals;
+    CurlGate::Only().Close();
+    CurlGate::Only().ShutForGood();
+    TransferList::Only().CancelAll();
+    CurlGate::Only().Open();
+}
+
+// The TLS library's function that gives back what it keeps for the calling thread. Left to the
+// thread's end, that would meet its exit handler. Looked up, since libcurl's builds differ in what
+// lies below them; from libcurl, since the program may have another version of its own.
+void (*FindThreadStop())() {
+    Dl_info info{};
+    void* curl = nullptr;
+    if (dladdr(reinterpret_cast<const void*>(&curl_global_init), &info) != 0) {
+        curl = dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
+    }
+    return curl != nullptr ? reinterpret_cast<void (*)()>(dlsym(curl, "OPENSSL_thread_stop"))
+                           : nullptr;
+}
+
+// The order counts: exit runs the handlers backwards, so the one that is registered after the
+// library has initialised the TLS library runs before the TLS library's.
+bool StartLibrary() {
+    const SignalGuard signals;
+    if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
+        return false;
+    }
+    CurlGate::Only().SetLeave(FindThreadStop());
+    return std::atexit(AtExit) == 0 &&
+           pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild) == 0;
+}
+
+}  // namespace
+
+void TransferList::Add(CurlTransfer& transfer) {
+    const std::lock_guard guard(lock_);
+    transfers_.push_back(&transfer);
+}
+
+void TransferList::Remove(CurlTransfer& transfer) {
+    const std::lock_guard guard(lock_);
+    std::erase(transfers_, &transfer);
+}
+
+void TransferList::CancelAll() {
+    const std::lock_guard guard(lock_);
+    for (CurlTransfer* transfer : transfers_) {
+        transfer->CancelInside();
+    }
+}
+
+}  // namespace tvplatform
+
+extern "C" {
+
+// Declared by type only, in HttpTransfer.h: they are looked up by name.
+bool tvplatform_http_start_1();
+bool tvplatform_http_open_1(const tvplatform::HttpRequest& request,
+                            std::shared_ptr<tvplatform::HttpTransfer>& transfer);
+
+__attribute__((visibility("default"))) bool tvplatform_http_start_1() {
+    static const bool started = tvplatform::StartLibrary();
+    return started;
+}
+
+__attribute__((visibility("default"))) bool
+tvplatform_http_open_1(const tvplatform::HttpRequest& request,
+                       std::shared_ptr<tvplatform::HttpTransfer>& transfer) {
+    auto made = std::make_shared<tvplatform::CurlTransfer>(request);
+    if (!made->Start()) {
+        return false;
+    }
+    transfer = std::move(made);
+    return true;
+}
+
+}  // extern "C"

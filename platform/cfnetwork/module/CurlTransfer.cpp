@@ -1,0 +1,376 @@
+#include "CurlTransfer.h"
+
+#include "CurlErrors.h"
+#include "CurlGate.h"
+#include "SignalGuard.h"
+
+#include <strings.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <utility>
+
+namespace tvplatform {
+namespace {
+
+bool StartsWith(std::string_view line, std::string_view lowerCasePrefix) {
+    return line.size() >= lowerCasePrefix.size() &&
+           strncasecmp(line.data(), lowerCasePrefix.data(), lowerCasePrefix.size()) == 0;
+}
+
+bool IsBlank(std::string_view text) {
+    return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+// No exception may pass through the library: `failed` tells it instead.
+template <class Result, class Body>
+Result Guarded(Result failed, Body body) {
+    try {
+        return body();
+    } catch (const std::exception&) {
+        return failed;
+    }
+}
+
+long StatusOf(CURL* easy) {
+    long status = 0;
+    curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+    return status;
+}
+
+}  // namespace
+
+CurlTransfer::~CurlTransfer() {
+    const SignalGuard signals;
+    const CurlGate::Visit visit;
+    if (visit) {
+        CancelInside();
+    }
+    TransferList::Only().Remove(*this);
+}
+
+bool CurlTransfer::Start() {
+    const SignalGuard signals;
+    const CurlGate::Visit visit;
+    if (!visit) {
+        return false;
+    }
+    TransferList::Only().Add(*this);
+    const std::lock_guard guard(curlLock_);
+    easy_ = curl_easy_init();
+    multi_ = curl_multi_init();
+    if (easy_ == nullptr || multi_ == nullptr || !SetOptions() ||
+        curl_multi_add_handle(multi_, easy_) != CURLM_OK) {
+        FreeHandles();
+        return false;
+    }
+    lastByte_ = Clock::now();
+    return true;
+}
+
+bool CurlTransfer::SetOptions() {
+    for (const std::string& header : request_.headers) {
+        curl_slist* longer = curl_slist_append(headerList_, header.c_str());
+        if (longer == nullptr) {
+            return false;
+        }
+        headerList_ = longer;
+    }
+    bool good = true;
+    const auto set = [&](CURLoption option, auto value) {
+        good = good && curl_easy_setopt(easy_, option, value) == CURLE_OK;
+    };
+    set(CURLOPT_URL, request_.url.c_str());
+    set(CURLOPT_PROTOCOLS_STR, "http,https");
+    set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    set(CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
+    set(CURLOPT_HTTP09_ALLOWED, 0L);
+    set(CURLOPT_PATH_AS_IS, 1L);
+    set(CURLOPT_FOLLOWLOCATION, request_.followRedirects ? 1L : 0L);
+    set(CURLOPT_MAXREDIRS, static_cast<long>(request_.maxRedirects));
+    set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request_.connectLimit.count()));
+    set(CURLOPT_NOSIGNAL, 1L);
+    // An abort does not wait for a thread that asks a name server.
+    set(CURLOPT_QUICK_EXIT, 1L);
+    set(CURLOPT_NETRC, long{CURL_NETRC_IGNORED});
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    set(CURLOPT_SSL_VERIFYPEER, 1L);
+    set(CURLOPT_SSL_VERIFYHOST, 2L);
+    set(CURLOPT_HTTPHEADER, headerList_);
+    set(CURLOPT_WRITEFUNCTION, &OnBody);
+    set(CURLOPT_WRITEDATA, static_cast<void*>(this));
+    set(CURLOPT_HEADERFUNCTION, &OnHeader);
+    set(CURLOPT_HEADERDATA, static_cast<void*>(this));
+    SetTrust();
+    curl_multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, &OnSocket);
+    curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
+    curl_multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, &OnTimer);
+    curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
+    return good;
+}
+
+// The library itself knows the system's store only; the variables are the tools' convention.
+void CurlTransfer::SetTrust() {
+    if (const char* file = secure_getenv("SSL_CERT_FILE"); file != nullptr && *file != '\0') {
+        curl_easy_setopt(easy_, CURLOPT_CAINFO, file);
+        curl_easy_setopt(easy_, CURLOPT_PROXY_CAINFO, file);
+    }
+    if (const char* folder = secure_getenv("SSL_CERT_DIR"); folder != nullptr && *folder != '\0') {
+        curl_easy_setopt(easy_, CURLOPT_CAPATH, folder);
+        curl_easy_setopt(easy_, CURLOPT_PROXY_CAPATH, folder);
+    }
+}
+
+int CurlTransfer::OnSocket(CURL*, curl_socket_t socket, int what, void* self, void*) {
+    return Guarded(-1, [=] {
+        static_cast<CurlTransfer*>(self)->SetSocket(socket, what);
+        return 0;
+    });
+}
+
+void CurlTransfer::SetSocket(curl_socket_t socket, int what) {
+    std::erase_if(sockets_, [socket](const pollfd& known) { return known.fd == socket; });
+    if (what != CURL_POLL_REMOVE) {
+        const int events =
+            ((what & CURL_POLL_IN) != 0 ? POLLIN : 0) | ((what & CURL_POLL_OUT) != 0 ? POLLOUT : 0);
+        sockets_.push_back({socket, static_cast<short>(events), 0});
+    }
+}
+
+int CurlTransfer::OnTimer(CURLM*, long milliseconds, void* self) {
+    static_cast<CurlTransfer*>(self)->timer_ =
+        milliseconds < 0 ? Clock::time_point::max()
+                         : Clock::now() + std::chrono::milliseconds(milliseconds);
+    return 0;
+}
+
+size_t CurlTransfer::OnBody(char* bytes, size_t size, size_t count, void* self) {
+    return Guarded(size_t{0}, [=] {
+        return static_cast<CurlTransfer*>(self)->TakeBody({bytes, size * count});
+    });
+}
+
+size_t CurlTransfer::TakeBody(std::string_view bytes) {
+    lastByte_ = Clock::now();
+    const std::lock_guard guard(dataLock_);
+    if (unread_.size() - unreadStart_ >= request_.maxUnread) {
+        paused_ = true;
+        return CURL_WRITEFUNC_PAUSE;
+    }
+    // What was read is dropped before the text would have to grow for it.
+    if (unreadStart_ > 0 && unread_.size() + bytes.size() > unread_.capacity()) {
+        unread_.erase(0, unreadStart_);
+        unreadStart_ = 0;
+    }
+    unread_.append(bytes);
+    state_.hasBytes = !unread_.empty();
+    return bytes.size();
+}
+
+size_t CurlTransfer::OnHeader(char* bytes, size_t size, size_t count, void* self) {
+    return Guarded(size_t{0}, [=] {
+        const bool good = static_cast<CurlTransfer*>(self)->TakeHeaderLine({bytes, size * count});
+        return good ? size * count : 0;
+    });
+}
+
+bool CurlTransfer::TakeHeaderLine(std::string_view line) {
+    lastByte_ = Clock::now();
+    headerBytes_ += line.size();
+    if (headerBytes_ > request_.maxHeader) {
+        return false;
+    }
+    // A header field may look like a status line, so that it is not enough to begin like one.
+    const bool isFirst = std::exchange(nextIsFirst_, IsBlank(line));
+    if (isFirst && StartsWith(line, "http/") && !TakeStatusLine()) {
+        return false;
+    }
+    {
+        const std::lock_guard guard(dataLock_);
+        if (state_.opened) {
+            return true;  // A trailer.
+        }
+    }
+    if (StartsWith(line, "location:")) {
+        hasLocation_ |= !IsBlank(line.substr(line.find(':') + 1));
+    }
+    if (IsBlank(line)) {
+        CompleteHeader();
+    } else {
+        headerSoFar_.append(line);
+    }
+    return true;
+}
+
+// A new answer begins. From the first one that came over https on, nothing but https is followed;
+// false when that cannot be seen to.
+bool CurlTransfer::TakeStatusLine() {
+    headerSoFar_.clear();
+    hasLocation_ = false;
+    const char* scheme = nullptr;
+    curl_easy_getinfo(easy_, CURLINFO_SCHEME, &scheme);
+    return scheme == nullptr || strcasecmp(scheme, "https") != 0 ||
+           curl_easy_setopt(easy_, CURLOPT_REDIR_PROTOCOLS_STR, "https") == CURLE_OK;
+}
+
+void CurlTransfer::CompleteHeader() {
+    const long status = StatusOf(easy_);
+    const bool interim = status < 200;
+    const bool followed = request_.followRedirects && status >= 300 && status < 400 && hasLocation_;
+    if (!interim && !followed) {
+        MarkOpened();
+    }
+}
+
+void CurlTransfer::MarkOpened() {
+    const char* url = nullptr;
+    curl_easy_getinfo(easy_, CURLINFO_EFFECTIVE_URL, &url);
+    const std::lock_guard guard(dataLock_);
+    state_.opened = true;
+    header_ = headerSoFar_;
+    finalUrl_ = url != nullptr ? url : "";
+}
+
+Clock::time_point CurlTransfer::IdleDeadline() const {
+    return paused_ ? Clock::time_point::max() : lastByte_ + request_.idleLimit;
+}
+
+void CurlTransfer::Prepare(PollSet& set) {
+    const std::lock_guard guard(curlLock_);
+    if (easy_ == nullptr) {
+        return;
+    }
+    for (const pollfd& socket : sockets_) {
+        set.Add(socket.fd, socket.events);
+    }
+    set.WaitUntil(resume_ ? Clock::time_point::min() : std::min(timer_, IdleDeadline()));
+}
+
+void CurlTransfer::Step(std::span<const pollfd> polled) {
+    const SignalGuard signals;
+    const CurlGate::Visit visit;
+    const std::lock_guard guard(curlLock_);
+    if (!visit || easy_ == nullptr) {
+        return;
+    }
+    Advance(polled);
+    TakeResult();
+    if (easy_ != nullptr && Clock::now() >= IdleDeadline()) {
+        Finish(CURLE_OPERATION_TIMEDOUT);
+    }
+}
+
+void CurlTransfer::Advance(std::span<const pollfd> polled) {
+    if (resume_.exchange(false) && paused_) {
+        paused_ = false;
+        lastByte_ = Clock::now();
+        curl_easy_pause(easy_, CURLPAUSE_CONT);
+    }
+    // A failure shows as a transfer that ends, or as one that the idle limit ends.
+    int running = 0;
+    for (const pollfd& socket : polled) {
+        if (socket.revents != 0) {
+            const int events = ((socket.revents & POLLIN) != 0 ? CURL_CSELECT_IN : 0) |
+                               ((socket.revents & POLLOUT) != 0 ? CURL_CSELECT_OUT : 0) |
+                               ((socket.revents & (POLLERR | POLLHUP)) != 0 ? CURL_CSELECT_ERR : 0);
+            curl_multi_socket_action(multi_, socket.fd, events, &running);
+        }
+    }
+    if (Clock::now() >= timer_) {
+        timer_ = Clock::time_point::max();
+        curl_multi_socket_action(multi_, CURL_SOCKET_TIMEOUT, 0, &running);
+    }
+}
+
+void CurlTransfer::TakeResult() {
+    int left = 0;
+    while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+        if (message->msg == CURLMSG_DONE) {
+            Finish(message->data.result);
+            return;
+        }
+    }
+}
+
+void CurlTransfer::Finish(CURLcode result) {
+    long systemError = 0;
+    curl_easy_getinfo(easy_, CURLINFO_OS_ERRNO, &systemError);
+    {
+        const std::lock_guard guard(dataLock_);
+        // A connection that is closed inside the header passes for an answer with the library.
+        if (result == CURLE_OK && !state_.opened) {
+            result = CURLE_GOT_NOTHING;
+        }
+        state_.ended = result == CURLE_OK;
+        state_.failed = result != CURLE_OK;
+        if (state_.failed) {
+            state_.error = StreamErrorOf(result, systemError);
+        }
+    }
+    FreeHandles();
+}
+
+DriverState CurlTransfer::State() const {
+    const std::lock_guard guard(dataLock_);
+    return state_;
+}
+
+size_t CurlTransfer::Read(unsigned char* buffer, size_t size) {
+    const std::lock_guard guard(dataLock_);
+    const size_t count = std::min(size, unread_.size() - unreadStart_);
+    if (count == 0) {
+        return 0;
+    }
+    std::memcpy(buffer, unread_.data() + unreadStart_, count);
+    unreadStart_ += count;
+    const size_t left = unread_.size() - unreadStart_;
+    if (left == 0) {
+        unread_.clear();
+        unreadStart_ = 0;
+        state_.hasBytes = false;
+    }
+    if (left <= request_.maxUnread / 2) {
+        resume_ = true;
+    }
+    return count;
+}
+
+void CurlTransfer::Cancel() {
+    const SignalGuard signals;
+    if (const CurlGate::Visit visit; visit) {
+        CancelInside();
+    }
+}
+
+void CurlTransfer::CancelInside() {
+    const std::lock_guard guard(curlLock_);
+    if (easy_ != nullptr) {
+        FreeHandles();
+    }
+}
+
+void CurlTransfer::FreeHandles() {
+    if (multi_ != nullptr && easy_ != nullptr) {
+        curl_multi_remove_handle(multi_, easy_);
+    }
+    curl_easy_cleanup(easy_);
+    curl_multi_cleanup(multi_);
+    curl_slist_free_all(headerList_);
+    easy_ = nullptr;
+    multi_ = nullptr;
+    headerList_ = nullptr;
+    sockets_.clear();
+}
+
+std::string CurlTransfer::Header() const {
+    const std::lock_guard guard(dataLock_);
+    return header_;
+}
+
+std::string CurlTransfer::FinalUrl() const {
+    const std::lock_guard guard(dataLock_);
+    return finalUrl_;
+}
+
+}  // namespace tvplatform

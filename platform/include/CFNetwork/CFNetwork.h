@@ -1,0 +1,5 @@
+// HTTP messages and streams that fetch them.
+#pragma once
+
+#include <CFNetwork/CFHTTPMessage.h>
+#include <CFNetwork/CFHTTPStream.h>

@@ -1,0 +1,159 @@
+#include "LoopbackServer.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace tvtest {
+namespace {
+
+// No proxy and no certificates of whoever runs the tests, from before the first thread.
+[[maybe_unused]] const bool gIsAlone = [] {
+    for (const char* name : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY",
+                             "no_proxy", "NO_PROXY", "SSL_CERT_FILE", "SSL_CERT_DIR"}) {
+        unsetenv(name);
+    }
+    return true;
+}();
+
+// A bound socket; `port` comes back.
+int Bind(int& port) {
+    const int made = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    auto* generic = reinterpret_cast<sockaddr*>(&address);
+    if (made < 0 || bind(made, generic, length) != 0 || getsockname(made, generic, &length) != 0) {
+        throw std::runtime_error("cannot bind a loopback socket");
+    }
+    port = ntohs(address.sin_port);
+    return made;
+}
+
+}  // namespace
+
+std::string Connection::ReadRequest() const {
+    std::string request;
+    char byte = 0;
+    while (!request.ends_with("\r\n\r\n")) {
+        if (recv(socket_, &byte, 1, 0) != 1) {
+            return {};
+        }
+        request.push_back(byte);
+    }
+    return request;
+}
+
+void Connection::WaitForBytes() const {
+    char byte = 0;
+    [[maybe_unused]] const ssize_t seen = recv(socket_, &byte, 1, MSG_PEEK);
+}
+
+bool Connection::Send(std::string_view bytes) const {
+    while (!bytes.empty()) {
+        const ssize_t sent = send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (sent <= 0) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<size_t>(sent));
+    }
+    return true;
+}
+
+bool Connection::Answer(std::string_view statusAndHeaders, std::string_view body) const {
+    return Send("HTTP/1.1 " + std::string(statusAndHeaders) + "\r\nContent-Length: " +
+                std::to_string(body.size()) + "\r\n\r\n" + std::string(body));
+}
+
+void Connection::Hold() const {
+    char bytes[1024];
+    while (recv(socket_, bytes, sizeof bytes, 0) > 0) {
+    }
+}
+
+void Connection::Reset() const {
+    // The server closes the socket as soon as the handler returns.
+    const linger atOnce{1, 0};
+    setsockopt(socket_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+}
+
+LoopbackServer::LoopbackServer(Handler handler) : handler_(std::move(handler)) {
+    listener_ = Bind(port_);
+    if (listen(listener_, 64) != 0) {
+        throw std::runtime_error("cannot listen on a loopback socket");
+    }
+    acceptor_ = std::thread([this] { Accept(); });
+}
+
+LoopbackServer::~LoopbackServer() {
+    {
+        const std::lock_guard guard(lock_);
+        stopping_ = true;
+        shutdown(listener_, SHUT_RDWR);
+        for (const int socket : sockets_) {
+            shutdown(socket, SHUT_RDWR);
+        }
+    }
+    acceptor_.join();
+    for (std::thread& thread : threads_) {
+        thread.join();
+    }
+    close(listener_);
+}
+
+std::string LoopbackServer::Url(std::string_view path, std::string_view scheme) const {
+    return std::string(scheme) + "://127.0.0.1:" + std::to_string(port_) + std::string(path);
+}
+
+void LoopbackServer::Accept() {
+    for (;;) {
+        const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        const std::lock_guard guard(lock_);
+        if (socket < 0 || stopping_) {
+            if (socket >= 0) {
+                close(socket);
+            }
+            return;
+        }
+        ++accepted_;
+        sockets_.push_back(socket);
+        threads_.emplace_back([this, socket] { Serve(socket); });
+    }
+}
+
+void LoopbackServer::Serve(int socket) {
+    Connection connection(socket);
+    handler_(connection);
+    const std::lock_guard guard(lock_);
+    std::erase(sockets_, socket);
+    close(socket);
+}
+
+std::string PathOf(std::string_view request) {
+    const size_t start = request.find(' ') + 1;
+    return std::string(request.substr(start, request.find(' ', start) - start));
+}
+
+std::string HeaderOf(std::string_view request, std::string_view name) {
+    const std::string start = "\r\n" + std::string(name) + ": ";
+    const size_t found = request.find(start);
+    if (found == std::string_view::npos) {
+        return "(none)";
+    }
+    const size_t value = found + start.size();
+    return std::string(request.substr(value, request.find("\r\n", value) - value));
+}
+
+int ClosedPort() {
+    int port = 0;
+    close(Bind(port));
+    return port;
+}
+
+}  // namespace tvtest

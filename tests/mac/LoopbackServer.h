@@ -1,0 +1,75 @@
+// A server on the loopback address whose every connection is served by a function of the test, on a
+// thread of its own. It never sleeps: a peer that stalls is a connection that is held open.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace tvtest {
+
+class Connection {
+public:
+    explicit Connection(int socket) : socket_(socket) {}
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    // The header of the next request, up to and with the empty line; "" when the peer has closed.
+    std::string ReadRequest() const;
+    // Waits for the first byte and leaves it there.
+    void WaitForBytes() const;
+    // False when the peer is gone.
+    bool Send(std::string_view bytes) const;
+    // An answer with a length, after which the connection may be used again.
+    bool Answer(std::string_view statusAndHeaders, std::string_view body) const;
+    // Waits until the peer closes its end, or the server stops.
+    void Hold() const;
+    // Closes in a way that the peer sees as a reset.
+    void Reset() const;
+
+private:
+    const int socket_;
+};
+
+class LoopbackServer {
+public:
+    using Handler = std::function<void(Connection&)>;
+
+    explicit LoopbackServer(Handler handler);
+    // Closes every connection and waits for their threads.
+    ~LoopbackServer();
+    LoopbackServer(const LoopbackServer&) = delete;
+    LoopbackServer& operator=(const LoopbackServer&) = delete;
+
+    int Port() const { return port_; }
+    // "http://127.0.0.1:PORT" and the path.
+    std::string Url(std::string_view path = "/", std::string_view scheme = "http") const;
+    int Accepted() const { return accepted_; }
+
+private:
+    void Accept();
+    void Serve(int socket);
+
+    const Handler handler_;
+    int listener_ = -1;
+    int port_ = 0;
+    std::atomic<int> accepted_{0};
+    std::mutex lock_;
+    bool stopping_ = false;
+    std::vector<int> sockets_;
+    std::vector<std::thread> threads_;
+    std::thread acceptor_;
+};
+
+// The path of a request's first line.
+std::string PathOf(std::string_view request);
+// The value of a header of a request, or "(none)".
+std::string HeaderOf(std::string_view request, std::string_view name);
+// A port of the loopback address on which nobody listens.
+int ClosedPort();
+
+}  // namespace tvtest
