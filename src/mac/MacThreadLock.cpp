@@ -1,0 +1,23 @@
+#include "MacThreadLock.h"
+
+MacThreadLock::MacThreadLock(bool recursive) {
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    if (recursive) {
+        pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+    }
+    pthread_mutex_init(&mutex_, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+}
+
+MacThreadLock::~MacThreadLock() {
+    pthread_mutex_destroy(&mutex_);
+}
+
+void MacThreadLock::Lock() {
+    pthread_mutex_lock(&mutex_);
+}
+
+void MacThreadLock::Unlock() {
+    pthread_mutex_unlock(&mutex_);
+}

@@ -1,0 +1,326 @@
+#include "MacThreadedWebReader.h"
+
+#include "MacThreadGuard.h"
+#include "MacThreadedWebReaderManager.h"
+#include "MacThreadedWebReaderRef.h"
+
+#include <optional>
+
+namespace {
+
+constexpr CFOptionFlags cEvents =
+    kCFStreamEventHasBytesAvailable | kCFStreamEventErrorOccurred | kCFStreamEventEndEncountered;
+template <class T>
+using Ref = MacThreadedWebReaderRef<T>;
+
+Ref<CFReadStreamRef> MakeStream(CFStringRef text, CFStringRef userAgent) {
+    const Ref<CFURLRef> url(MacThreadedWebReader::CreateRequestUrl(text));
+    const Ref<CFHTTPMessageRef> request(
+        url ? CFHTTPMessageCreateRequest(nullptr, CFSTR("GET"), url.get(), kCFHTTPVersion1_1)
+            : nullptr);
+    if (!request) {
+        return nullptr;
+    }
+    if (userAgent != nullptr) {
+        CFHTTPMessageSetHeaderFieldValue(request.get(), CFSTR("User-Agent"), userAgent);
+    }
+    Ref<CFReadStreamRef> stream(CFReadStreamCreateForHTTPRequest(nullptr, request.get()));
+    if (stream && !CFReadStreamSetProperty(stream.get(), kCFStreamPropertyHTTPShouldAutoredirect,
+                                           kCFBooleanTrue)) {
+        stream.reset();
+    }
+    return stream;
+}
+
+}  // namespace
+
+// Counts a thread that is inside the reader on a caller's behalf.
+class MacThreadedWebReader::User {
+public:
+    explicit User(MacThreadedWebReader& reader) : reader_(reader) { ++reader_.users_; }
+    ~User() { --reader_.users_; }
+    User(const User&) = delete;
+    User& operator=(const User&) = delete;
+
+private:
+    MacThreadedWebReader& reader_;
+};
+
+// A reference for as long as an operation takes.
+class MacThreadedWebReader::Reference {
+public:
+    explicit Reference(MacThreadedWebReader& reader) : reader_(reader) { reader_.Retain(); }
+    ~Reference() { reader_.Release(); }
+    Reference(const Reference&) = delete;
+    Reference& operator=(const Reference&) = delete;
+
+private:
+    MacThreadedWebReader& reader_;
+};
+
+// Gives the claim on a read up again unless a worker takes it over.
+class MacThreadedWebReader::Claim {
+public:
+    explicit Claim(MacThreadedWebReader& reader) : reader_(&reader) {}
+    ~Claim() {
+        if (reader_ != nullptr) {
+            reader_->GiveUpClaim();
+        }
+    }
+    Claim(const Claim&) = delete;
+    Claim& operator=(const Claim&) = delete;
+
+    void PassToWorker() { reader_ = nullptr; }
+
+private:
+    MacThreadedWebReader* reader_;
+};
+
+// Keeps the calling thread from being cancelled half-way through a handshake.
+class MacThreadedWebReader::CancellationOff {
+public:
+    CancellationOff() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
+    ~CancellationOff() { pthread_setcancelstate(before_, nullptr); }
+    CancellationOff(const CancellationOff&) = delete;
+    CancellationOff& operator=(const CancellationOff&) = delete;
+
+private:
+    int before_ = PTHREAD_CANCEL_ENABLE;
+};
+
+constinit MacThreadedWebReaderManager MacThreadedWebReaderManager::sSingleton;
+std::atomic<int32_t> MacThreadedWebReader::sSerialNumber{1};
+
+MacThreadedWebReader* MacThreadedWebReader::Create() {
+    auto* reader = new MacThreadedWebReader;
+    try {
+        MacThreadedWebReaderManager::sSingleton.Add(reader);
+    } catch (...) {
+        delete reader;
+        throw;
+    }
+    return reader;
+}
+
+MacThreadedWebReader::MacThreadedWebReader() : serialNumber_(sSerialNumber++) {
+    threadAttributesValid_ =
+        pthread_attr_init(&threadAttributes_) == 0 &&
+        pthread_attr_setdetachstate(&threadAttributes_, PTHREAD_CREATE_DETACHED) == 0;
+}
+
+MacThreadedWebReader::~MacThreadedWebReader() {
+    pthread_attr_destroy(&threadAttributes_);
+    if (wakeSource_ != nullptr) {
+        CFRelease(wakeSource_);
+    }
+    // Left by a stream that failed to open; AbortRead releases every other one.
+    if (stream_ != nullptr) {
+        CFRelease(stream_);
+    }
+}
+
+void MacThreadedWebReader::Retain() {
+    MacThreadedWebReaderManager::sSingleton.Retain(this);
+}
+
+int MacThreadedWebReader::Release() {
+    return MacThreadedWebReaderManager::sSingleton.Release(this);
+}
+
+int MacThreadedWebReader::GetRefCount() const {
+    return MacThreadedWebReaderManager::sSingleton.GetRefCount(this);
+}
+
+int MacThreadedWebReader::GetState() const {
+    const MacThreadLockHolder hold(streamLock_);
+    return stream_ != nullptr ? static_cast<int>(CFReadStreamGetStatus(stream_)) : state_.load();
+}
+
+CFURLRef MacThreadedWebReader::CreateRequestUrl(CFStringRef url) {
+    const Ref<CFStringRef> decoded(CFURLCreateStringByReplacingPercentEscapesUsingEncoding(
+        nullptr, url, CFSTR(""), CFStringGetSystemEncoding()));
+    if (!decoded) {
+        return nullptr;
+    }
+    const Ref<CFStringRef> escaped(CFURLCreateStringByAddingPercentEscapes(
+        nullptr, decoded.get(), nullptr, nullptr, kCFStringEncodingUTF8));
+    return escaped ? CFURLCreateWithString(nullptr, escaped.get(), nullptr) : nullptr;
+}
+
+int MacThreadedWebReader::StartRead(CFStringRef url, CFStringRef userAgent, Callback callback,
+                                    void* context) {
+    if (url == nullptr) {
+        return -2;
+    }
+    const User user(*this);
+    if (!ClaimRead()) {
+        return -1;
+    }
+    Claim claim(*this);
+    if (wakeSource_ == nullptr) {
+        CFRunLoopSourceContext sourceContext{};
+        sourceContext.info = this;
+        sourceContext.perform = TerminateThreadPerform;
+        wakeSource_ = CFRunLoopSourceCreate(nullptr, 0, &sourceContext);
+    }
+    callback_ = callback;
+    context_ = context;
+    const Ref<CFReadStreamRef> stream = MakeStream(url, userAgent);
+    CFStreamClientContext clientContext{};
+    clientContext.info = this;
+    const bool good = wakeSource_ != nullptr && stream &&
+                      CFReadStreamSetClient(stream.get(), cEvents, ReadStreamProc, &clientContext);
+    SetStream(good ? stream.get() : nullptr);
+    if (!good) {
+        return -3;
+    }
+    claim.PassToWorker();
+    return StartWorker(reads_);
+}
+
+// Progress changes only once the read is known to be allowed.
+bool MacThreadedWebReader::ClaimRead() {
+    bool claimed = false;
+    progress_.Update([&](int&) { claimed = !busy_.exchange(true); });
+    if (!claimed) {
+        return false;
+    }
+    const int state = GetState();
+    if (state != kCFStreamStatusNotOpen && state != kCFStreamStatusClosed &&
+        state != kCFStreamStatusError) {
+        GiveUpClaim();
+        return false;
+    }
+    progress_.Update([&](int& progress) {
+        ++reads_;
+        progress = cStarting;
+    });
+    return true;
+}
+
+void MacThreadedWebReader::GiveUpClaim() {
+    progress_.Update([&](int&) { busy_ = false; });
+}
+
+// Without a thread the wait for the worker never ends; kept so. The lock keeps the worker from
+// delivering an event before the caller has seen that it started: that event's abort would find the
+// handshake half done.
+int MacThreadedWebReader::StartWorker(ReadNumber read) {
+    const MacThreadLockHolder hold(handshakeLock_);
+    auto& manager = MacThreadedWebReaderManager::sSingleton;
+    manager.ThreadWillStart();
+    const int result = MacThreadGuard::CreateThread(&thread_, &threadAttributes_, ThreadProc, this);
+    std::optional<CancellationOff> untilItHasAnswered;
+    if (result == 0) {
+        untilItHasAnswered.emplace();
+    } else {
+        manager.ThreadWillNotStart();
+    }
+    progress_.WaitUntil(
+        [&](int progress) { return progress == cWorkerStarted || !IsClaimedBy(read); });
+    const bool opened = state_ == kCFStreamStatusOpen;
+    progress_.Update([&](int& progress) {
+        if (reads_ == read) {
+            progress = opened ? cReading : cIdle;
+        }
+    });
+    if (!opened) {
+        // The worker is about to end; the reader is free for the next read when this returns.
+        progress_.WaitUntil([&](int) { return !IsClaimedBy(read); });
+    }
+    return result;
+}
+
+void MacThreadedWebReader::SetStream(CFReadStreamRef stream) {
+    if (stream != nullptr) {
+        CFRetain(stream);
+    }
+    Ref<CFReadStreamRef> old;
+    const MacThreadLockHolder hold(streamLock_);
+    old.reset(stream_);
+    stream_ = stream;
+}
+
+// The caller's own reference on the stream of that read, or null when it is gone.
+CFReadStreamRef MacThreadedWebReader::CopyStream(ReadNumber read) const {
+    const MacThreadLockHolder hold(streamLock_);
+    if (stream_ == nullptr || reads_ != read) {
+        return nullptr;
+    }
+    CFRetain(stream_);
+    return stream_;
+}
+
+void MacThreadedWebReader::AbortRead() {
+    Abort(reads_);
+}
+
+void MacThreadedWebReader::Abort(ReadNumber read) {
+    const Reference reference(*this);
+    const User user(*this);
+    DropStream(read);
+    StopWorker(read);
+    // An abort that overtook StartRead found no stream at first.
+    DropStream(read);
+}
+
+void MacThreadedWebReader::DropStream(ReadNumber read) {
+    const Ref<CFReadStreamRef> stream(CopyStream(read));
+    if (!stream) {
+        return;
+    }
+    CFReadStreamSetClient(stream.get(), kCFStreamEventNone, nullptr, nullptr);
+    {
+        const MacThreadLockHolder hold(runLoopLock_);
+        if (runLoop_ != nullptr) {
+            CFReadStreamUnscheduleFromRunLoop(stream.get(), runLoop_, kCFRunLoopCommonModes);
+        }
+    }
+    CFReadStreamClose(stream.get());
+    const MacThreadLockHolder hold(streamLock_);
+    if (stream_ == stream.get()) {
+        CFRelease(stream_);
+        stream_ = nullptr;
+    }
+}
+
+// Every wait also ends with the worker, since another abort may have come first and the worker may
+// end by an exception. What was awaited then is not there, and nothing is left to do.
+void MacThreadedWebReader::StopWorker(ReadNumber read) {
+    if (!IsWorkerOf(read)) {
+        return;
+    }
+    if (IsOwnWorker()) {
+        abortedByWorker_ = true;
+        AskWorkerToStop(read);
+        if (MacThreadedWebReaderManager::sSingleton.IsExiting()) {
+            // The callback that this worker is in ends the process and does not return: whoever
+            // waits for the worker would wait for ever.
+            progress_.Update([&](int&) { working_ = false; });
+        }
+        return;
+    }
+    progress_.WaitUntil([&](int progress) {
+        return !IsWorkerOf(read) || (progress != cStarting && progress != cWorkerStarted);
+    });
+    AskWorkerToStop(read);
+    progress_.WaitUntil([&](int) { return !IsWorkerOf(read); });
+    progress_.Update([&](int& progress) {
+        if (reads_ == read && progress == cFinished) {
+            progress = cIdle;
+        }
+    });
+}
+
+void MacThreadedWebReader::AskWorkerToStop(ReadNumber read) {
+    progress_.Update([&](int& progress) {
+        if (IsWorkerOf(read) && progress > cIdle && progress < cStopping) {
+            progress = cStopping;
+        }
+    });
+    CFRunLoopSourceSignal(wakeSource_);
+    const MacThreadLockHolder hold(runLoopLock_);
+    if (runLoop_ != nullptr && CFRunLoopIsWaiting(runLoop_)) {
+        CFRunLoopWakeUp(runLoop_);
+    }
+}

@@ -1,0 +1,143 @@
+// One HTTP GET at a time on a thread of its own. Readers are counted and belong to the manager;
+// Create is the only way to make one. Any thread may call anything, also from the callback.
+// docs/web-reader.md tells how the threads meet.
+#pragma once
+
+#include "MacThreadCondition.h"
+#include "MacThreadLock.h"
+
+#include <CFNetwork/CFNetwork.h>
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <atomic>
+#include <cstdint>
+
+class MacThreadedWebReader {
+public:
+    // Called on the worker thread, with no lock held, for the events "has bytes available" (2),
+    // "error" (8) and "end" (16) of the stream. It reads what it wants from the stream. False ends
+    // the read; true goes on, and at the end or an error leaves the read to the caller's AbortRead.
+    using Callback = bool (*)(CFReadStreamRef stream, unsigned long event, void* context);
+
+    // A new reader with one reference, which the caller gives back with Release.
+    static MacThreadedWebReader* Create();
+
+    void Retain();
+    // Returns 0. May destroy the reader: the last reference also counts workers and aborts that are
+    // under way.
+    int Release();
+    int GetRefCount() const;
+
+    // The stream's status (CFStreamStatus) while there is a stream, else how the last read ended: 0
+    // none yet, 6 closed, 7 error, and 2 for one that AbortRead cut short. A reader in that last
+    // state starts no further read.
+    int GetState() const;
+
+    // Starts to fetch `url`, whose percent escapes are decoded and made anew: an escaped "&" or "+"
+    // in a query arrives unescaped. A null `userAgent` sends none; a null callback ends the read
+    // with its first event. `context` must live until the read has ended; AbortRead waits for that.
+    // Waits for the worker to begin, never for the network.
+    //   0   started, or failed to open (GetState is then not 2, and no event comes)
+    //   -1  a read is under way or its worker has not ended yet
+    //   -2  no URL; nothing has changed
+    //   -3  the address cannot be requested
+    // Where no thread can be made the call never returns; it keeps waiting for the worker.
+    int StartRead(CFStringRef url, CFStringRef userAgent, Callback callback, void* context);
+
+    // The address that StartRead would request, in the form in which it goes out; the caller's own.
+    // Null for one that cannot be requested. Sends nothing.
+    static CFURLRef CreateRequestUrl(CFStringRef url);
+
+    // Ends the read under way, if any, and waits until its worker is gone, hence until a running
+    // callback has returned. On the worker's own thread it does not wait: the worker then ends when
+    // the callback returns. Returns for every one of several callers.
+    void AbortRead();
+
+    // The handshake between caller, worker and abort (docs/web-reader.md).
+    int GetProgress() const { return progress_.State(); }
+    int32_t GetSerialNumber() const { return serialNumber_; }
+
+private:
+    friend class MacThreadedWebReaderManager;
+    // Numbers the reads of a reader, from 1.
+    using ReadNumber = uint64_t;
+
+    MacThreadedWebReader();
+    ~MacThreadedWebReader();
+    MacThreadedWebReader(const MacThreadedWebReader&) = delete;
+    MacThreadedWebReader& operator=(const MacThreadedWebReader&) = delete;
+
+    static void ReadStreamProc(CFReadStreamRef stream, CFStreamEventType event, void* info);
+    static void* ThreadProc(void* reader);
+    static void* TerminateThreadProc(void* reader);
+    static void TerminateThreadPerform(void* info);
+
+    // How far a read has come; what each value means stands in docs/web-reader.md.
+    enum Progress {
+        cIdle = 0,
+        cStarting = 1,
+        cWorkerStarted = 2,
+        cReading = 5,
+        cStopping = 8,
+        cFinished = 9,
+    };
+
+    class CancellationOff;
+    class Claim;
+    class Reference;
+    class User;
+    class WorkerEnd;
+
+    bool ClaimRead();
+    void GiveUpClaim();
+    int StartWorker(ReadNumber read);
+    void SetStream(CFReadStreamRef stream);
+    CFReadStreamRef CopyStream(ReadNumber read) const;
+
+    void Work();
+    bool OpenStream();
+    void EndWorker(bool ranLoop);
+    void StartTerminateThread();
+
+    bool IsOwnWorker() const;
+    void Abort(ReadNumber read);
+    void DropStream(ReadNumber read);
+    void StopWorker(ReadNumber read);
+    void AskWorkerToStop(ReadNumber read);
+    // Under the condition's mutex.
+    bool IsClaimedBy(ReadNumber read) const { return busy_ && reads_ == read; }
+    bool IsWorkerOf(ReadNumber read) const { return working_ && reads_ == read; }
+    bool IsInUse() const { return users_ != 0 || busy_; }
+
+    static std::atomic<int32_t> sSerialNumber;
+
+    const int32_t serialNumber_;
+    std::atomic<int32_t> state_{0};
+    bool threadAttributesValid_ = false;
+    mutable MacThreadLock streamLock_{false};
+    CFReadStreamRef stream_ = nullptr;
+    Callback callback_ = nullptr;
+    void* context_ = nullptr;
+    MacThreadCondition progress_{0};
+    MacThreadLock runLoopLock_{false};
+    std::atomic<CFRunLoopRef> runLoop_{nullptr};
+    CFRunLoopSourceRef wakeSource_ = nullptr;
+    pthread_attr_t threadAttributes_;
+    pthread_t thread_{};
+
+    // Held by StartRead from before the worker exists until it has seen its answer; the worker
+    // passes through it before it delivers events.
+    MacThreadLock handshakeLock_{false};
+    // The next three change under the condition's mutex: a read is being started or its worker
+    // lives; its worker has a run loop or had one and still lives; the last read that was started.
+    std::atomic<bool> busy_{false};
+    std::atomic<bool> working_{false};
+    std::atomic<ReadNumber> reads_{0};
+    // The read that the last terminate thread was started for.
+    std::atomic<ReadNumber> readToEnd_{0};
+    // The worker was asked to stop by its own callback, so it completes that abort. Its thread
+    // only.
+    bool abortedByWorker_ = false;
+    // Threads inside StartRead or AbortRead.
+    std::atomic<int> users_{0};
+};

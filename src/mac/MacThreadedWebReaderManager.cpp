@@ -1,0 +1,125 @@
+#include "MacThreadedWebReaderManager.h"
+
+#include "MacThreadCondition.h"
+#include "MacThreadLock.h"
+#include "MacThreadedWebReader.h"
+
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <atomic>
+
+struct MacThreadedWebReaderManager::Shared {
+    MacThreadLock lock{false};
+    // Under the lock.
+    ReaderMap readers;
+    // How many threads work for readers.
+    MacThreadCondition threads{0};
+    std::atomic<bool> exiting{false};
+    const pid_t process = getpid();
+};
+
+namespace {
+
+// Set on the threads that are counted, which must not wait for themselves.
+thread_local bool tIsCounted = false;
+
+}  // namespace
+
+MacThreadedWebReaderManager::Shared& MacThreadedWebReaderManager::Own() {
+    static Shared& shared = *new Shared;
+    return shared;
+}
+
+MacThreadedWebReaderManager::~MacThreadedWebReaderManager() {
+    if (getpid() != Own().process) {
+        return;
+    }
+    Own().exiting = true;
+    const std::vector<MacThreadedWebReader*> readers = RetainAll();
+    for (MacThreadedWebReader* reader : readers) {
+        reader->AbortRead();
+    }
+    WaitForThreads();
+    Destroy(readers);
+}
+
+// A callback may be what ends the process: then its own thread is still there.
+void MacThreadedWebReaderManager::WaitForThreads() const {
+    const int own = tIsCounted ? 1 : 0;
+    Own().threads.WaitUntil([own](int count) { return count <= own; });
+}
+
+void MacThreadedWebReaderManager::Add(MacThreadedWebReader* reader) {
+    if (reader != nullptr) {
+        const MacThreadLockHolder hold(Own().lock);
+        Own().readers.try_emplace(reader, 1);
+    }
+}
+
+void MacThreadedWebReaderManager::Retain(MacThreadedWebReader* reader) {
+    const MacThreadLockHolder hold(Own().lock);
+    if (const auto found = Own().readers.find(reader); found != Own().readers.end()) {
+        ++found->second;
+    }
+}
+
+int MacThreadedWebReaderManager::Release(MacThreadedWebReader* reader) {
+    const MacThreadLockHolder hold(Own().lock);
+    const auto found = Own().readers.find(reader);
+    if (found != Own().readers.end() && found->second-- <= 1) {
+        delete reader;
+        Own().readers.erase(found);
+    }
+    return 0;
+}
+
+int MacThreadedWebReaderManager::GetRefCount(const MacThreadedWebReader* reader) const {
+    const MacThreadLockHolder hold(Own().lock);
+    const auto found = Own().readers.find(const_cast<MacThreadedWebReader*>(reader));
+    return found != Own().readers.end() ? found->second : 0;
+}
+
+void MacThreadedWebReaderManager::ThreadWillStart() {
+    Own().threads.Update([](int& count) { ++count; });
+}
+
+void MacThreadedWebReaderManager::ThreadWillNotStart() {
+    Own().threads.Update([](int& count) { --count; });
+}
+
+void MacThreadedWebReaderManager::ThreadHasStarted() {
+    tIsCounted = true;
+}
+
+void MacThreadedWebReaderManager::ThreadHasEnded() {
+    tIsCounted = false;
+    ThreadWillNotStart();
+}
+
+bool MacThreadedWebReaderManager::IsExiting() const {
+    return Own().exiting;
+}
+
+// So that no abort destroys a reader while they are walked through.
+std::vector<MacThreadedWebReader*> MacThreadedWebReaderManager::RetainAll() {
+    std::vector<MacThreadedWebReader*> readers;
+    const MacThreadLockHolder hold(Own().lock);
+    for (auto& [reader, count] : Own().readers) {
+        ++count;
+        readers.push_back(reader);
+    }
+    return readers;
+}
+
+// A reader that some thread is still inside of is left to it.
+void MacThreadedWebReaderManager::Destroy(const std::vector<MacThreadedWebReader*>& readers) {
+    const MacThreadLockHolder hold(Own().lock);
+    for (MacThreadedWebReader* reader : readers) {
+        const auto found = Own().readers.find(reader);
+        if (found != Own().readers.end() && !reader->IsInUse()) {
+            delete reader;
+            Own().readers.erase(found);
+        }
+    }
+}

@@ -1,0 +1,161 @@
+// The worker and the threads that end a read on behalf of its callback.
+#include "MacThreadGuard.h"
+#include "MacThreadedWebReader.h"
+#include "MacThreadedWebReaderManager.h"
+#include "MacThreadedWebReaderRef.h"
+
+namespace {
+
+constexpr CFTimeInterval cLongestPass = 10.0;
+
+// The reader whose worker the calling thread is.
+thread_local const MacThreadedWebReader* tWorkerOf = nullptr;
+
+template <class T>
+using Ref = MacThreadedWebReaderRef<T>;
+
+}  // namespace
+
+bool MacThreadedWebReader::IsOwnWorker() const {
+    return tWorkerOf == this;
+}
+
+// Whatever ends the worker, by the loop, an exception or the thread's cancellation: its waiters are
+// told and its reference is given back.
+class MacThreadedWebReader::WorkerEnd {
+public:
+    explicit WorkerEnd(MacThreadedWebReader& reader) : reader_(reader) {
+        MacThreadedWebReaderManager::sSingleton.ThreadHasStarted();
+        reader_.Retain();
+        tWorkerOf = &reader_;
+    }
+    ~WorkerEnd() {
+        tWorkerOf = nullptr;
+        reader_.EndWorker(ranLoop_);
+        reader_.Release();
+        MacThreadedWebReaderManager::sSingleton.ThreadHasEnded();
+    }
+    WorkerEnd(const WorkerEnd&) = delete;
+    WorkerEnd& operator=(const WorkerEnd&) = delete;
+
+    void SetRanLoop() { ranLoop_ = true; }
+
+private:
+    MacThreadedWebReader& reader_;
+    bool ranLoop_ = false;
+};
+
+void* MacThreadedWebReader::ThreadProc(void* reader) {
+    auto* self = static_cast<MacThreadedWebReader*>(reader);
+    WorkerEnd end(*self);
+    MacThreadGuard::DropExceptions([&] {
+        if (self->OpenStream()) {
+            self->Work();
+            end.SetRanLoop();
+        }
+    });
+    return nullptr;
+}
+
+// The worker's first half, up to its part of the handshake.
+bool MacThreadedWebReader::OpenStream() {
+    abortedByWorker_ = false;
+    const CFRunLoopRef loop = CFRunLoopGetCurrent();
+    {
+        const MacThreadLockHolder hold(runLoopLock_);
+        runLoop_ = loop;
+    }
+    progress_.Update([&](int&) { working_ = true; });
+    const Ref<CFReadStreamRef> stream(CopyStream(reads_));
+    bool opened = false;
+    // An abort may have taken the stream already, and the process may be about to end.
+    if (stream && !MacThreadedWebReaderManager::sSingleton.IsExiting()) {
+        CFReadStreamScheduleWithRunLoop(stream.get(), loop, kCFRunLoopCommonModes);
+        opened = CFReadStreamOpen(stream.get());
+    }
+    if (opened) {
+        CFRunLoopAddSource(loop, wakeSource_, kCFRunLoopCommonModes);
+        state_ = kCFStreamStatusOpen;
+    }
+    progress_.Update([](int& progress) { progress = cWorkerStarted; });
+    return opened;
+}
+
+void MacThreadedWebReader::Work() {
+    { const MacThreadLockHolder waitForStartRead(handshakeLock_); }
+    while (progress_.State() < cStopping) {
+        const SInt32 result = CFRunLoopRunInMode(kCFRunLoopDefaultMode, cLongestPass, true);
+        if (result != kCFRunLoopRunTimedOut && result != kCFRunLoopRunHandledSource) {
+            return;
+        }
+    }
+}
+
+// A worker that an exception ended does not report that it has finished.
+void MacThreadedWebReader::EndWorker(bool ranLoop) {
+    {
+        const MacThreadLockHolder hold(runLoopLock_);
+        runLoop_ = nullptr;
+    }
+    progress_.Update([&](int& progress) {
+        if (ranLoop) {
+            progress = abortedByWorker_ ? cIdle : cFinished;
+        }
+        working_ = false;
+        busy_ = false;
+    });
+}
+
+void MacThreadedWebReader::ReadStreamProc(CFReadStreamRef stream, CFStreamEventType event,
+                                          void* info) {
+    auto* self = static_cast<MacThreadedWebReader*>(info);
+    // An abort may release the stream while the callback uses it.
+    const Ref<CFReadStreamRef> held(
+        static_cast<CFReadStreamRef>(const_cast<void*>(CFRetain(stream))));
+    const bool goOn = self->callback_ != nullptr && self->callback_(stream, event, self->context_);
+    switch (event) {
+    case kCFStreamEventEndEncountered:
+        self->state_ = kCFStreamStatusClosed;
+        break;
+    case kCFStreamEventErrorOccurred:
+        self->state_ = kCFStreamStatusError;
+        break;
+    case kCFStreamEventHasBytesAvailable:
+        if (!goOn) {
+            self->state_ = kCFStreamStatusClosed;
+        }
+        break;
+    default:
+        return;
+    }
+    if (!goOn) {
+        self->StartTerminateThread();
+    }
+}
+
+// An abort waits for the worker, so it runs on a thread of its own. That thread may come late, when
+// the caller has aborted too and started the next read: it is told which read is meant.
+void MacThreadedWebReader::StartTerminateThread() {
+    auto& manager = MacThreadedWebReaderManager::sSingleton;
+    readToEnd_ = reads_.load();
+    Retain();
+    manager.ThreadWillStart();
+    pthread_t thread{};
+    if (MacThreadGuard::CreateThread(&thread, &threadAttributes_, TerminateThreadProc, this) != 0) {
+        manager.ThreadWillNotStart();
+        Release();
+        Abort(reads_);
+    }
+}
+
+void* MacThreadedWebReader::TerminateThreadProc(void* reader) {
+    auto* self = static_cast<MacThreadedWebReader*>(reader);
+    auto& manager = MacThreadedWebReaderManager::sSingleton;
+    manager.ThreadHasStarted();
+    MacThreadGuard::DropExceptions([&] { self->Abort(self->readToEnd_); });
+    self->Release();
+    manager.ThreadHasEnded();
+    return nullptr;
+}
+
+void MacThreadedWebReader::TerminateThreadPerform(void*) {}

@@ -1,0 +1,101 @@
+#include "MacThreadCondition.h"
+#include "MacThreadLock.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <thread>
+
+namespace {
+
+TEST(MacThreadLock, ExcludesAndRecursesAsAsked) {
+    MacThreadLock plain(false);
+    int counter = 0;
+    const auto count = [&] {
+        for (int i = 0; i < 20000; ++i) {
+            const MacThreadLockHolder hold(plain);
+            ++counter;
+        }
+    };
+    std::thread other(count);
+    count();
+    other.join();
+    EXPECT_EQ(counter, 40000);
+
+    MacThreadLock recursive(true);
+    const MacThreadLockHolder outer(recursive);
+    const MacThreadLockHolder inner(recursive);
+}
+
+TEST(MacThreadCondition, DeadlineCarriesOnceAndKeepsNegativeRests) {
+    const struct {
+        timeval now;
+        int milliseconds;
+        timespec expected;
+    } cases[] = {
+        {{10, 600000}, 1500, {12, 100000000}}, {{10, 0}, 0, {10, 0}},
+        {{10, 999999}, 0, {10, 999999000}},    {{10, 500000}, 500, {11, 0}},
+        {{10, 600000}, -1500, {9, 100000000}}, {{10, 200000}, -1500, {9, -300000000}},
+    };
+    for (const auto& c : cases) {
+        const timespec deadline = MacThreadCondition::Deadline(c.now, c.milliseconds);
+        EXPECT_EQ(deadline.tv_sec, c.expected.tv_sec) << c.milliseconds;
+        EXPECT_EQ(deadline.tv_nsec, c.expected.tv_nsec) << c.milliseconds;
+    }
+}
+
+TEST(MacThreadCondition, DoWaitEndsForItsValueOnly) {
+    MacThreadCondition condition(3);
+    EXPECT_EQ(condition.DoWait(0, 3, true), 0);
+    EXPECT_EQ(condition.DoWait(1, 4, true), ETIMEDOUT);
+    // A past deadline whose rest is negative is no time at all.
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    const int rest = static_cast<int>(now.tv_usec / 1000) + 1;
+    if (rest < 999) {
+        EXPECT_EQ(condition.DoWait(-(rest + 1), 4, true), EINVAL);
+    }
+
+    std::thread setter([&] {
+        condition.Set(5);
+        condition.Set(4);
+    });
+    EXPECT_EQ(condition.DoWait(60000, 4, true), 0);
+    setter.join();
+    std::thread wrong([&] { condition.Set(6); });
+    EXPECT_EQ(condition.DoWait(30, 7, true), ETIMEDOUT);
+    wrong.join();
+}
+
+// Many hand-overs: a lost wake-up would hang, a wait that ends early breaks the order.
+TEST(MacThreadCondition, WaitTilConditionHandsOver) {
+    MacThreadCondition ping(0);
+    MacThreadCondition pong(0);
+    constexpr int cRounds = 5000;
+    std::thread other([&] {
+        for (int i = 1; i <= cRounds; ++i) {
+            EXPECT_EQ(ping.WaitTilCondition(i), 0);
+            pong.Set(i);
+        }
+    });
+    for (int i = 1; i <= cRounds; ++i) {
+        ping.Set(i);
+        EXPECT_EQ(pong.WaitTilCondition(i), 0);
+        EXPECT_EQ(pong.State(), i);
+    }
+    other.join();
+}
+
+TEST(MacThreadCondition, UpdateWakesEveryWaiter) {
+    MacThreadCondition condition(0);
+    std::vector<std::thread> waiters;
+    for (int value = 1; value <= 4; ++value) {
+        waiters.emplace_back([&] { condition.WaitUntil([](int state) { return state == 1; }); });
+    }
+    condition.Update([](int& state) { state = 1; });
+    for (std::thread& waiter : waiters) {
+        waiter.join();
+    }
+}
+
+}  // namespace

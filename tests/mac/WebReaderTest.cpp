@@ -1,0 +1,289 @@
+// What a reader promises to its callers: results, states, handshake, references.
+#include "LoopbackServer.h"
+#include "MacThreadedWebReaderManager.h"
+#include "ReaderSession.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+using tvtest::Connection;
+using tvtest::LoopbackServer;
+using tvtest::PlatformString;
+using tvtest::ReaderSession;
+
+namespace {
+
+constexpr char cOk[] = "200 OK";
+
+MacThreadedWebReaderManager& Manager() {
+    return MacThreadedWebReaderManager::sSingleton;
+}
+
+void AnswerHello(Connection& connection) {
+    connection.ReadRequest();
+    connection.Answer(cOk, "hello");
+}
+
+void NeverAnswer(Connection& connection) {
+    connection.Hold();
+}
+
+TEST(WebReader, CountsReferences) {
+    MacThreadedWebReader* reader = MacThreadedWebReader::Create();
+    const int32_t serial = reader->GetSerialNumber();
+    EXPECT_EQ(reader->GetRefCount(), 1);
+    reader->Retain();
+    Manager().Add(reader);
+    EXPECT_EQ(reader->GetRefCount(), 2);
+    EXPECT_EQ(reader->Release(), 0);
+    EXPECT_EQ(reader->GetState(), 0);
+    reader->AbortRead();
+    EXPECT_EQ(Manager().GetRefCount(reader), 1);
+    EXPECT_EQ(reader->Release(), 0);
+    EXPECT_EQ(Manager().GetRefCount(reader), 0);
+    // A reader that is gone, and none at all.
+    EXPECT_EQ(Manager().Release(reader), 0);
+    Manager().Retain(reader);
+    Manager().Add(nullptr);
+    Manager().Retain(nullptr);
+    EXPECT_EQ(Manager().Release(nullptr), 0);
+    EXPECT_EQ(Manager().GetRefCount(nullptr), 0);
+
+    MacThreadedWebReader* next = MacThreadedWebReader::Create();
+    EXPECT_EQ(next->GetSerialNumber(), serial + 1);
+    next->Release();
+}
+
+TEST(WebReader, RefusesWhatCannotBeRequested) {
+    ReaderSession session;
+    MacThreadedWebReader* reader = session.Reader();
+    EXPECT_EQ(reader->StartRead(nullptr, nullptr, nullptr, nullptr), -2);
+    EXPECT_EQ(reader->GetProgress(), 0);
+    // A malformed escape, one cut short, and bytes that are no text.
+    for (const char* url : {"http://127.0.0.1/%zz", "http://127.0.0.1/%4", "http://h/%ff%fe"}) {
+        EXPECT_EQ(session.Start(url), -3) << url;
+        EXPECT_EQ(reader->GetProgress(), 1) << url;
+        EXPECT_EQ(reader->GetState(), 0) << url;
+        reader->AbortRead();
+        EXPECT_EQ(reader->GetProgress(), 1) << url;
+    }
+    // Nothing of that keeps a later read from working.
+    LoopbackServer server(AnswerHello);
+    EXPECT_EQ(session.Fetch(server.Url()), "data,end");
+    EXPECT_EQ(session.Body(), "hello");
+    EXPECT_EQ(reader->GetState(), 6);
+    EXPECT_EQ(reader->GetProgress(), 0);
+}
+
+TEST(WebReader, ReportsWhatCannotBeOpenedThroughItsState) {
+    ReaderSession session;
+    for (const char* url : {"ftp://127.0.0.1/x", "file:///etc/passwd", "https:///path", "http://",
+                            "http://:80/", "mailto:a@b.c"}) {
+        // Twice: the reader is free again as soon as the call returns.
+        for (int round = 0; round < 2; ++round) {
+            EXPECT_EQ(session.Start(url), 0) << url;
+            EXPECT_EQ(session.Reader()->GetState(), 7) << url;
+            EXPECT_EQ(session.Reader()->GetProgress(), 0) << url;
+        }
+    }
+    session.Reader()->AbortRead();
+    EXPECT_EQ(session.Reader()->GetState(), 0);
+}
+
+TEST(WebReader, IsBusyUntilAborted) {
+    LoopbackServer server(AnswerHello);
+    ReaderSession session;
+    ASSERT_EQ(session.Start(server.Url()), 0);
+    EXPECT_EQ(session.Reader()->GetProgress(), 5);
+    const PlatformString url(server.Url());
+    EXPECT_EQ(session.Reader()->StartRead(url.Get(), nullptr, nullptr, nullptr), -1);
+    session.WaitForEvents(2);
+    // At the end of the data, and still the caller's to stop.
+    EXPECT_EQ(session.Reader()->GetState(), 5);
+    EXPECT_EQ(session.Reader()->GetProgress(), 5);
+    EXPECT_EQ(session.Reader()->StartRead(url.Get(), nullptr, nullptr, nullptr), -1);
+    EXPECT_EQ(session.Finish(), "data,end");
+    EXPECT_EQ(session.Reader()->GetState(), 6);
+    EXPECT_EQ(session.Reader()->GetProgress(), 0);
+    EXPECT_EQ(session.Fetch(server.Url()), "data,end");
+    EXPECT_EQ(server.Accepted(), 2);
+}
+
+TEST(WebReader, AnAbortedReadLeavesItsStateOpen) {
+    LoopbackServer server(NeverAnswer);
+    ReaderSession session;
+    ASSERT_EQ(session.Start(server.Url()), 0);
+    session.Reader()->AbortRead();
+    EXPECT_EQ(session.Reader()->GetState(), 2);
+    EXPECT_EQ(session.Reader()->GetProgress(), 0);
+    EXPECT_EQ(session.Start(server.Url()), -1);
+    EXPECT_EQ(session.Reader()->GetProgress(), 0);
+}
+
+TEST(WebReader, ARefusalEndsTheRead) {
+    const struct {
+        const char* name;
+        const char* body;
+        bool useCallback;
+        unsigned long refused;
+        int state;
+    } cases[] = {
+        {"first bytes", "hello", true, kCFStreamEventHasBytesAvailable, 6},
+        {"end", "", true, kCFStreamEventEndEncountered, 6},
+        {"error", nullptr, true, kCFStreamEventErrorOccurred, 7},
+        {"no callback, bytes", "hello", false, 0, 6},
+        {"no callback, error", nullptr, false, 0, 7},
+    };
+    for (const auto& c : cases) {
+        LoopbackServer server([&](Connection& connection) {
+            connection.ReadRequest();
+            if (c.body != nullptr) {
+                connection.Answer(cOk, c.body);
+                connection.Hold();
+            }
+        });
+        std::atomic<int> calls{0};
+        MacThreadedWebReader* reader = MacThreadedWebReader::Create();
+        const PlatformString url(server.Url());
+        MacThreadedWebReader::Callback refuse = [](CFReadStreamRef, unsigned long, void* context) {
+            ++*static_cast<std::atomic<int>*>(context);
+            return false;
+        };
+        ASSERT_EQ(reader->StartRead(url.Get(), nullptr, c.useCallback ? refuse : nullptr, &calls),
+                  0);
+        Manager().WaitForThreads();
+        EXPECT_EQ(reader->GetState(), c.state) << c.name;
+        EXPECT_EQ(reader->GetProgress(), 0) << c.name;
+        EXPECT_EQ(reader->GetRefCount(), 1) << c.name;
+        EXPECT_EQ(calls, c.useCallback ? 1 : 0) << c.name;
+        reader->Release();
+    }
+}
+
+// The terminate thread of a read may be late. It must not end the next one.
+TEST(WebReader, ARefusalOfOneReadLeavesTheNextAlone) {
+    LoopbackServer server(AnswerHello);
+    ReaderSession session;
+    for (int round = 0; round < 200; ++round) {
+        session.SetStep([](CFReadStreamRef, unsigned long) { return false; });
+        ASSERT_EQ(session.Start(server.Url()), 0);
+        session.WaitForEvents(1);
+        session.Reader()->AbortRead();
+        session.SetStep(nullptr);
+        ASSERT_EQ(session.Fetch(server.Url()), "data,end") << round;
+    }
+}
+
+TEST(WebReader, AbortOnTheWorkersOwnThreadDoesNotWait) {
+    LoopbackServer server(AnswerHello);
+    for (const bool goOn : {true, false}) {
+        ReaderSession session;
+        session.SetStep([&](CFReadStreamRef stream, unsigned long) {
+            session.Reader()->AbortRead();
+            session.Reader()->AbortRead();
+            // The stream is closed, and still there.
+            EXPECT_EQ(CFReadStreamGetStatus(stream), kCFStreamStatusClosed);
+            EXPECT_EQ(session.ReadSome(stream), -1);
+            return goOn;
+        });
+        ASSERT_EQ(session.Start(server.Url()), 0);
+        session.WaitForEvents(1);
+        Manager().WaitForThreads();
+        EXPECT_EQ(session.Reader()->GetProgress(), 0);
+        EXPECT_EQ(session.Reader()->GetRefCount(), 1);
+    }
+}
+
+TEST(WebReader, EveryOneOfSeveralAbortsReturns) {
+    LoopbackServer server(NeverAnswer);
+    for (int round = 0; round < 50; ++round) {
+        ReaderSession session;
+        std::vector<std::thread> aborts;
+        std::atomic<bool> go{false};
+        for (int i = 0; i < 4; ++i) {
+            aborts.emplace_back([&] {
+                while (!go) {
+                    std::this_thread::yield();
+                }
+                session.Reader()->AbortRead();
+            });
+        }
+        // Some rounds abort before, some during, some after the start.
+        go = round % 2 == 0;
+        session.Start(server.Url());
+        go = true;
+        for (std::thread& abort : aborts) {
+            abort.join();
+        }
+        session.Reader()->AbortRead();
+        EXPECT_EQ(session.Reader()->GetProgress(), 0);
+    }
+    Manager().WaitForThreads();
+}
+
+// A callback that is busy with the stream while another thread takes the stream away.
+TEST(WebReader, AbortWaitsForTheCallbackAndLeavesItItsStream) {
+    LoopbackServer server(AnswerHello);
+    ReaderSession session;
+    std::atomic<bool> inside{false};
+    std::atomic<bool> returned{false};
+    session.SetStep([&](CFReadStreamRef stream, unsigned long) {
+        inside = true;
+        while (CFReadStreamGetStatus(stream) != kCFStreamStatusClosed) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(session.ReadSome(stream), -1);
+        returned = true;
+        return true;
+    });
+    ASSERT_EQ(session.Start(server.Url()), 0);
+    while (!inside) {
+        std::this_thread::yield();
+    }
+    session.Reader()->AbortRead();
+    EXPECT_TRUE(returned);
+}
+
+TEST(WebReader, AnExceptionOfTheCallbackEndsTheWorkerOnly) {
+    LoopbackServer server(AnswerHello);
+    ReaderSession session;
+    session.SetStep([](CFReadStreamRef, unsigned long) -> bool { throw 1; });
+    ASSERT_EQ(session.Start(server.Url()), 0);
+    Manager().WaitForThreads();
+    EXPECT_EQ(session.Reader()->GetRefCount(), 1);
+    EXPECT_EQ(session.Reader()->GetProgress(), 5);
+    session.Reader()->AbortRead();
+    EXPECT_EQ(session.Reader()->GetProgress(), 5);
+}
+
+TEST(WebReader, ACallbackMayEndItsThread) {
+    LoopbackServer server(AnswerHello);
+    ReaderSession session;
+    session.SetStep([](CFReadStreamRef, unsigned long) -> bool { pthread_exit(nullptr); });
+    ASSERT_EQ(session.Start(server.Url()), 0);
+    Manager().WaitForThreads();
+    EXPECT_EQ(session.Reader()->GetRefCount(), 1);
+    session.Reader()->AbortRead();
+}
+
+TEST(WebReader, ItsThreadsTakeNoSignals) {
+    LoopbackServer server(AnswerHello);
+    ReaderSession session;
+    sigset_t mask;
+    session.SetStep([&](CFReadStreamRef, unsigned long) {
+        pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+        return false;
+    });
+    ASSERT_EQ(session.Start(server.Url()), 0);
+    Manager().WaitForThreads();
+    for (const int signal : {SIGINT, SIGTERM, SIGPIPE, SIGCHLD, SIGUSR1, SIGALRM}) {
+        EXPECT_EQ(sigismember(&mask, signal), 1) << signal;
+    }
+    sigset_t own;
+    pthread_sigmask(SIG_SETMASK, nullptr, &own);
+    EXPECT_EQ(sigismember(&own, SIGTERM), 0);
+}
+
+}  // namespace

@@ -1,0 +1,216 @@
+// Many reads from several threads, with aborts, releases, restarts and refusals at random moments.
+// It ends: that is most of what it shows. The rest is up to the sanitizers.
+#include "LoopbackServer.h"
+#include "MacThreadedWebReaderManager.h"
+#include "ReaderSession.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <deque>
+#include <filesystem>
+#include <iostream>
+#include <iterator>
+#include <random>
+#include <set>
+#include <thread>
+
+using tvtest::Connection;
+using tvtest::LoopbackServer;
+using tvtest::PlatformString;
+
+namespace {
+
+constexpr int cReads = 1000;
+constexpr int cThreads = 4;
+constexpr size_t cSlots = 24;
+
+using Random = std::minstd_rand;
+
+int Pick(Random& random, int count) {
+    return std::uniform_int_distribution<int>(0, count - 1)(random);
+}
+
+void Serve(Connection& connection) {
+    for (std::string request; !(request = connection.ReadRequest()).empty();) {
+        const std::string path = tvtest::PathOf(request);
+        if (path == "/hold") {
+            connection.Hold();
+            return;
+        }
+        if (path == "/reset") {
+            connection.Reset();
+            return;
+        }
+        if (path == "/half") {
+            connection.Send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf");
+            connection.Hold();
+            return;
+        }
+        if (path == "/redirect") {
+            connection.Answer("302 Found\r\nLocation: /small", "");
+        } else {
+            connection.Answer("200 OK", path == "/big" ? std::string(1000000, 'x') : "small");
+        }
+    }
+}
+
+struct Figures {
+    std::atomic<int> started{0}, busy{0}, impossible{0}, aborts{0}, releases{0};
+    std::atomic<int> data{0}, ends{0}, errors{0}, refusals{0}, ownAborts{0};
+};
+
+// What one read's callback needs; lives until the test's end.
+struct Read {
+    MacThreadedWebReader* reader;
+    Figures& figures;
+    Random random;
+};
+
+bool OnEvent(CFReadStreamRef stream, unsigned long event, void* context) {
+    auto& read = *static_cast<Read*>(context);
+    if (event == kCFStreamEventHasBytesAvailable) {
+        ++read.figures.data;
+        UInt8 bytes[32768];
+        CFReadStreamRead(stream, bytes, sizeof bytes);
+    } else {
+        ++(event == kCFStreamEventEndEncountered ? read.figures.ends : read.figures.errors);
+    }
+    if (Pick(read.random, 16) == 0) {
+        ++read.figures.ownAborts;
+        read.reader->AbortRead();
+    }
+    // Whoever let go of the reader relies on the end to stop its worker.
+    const bool goOn = event == kCFStreamEventHasBytesAvailable && Pick(read.random, 8) != 0;
+    read.figures.refusals += goOn ? 0 : 1;
+    return goOn;
+}
+
+class Stress {
+public:
+    Figures figures;
+
+    void Run(unsigned seed) {
+        std::vector<std::thread> threads;
+        for (unsigned i = 0; i < cThreads; ++i) {
+            threads.emplace_back([this, seed, i] {
+                Random random(seed + i);
+                while (figures.started < cReads) {
+                    Step(random);
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        for (Slot& slot : slots_) {
+            Replace(slot, nullptr);
+        }
+        // Readers whose owners are gone end with their connections.
+        server_.reset();
+        MacThreadedWebReaderManager::sSingleton.WaitForThreads();
+    }
+
+    const std::set<MacThreadedWebReader*>& Readers() const { return readers_; }
+
+private:
+    struct Slot {
+        std::mutex lock;
+        MacThreadedWebReader* reader = nullptr;
+    };
+
+    void Replace(Slot& slot, MacThreadedWebReader* next) {
+        std::unique_lock guard(slot.lock);
+        MacThreadedWebReader* old = std::exchange(slot.reader, next);
+        guard.unlock();
+        if (old != nullptr) {
+            old->Release();
+            ++figures.releases;
+        }
+    }
+
+    MacThreadedWebReader* Take(Slot& slot) {
+        const std::lock_guard guard(slot.lock);
+        if (slot.reader == nullptr) {
+            slot.reader = MacThreadedWebReader::Create();
+            const std::lock_guard own(lock_);
+            readers_.insert(slot.reader);
+        }
+        slot.reader->Retain();
+        return slot.reader;
+    }
+
+    void Start(MacThreadedWebReader* reader, Random& random) {
+        static const std::string paths[] = {"/small", "/big",      "/hold",
+                                            "/half",  "/redirect", "/reset"};
+        std::string url = server_->Url(paths[Pick(random, std::size(paths))]);
+        if (Pick(random, 8) == 0) {
+            url = Pick(random, 2) == 0 ? "http://" : "http://127.0.0.1/%zz";
+        }
+        Read* read = nullptr;
+        {
+            const std::lock_guard guard(lock_);
+            read = &reads_.emplace_back(Read{reader, figures, Random(random())});
+        }
+        const PlatformString address(url);
+        const int result = reader->StartRead(address.Get(), nullptr, OnEvent, read);
+        ++(result == 0 ? figures.started : result == -1 ? figures.busy : figures.impossible);
+    }
+
+    void Step(Random& random) {
+        Slot& slot = slots_[static_cast<size_t>(Pick(random, cSlots))];
+        MacThreadedWebReader* reader = Take(slot);
+        switch (Pick(random, 16)) {
+        case 0:
+        case 1:
+            reader->AbortRead();
+            ++figures.aborts;
+            break;
+        case 2:
+            Replace(slot, nullptr);
+            break;
+        case 3:
+            EXPECT_GE(reader->GetRefCount(), 1);
+            EXPECT_LE(reader->GetState(), 7);
+            break;
+        default:
+            Start(reader, random);
+        }
+        reader->Release();
+    }
+
+    std::unique_ptr<LoopbackServer> server_ = std::make_unique<LoopbackServer>(Serve);
+    std::array<Slot, cSlots> slots_;
+    std::mutex lock_;
+    std::set<MacThreadedWebReader*> readers_;
+    std::deque<Read> reads_;
+};
+
+size_t ThreadsOfProcess() {
+    return static_cast<size_t>(
+        std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
+}
+
+TEST(WebStress, AThousandReadsAtRandom) {
+    std::thread([] {}).join();  // With its first thread a sanitizer may start one of its own.
+    const size_t threadsBefore = ThreadsOfProcess();
+    Stress stress;
+    stress.Run(74);
+    for (MacThreadedWebReader* reader : stress.Readers()) {
+        EXPECT_EQ(MacThreadedWebReaderManager::sSingleton.GetRefCount(reader), 0);
+    }
+    // Detached threads leave the process a moment after their last word.
+    while (ThreadsOfProcess() > threadsBefore) {
+        std::this_thread::yield();
+    }
+    const Figures& f = stress.figures;
+    EXPECT_GE(f.started, cReads);
+    std::cout << "started " << f.started << ", busy " << f.busy << ", impossible " << f.impossible
+              << ", aborts " << f.aborts << ", releases " << f.releases << ", data " << f.data
+              << ", ends " << f.ends << ", errors " << f.errors << ", refusals " << f.refusals
+              << ", aborts by callbacks " << f.ownAborts << ", readers " << stress.Readers().size()
+              << "\n";
+}
+
+}  // namespace

@@ -1,0 +1,16 @@
+// Fetches addresses with a web reader and prints a line for each: URL, what came, status, bytes.
+//   tvtest_fetch USER-AGENT URL...
+#include "ReaderSession.h"
+
+#include <iostream>
+
+int main(int argc, char** argv) {
+    for (int i = 2; i < argc; ++i) {
+        tvtest::ReaderSession session;
+        session.CountOnly();
+        const std::string events = session.Fetch(argv[i], argv[1]);
+        std::cout << argv[i] << ": " << events << ", status " << session.Status() << ", "
+                  << session.BodySize() << " bytes\n";
+    }
+    return argc > 2 ? 0 : 2;
+}
