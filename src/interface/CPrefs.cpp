@@ -1,0 +1,24 @@
+#include "CPrefs.h"
+
+namespace Tova {
+
+CFStringRef CPrefs::Domain() {
+    return CFSTR("com.NimbusWorks.NWCX7");
+}
+
+void CPrefs::Synchronize() {
+    // There is nothing to be done about a failure: what was there before is then read.
+    static_cast<void>(
+        CFPreferencesSynchronize(Domain(), kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
+}
+
+int CPrefs::Clear(CFStringRef key) {
+    if (key == nullptr) {
+        return 0;
+    }
+    CFPreferencesSetValue(key, nullptr, Domain(), kCFPreferencesCurrentUser, kCFPreferencesAnyHost);
+    Synchronize();
+    return 1;
+}
+
+}  // namespace Tova

@@ -1,0 +1,54 @@
+// The user's registration details. One thread at a time may use a record.
+#pragma once
+
+#include "CString.h"
+#include "CVarList.h"
+
+namespace Tova {
+
+class CRegInfo {
+public:
+    // The names of the four fields in a variable list: their only link with the stores.
+    static constexpr char cFirstNameVar[] = "RegFirstName";
+    static constexpr char cLastNameVar[] = "RegLastName";
+    static constexpr char cOrgVar[] = "RegOrg";
+    static constexpr char cEmailVar[] = "RegEmail";
+
+    // The longest fields that the constructor from texts keeps, in bytes.
+    static constexpr int cMaxName = 30;
+    static constexpr int cMaxOrg = 60;
+    static constexpr int cMaxEmail = 64;
+
+    CRegInfo() = default;
+    // Cuts fields that are too long, if need be inside a multi-byte character. Null counts as an
+    // empty text.
+    CRegInfo(const char* firstName, const char* lastName, const char* organisation,
+             const char* email);
+    explicit CRegInfo(const CVarList& vars);
+
+    // Takes the fields whole: the limits are only for what users type. A field without a variable
+    // becomes empty.
+    void SetFromVars(const CVarList& vars);
+    // Sets the four variables, empty fields included; none is fixed.
+    void SetVariables(CVarList& vars) const;
+
+    // First name, a blank, last name; the blank is there even beside an empty part.
+    void GetName(CString& name) const;
+    // No address at all counts as valid.
+    bool IsValidEmailAddress() const;
+    // True when all fields are equal, byte for byte.
+    bool Compare(const CRegInfo& other) const;
+
+    const CString& FirstName() const { return firstName_; }
+    const CString& LastName() const { return lastName_; }
+    const CString& Organisation() const { return organisation_; }
+    const CString& Email() const { return email_; }
+
+private:
+    CString firstName_;
+    CString lastName_;
+    CString organisation_;
+    CString email_;
+};
+
+}  // namespace Tova

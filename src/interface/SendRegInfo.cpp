@@ -1,0 +1,64 @@
+#include "SendRegInfo.h"
+
+#include "CFRef.h"
+#include "CFormat.h"
+#include "CNWRegistry.h"
+#include "CVarList.h"
+#include "GlobalVars.h"
+#include "MacThreadedWebReader.h"
+
+#include <memory>
+
+namespace Tova {
+
+namespace {
+
+constexpr char cDefaultAddress[] = "https://" TV_REGISTRATION_HOST "/v/prod_reg";
+
+struct ReleaseReader {
+    void operator()(MacThreadedWebReader* reader) const { reader->Release(); }
+};
+
+}  // namespace
+
+void GetRegistrationAddress(CString& address) {
+    CString appKey;
+    // Without a key the registry is asked all the same, and finds nothing.
+    static_cast<void>(AppGetVariable("AppKey", appKey));
+    const CNWRegistry registry(appKey.CStr());
+    CString found;
+    address = registry.ReadAppValue("ProdRegURL", found) ? found.CStr() : cDefaultAddress;
+}
+
+void AppendRegistrationQuery(const CRegInfo& record, CString& address) {
+    CVarList vars;
+    record.SetVariables(vars);
+    CString query;
+    vars.GetValues(query);
+    address.Append("?");
+    address.Append(query.CStr());
+}
+
+void BuildRegistrationAddress(const CRegInfo& record, CString& address) {
+    GetRegistrationAddress(address);
+    AppendRegistrationQuery(record, address);
+}
+
+void GetRegistrationUserAgent(CString& userAgent) {
+    userAgent.Copy(CFormat("Calyx Registration", nullptr, 0));
+}
+
+void SendRegInfo(const CRegInfo& record) {
+    CString address;
+    CString userAgent;
+    BuildRegistrationAddress(record, address);
+    GetRegistrationUserAgent(userAgent);
+    const CFRef<CFStringRef> agent(userAgent.CreateCFString(kCFStringEncodingInvalidId));
+    const CFRef<CFStringRef> url(address.CreateCFString(kCFStringEncodingInvalidId));
+    const std::unique_ptr<MacThreadedWebReader, ReleaseReader> reader(
+        MacThreadedWebReader::Create());
+    // Whether it could be started changes nothing for the caller.
+    static_cast<void>(reader->StartRead(url.Get(), agent.Get(), nullptr, nullptr));
+}
+
+}  // namespace Tova

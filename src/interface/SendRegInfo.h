@@ -1,0 +1,25 @@
+// Sends the user's details to the product registration, and the parts of the request. One thread at
+// a time; the request itself runs on a thread of its own.
+#pragma once
+
+#include "CRegInfo.h"
+#include "CString.h"
+
+namespace Tova {
+
+// Makes `address` the address to which details go: "ProdRegURL" of the shared registry under the
+// application's key, else the build's default. A build without a default host gives
+// "https:///v/prod_reg", which cannot be made into a request.
+void GetRegistrationAddress(CString& address);
+// Appends "?" and the details as a form-encoded query, whatever the address holds already.
+void AppendRegistrationQuery(const CRegInfo& record, CString& address);
+// Both.
+void BuildRegistrationAddress(const CRegInfo& record, CString& address);
+// The User-Agent header's text.
+void GetRegistrationUserAgent(CString& userAgent);
+
+// Starts the request and returns; nobody hears how it ends. It runs until it ends by itself or the
+// process does.
+void SendRegInfo(const CRegInfo& record);
+
+}  // namespace Tova

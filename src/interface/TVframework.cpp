@@ -1,0 +1,84 @@
+// The exported functions. Those that only read let no exception out; tvApplyVariables and
+// tvWriteRegInfo let lack of memory through, having released what they hold.
+#include <TVframework/TVframework.h>
+
+#include "AppVariables.h"
+#include "CFRef.h"
+#include "CPrefs.h"
+#include "CRegInfo.h"
+#include "CatchAll.h"
+#include "DictStrings.h"
+#include "GlobalVars.h"
+#include "RegInfoStorage.h"
+#include "SendRegInfo.h"
+
+using Tova::CFRef;
+using Tova::CRegInfo;
+using Tova::CString;
+
+int tvApplyVariables(CFMutableStringRef text, CFStringRef delimiters) {
+    const auto heldText = CFRef<CFMutableStringRef>::Retain(text);
+    const auto heldDelimiters = CFRef<CFStringRef>::Retain(delimiters);
+    return Tova::GlobalVars.Apply(text, delimiters);
+}
+
+void tvDeletePrefsItem(CFStringRef key) {
+    Tova::CatchAll([&] {
+        const auto held = CFRef<CFStringRef>::Retain(key);
+        Tova::CPrefs::Clear(key);
+    });
+}
+
+int tvReadRegInfoFromNWC(CFStringRef path, CFMutableDictionaryRef details) {
+    if (path == nullptr || details == nullptr) {
+        return -1;
+    }
+    int result = -1;
+    Tova::CatchAll([&] {
+        const auto heldPath = CFRef<CFStringRef>::Retain(path);
+        const auto heldDetails = CFRef<CFMutableDictionaryRef>::Retain(details);
+        doAppSetVariables();
+        CString file;
+        CRegInfo record;
+        const bool loaded = file.CopyFromCFString(path, kCFStringEncodingUTF8) &&
+                            Tova::CNWCFileRegInfo::Load(file.CStr(), record);
+        // Also after a failure, with an empty record: a form is never left half filled.
+        Tova::SetDictFromRegInfo(details, record);
+        result = loaded ? 1 : -1;
+    });
+    return result;
+}
+
+int tvReadRegInfoFromPrefs(CFMutableDictionaryRef details) {
+    if (details == nullptr) {
+        return -1;
+    }
+    int result = -1;
+    Tova::CatchAll([&] {
+        const auto held = CFRef<CFMutableDictionaryRef>::Retain(details);
+        doAppSetVariables();
+        CRegInfo record;
+        if (Tova::CPrefsRegInfo::Load(record)) {
+            Tova::SetDictFromRegInfo(details, record);
+            result = 1;
+        }
+    });
+    return result;
+}
+
+int tvWriteRegInfo(CFStringRef path, CFDictionaryRef details, unsigned int send) {
+    CString file;
+    if (path == nullptr || details == nullptr ||
+        !file.CopyFromCFString(path, kCFStringEncodingUTF8)) {
+        return -1;
+    }
+    auto held = CFRef<CFDictionaryRef>::Retain(details);
+    doAppSetVariables();
+    const bool allowed = Tova::IsSendingAllowed(details);
+    const CRegInfo record = Tova::GetRegInfoFromDict(details);
+    held.Reset(nullptr);
+    if (send != 0 && allowed) {
+        Tova::SendRegInfo(record);
+    }
+    return Tova::CNWCFileRegInfo::Save(file.CStr(), record) ? 0 : -3;
+}

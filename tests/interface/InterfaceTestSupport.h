@@ -1,0 +1,64 @@
+// Details, configuration files and preferences as short texts.
+#pragma once
+
+#include "../vars/VarsTestSupport.h"
+#include "CPrefs.h"
+#include "CRegInfo.h"
+#include "RegInfoStorage.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace tvtest {
+
+// "first|last|organisation|e-mail".
+inline std::string Show(const Tova::CRegInfo& record) {
+    return std::string(record.FirstName().CStr()) + "|" + record.LastName().CStr() + "|" +
+           record.Organisation().CStr() + "|" + record.Email().CStr();
+}
+
+inline Tova::CFRef<CFMutableDictionaryRef> MakeDict(const Pairs& texts = {}) {
+    Tova::CFRef<CFMutableDictionaryRef> dict(CFDictionaryCreateMutable(
+        nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    for (const auto& [key, value] : texts) {
+        CFDictionarySetValue(dict.Get(), MakeString(key).Get(), MakeString(value).Get());
+    }
+    return dict;
+}
+inline Tova::CFRef<CFNumberRef> MakeNumber(double value) {
+    return Tova::CFRef<CFNumberRef>(CFNumberCreate(nullptr, kCFNumberDoubleType, &value));
+}
+
+// The four details with "|" between them; "-" for one that is absent.
+inline std::string Show(CFDictionaryRef dict) {
+    std::string text;
+    for (const char* key : {"FNKey", "LNKey", "OrKey", "EAKey"}) {
+        const void* value = CFDictionaryGetValue(dict, MakeString(key).Get());
+        text += value != nullptr ? TextOf(static_cast<CFStringRef>(value)) : "-";
+        text += *key != 'E' ? "|" : "";
+    }
+    return text;
+}
+
+inline void WriteConfig(const std::string& path, const Pairs& vars) {
+    Tova::CVarList list;
+    Fill(list, vars);
+    Tova::CFSPath file;
+    ASSERT_GE(file.FromUnixPath(path.c_str()), 0);
+    ASSERT_EQ(list.WriteToFile(file), Tova::Ok);
+}
+inline std::string ReadConfig(const std::string& path) {
+    Tova::CVarList list;
+    Tova::CFSPath file;
+    file.FromUnixPath(path.c_str());
+    return list.ReadFromEncryptedFile(file) >= 0 ? Dump(list) : "(cannot be read)";
+}
+
+inline void SetPreference(const char* key, CFTypeRef value) {
+    CFPreferencesSetValue(MakeString(std::string("RegisterInfo/") + key).Get(), value,
+                          Tova::CPrefs::Domain(), kCFPreferencesCurrentUser, kCFPreferencesAnyHost);
+    Tova::CPrefs::Synchronize();
+}
+
+}  // namespace tvtest

@@ -1,0 +1,31 @@
+/* An application of the framework, in C, on the public header alone: shows the variables before and
+ * after its user-details calls and what those return. One argument: a configuration file. */
+#include <TVframework/TVframework.h>
+
+#include <stdio.h>
+
+static void ShowVariables(void) {
+    char shown[512] = "";
+    CFMutableStringRef text = CFStringCreateMutableCopy(
+        kCFAllocatorDefault, 0, CFSTR("<AppName> <MajVersion>.<MinVersion> <AppKey>"));
+    int count = tvApplyVariables(text, NULL);
+    CFStringGetCString(text, shown, sizeof shown, kCFStringEncodingUTF8);
+    printf("%s %d\n", shown, count);
+    CFRelease(text);
+}
+
+int main(int argc, char** argv) {
+    CFStringRef path = CFStringCreateWithCString(kCFAllocatorDefault, argc > 1 ? argv[1] : "",
+                                                 kCFStringEncodingUTF8);
+    CFMutableDictionaryRef form = CFDictionaryCreateMutable(
+        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
+    tvDeletePrefsItem(CFSTR("absent"));
+    ShowVariables();
+    printf("%d ", tvReadRegInfoFromNWC(path, form));
+    printf("%d ", tvReadRegInfoFromPrefs(form));
+    printf("%d\n", tvWriteRegInfo(path, form, 0));
+    ShowVariables();
+    CFRelease(form);
+    CFRelease(path);
+    return 0;
+}
