@@ -1,0 +1,55 @@
+// Reads the input as a registry file and checks the tree against what holds for every tree.
+#include "CRegistry.h"
+#include "FuzzTarget.h"
+#include "MemoryStream.h"
+
+#include <string>
+
+namespace {
+
+using tvfuzz::Require;
+
+// The entries below `directory`, comments left out; checks each on the way.
+void Describe(const Tova::CRegNode& directory, int depth, std::string& out) {
+    int entries = 0;
+    for (const Tova::CRegNode* node = directory.FirstChild(); node; node = node->NextSibling()) {
+        if (node->GetType() == Tova::RegNodeType::Comment) {
+            Require(node->GetName() == nullptr && node->GetValue() != nullptr,
+                    "comments have a text alone");
+            continue;
+        }
+        const std::string name = node->GetName();
+        Require(Tova::CRegDir::ValidName(name.c_str()), "names are valid");
+        Require(directory.Find(name.c_str(), 0) == node, "names differ, and are found");
+        Require(directory.Index(entries++) == node, "entries are numbered in order");
+        const Tova::CRegNode* prefix = directory.Find(name.c_str(), 1);
+        Require(prefix != nullptr && prefix->GetName()[0] == name[0], "prefixes are found");
+        out += name + (node->IsDirectory() ? "{" : "=" + std::string(node->GetValue()) + "\n");
+        // Deep trees are the business of the tests: this walk recurses.
+        if (node->IsDirectory() && depth < 500) {
+            Describe(*node, depth + 1, out);
+        }
+        out += node->IsDirectory() ? "}" : "";
+    }
+    Require(directory.Index(entries) == nullptr, "and no more of them");
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string text(data, data + size);
+    for (const unsigned flags : {Tova::CStream::cTranslate, 0U}) {
+        tvtest::MemoryStream stream(flags, text);
+        stream.ReadUnicodeHeader();
+        Tova::CMemRegistry tree, copy;
+        const Tova::RStatus status = tree.ReadFromStream(stream);
+        Require(status == Tova::Ok || status == Tova::ErrSyntax || status == Tova::Failure,
+                "status");
+        std::string entries, copied;
+        Describe(*tree.GetNode(), 0, entries);
+        Require(copy.CopyDir(tree), "a tree that was read can be copied");
+        Describe(*copy.GetNode(), 0, copied);
+        Require(entries == copied, "the copy is equal");
+    }
+    return 0;
+}
