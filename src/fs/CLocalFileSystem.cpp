@@ -36,6 +36,12 @@ public:
     FSCatalogInfo info = {};
 };
 
+// Reads what is to be changed of the object at `path`, for which `ref` then stands.
+RStatus readCatalog(const CFSPath& path, FSCatalogInfoBitmap which, FSRef& ref, Catalog& catalog) {
+    const RStatus status = path.MacToFSRef(ref);
+    return status >= 0 ? catalog.Read(ref, which) : status;
+}
+
 // What GetInfo does for one kind.
 struct InfoRow {
     FSCatalogInfoBitmap bitmap;
@@ -152,11 +158,7 @@ RStatus CLocalFileSystem::SetFileFinderInfo(const CFSPath& path, unsigned creato
     }
     FSRef ref = {};
     Catalog catalog;
-    RStatus status = path.MacToFSRef(ref);
-    if (status >= 0) {
-        status = catalog.Read(ref, kFSCatInfoFinderInfo);
-    }
-    if (status < 0) {
+    if (const RStatus status = readCatalog(path, kFSCatInfoFinderInfo, ref, catalog); status < 0) {
         return status;
     }
     FileInfo record = {};
@@ -191,11 +193,7 @@ RStatus CLocalFileSystem::SetAttribute(const CFSPath& path, FSAttribute attribut
     }
     FSRef ref = {};
     Catalog catalog;
-    RStatus status = path.MacToFSRef(ref);
-    if (status >= 0) {
-        status = catalog.Read(ref, kFSCatInfoPermissions);
-    }
-    if (status < 0) {
+    if (const RStatus status = readCatalog(path, kFSCatInfoPermissions, ref, catalog); status < 0) {
         return status;
     }
     const unsigned mode = catalog.info.permissions.mode;
