@@ -3,8 +3,8 @@
 // time (the best of several runs, in which the sizes take turns) and the factor from size to size:
 // 2 is growth in proportion, more than that where the tree outgrows a cache; 4 again and again
 // would be quadratic.
-#include "CFileStream.h"
-#include "CRegistry.h"
+#include "registry/CRegistry.h"
+#include "streams/CFileStream.h"
 
 #include <unistd.h>
 

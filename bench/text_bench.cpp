@@ -1,7 +1,7 @@
 // Strings against the standard string, escaping for URIs against libcurl's.
-#include "CString.h"
-#include "Str.h"
-#include "ratios.h"
+#include "bench/ratios.h"
+#include "text/CString.h"
+#include "text/Str.h"
 
 #include <curl/curl.h>
 

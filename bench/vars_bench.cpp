@@ -1,8 +1,8 @@
 // What substituting and looking up variables costs, against what a caller would write instead:
 // passes of find and replace over std::string, and a template filled from a std::unordered_map.
-#include "CVarList.h"
+#include "vars/CVarList.h"
 
-#include "ratios.h"
+#include "bench/ratios.h"
 
 #include <algorithm>
 #include <memory>

@@ -23,38 +23,50 @@ if(NOT APPLE)
     target_link_options(tv_options INTERFACE -Wl,-z,relro,-z,now)
 endif()
 
-# tv_library(NAME [LINK target...]) makes a static library of the sources in this folder. Only the
-# folder itself and what the linked targets offer can be included, so a layer cannot reach upward.
-function(tv_library name)
+# tv_headers(TARGET SCOPE PATH) lets sources include the headers of this folder as "PATH/Name.h".
+# The include root holds a link to this one folder and nothing else. So a source reaches the folders
+# whose targets it links, by their paths, and no others: an include that points upward finds no file.
+function(tv_headers target scope path)
+    set(root "${PROJECT_BINARY_DIR}/include-roots/${target}")
+    get_filename_component(parent "${root}/${path}" DIRECTORY)
+    file(MAKE_DIRECTORY "${parent}")
+    file(CREATE_LINK "${CMAKE_CURRENT_SOURCE_DIR}" "${root}/${path}" SYMBOLIC)
+    target_include_directories(${target} ${scope} "$<BUILD_INTERFACE:${root}>")
+endfunction()
+
+# tv_library(NAME PATH [LINK target...]) makes a static library of the sources in this folder, whose
+# headers are included as "PATH/Name.h".
+function(tv_library name path)
     cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
     add_library(${name} STATIC ${sources})
-    target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
+    tv_headers(${name} PUBLIC ${path})
     target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE $<BUILD_INTERFACE:tv_options>)
 endfunction()
 
-# tv_test(FOLDER [LINK target...]) makes one test program of all sources in tests/FOLDER and
-# registers every test in it.
-function(tv_test folder)
-    cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})
-    file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp")
-    set(target ${folder}_tests)
-    add_executable(${target} ${sources})
-    target_link_libraries(${target} PRIVATE
-        ${ARG_LINK} tv_test_support tv_options GTest::gmock GTest::gtest GTest::gtest_main)
-    gtest_discover_tests(${target} TEST_PREFIX "${folder}." DISCOVERY_TIMEOUT 60
-        PROPERTIES TIMEOUT 300 LABELS ${folder})
-endfunction()
-
-# tv_platform_part(NAME [LINK target...]) makes an object library of this folder and puts it into tvplatform.
-function(tv_platform_part name)
+# tv_platform_part(NAME PATH [LINK target...]) makes an object library of this folder, whose headers
+# are included as "PATH/Name.h", and puts it into tvplatform.
+function(tv_platform_part name path)
     cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
     add_library(${name} OBJECT ${sources})
-    target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
+    tv_headers(${name} PUBLIC ${path})
     target_link_libraries(${name}
-        PUBLIC tvplatform_headers
-        PRIVATE $<BUILD_INTERFACE:tv_options> ${ARG_LINK})
+        PUBLIC tvplatform_headers ${ARG_LINK}
+        PRIVATE $<BUILD_INTERFACE:tv_options>)
     target_sources(tvplatform PRIVATE $<TARGET_OBJECTS:${name}>)
-    target_link_libraries(tvplatform PRIVATE ${ARG_LINK})
+endfunction()
+
+# tv_test(NAME [LINK target...]) makes one test program of all sources in tests/NAME, its child
+# programs excepted, and registers every test in it.
+function(tv_test name)
+    cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp")
+    list(FILTER sources EXCLUDE REGEX "/child/")
+    set(target ${name}_tests)
+    add_executable(${target} ${sources})
+    target_link_libraries(${target} PRIVATE
+        ${ARG_LINK} tv_test_support tv_options GTest::gmock GTest::gtest GTest::gtest_main)
+    gtest_discover_tests(${target} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
+        PROPERTIES TIMEOUT 300 LABELS ${name})
 endfunction()

@@ -1,8 +1,8 @@
 // Reads the input as a configuration file, and as the plain bytes of one; writes and reads back
 // what came of it.
-#include "ConfigFile.h"
-#include "FuzzTarget.h"
-#include "MemoryStream.h"
+#include "fuzz/FuzzTarget.h"
+#include "tests/streams/MemoryStream.h"
+#include "vars/ConfigFile.h"
 
 #include <string>
 

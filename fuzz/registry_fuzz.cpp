@@ -1,7 +1,7 @@
 // Reads the input as a registry file and checks the tree against what holds for every tree.
-#include "CRegistry.h"
-#include "FuzzTarget.h"
-#include "MemoryStream.h"
+#include "fuzz/FuzzTarget.h"
+#include "registry/CRegistry.h"
+#include "tests/streams/MemoryStream.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 // Runs a fuzz target over files, and folders of files, named on the command line: each whole, cut
 // at every byte, and with every byte replaced by some that matter to parsers.
-#include "FuzzTarget.h"
+#include "fuzz/FuzzTarget.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,6 +1,6 @@
-#include "HttpDriver.h"
+#include "cfnetwork/HttpDriver.h"
 
-#include "HttpLoader.h"
+#include "cfnetwork/HttpLoader.h"
 
 #include <CFNetwork/CFHTTPStream.h>
 #include <CoreFoundation/CFNumber.h>

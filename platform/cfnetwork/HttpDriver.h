@@ -1,9 +1,9 @@
 // Brings the bytes of an HTTP stream, through the HTTP module.
 #pragma once
 
-#include "HttpMessage.h"
-#include "HttpTransfer.h"
-#include "ReadStream.h"
+#include "cfnetwork/HttpMessage.h"
+#include "cfnetwork/HttpTransfer.h"
+#include "corefoundation/runloop/ReadStream.h"
 
 #include <atomic>
 

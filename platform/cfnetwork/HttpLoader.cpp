@@ -1,4 +1,4 @@
-#include "HttpLoader.h"
+#include "cfnetwork/HttpLoader.h"
 
 #include <dlfcn.h>
 

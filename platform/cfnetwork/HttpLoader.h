@@ -1,7 +1,7 @@
 // Opens the HTTP module on the first request. Any thread.
 #pragma once
 
-#include "HttpTransfer.h"
+#include "cfnetwork/HttpTransfer.h"
 
 namespace tvplatform {
 

@@ -1,4 +1,4 @@
-#include "HttpMessage.h"
+#include "cfnetwork/HttpMessage.h"
 
 #include <CoreFoundation/CFString.h>
 

@@ -1,8 +1,8 @@
 // A request, or the header of an answer.
 #pragma once
 
-#include "Object.h"
-#include "RunLoopObjectRef.h"
+#include "corefoundation/object/Object.h"
+#include "corefoundation/object/RunLoopObjectRef.h"
 
 #include <CFNetwork/CFHTTPMessage.h>
 

@@ -1,5 +1,5 @@
 // The C interface of HTTP messages.
-#include "HttpMessage.h"
+#include "cfnetwork/HttpMessage.h"
 
 #include <CoreFoundation/CFString.h>
 #include <CoreFoundation/CFURL.h>

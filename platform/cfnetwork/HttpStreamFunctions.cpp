@@ -1,5 +1,5 @@
 // The C interface of HTTP streams.
-#include "HttpDriver.h"
+#include "cfnetwork/HttpDriver.h"
 
 #include <CFNetwork/CFHTTPStream.h>
 #include <CoreFoundation/CFString.h>

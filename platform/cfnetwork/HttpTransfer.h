@@ -3,8 +3,8 @@
 // anything in this header.
 #pragma once
 
-#include "ReadStreamState.h"
-#include "RunLoopPollSet.h"
+#include "corefoundation/runloop/ReadStreamState.h"
+#include "corefoundation/runloop/RunLoopPollSet.h"
 
 #include <chrono>
 #include <memory>

@@ -1,8 +1,8 @@
 // Catalog information, and new folders.
-#include "FileErrors.h"
-#include "FileReference.h"
-#include "FinderRecords.h"
-#include "Utf8.h"
+#include "corefoundation/string/Utf8.h"
+#include "coreservices/FileErrors.h"
+#include "coreservices/FileReference.h"
+#include "coreservices/FinderRecords.h"
 
 #include <CoreServices/Files.h>
 

@@ -1,4 +1,4 @@
-#include "FileErrors.h"
+#include "coreservices/FileErrors.h"
 
 #include <cerrno>
 

@@ -1,6 +1,6 @@
-#include "FileReference.h"
+#include "coreservices/FileReference.h"
 
-#include "FileErrors.h"
+#include "coreservices/FileErrors.h"
 
 #include <CoreFoundation/CFURL.h>
 

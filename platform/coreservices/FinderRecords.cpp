@@ -1,4 +1,4 @@
-#include "FinderRecords.h"
+#include "coreservices/FinderRecords.h"
 
 #include <CoreServices/Finder.h>
 

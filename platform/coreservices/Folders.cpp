@@ -1,6 +1,6 @@
-#include "FileErrors.h"
-#include "FileReference.h"
-#include "UserFolders.h"
+#include "coreservices/FileErrors.h"
+#include "coreservices/FileReference.h"
+#include "posix/UserFolders.h"
 
 #include <CoreServices/Folders.h>
 

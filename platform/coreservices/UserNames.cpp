@@ -1,5 +1,5 @@
-#include "String.h"
-#include "UserFolders.h"
+#include "corefoundation/string/String.h"
+#include "posix/UserFolders.h"
 
 #include <CoreServices/UserNames.h>
 

@@ -1,7 +1,7 @@
-#include "CFSPath.h"
+#include "fs/CFSPath.h"
 
-#include "CFRef.h"
-#include "Str.h"
+#include "text/CFRef.h"
+#include "text/Str.h"
 
 #include <cstring>
 

@@ -2,8 +2,8 @@
 // use a path.
 #pragma once
 
-#include "CString.h"
-#include "RStatus.h"
+#include "text/CString.h"
+#include "text/RStatus.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreServices/CoreServices.h>

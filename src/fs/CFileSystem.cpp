@@ -1,4 +1,4 @@
-#include "CFileSystem.h"
+#include "fs/CFileSystem.h"
 
 #include <sys/stat.h>
 

@@ -2,8 +2,8 @@
 // system has no state; any thread may use one.
 #pragma once
 
-#include "CFSPath.h"
-#include "RStatus.h"
+#include "fs/CFSPath.h"
+#include "text/RStatus.h"
 
 namespace Tova {
 

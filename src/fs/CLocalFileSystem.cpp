@@ -1,6 +1,6 @@
-#include "CLocalFileSystem.h"
+#include "fs/CLocalFileSystem.h"
 
-#include "CFRef.h"
+#include "text/CFRef.h"
 
 #include <cstdint>
 #include <cstring>

@@ -2,7 +2,7 @@
 // attributes. It has no state; any thread may use it.
 #pragma once
 
-#include "CFileSystem.h"
+#include "fs/CFileSystem.h"
 
 namespace Tova {
 

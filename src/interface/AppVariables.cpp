@@ -1,7 +1,7 @@
-#include "AppVariables.h"
+#include "interface/AppVariables.h"
 
-#include "CFSPath.h"
-#include "GlobalVars.h"
+#include "fs/CFSPath.h"
+#include "vars/GlobalVars.h"
 
 #include <cstdlib>
 #include <cstring>

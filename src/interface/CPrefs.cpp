@@ -1,4 +1,4 @@
-#include "CPrefs.h"
+#include "interface/CPrefs.h"
 
 namespace Tova {
 

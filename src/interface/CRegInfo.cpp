@@ -1,6 +1,6 @@
-#include "CRegInfo.h"
+#include "interface/CRegInfo.h"
 
-#include "CEmailAddress.h"
+#include "text/CEmailAddress.h"
 
 namespace Tova {
 

@@ -1,8 +1,8 @@
 // The user's registration details. One thread at a time may use a record.
 #pragma once
 
-#include "CString.h"
-#include "CVarList.h"
+#include "text/CString.h"
+#include "vars/CVarList.h"
 
 namespace Tova {
 

@@ -1,6 +1,6 @@
-#include "DictStrings.h"
+#include "interface/DictStrings.h"
 
-#include "CFRef.h"
+#include "text/CFRef.h"
 
 namespace {
 

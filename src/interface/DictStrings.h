@@ -2,7 +2,7 @@
 // key finds nothing and changes nothing.
 #pragma once
 
-#include "CRegInfo.h"
+#include "interface/CRegInfo.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 

@@ -1,8 +1,8 @@
-#include "RegInfoStorage.h"
+#include "interface/RegInfoStorage.h"
 
-#include "CFRef.h"
-#include "CFSPath.h"
-#include "CPrefs.h"
+#include "fs/CFSPath.h"
+#include "interface/CPrefs.h"
+#include "text/CFRef.h"
 
 namespace Tova {
 

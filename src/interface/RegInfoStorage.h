@@ -2,7 +2,7 @@
 // One thread at a time.
 #pragma once
 
-#include "CRegInfo.h"
+#include "interface/CRegInfo.h"
 
 namespace Tova {
 

@@ -1,11 +1,11 @@
-#include "SendRegInfo.h"
+#include "interface/SendRegInfo.h"
 
-#include "CFRef.h"
-#include "CFormat.h"
-#include "CNWRegistry.h"
-#include "CVarList.h"
-#include "GlobalVars.h"
-#include "MacThreadedWebReader.h"
+#include "mac/MacThreadedWebReader.h"
+#include "registry/CNWRegistry.h"
+#include "text/CFRef.h"
+#include "vars/CFormat.h"
+#include "vars/CVarList.h"
+#include "vars/GlobalVars.h"
 
 #include <memory>
 

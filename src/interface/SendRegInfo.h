@@ -2,8 +2,8 @@
 // a time; the request itself runs on a thread of its own.
 #pragma once
 
-#include "CRegInfo.h"
-#include "CString.h"
+#include "interface/CRegInfo.h"
+#include "text/CString.h"
 
 namespace Tova {
 

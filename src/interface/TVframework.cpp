@@ -2,15 +2,15 @@
 // tvWriteRegInfo let lack of memory through, having released what they hold.
 #include <TVframework/TVframework.h>
 
-#include "AppVariables.h"
-#include "CFRef.h"
-#include "CPrefs.h"
-#include "CRegInfo.h"
-#include "CatchAll.h"
-#include "DictStrings.h"
-#include "GlobalVars.h"
-#include "RegInfoStorage.h"
-#include "SendRegInfo.h"
+#include "interface/AppVariables.h"
+#include "interface/CPrefs.h"
+#include "interface/CRegInfo.h"
+#include "interface/DictStrings.h"
+#include "interface/RegInfoStorage.h"
+#include "interface/SendRegInfo.h"
+#include "text/CFRef.h"
+#include "text/CatchAll.h"
+#include "vars/GlobalVars.h"
 
 using Tova::CFRef;
 using Tova::CRegInfo;

@@ -1,4 +1,4 @@
-#include "MacThreadCondition.h"
+#include "mac/MacThreadCondition.h"
 
 #include <errno.h>
 

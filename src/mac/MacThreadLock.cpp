@@ -1,4 +1,4 @@
-#include "MacThreadLock.h"
+#include "mac/MacThreadLock.h"
 
 MacThreadLock::MacThreadLock(bool recursive) {
     pthread_mutexattr_t attributes;

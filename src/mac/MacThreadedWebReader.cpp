@@ -1,8 +1,8 @@
-#include "MacThreadedWebReader.h"
+#include "mac/MacThreadedWebReader.h"
 
-#include "MacThreadGuard.h"
-#include "MacThreadedWebReaderManager.h"
-#include "MacThreadedWebReaderRef.h"
+#include "mac/MacThreadGuard.h"
+#include "mac/MacThreadedWebReaderManager.h"
+#include "mac/MacThreadedWebReaderRef.h"
 
 #include <optional>
 

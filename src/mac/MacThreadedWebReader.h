@@ -3,8 +3,8 @@
 // docs/web-reader.md tells how the threads meet.
 #pragma once
 
-#include "MacThreadCondition.h"
-#include "MacThreadLock.h"
+#include "mac/MacThreadCondition.h"
+#include "mac/MacThreadLock.h"
 
 #include <CFNetwork/CFNetwork.h>
 #include <CoreFoundation/CoreFoundation.h>

@@ -1,8 +1,8 @@
-#include "MacThreadedWebReaderManager.h"
+#include "mac/MacThreadedWebReaderManager.h"
 
-#include "MacThreadCondition.h"
-#include "MacThreadLock.h"
-#include "MacThreadedWebReader.h"
+#include "mac/MacThreadCondition.h"
+#include "mac/MacThreadLock.h"
+#include "mac/MacThreadedWebReader.h"
 
 #include <sys/types.h>
 #include <unistd.h>

@@ -1,8 +1,8 @@
 // The worker and the threads that end a read on behalf of its callback.
-#include "MacThreadGuard.h"
-#include "MacThreadedWebReader.h"
-#include "MacThreadedWebReaderManager.h"
-#include "MacThreadedWebReaderRef.h"
+#include "mac/MacThreadGuard.h"
+#include "mac/MacThreadedWebReader.h"
+#include "mac/MacThreadedWebReaderManager.h"
+#include "mac/MacThreadedWebReaderRef.h"
 
 namespace {
 

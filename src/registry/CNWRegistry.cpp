@@ -1,9 +1,9 @@
-#include "CNWRegistry.h"
+#include "registry/CNWRegistry.h"
 
-#include "CFRef.h"
-#include "CLocalFileSystem.h"
-#include "GlobalVars.h"
-#include "RegErrors.h"
+#include "fs/CLocalFileSystem.h"
+#include "registry/RegErrors.h"
+#include "text/CFRef.h"
+#include "vars/GlobalVars.h"
 
 namespace Tova {
 

@@ -2,7 +2,7 @@
 // and every user has a directory. It is only read. One thread at a time may use an object.
 #pragma once
 
-#include "CRegistry.h"
+#include "registry/CRegistry.h"
 
 namespace Tova {
 

@@ -1,7 +1,7 @@
-#include "CRegDir.h"
+#include "registry/CRegDir.h"
 
-#include "Ch.h"
-#include "Str.h"
+#include "text/Ch.h"
+#include "text/Str.h"
 
 #include <algorithm>
 #include <cstdlib>

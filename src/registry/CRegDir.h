@@ -2,9 +2,9 @@
 // one. One thread at a time may use a tree and the handles on it.
 #pragma once
 
-#include "CRegNode.h"
-#include "CString.h"
-#include "RStatus.h"
+#include "registry/CRegNode.h"
+#include "text/CString.h"
+#include "text/RStatus.h"
 
 namespace Tova {
 

@@ -1,6 +1,6 @@
-#include "CRegIndex.h"
+#include "registry/CRegIndex.h"
 
-#include "CRegNode.h"
+#include "registry/CRegNode.h"
 
 #include <utility>
 

@@ -2,7 +2,7 @@
 // no answer: it can be dropped at any time and made again. One thread at a time may use it.
 #pragma once
 
-#include "CRegPrefixTree.h"
+#include "registry/CRegPrefixTree.h"
 
 #include <memory>
 #include <string_view>

@@ -1,6 +1,6 @@
-#include "CRegNode.h"
+#include "registry/CRegNode.h"
 
-#include "CRegIndex.h"
+#include "registry/CRegIndex.h"
 
 #include <cstring>
 #include <exception>

@@ -1,4 +1,4 @@
-#include "CRegPrefixTree.h"
+#include "registry/CRegPrefixTree.h"
 
 #include <algorithm>
 #include <tuple>

@@ -1,7 +1,7 @@
-#include "CRegistry.h"
+#include "registry/CRegistry.h"
 
-#include "CFileStream.h"
-#include "CLocalFileSystem.h"
+#include "fs/CLocalFileSystem.h"
+#include "streams/CFileStream.h"
 
 #include <cstring>
 

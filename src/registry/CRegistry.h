@@ -3,8 +3,8 @@
 // tree, which must let go before it is destroyed.
 #pragma once
 
-#include "CFSPath.h"
-#include "CRegDir.h"
+#include "fs/CFSPath.h"
+#include "registry/CRegDir.h"
 
 namespace Tova {
 

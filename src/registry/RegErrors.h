@@ -1,7 +1,7 @@
 // The names of the registry's own status values.
 #pragma once
 
-#include "CErrorTable.h"
+#include "text/CErrorTable.h"
 
 namespace Tova {
 

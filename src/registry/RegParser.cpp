@@ -1,9 +1,9 @@
-#include "RegParser.h"
+#include "registry/RegParser.h"
 
-#include "CStream.h"
-#include "CatchAll.h"
-#include "Ch.h"
-#include "Str.h"
+#include "streams/CStream.h"
+#include "text/CatchAll.h"
+#include "text/Ch.h"
+#include "text/Str.h"
 
 #include <cstring>
 

@@ -2,7 +2,7 @@
 // where a text is at fault uses the report.
 #pragma once
 
-#include "CRegDir.h"
+#include "registry/CRegDir.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
-#include "CFileStream.h"
+#include "streams/CFileStream.h"
 
-#include "CLocalFileSystem.h"
+#include "fs/CLocalFileSystem.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

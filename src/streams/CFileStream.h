@@ -1,8 +1,8 @@
 // A file as a stream, on the C library's buffered files. One thread at a time may use it.
 #pragma once
 
-#include "CFSPath.h"
-#include "CStream.h"
+#include "fs/CFSPath.h"
+#include "streams/CStream.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
-#include "CStream.h"
+#include "streams/CStream.h"
 
-#include "Scrambling.h"
+#include "streams/Scrambling.h"
 
 #include <algorithm>
 #include <climits>

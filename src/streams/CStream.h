@@ -3,8 +3,8 @@
 // statuses or as exceptions. One thread at a time may use a stream.
 #pragma once
 
-#include "CString.h"
-#include "RStatus.h"
+#include "text/CString.h"
+#include "text/RStatus.h"
 
 #include <cstdarg>
 #include <cstdint>

@@ -1,8 +1,8 @@
 // The writing half of CStream.
-#include "CStream.h"
+#include "streams/CStream.h"
 
-#include "Ch.h"
-#include "Scrambling.h"
+#include "streams/Scrambling.h"
+#include "text/Ch.h"
 
 #include <bit>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "CStream.h"
+#include "streams/CStream.h"
 
 namespace Tova {
 

@@ -2,7 +2,7 @@
 // looser in others. One thread at a time may use an address.
 #pragma once
 
-#include "CString.h"
+#include "text/CString.h"
 
 namespace Tova {
 

@@ -1,4 +1,4 @@
-#include "CErrorTable.h"
+#include "text/CErrorTable.h"
 
 #include <cstdint>
 

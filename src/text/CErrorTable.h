@@ -2,7 +2,7 @@
 // initialised and are never removed; after that any thread may look names up.
 #pragma once
 
-#include "RStatus.h"
+#include "text/RStatus.h"
 
 namespace Tova {
 

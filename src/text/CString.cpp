@@ -1,7 +1,7 @@
-#include "CString.h"
+#include "text/CString.h"
 
-#include "Ch.h"
-#include "Str.h"
+#include "text/Ch.h"
+#include "text/Str.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 

@@ -3,7 +3,7 @@
 // owns nothing; capacity grows in steps of 100 bytes and never shrinks.
 #pragma once
 
-#include "Ch.h"
+#include "text/Ch.h"
 
 #include <cstddef>
 #include <string>

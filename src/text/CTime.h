@@ -2,7 +2,7 @@
 // local time zone. A value; any thread, as long as nobody changes the environment meanwhile.
 #pragma once
 
-#include "CString.h"
+#include "text/CString.h"
 
 #include <ctime>
 

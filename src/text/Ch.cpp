@@ -1,6 +1,6 @@
-#include "Ch.h"
+#include "text/Ch.h"
 
-#include "Str.h"
+#include "text/Str.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 

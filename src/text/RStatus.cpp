@@ -1,4 +1,4 @@
-#include "RStatus.h"
+#include "text/RStatus.h"
 
 namespace Tova {
 

@@ -1,7 +1,7 @@
-#include "Str.h"
+#include "text/Str.h"
 
-#include "CFRef.h"
-#include "Ch.h"
+#include "text/CFRef.h"
+#include "text/Ch.h"
 
 #include <algorithm>
 #include <cstdarg>

@@ -1,7 +1,7 @@
 // The members of CString that escape text for URIs.
-#include "CFRef.h"
-#include "CString.h"
-#include "Ch.h"
+#include "text/CFRef.h"
+#include "text/CString.h"
+#include "text/Ch.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 

@@ -1,6 +1,6 @@
-#include "CFormat.h"
+#include "vars/CFormat.h"
 
-#include "GlobalVars.h"
+#include "vars/GlobalVars.h"
 
 #include <climits>
 #include <cstring>

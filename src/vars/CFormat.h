@@ -2,8 +2,8 @@
 // variable lists, or one name at a time with a formatting function. One thread at a time.
 #pragma once
 
-#include "CString.h"
-#include "CVarList.h"
+#include "text/CString.h"
+#include "vars/CVarList.h"
 
 namespace Tova {
 

@@ -1,7 +1,7 @@
-#include "CVar.h"
+#include "vars/CVar.h"
 
-#include "CFRef.h"
-#include "Substitution.h"
+#include "text/CFRef.h"
+#include "vars/Substitution.h"
 
 #include <climits>
 #include <cstring>

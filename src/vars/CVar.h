@@ -1,7 +1,7 @@
 // One named text variable of a CVarList. It has no lock; whoever owns the list serialises access.
 #pragma once
 
-#include "CString.h"
+#include "text/CString.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 

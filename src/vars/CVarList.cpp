@@ -1,6 +1,6 @@
-#include "CVarList.h"
+#include "vars/CVarList.h"
 
-#include "Str.h"
+#include "text/Str.h"
 
 #include <utility>
 

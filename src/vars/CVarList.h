@@ -2,10 +2,10 @@
 // configuration files. It has no lock; whoever owns the list serialises access.
 #pragma once
 
-#include "CFSPath.h"
-#include "CString.h"
-#include "CVar.h"
-#include "RStatus.h"
+#include "fs/CFSPath.h"
+#include "text/CString.h"
+#include "text/RStatus.h"
+#include "vars/CVar.h"
 
 #include <bitset>
 #include <memory>

@@ -1,7 +1,7 @@
 // The substitution of a whole list into a text: in one scan where that gives the same result, else
 // in passes over the variables, which is what defines the result.
-#include "CVarList.h"
-#include "Substitution.h"
+#include "vars/CVarList.h"
+#include "vars/Substitution.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
-#include "ConfigFile.h"
+#include "vars/ConfigFile.h"
 
-#include "CFileStream.h"
-#include "Str.h"
+#include "streams/CFileStream.h"
+#include "text/Str.h"
 
 #include <cstdlib>
 #include <cstring>

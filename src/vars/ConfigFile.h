@@ -6,10 +6,10 @@
 // the sum of the plain bytes before it in decimal digits.
 #pragma once
 
-#include "CStream.h"
-#include "CString.h"
-#include "CVarList.h"
-#include "RStatus.h"
+#include "streams/CStream.h"
+#include "text/CString.h"
+#include "text/RStatus.h"
+#include "vars/CVarList.h"
 
 #include <cstdint>
 

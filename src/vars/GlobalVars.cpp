@@ -1,4 +1,4 @@
-#include "GlobalVars.h"
+#include "vars/GlobalVars.h"
 
 namespace Tova {
 

@@ -1,8 +1,8 @@
 // The process-wide application variables. They have no lock: one thread at a time.
 #pragma once
 
-#include "CString.h"
-#include "CVarList.h"
+#include "text/CString.h"
+#include "vars/CVarList.h"
 
 namespace Tova {
 

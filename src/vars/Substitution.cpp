@@ -1,4 +1,4 @@
-#include "Substitution.h"
+#include "vars/Substitution.h"
 
 #include <cstring>
 

@@ -1,8 +1,8 @@
 // What the substitution of variables into texts is made of. Any thread.
 #pragma once
 
-#include "CFRef.h"
-#include "CString.h"
+#include "text/CFRef.h"
+#include "text/CString.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 

@@ -1,4 +1,4 @@
-#include "FSTesting.h"
+#include "tests/fs/FSTesting.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "CLocalFileSystem.h"
+#include "fs/CLocalFileSystem.h"
 
-#include "FSTesting.h"
-#include "TempHome.h"
+#include "tests/fs/FSTesting.h"
+#include "tests/support/TempHome.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

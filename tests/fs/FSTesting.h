@@ -1,7 +1,7 @@
 // What the tests of this folder share.
 #pragma once
 
-#include "CFSPath.h"
+#include "fs/CFSPath.h"
 
 #include <string>
 

@@ -1,10 +1,10 @@
 #include <TVframework/TVframework.h>
 
-#include "AllocationFailure.h"
-#include "AppVariables.h"
-#include "GlobalVars.h"
-#include "InterfaceTestSupport.h"
-#include "TempHome.h"
+#include "interface/AppVariables.h"
+#include "tests/interface/InterfaceTestSupport.h"
+#include "tests/support/AllocationFailure.h"
+#include "tests/support/TempHome.h"
+#include "vars/GlobalVars.h"
 
 #include <gtest/gtest.h>
 

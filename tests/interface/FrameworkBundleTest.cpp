@@ -1,6 +1,6 @@
 // The shared library in a bundle of its own, seen by a C program in a fresh process.
-#include "InterfaceTestSupport.h"
-#include "TempHome.h"
+#include "tests/interface/InterfaceTestSupport.h"
+#include "tests/support/TempHome.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 // Details, configuration files and preferences as short texts.
 #pragma once
 
-#include "../vars/VarsTestSupport.h"
-#include "CPrefs.h"
-#include "CRegInfo.h"
-#include "RegInfoStorage.h"
+#include "interface/CPrefs.h"
+#include "interface/CRegInfo.h"
+#include "interface/RegInfoStorage.h"
+#include "tests/vars/VarsTestSupport.h"
 
 #include <gtest/gtest.h>
 

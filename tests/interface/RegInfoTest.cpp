@@ -1,8 +1,8 @@
-#include "CRegInfo.h"
+#include "interface/CRegInfo.h"
 
-#include "DictStrings.h"
-#include "InterfaceTestSupport.h"
-#include "TempHome.h"
+#include "interface/DictStrings.h"
+#include "tests/interface/InterfaceTestSupport.h"
+#include "tests/support/TempHome.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,12 @@
-#include "SendRegInfo.h"
+#include "interface/SendRegInfo.h"
 
 #include <TVframework/TVframework.h>
 
-#include "../mac/LoopbackServer.h"
-#include "GlobalVars.h"
-#include "InterfaceTestSupport.h"
-#include "MacThreadedWebReader.h"
-#include "TempHome.h"
+#include "mac/MacThreadedWebReader.h"
+#include "tests/interface/InterfaceTestSupport.h"
+#include "tests/mac/LoopbackServer.h"
+#include "tests/support/TempHome.h"
+#include "vars/GlobalVars.h"
 
 #include <gtest/gtest.h>
 

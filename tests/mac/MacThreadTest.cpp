@@ -1,5 +1,5 @@
-#include "MacThreadCondition.h"
-#include "MacThreadLock.h"
+#include "mac/MacThreadCondition.h"
+#include "mac/MacThreadLock.h"
 
 #include <gtest/gtest.h>
 

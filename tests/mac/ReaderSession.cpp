@@ -1,4 +1,4 @@
-#include "ReaderSession.h"
+#include "tests/mac/ReaderSession.h"
 
 namespace tvtest {
 

@@ -1,7 +1,7 @@
 // One read of a web reader, for tests: collects what the callback sees and waits for its end.
 #pragma once
 
-#include "MacThreadedWebReader.h"
+#include "mac/MacThreadedWebReader.h"
 
 #include <condition_variable>
 #include <functional>

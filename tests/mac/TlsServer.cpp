@@ -1,4 +1,4 @@
-#include "TlsServer.h"
+#include "tests/mac/TlsServer.h"
 
 #include <fcntl.h>
 #include <signal.h>

@@ -2,7 +2,7 @@
 // command's own test server, as a child process.
 #pragma once
 
-#include "TempHome.h"
+#include "tests/support/TempHome.h"
 
 #include <sys/types.h>
 

@@ -1,8 +1,8 @@
 // Readers against servers of every kind, well-behaved and not.
-#include "LoopbackServer.h"
-#include "ReaderSession.h"
-#include "TempHome.h"
-#include "TlsServer.h"
+#include "tests/mac/LoopbackServer.h"
+#include "tests/mac/ReaderSession.h"
+#include "tests/mac/TlsServer.h"
+#include "tests/support/TempHome.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Every allocation of reading and looking up fails once; nothing may crash or leak, and what was
 // stored is found.
-#include "AllocationFailure.h"
-#include "RegistryTesting.h"
+#include "tests/support/AllocationFailure.h"
+#include "tests/registry/RegistryTesting.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "CRegPrefixTree.h"
-#include "RegistryTesting.h"
+#include "registry/CRegPrefixTree.h"
+#include "tests/registry/RegistryTesting.h"
 
 #include <gtest/gtest.h>
 

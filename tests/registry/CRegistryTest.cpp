@@ -1,10 +1,10 @@
-#include "CRegistry.h"
+#include "registry/CRegistry.h"
 
-#include "CNWRegistry.h"
-#include "GlobalVars.h"
-#include "RegErrors.h"
-#include "RegistryTesting.h"
-#include "TempHome.h"
+#include "registry/CNWRegistry.h"
+#include "registry/RegErrors.h"
+#include "tests/registry/RegistryTesting.h"
+#include "tests/support/TempHome.h"
+#include "vars/GlobalVars.h"
 
 #include <gtest/gtest.h>
 #include <pwd.h>

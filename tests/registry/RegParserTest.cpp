@@ -1,5 +1,5 @@
-#include "RegParser.h"
-#include "RegistryTesting.h"
+#include "registry/RegParser.h"
+#include "tests/registry/RegistryTesting.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // What the tests of the registry share: a stream on a text, and trees as one line of text.
 #pragma once
 
-#include "../streams/MemoryStream.h"
-#include "CRegDir.h"
-#include "CRegistry.h"
+#include "registry/CRegDir.h"
+#include "registry/CRegistry.h"
+#include "tests/streams/MemoryStream.h"
 
 #include <string>
 #include <string_view>

@@ -1,8 +1,8 @@
-#include "CFileStream.h"
+#include "streams/CFileStream.h"
 
-#include "CLocalFileSystem.h"
-#include "Scrambling.h"
-#include "TempHome.h"
+#include "fs/CLocalFileSystem.h"
+#include "streams/Scrambling.h"
+#include "tests/support/TempHome.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "MemoryStream.h"
+#include "tests/streams/MemoryStream.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // A stream over bytes in memory, with an end-of-file indicator like the C library's.
 #pragma once
 
-#include "CStream.h"
+#include "streams/CStream.h"
 
 #include <string>
 

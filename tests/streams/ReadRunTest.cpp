@@ -1,7 +1,7 @@
 // Reading in runs must be indistinguishable from reading byte by byte.
-#include "CFileStream.h"
-#include "MemoryStream.h"
-#include "TempHome.h"
+#include "streams/CFileStream.h"
+#include "tests/streams/MemoryStream.h"
+#include "tests/support/TempHome.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "TempHome.h"
+#include "tests/support/TempHome.h"
 
 #include <cstdlib>
 #include <fstream>

@@ -1,4 +1,4 @@
-#include "CEmailAddress.h"
+#include "text/CEmailAddress.h"
 
 #include <gtest/gtest.h>
 

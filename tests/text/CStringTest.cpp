@@ -1,6 +1,6 @@
-#include "CString.h"
-#include "AllocationFailure.h"
-#include "CFRef.h"
+#include "text/CString.h"
+#include "tests/support/AllocationFailure.h"
+#include "text/CFRef.h"
 
 #include <gtest/gtest.h>
 

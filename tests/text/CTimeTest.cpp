@@ -1,4 +1,4 @@
-#include "CTime.h"
+#include "text/CTime.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "CatchAll.h"
+#include "text/CatchAll.h"
 
 #include <gtest/gtest.h>
 

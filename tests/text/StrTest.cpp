@@ -1,5 +1,5 @@
-#include "Str.h"
-#include "Ch.h"
+#include "text/Str.h"
+#include "text/Ch.h"
 
 #include <gtest/gtest.h>
 

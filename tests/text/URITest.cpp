@@ -1,4 +1,4 @@
-#include "CString.h"
+#include "text/CString.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "ToolRunner.h"
+#include "tests/tvtool/ToolRunner.h"
 
 #include <fcntl.h>
 #include <linux/capability.h>

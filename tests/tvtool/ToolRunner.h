@@ -1,7 +1,7 @@
 // Runs the real tvtool in a home of the test's own.
 #pragma once
 
-#include "TempHome.h"
+#include "tests/support/TempHome.h"
 
 #include <gtest/gtest.h>
 

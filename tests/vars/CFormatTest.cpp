@@ -1,7 +1,7 @@
-#include "CFormat.h"
+#include "vars/CFormat.h"
 
-#include "GlobalVars.h"
-#include "VarsTestSupport.h"
+#include "tests/vars/VarsTestSupport.h"
+#include "vars/GlobalVars.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
-#include "CVarList.h"
+#include "vars/CVarList.h"
 
-#include "AllocationFailure.h"
-#include "GlobalVars.h"
-#include "VarsTestSupport.h"
+#include "tests/support/AllocationFailure.h"
+#include "tests/vars/VarsTestSupport.h"
+#include "vars/GlobalVars.h"
 
 #include <gtest/gtest.h>
 

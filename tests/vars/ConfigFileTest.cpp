@@ -1,10 +1,10 @@
-#include "ConfigFile.h"
+#include "vars/ConfigFile.h"
 
-#include "../streams/MemoryStream.h"
-#include "CFileStream.h"
-#include "Scrambling.h"
-#include "TempHome.h"
-#include "VarsTestSupport.h"
+#include "streams/CFileStream.h"
+#include "streams/Scrambling.h"
+#include "tests/streams/MemoryStream.h"
+#include "tests/support/TempHome.h"
+#include "tests/vars/VarsTestSupport.h"
 
 #include <gtest/gtest.h>
 

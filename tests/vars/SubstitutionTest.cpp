@@ -1,6 +1,6 @@
-#include "CVarList.h"
+#include "vars/CVarList.h"
 
-#include "VarsTestSupport.h"
+#include "tests/vars/VarsTestSupport.h"
 
 #include <gtest/gtest.h>
 

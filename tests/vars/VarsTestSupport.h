@@ -1,8 +1,8 @@
 // Lists and platform strings as plain texts.
 #pragma once
 
-#include "CFRef.h"
-#include "CVarList.h"
+#include "text/CFRef.h"
+#include "vars/CVarList.h"
 
 #include <string>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "CurlErrors.h"
+#include "cfnetwork/module/CurlErrors.h"
 
 #include <CFNetwork/CFHTTPStream.h>
 

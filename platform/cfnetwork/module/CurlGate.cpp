@@ -1,4 +1,4 @@
-#include "CurlGate.h"
+#include "cfnetwork/module/CurlGate.h"
 
 namespace tvplatform {
 

@@ -1,8 +1,8 @@
 // The module's entry points, and its end. libcurl, and the TLS library below it, must not run any
 // more once the latter's own exit handler has: the module stops every transfer before that.
-#include "CurlGate.h"
-#include "CurlTransfer.h"
-#include "SignalGuard.h"
+#include "cfnetwork/module/CurlGate.h"
+#include "cfnetwork/module/CurlTransfer.h"
+#include "cfnetwork/module/SignalGuard.h"
 
 #include <dlfcn.h>
 #include <pthread.h>

@@ -1,8 +1,8 @@
-#include "CurlTransfer.h"
+#include "cfnetwork/module/CurlTransfer.h"
 
-#include "CurlErrors.h"
-#include "CurlGate.h"
-#include "SignalGuard.h"
+#include "cfnetwork/module/CurlErrors.h"
+#include "cfnetwork/module/CurlGate.h"
+#include "cfnetwork/module/SignalGuard.h"
 
 #include <strings.h>
 

@@ -1,7 +1,7 @@
 // One GET on libcurl's multi interface, driven from outside through descriptors and a time-out.
 #pragma once
 
-#include "HttpTransfer.h"
+#include "cfnetwork/HttpTransfer.h"
 
 #include <curl/curl.h>
 

@@ -1,9 +1,9 @@
 // A process that ends, in one of several ways, while a read is under way:
 //   exit_child HOW WHEN URL [LIBRARY]
 // Status 42 means that it got to its end.
-#include "ReaderLibrary.h"
+#include "tests/mac/child/ReaderLibrary.h"
 
-#include "MacThreadedWebReader.h"
+#include "mac/MacThreadedWebReader.h"
 
 #include <dlfcn.h>
 #include <netdb.h>

@@ -1,6 +1,6 @@
 // Fetches addresses with a web reader and prints a line for each: URL, what came, status, bytes.
 //   tvtest_fetch USER-AGENT URL...
-#include "ReaderSession.h"
+#include "tests/mac/ReaderSession.h"
 
 #include <iostream>
 

@@ -1,8 +1,8 @@
 // A library that sends, like the framework, and can be unloaded at once. With TVTEST_URL set it
 // already sends while it is being loaded.
-#include "ReaderLibrary.h"
+#include "tests/mac/child/ReaderLibrary.h"
 
-#include "MacThreadedWebReader.h"
+#include "mac/MacThreadedWebReader.h"
 
 #include <cstdlib>
 

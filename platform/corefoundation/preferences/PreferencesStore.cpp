@@ -1,0 +1,232 @@
+#include "corefoundation/preferences/PreferencesStore.h"
+
+#include "corefoundation/preferences/PreferencesFile.h"
+#include "corefoundation/preferences/PreferencesLock.h"
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <pthread.h>
+#include <set>
+#include <unordered_map>
+
+namespace tvplatform {
+
+namespace {
+
+// A value that waits to be written, or null for a removal. The number tells it from a later one.
+struct Change {
+    PlistValue value;
+    std::uint64_t number;
+};
+using Changes = std::map<std::string, Change>;
+
+// What a file holds, in its order.
+class Contents {
+public:
+    Contents() = default;
+    explicit Contents(std::vector<PlistEntry> entries) : entries_(std::move(entries)) {
+        for (const PlistEntry& entry : entries_) {
+            byKey_.emplace(entry.key, entry.value);
+        }
+    }
+
+    const std::vector<PlistEntry>& Entries() const { return entries_; }
+    PlistValue Find(const std::string& key) const {
+        const auto found = byKey_.find(key);
+        return found != byKey_.end() ? found->second : nullptr;
+    }
+    // Whether the changes do anything: they set something, or remove what is there.
+    bool WouldChange(const Changes& changes) const {
+        for (const auto& [key, change] : changes) {
+            if (change.value || byKey_.count(key) != 0) {
+                return true;
+            }
+        }
+        return false;
+    }
+    // Changed keys keep their places, new ones follow.
+    Contents With(const Changes& changes) const {
+        std::vector<PlistEntry> entries;
+        entries.reserve(entries_.size() + changes.size());
+        for (const PlistEntry& entry : entries_) {
+            const auto change = changes.find(entry.key);
+            const PlistValue& value = change != changes.end() ? change->second.value : entry.value;
+            if (value) {
+                entries.push_back({entry.key, value});
+            }
+        }
+        for (const auto& [key, change] : changes) {
+            if (change.value && byKey_.count(key) == 0) {
+                entries.push_back({key, change.value});
+            }
+        }
+        return Contents(std::move(entries));
+    }
+
+private:
+    std::vector<PlistEntry> entries_;
+    std::unordered_map<std::string, PlistValue> byKey_;
+};
+
+struct State {
+    Changes pending;
+    // Null until the file is read for the first time.
+    std::shared_ptr<const Contents> contents;
+    std::uint64_t contentsNumber = 0;
+};
+
+// All domains by their files. Never destroyed, because other static objects may still use it.
+class Memory {
+public:
+    static Memory& Get() {
+        static Memory& sMemory = *new Memory;
+        return sMemory;
+    }
+
+    // Runs `work` on a domain's state with the lock held; it must neither wait nor call out.
+    template <class Work>
+    auto With(const PreferencesDomain& domain, Work work) {
+        const std::lock_guard guard(mutex_);
+        return work(states_[domain.file]);
+    }
+    // With the lock held. Later numbers are greater.
+    std::uint64_t NextNumber() { return ++number_; }
+
+private:
+    Memory() {
+        // A child must not inherit a lock that another thread held.
+        pthread_atfork([] { Get().mutex_.lock(); }, [] { Get().mutex_.unlock(); },
+                       [] { Get().mutex_.unlock(); });
+    }
+
+    std::mutex mutex_;
+    std::unordered_map<std::string, State> states_;
+    std::uint64_t number_ = 0;
+};
+
+// What a domain's state was at one moment.
+struct Moment {
+    Changes pending;
+    std::shared_ptr<const Contents> contents;
+    std::uint64_t number;
+};
+
+Moment Look(const PreferencesDomain& domain) {
+    Memory& memory = Memory::Get();
+    return memory.With(domain, [&](State& state) {
+        return Moment{state.pending, state.contents, memory.NextNumber()};
+    });
+}
+
+// Makes `contents` what the file is known to hold, unless something newer is known, and forgets the
+// changes that are `done`, unless they were made anew meanwhile. `number` is from before the file
+// was read; nothing means that the file was just written under its lock.
+void Install(const PreferencesDomain& domain, std::shared_ptr<const Contents> contents,
+             std::optional<std::uint64_t> number, const Changes& done) {
+    Memory& memory = Memory::Get();
+    memory.With(domain, [&](State& state) {
+        const std::uint64_t age = number ? *number : memory.NextNumber();
+        if (age > state.contentsNumber) {
+            state.contents = std::move(contents);
+            state.contentsNumber = age;
+        }
+        for (const auto& [key, change] : done) {
+            const auto waiting = state.pending.find(key);
+            if (waiting != state.pending.end() && waiting->second.number == change.number) {
+                state.pending.erase(waiting);
+            }
+        }
+    });
+}
+
+// What the file holds and what waits, read for the first time where need be.
+Moment LookWithContents(const PreferencesDomain& domain) {
+    Moment moment = Look(domain);
+    if (moment.contents == nullptr) {
+        auto read = std::make_shared<const Contents>(
+            domain.folder ? ReadPreferencesFile(domain.file).entries : std::vector<PlistEntry>());
+        Install(domain, read, moment.number, {});
+        moment.contents = std::move(read);
+    }
+    return moment;
+}
+
+// Writes what waits into the file as it is now, whoever wrote it last.
+bool WriteChanges(const PreferencesDomain& domain) {
+    if (MakeFolder(*domain.folder, 0700) != 0) {
+        return false;
+    }
+    const PreferencesLock lock(domain.file + ".lock");
+    if (!lock.IsHeld()) {
+        return false;
+    }
+    // Only now: an earlier look might undo what another thread set and wrote meanwhile.
+    const Moment moment = Look(domain);
+    PreferencesReading reading = ReadPreferencesFile(domain.file);
+    auto contents = std::make_shared<const Contents>(std::move(reading.entries));
+    bool done = reading.state != FileState::Unusable;
+    if (done && contents->WouldChange(moment.pending)) {
+        auto changed = std::make_shared<const Contents>(contents->With(moment.pending));
+        done = ReplacePreferencesFile(domain.file, changed->Entries(),
+                                      reading.state == FileState::Damaged);
+        contents = done ? std::move(changed) : std::move(contents);
+    }
+    Install(domain, std::move(contents), std::nullopt, done ? moment.pending : Changes());
+    return done;
+}
+
+}  // namespace
+
+PreferencesDomain FindPreferencesDomain(const std::string& name) {
+    auto folder = FindUserFolder("XDG_CONFIG_HOME", "/.config");
+    std::string file = folder ? folder->path + "/" + name + ".plist" : name;
+    return {std::move(folder), std::move(file)};
+}
+
+PlistValue GetPreference(const PreferencesDomain& domain, const std::string& key) {
+    // Everyday reading copies no more than the one value.
+    const auto known = Memory::Get().With(domain, [&](State& state) -> std::optional<PlistValue> {
+        const auto change = state.pending.find(key);
+        if (change != state.pending.end()) {
+            return change->second.value;
+        }
+        return state.contents ? std::optional(state.contents->Find(key)) : std::nullopt;
+    });
+    return known ? *known : LookWithContents(domain).contents->Find(key);
+}
+
+std::vector<std::string> GetPreferenceKeys(const PreferencesDomain& domain) {
+    const Moment moment = LookWithContents(domain);
+    std::set<std::string> keys;
+    const Contents all = moment.contents->With(moment.pending);
+    for (const PlistEntry& entry : all.Entries()) {
+        keys.insert(entry.key);
+    }
+    return {keys.begin(), keys.end()};
+}
+
+void SetPreferences(const PreferencesDomain& domain, const std::vector<PlistEntry>& changes) {
+    Memory& memory = Memory::Get();
+    memory.With(domain, [&](State& state) {
+        for (const PlistEntry& change : changes) {
+            state.pending.insert_or_assign(change.key, Change{change.value, memory.NextNumber()});
+        }
+    });
+}
+
+bool SynchronizePreferences(const PreferencesDomain& domain) {
+    if (!domain.folder) {
+        return false;
+    }
+    const Moment moment = Look(domain);
+    PreferencesReading reading = ReadPreferencesFile(domain.file);
+    const auto contents = std::make_shared<const Contents>(std::move(reading.entries));
+    const bool readable = reading.state == FileState::Good || reading.state == FileState::Absent;
+    const bool changes = contents->WouldChange(moment.pending);
+    // Removals of what is not there are done.
+    Install(domain, contents, moment.number, readable && !changes ? moment.pending : Changes());
+    return changes && reading.state != FileState::Unusable ? WriteChanges(domain) : readable;
+}
+
+}  // namespace tvplatform

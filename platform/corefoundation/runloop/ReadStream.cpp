@@ -1,0 +1,271 @@
+#include "corefoundation/runloop/ReadStream.h"
+
+#include <utility>
+
+namespace tvplatform {
+
+// Shared between the stream and a running callback, so that replacing the client does not pull its
+// context away.
+class ReadStream::Client {
+public:
+    Client(CFOptionFlags wanted, CFReadStreamClientCallBack function,
+           const CFStreamClientContext& context)
+        : events(wanted), callback(function),
+          info(context.retain != nullptr ? context.retain(context.info) : context.info),
+          release_(context.release) {}
+    ~Client() {
+        if (release_ != nullptr) {
+            release_(info);
+        }
+    }
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    const CFOptionFlags events;
+    const CFReadStreamClientCallBack callback;
+    void* const info;
+
+private:
+    void (*const release_)(void*);
+};
+
+ReadStream::ReadStream(std::unique_ptr<ReadStreamDriver> driver)
+    : RunLoopItem(cType, 0), driver_(std::move(driver)) {}
+
+ReadStream::~ReadStream() {
+    driver_->Close();
+}
+
+bool ReadStream::Open() {
+    {
+        const std::lock_guard guard(lock_);
+        if (phase_ != Phase::NotOpen) {
+            return false;
+        }
+        if (!driver_->Open(openError_)) {
+            phase_ = Phase::Failed;
+            return false;
+        }
+        phase_ = Phase::Running;
+    }
+    WakeLoops();
+    return true;
+}
+
+void ReadStream::Close() {
+    ObjectRef<RunLoop> loop;
+    std::shared_ptr<const Client> client;
+    {
+        const std::lock_guard guard(lock_);
+        phase_ = Phase::Closed;
+        client = std::exchange(client_, nullptr);
+        loop = std::exchange(loop_, {});
+        if (readerLoop_) {
+            readerLoop_->WakeUp();
+        }
+    }
+    driver_->Close();
+    if (loop) {
+        loop->DetachFromAllModes(*this);
+        loop->WakeUp();
+    }
+}
+
+CFStreamStatus ReadStream::StatusLocked() const {
+    switch (phase_) {
+    case Phase::NotOpen:
+        return kCFStreamStatusNotOpen;
+    case Phase::Failed:
+        return kCFStreamStatusError;
+    case Phase::Closed:
+        return kCFStreamStatusClosed;
+    case Phase::Running:
+        break;
+    }
+    const DriverState state = driver_->State();
+    if (!state.hasBytes && (state.failed || state.ended)) {
+        return state.failed ? kCFStreamStatusError : kCFStreamStatusAtEnd;
+    }
+    return state.opened ? kCFStreamStatusOpen : kCFStreamStatusOpening;
+}
+
+CFStreamStatus ReadStream::Status() const {
+    const std::lock_guard guard(lock_);
+    return StatusLocked();
+}
+
+CFStreamError ReadStream::Error() const {
+    const std::lock_guard guard(lock_);
+    if (StatusLocked() != kCFStreamStatusError) {
+        return {0, 0};
+    }
+    return phase_ == Phase::Failed ? openError_ : driver_->State().error;
+}
+
+bool ReadStream::HasBytesAvailable() const {
+    const std::lock_guard guard(lock_);
+    if (phase_ != Phase::Running) {
+        return false;
+    }
+    const DriverState state = driver_->State();
+    return state.hasBytes || state.ended || state.failed;
+}
+
+CFIndex ReadStream::Read(UInt8* buffer, CFIndex size) {
+    if (buffer == nullptr || size <= 0) {
+        return -1;
+    }
+    do {
+        std::unique_lock guard(lock_);
+        if (phase_ != Phase::Running) {
+            return -1;
+        }
+        // Asked for before the bytes: what arrives in between must not count as read.
+        const DriverState state = driver_->State();
+        const size_t count = driver_->Read(buffer, static_cast<size_t>(size));
+        if (count > 0) {
+            delivered_ &= ~static_cast<CFOptionFlags>(kCFStreamEventHasBytesAvailable);
+            guard.unlock();
+            WakeLoops();
+            return static_cast<CFIndex>(count);
+        }
+        if (state.failed || state.ended) {
+            return state.failed ? -1 : 0;
+        }
+    } while (WaitForBytes());
+    return -1;
+}
+
+// One wait for the driver and one step of it, on a thread that reads without a loop, or faster than
+// its loop brings bytes. The thread's own loop serves as what Close can wake.
+bool ReadStream::WaitForBytes() {
+    ObjectRef<RunLoop> loop(RunLoop::Current());
+    PollSet set(Clock::time_point::max());
+    {
+        const std::lock_guard guard(lock_);
+        if (phase_ != Phase::Running) {
+            return false;
+        }
+        readerLoop_ = loop;
+    }
+    loop->PrepareWakeUp(set);
+    const size_t first = set.Descriptors().size();
+    driver_->Prepare(set);
+    set.Wait();
+    loop->ClearWakeUp();
+    driver_->Step(std::span<const pollfd>(set.Descriptors()).subspan(first));
+    {
+        const std::lock_guard guard(lock_);
+        readerLoop_ = {};
+    }
+    WakeLoops();
+    return true;
+}
+
+bool ReadStream::SetProperty(CFStringRef name, CFTypeRef value) {
+    const std::lock_guard guard(lock_);
+    return phase_ == Phase::NotOpen && driver_->SetProperty(name, value);
+}
+
+CFTypeRef ReadStream::CopyProperty(CFStringRef name) const {
+    return driver_->CopyProperty(name);
+}
+
+void ReadStream::SetClient(CFOptionFlags events, CFReadStreamClientCallBack callback,
+                           const CFStreamClientContext* context) {
+    std::shared_ptr<const Client> client;
+    if (events != 0 && callback != nullptr && context != nullptr) {
+        client = std::make_shared<const Client>(events, callback, *context);
+    }
+    {
+        const std::lock_guard guard(lock_);
+        // The old client is let go outside the lock: its release function may call the stream.
+        client_.swap(client);
+    }
+    WakeLoops();
+}
+
+void ReadStream::Schedule(RunLoop& loop, CFStringRef mode) {
+    ObjectRef<RunLoop> old;
+    {
+        const std::lock_guard guard(lock_);
+        if (phase_ == Phase::Closed) {
+            return;
+        }
+        if (loop_.Get() != &loop) {
+            old = std::exchange(loop_, ObjectRef<RunLoop>(&loop));
+        }
+    }
+    if (old) {
+        old->DetachFromAllModes(*this);
+    }
+    loop.Attach(*this, mode);
+    loop.WakeUp();
+    const std::lock_guard guard(lock_);
+    if (phase_ == Phase::Closed) {
+        // Closed meanwhile. The caller's reference keeps this from being the last one.
+        loop.DetachFromAllModes(*this);
+    }
+}
+
+void ReadStream::Unschedule(RunLoop& loop, CFStringRef mode) {
+    loop.Detach(*this, mode);
+    loop.WakeUp();
+}
+
+void ReadStream::WakeLoops() {
+    const std::lock_guard guard(lock_);
+    if (loop_ && !loop_->IsCurrent()) {
+        loop_->WakeUp();
+    }
+}
+
+// The next event that the client has not had, or 0. Under the lock.
+CFOptionFlags ReadStream::DueEvent() const {
+    if (phase_ != Phase::Running || client_ == nullptr) {
+        return 0;
+    }
+    const DriverState state = driver_->State();
+    const CFOptionFlags open = client_->events & ~delivered_;
+    if (state.opened && (open & kCFStreamEventOpenCompleted) != 0) {
+        return kCFStreamEventOpenCompleted;
+    }
+    if (state.hasBytes) {
+        return open & kCFStreamEventHasBytesAvailable;
+    }
+    if (state.failed) {
+        return open & kCFStreamEventErrorOccurred;
+    }
+    return state.ended ? open & kCFStreamEventEndEncountered : 0;
+}
+
+bool ReadStream::IsDue() const {
+    const std::lock_guard guard(lock_);
+    return DueEvent() != 0;
+}
+
+void ReadStream::Prepare(PollSet& set) {
+    if (IsDue()) {
+        set.DoNotWait();
+    }
+    driver_->Prepare(set);
+}
+
+bool ReadStream::Fire(std::span<const pollfd> polled) {
+    driver_->Step(polled);
+    std::shared_ptr<const Client> client;
+    CFOptionFlags event = 0;
+    {
+        const std::lock_guard guard(lock_);
+        event = DueEvent();
+        if (event == 0) {
+            return false;
+        }
+        delivered_ |= event;
+        client = client_;
+    }
+    client->callback(ToRef<CFReadStreamRef>(this), event, client->info);
+    return true;
+}
+
+}  // namespace tvplatform

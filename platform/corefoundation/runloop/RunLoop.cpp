@@ -1,0 +1,272 @@
+#include "corefoundation/runloop/RunLoop.h"
+
+#include <CoreFoundation/CFString.h>
+
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <new>
+
+namespace tvplatform {
+namespace {
+
+// Where the system has no event descriptor left, nothing can end a wait: it is cut into slices.
+constexpr std::chrono::milliseconds cSliceWithoutWakeUp{50};
+
+bool SameMode(CFStringRef a, CFStringRef b) {
+    return a == b || CFEqual(a, b);
+}
+
+// Whether what is attached in `attached` is served while the loop runs in `running`.
+bool Covers(CFStringRef attached, CFStringRef running) {
+    return SameMode(attached, running) ||
+           (SameMode(attached, kCFRunLoopCommonModes) && SameMode(running, kCFRunLoopDefaultMode));
+}
+
+// A key and not a thread_local object with a destructor: registering one takes the dynamic loader's
+// lock, and a thread must be able to have a loop while another one is inside dlopen.
+pthread_key_t LoopKey(void (*endThread)(void*)) {
+    static const pthread_key_t key = [endThread] {
+        pthread_key_t made{};
+        if (pthread_key_create(&made, endThread) != 0) {
+            throw std::bad_alloc();
+        }
+        return made;
+    }();
+    return key;
+}
+
+}  // namespace
+
+void PollSet::Wait() {
+    int timeout = 0;
+    if (const auto now = Clock::now(); until_ > now) {
+        // Rounded up, so that a loop does not spin through the last part of a millisecond.
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(until_ - now).count();
+        timeout = static_cast<int>(std::min<int64_t>(rest, INT32_MAX));
+    }
+    if (poll(descriptors_.data(), descriptors_.size(), timeout) < 0) {
+        for (pollfd& descriptor : descriptors_) {
+            descriptor.revents = 0;
+        }
+    }
+}
+
+// One item in one pass, with its part of the poll set.
+struct RunLoop::Turn {
+    ObjectRef<RunLoopItem> item;
+    size_t first = 0;
+    size_t end = 0;
+};
+
+struct RunLoop::ByOrder {
+    bool operator()(const Attachment& a, CFIndex b) const { return a.item->Order() < b; }
+    bool operator()(CFIndex a, const Attachment& b) const { return a < b.item->Order(); }
+};
+
+RunLoop::RunLoop() : Object(cType), wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+RunLoop::~RunLoop() {
+    for (const Attachment& attachment : attachments_) {
+        CFRelease(attachment.mode);
+    }
+    if (wakeDescriptor_ >= 0) {
+        close(wakeDescriptor_);
+    }
+}
+
+RunLoop* RunLoop::Current() {
+    const pthread_key_t key = LoopKey(EndThread);
+    auto* loop = static_cast<RunLoop*>(pthread_getspecific(key));
+    if (loop == nullptr) {
+        loop = new RunLoop;
+        if (pthread_setspecific(key, loop) != 0) {
+            loop->Release();
+            throw std::bad_alloc();
+        }
+    }
+    return loop;
+}
+
+bool RunLoop::IsCurrent() const {
+    return pthread_getspecific(LoopKey(EndThread)) == this;
+}
+
+// Items hold their loop, so what is still attached would keep it for ever.
+void RunLoop::EndThread(void* loop) {
+    auto* self = static_cast<RunLoop*>(loop);
+    self->DetachWhere([](const Attachment&) { return true; });
+    self->Release();
+}
+
+void RunLoop::Attach(RunLoopItem& item, CFStringRef mode) {
+    DetachWhere([](const Attachment& attachment) { return !attachment.item->IsValid(); });
+    const std::lock_guard guard(lock_);
+    const bool known =
+        std::any_of(attachments_.begin(), attachments_.end(), [&](const auto& other) {
+            return other.item.Get() == &item && SameMode(other.mode, mode);
+        });
+    if (!known) {
+        const auto place =
+            std::upper_bound(attachments_.begin(), attachments_.end(), item.Order(), ByOrder{});
+        attachments_.insert(place, {ObjectRef<RunLoopItem>(&item), mode});
+        CFRetain(mode);
+    }
+}
+
+void RunLoop::Detach(const RunLoopItem& item, CFStringRef mode) {
+    DetachWhere([&](const Attachment& attachment) {
+        return attachment.item.Get() == &item && SameMode(attachment.mode, mode);
+    });
+}
+
+void RunLoop::DetachFromAllModes(const RunLoopItem& item) {
+    DetachWhere([&](const Attachment& attachment) { return attachment.item.Get() == &item; });
+}
+
+template <class Predicate>
+void RunLoop::DetachWhere(Predicate predicate) {
+    // Destroyed after the lock is free: an item's end may call its owner.
+    std::vector<Attachment> detached;
+    {
+        const std::lock_guard guard(lock_);
+        // Room first: running out of it must leave the attachments as they are.
+        detached.reserve(attachments_.size());
+        std::erase_if(attachments_, [&](const Attachment& attachment) {
+            if (!predicate(attachment)) {
+                return false;
+            }
+            detached.push_back(attachment);
+            return true;
+        });
+    }
+    for (const Attachment& attachment : detached) {
+        CFRelease(attachment.mode);
+    }
+}
+
+bool RunLoop::IsAttached(const RunLoopItem& item, CFStringRef mode) const {
+    const std::lock_guard guard(lock_);
+    return std::any_of(attachments_.begin(), attachments_.end(), [&](const Attachment& attachment) {
+        return attachment.item.Get() == &item && SameMode(attachment.mode, mode);
+    });
+}
+
+bool RunLoop::Serves(const RunLoopItem& item, CFStringRef mode) const {
+    const std::lock_guard guard(lock_);
+    return item.IsValid() &&
+           std::any_of(attachments_.begin(), attachments_.end(), [&](const Attachment& attachment) {
+               return attachment.item.Get() == &item && Covers(attachment.mode, mode);
+           });
+}
+
+std::vector<RunLoop::Turn> RunLoop::ItemsOf(CFStringRef mode) const {
+    std::vector<Turn> turns;
+    const std::lock_guard guard(lock_);
+    for (const Attachment& attachment : attachments_) {
+        // An item may be attached both in this mode and in the common ones.
+        const bool known = std::any_of(turns.begin(), turns.end(), [&](const Turn& turn) {
+            return turn.item.Get() == attachment.item.Get();
+        });
+        if (!known && attachment.item->IsValid() && Covers(attachment.mode, mode)) {
+            turns.push_back({attachment.item});
+        }
+    }
+    return turns;
+}
+
+// So that an item that is always due does not keep the others from their turn.
+void RunLoop::MoveBehindEquals(const RunLoopItem& item) {
+    const std::lock_guard guard(lock_);
+    const auto [first, last] =
+        std::equal_range(attachments_.begin(), attachments_.end(), item.Order(), ByOrder{});
+    std::stable_partition(
+        first, last, [&](const Attachment& attachment) { return attachment.item.Get() != &item; });
+}
+
+void RunLoop::WakeUp() {
+    const uint64_t one = 1;
+    // The only failure is a counter that is full: the loop is awake then.
+    [[maybe_unused]] const ssize_t written = write(wakeDescriptor_, &one, sizeof one);
+}
+
+void RunLoop::Stop() {
+    stopped_ = true;
+    WakeUp();
+}
+
+void RunLoop::PrepareWakeUp(PollSet& set) const {
+    if (wakeDescriptor_ >= 0) {
+        set.Add(wakeDescriptor_, POLLIN);
+    } else {
+        set.WaitUntil(Clock::now() + cSliceWithoutWakeUp);
+    }
+}
+
+void RunLoop::ClearWakeUp() {
+    uint64_t count = 0;
+    [[maybe_unused]] const ssize_t taken = read(wakeDescriptor_, &count, sizeof count);
+}
+
+// The loop counts as waiting before it looks at its items for the last time. So whoever makes a
+// source due afterwards sees a waiting loop and wakes it, and whoever did before is seen.
+bool RunLoop::Pass(std::vector<Turn>& turns, CFStringRef mode, Clock::time_point until,
+                   bool onlyOne) {
+    PollSet set(until);
+    waiting_ = true;
+    PrepareWakeUp(set);
+    for (Turn& turn : turns) {
+        turn.first = set.Descriptors().size();
+        turn.item->Prepare(set);
+        turn.end = set.Descriptors().size();
+    }
+    if (stopped_) {
+        set.DoNotWait();
+    }
+    set.Wait();
+    waiting_ = false;
+    ClearWakeUp();
+
+    bool handled = false;
+    const std::span<const pollfd> polled(set.Descriptors());
+    for (const Turn& turn : turns) {
+        if (stopped_ || (handled && onlyOne)) {
+            break;
+        }
+        if (Serves(*turn.item.Get(), mode)) {
+            handled |= turn.item->Fire(polled.subspan(turn.first, turn.end - turn.first));
+            if (handled && onlyOne) {
+                MoveBehindEquals(*turn.item.Get());
+            }
+        }
+    }
+    return handled;
+}
+
+SInt32 RunLoop::Run(CFStringRef mode, Clock::time_point until, bool returnAfterSourceHandled) {
+    for (;;) {
+        if (stopped_.exchange(false)) {
+            return kCFRunLoopRunStopped;
+        }
+        std::vector<Turn> turns = ItemsOf(mode);
+        if (turns.empty()) {
+            return kCFRunLoopRunFinished;
+        }
+        const bool handled = Pass(turns, mode, until, returnAfterSourceHandled);
+        if (stopped_.exchange(false)) {
+            return kCFRunLoopRunStopped;
+        }
+        if (handled && returnAfterSourceHandled) {
+            return kCFRunLoopRunHandledSource;
+        }
+        if (Clock::now() >= until) {
+            return kCFRunLoopRunTimedOut;
+        }
+    }
+}
+
+}  // namespace tvplatform

@@ -1,0 +1,154 @@
+#include "corefoundation/string/Iconv.h"
+
+#include "corefoundation/string/Utf8.h"
+
+#include <iconv.h>
+
+#include <bit>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace tvplatform {
+
+namespace {
+
+constexpr const char* cUnits = std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
+
+// An open conversion in one direction. One thread at a time.
+class Converter {
+public:
+    Converter(const char* charset, bool encodes)
+        : charset_(charset), encodes_(encodes),
+          handle_(encodes ? iconv_open(charset, cUnits) : iconv_open(cUnits, charset)) {}
+    ~Converter() {
+        if (IsOpen()) {
+            iconv_close(handle_);
+        }
+    }
+    Converter(const Converter&) = delete;
+    Converter& operator=(const Converter&) = delete;
+
+    // -1 is how iconv_open says that it failed.
+    bool IsOpen() const { return reinterpret_cast<std::intptr_t>(handle_) != -1; }
+    bool Serves(const char* charset, bool encodes) const {
+        return encodes_ == encodes && charset_ == charset;
+    }
+
+    // All of `in`, and then what returns a charset with shifts to its initial state.
+    std::optional<std::string> Run(std::string_view in) {
+        iconv(handle_, nullptr, nullptr, nullptr, nullptr);
+        std::string out(in.size() * 2 + 16, '\0');
+        size_t used = 0;
+        char* source = const_cast<char*>(in.data());
+        size_t left = in.size();
+        for (bool flushing = false;;) {
+            char* target = out.data() + used;
+            size_t room = out.size() - used;
+            const size_t result =
+                iconv(handle_, flushing ? nullptr : &source, &left, &target, &room);
+            used = out.size() - room;
+            if (result == 0 && flushing) {
+                out.resize(used);
+                return out;
+            }
+            if (result == 0) {
+                flushing = true;
+            } else if (result == static_cast<size_t>(-1) && errno == E2BIG) {
+                out.resize(out.size() * 2);
+            } else {
+                // Malformed, cut off, or (a positive result) only approximated.
+                return std::nullopt;
+            }
+        }
+    }
+
+private:
+    const std::string charset_;
+    const bool encodes_;
+    const iconv_t handle_;
+};
+
+// Opening a conversion costs far more than converting a short text, so a few are kept.
+struct IdleConverters {
+    static constexpr size_t cMost = 4;
+    std::mutex lock;
+    std::vector<std::unique_ptr<Converter>> list;
+};
+
+IdleConverters& Idle() {
+    static auto* idle = new IdleConverters;  // outlives every static object
+    return *idle;
+}
+
+std::unique_ptr<Converter> Take(const char* charset, bool encodes) {
+    IdleConverters& idle = Idle();
+    {
+        const std::lock_guard guard(idle.lock);
+        for (auto& converter : idle.list) {
+            if (converter->Serves(charset, encodes)) {
+                auto taken = std::move(converter);
+                converter = std::move(idle.list.back());
+                idle.list.pop_back();
+                return taken;
+            }
+        }
+    }
+    return std::make_unique<Converter>(charset, encodes);
+}
+
+void GiveBack(std::unique_ptr<Converter> converter) {
+    IdleConverters& idle = Idle();
+    const std::lock_guard guard(idle.lock);
+    if (idle.list.size() >= IdleConverters::cMost) {
+        idle.list.erase(idle.list.begin());
+    }
+    idle.list.push_back(std::move(converter));
+}
+
+std::optional<std::string> Convert(std::string_view in, const char* charset, bool encodes) {
+    auto converter = Take(charset, encodes);
+    if (!converter->IsOpen()) {
+        return std::nullopt;
+    }
+    auto out = converter->Run(in);
+    GiveBack(std::move(converter));
+    return out;
+}
+
+// The characters U+E0000 to U+E007F, which an iconv may drop without a word.
+bool HasTags(std::u16string_view text) {
+    for (size_t i = 0; (i = text.find(u'\xDB40', i)) != std::u16string_view::npos; ++i) {
+        if (i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDC7F) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+std::optional<std::u16string> IconvDecode(std::string_view bytes, const char* charset) {
+    const auto units = Convert(bytes, charset, false);
+    if (!units) {
+        return std::nullopt;
+    }
+    std::u16string text(units->size() / sizeof(char16_t), u'\0');
+    std::memcpy(text.data(), units->data(), text.size() * sizeof(char16_t));
+    return text;
+}
+
+std::optional<std::string> IconvEncode(std::u16string_view text, const char* charset) {
+    const std::string_view units(reinterpret_cast<const char*>(text.data()),
+                                 text.size() * sizeof(char16_t));
+    auto bytes = Convert(units, charset, true);
+    if (bytes && HasTags(text) && IconvDecode(*bytes, charset) != text) {
+        return std::nullopt;
+    }
+    return bytes;
+}
+
+}  // namespace tvplatform

@@ -1,0 +1,73 @@
+// CFSTR: one string for each text, for ever.
+#include "corefoundation/string/String.h"
+
+#include "corefoundation/string/Utf8.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+namespace tvplatform {
+
+namespace {
+
+struct Constant {
+    std::string text;
+    String string;
+};
+
+struct Constants {
+    std::mutex lock;
+    std::unordered_map<std::string_view, const Constant*> byText;
+};
+
+// What was last asked for, by the address of its literal: nearly every request is for the same
+// literal as an earlier one and needs no lock. The text is compared all the same, since memory at
+// an address can come to hold another.
+constexpr size_t cRecent = 256;
+constinit std::array<std::atomic<const Constant*>, cRecent> sRecent{};
+
+std::atomic<const Constant*>& RecentAt(const char* text) {
+    const auto address = reinterpret_cast<std::uintptr_t>(text);
+    return sRecent[(address ^ (address >> 8)) % cRecent];
+}
+
+const Constant* Intern(const char* text) {
+    static auto* constants = new Constants;  // outlives every static object
+    const std::lock_guard guard(constants->lock);
+    if (const auto found = constants->byText.find(text); found != constants->byText.end()) {
+        return found->second;
+    }
+    auto units = DecodeUtf8(text);
+    if (!units) {
+        return nullptr;
+    }
+    std::unique_ptr<const Constant> made(
+        new Constant{text, String(std::move(*units), String::Kind::Constant)});
+    constants->byText.emplace(made->text, made.get());
+    return made.release();
+}
+
+}  // namespace
+}  // namespace tvplatform
+
+using namespace tvplatform;
+
+CFStringRef __CFStringMakeConstantString(const char* text) {
+    if (text == nullptr) {
+        return nullptr;
+    }
+    auto& recent = RecentAt(text);
+    const Constant* constant = recent.load(std::memory_order_acquire);
+    if (constant == nullptr || constant->text != text) {
+        constant = Intern(text);
+        if (constant == nullptr) {
+            return nullptr;
+        }
+        recent.store(constant, std::memory_order_release);
+    }
+    return &constant->string;
+}

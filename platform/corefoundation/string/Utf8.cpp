@@ -1,0 +1,173 @@
+#include "corefoundation/string/Utf8.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+namespace tvplatform {
+
+namespace {
+
+bool IsHighSurrogate(char32_t c) {
+    return c >= 0xD800 && c <= 0xDBFF;
+}
+bool IsLowSurrogate(char32_t c) {
+    return c >= 0xDC00 && c <= 0xDFFF;
+}
+
+// Looks at a word of elements at a time: short texts are the usual ones, but long ones are ASCII
+// for long stretches.
+template <class View>
+size_t PrefixWithout(View text, std::uint64_t wordMask, std::uint32_t elementMask) {
+    constexpr size_t cPerWord = sizeof(std::uint64_t) / sizeof(typename View::value_type);
+    size_t i = 0;
+    for (; text.size() - i >= cPerWord; i += cPerWord) {
+        std::uint64_t word;
+        std::memcpy(&word, text.data() + i, sizeof word);
+        if ((word & wordMask) != 0) {
+            break;
+        }
+    }
+    while (i < text.size() && (static_cast<std::uint32_t>(text[i]) & elementMask) == 0) {
+        ++i;
+    }
+    return i;
+}
+
+// How many bytes a sequence has by its first byte; 0 for a byte that begins none.
+size_t SequenceLength(unsigned char first) {
+    if (first < 0x80) {
+        return 1;
+    }
+    if (first >= 0xC2 && first < 0xE0) {
+        return 2;
+    }
+    if (first >= 0xE0 && first < 0xF0) {
+        return 3;
+    }
+    return first >= 0xF0 && first < 0xF5 ? 4 : 0;
+}
+
+// The code point at the front of `bytes`, which it takes off; nothing when they are malformed.
+std::optional<char32_t> TakeCodePoint(std::string_view& bytes) {
+    constexpr char32_t cSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const auto first = static_cast<unsigned char>(bytes[0]);
+    const size_t length = SequenceLength(first);
+    if (length == 0 || length > bytes.size()) {
+        return std::nullopt;
+    }
+    char32_t c = length == 1 ? first : first & (0xFFU >> (length + 1));
+    for (size_t i = 1; i < length; ++i) {
+        const auto byte = static_cast<unsigned char>(bytes[i]);
+        if ((byte & 0xC0) != 0x80) {
+            return std::nullopt;
+        }
+        c = (c << 6) | (byte & 0x3FU);
+    }
+    if (c < cSmallest[length] || c > 0x10FFFF || IsSurrogate(c)) {
+        return std::nullopt;
+    }
+    bytes.remove_prefix(length);
+    return c;
+}
+
+size_t EncodedLength(char32_t c) {
+    return c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
+}
+
+char* WriteCodePoint(char32_t c, char* out) {
+    constexpr char32_t cFirst[] = {0, 0, 0xC0, 0xE0, 0xF0};
+    const size_t length = EncodedLength(c);
+    if (length == 1) {
+        *out = static_cast<char>(c);
+        return out + 1;
+    }
+    for (size_t i = length - 1; i > 0; --i) {
+        out[i] = static_cast<char>(0x80 | (c & 0x3F));
+        c >>= 6;
+    }
+    *out = static_cast<char>(cFirst[length] | c);
+    return out + length;
+}
+
+}  // namespace
+
+size_t AsciiPrefix(std::string_view bytes) {
+    return PrefixWithout(bytes, 0x8080808080808080U, 0x80U);
+}
+
+size_t AsciiPrefix(std::u16string_view text) {
+    return PrefixWithout(text, 0xFF80FF80FF80FF80U, 0xFF80U);
+}
+
+void AppendCodePoint(std::u16string& text, char32_t c) {
+    if (c < 0x10000) {
+        text.push_back(static_cast<char16_t>(c));
+    } else {
+        text.push_back(static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10)));
+        text.push_back(static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF)));
+    }
+}
+
+std::optional<std::u16string> DecodeUtf8(std::string_view bytes) {
+    std::u16string text;
+    text.reserve(bytes.size());
+    while (!bytes.empty()) {
+        const size_t plain = AsciiPrefix(bytes);
+        const size_t before = text.size();
+        text.resize(before + plain);
+        std::copy_n(bytes.data(), plain, text.data() + before);
+        bytes.remove_prefix(plain);
+        while (!bytes.empty() && static_cast<unsigned char>(bytes[0]) >= 0x80) {
+            const auto c = TakeCodePoint(bytes);
+            if (!c) {
+                return std::nullopt;
+            }
+            AppendCodePoint(text, *c);
+        }
+    }
+    return text;
+}
+
+char32_t CodePointAt(std::u16string_view text, size_t index, size_t& next) {
+    const char32_t unit = text[index];
+    next = index + 1;
+    if (IsHighSurrogate(unit) && next < text.size() && IsLowSurrogate(text[next])) {
+        const char32_t low = text[next++];
+        return 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
+    }
+    return unit;
+}
+
+std::optional<size_t> Utf8Size(std::u16string_view text) {
+    size_t size = AsciiPrefix(text);
+    for (size_t i = size; i < text.size();) {
+        const char32_t c = CodePointAt(text, i, i);
+        if (IsSurrogate(c)) {
+            return std::nullopt;
+        }
+        size += EncodedLength(c);
+    }
+    return size;
+}
+
+void WriteUtf8(std::u16string_view text, char* out) {
+    const size_t plain = AsciiPrefix(text);
+    out = std::transform(text.data(), text.data() + plain, out,
+                         [](char16_t unit) { return static_cast<char>(unit); });
+    for (size_t i = plain; i < text.size();) {
+        out = WriteCodePoint(CodePointAt(text, i, i), out);
+    }
+}
+
+std::optional<std::string> EncodeUtf8(std::u16string_view text) {
+    const auto size = Utf8Size(text);
+    if (!size) {
+        return std::nullopt;
+    }
+    std::string bytes(*size, '\0');
+    WriteUtf8(text, bytes.data());
+    return bytes;
+}
+
+}  // namespace tvplatform

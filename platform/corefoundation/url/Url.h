@@ -1,0 +1,53 @@
+// The URL object: its own text, its base, and the text that it stands for when resolved.
+#pragma once
+
+#include "corefoundation/object/Object.h"
+#include "corefoundation/object/OwnedRef.h"
+#include "corefoundation/url/UrlText.h"
+
+#include <CoreFoundation/CFURL.h>
+
+// The opaque type of the C interface is the class itself, so that a CFURLRef is a pointer to it.
+struct __CFURL final : tvplatform::Object {
+    static constexpr tvplatform::TypeId cType = tvplatform::TypeId::Url;
+
+    // `text` must be valid (see ParseUrl); `base` is borrowed and may be null.
+    __CFURL(std::string text, const __CFURL* base);
+
+    CFStringRef Text() const { return string_.get(); }
+    const __CFURL* Base() const { return base_.get(); }
+    const tvplatform::UrlParts& Own() const { return own_; }
+    // Of the absolute URL, as far as bases make it one.
+    const tvplatform::UrlParts& Resolved() const { return base_ ? whole_ : own_; }
+    const std::string& ResolvedText() const { return base_ ? wholeText_ : ownText_; }
+
+    bool Equal(const Object& other) const override;
+    CFHashCode Hash() const override;
+    std::u16string Description() const override;
+
+private:
+    const std::string ownText_;
+    const tvplatform::Owned<CFURLRef> base_;
+    const tvplatform::Owned<CFStringRef> string_;
+    const tvplatform::UrlParts own_;
+    // Resolved here, once, so that no later work depends on how many bases stand behind the first.
+    const std::string wholeText_;
+    const tvplatform::UrlParts whole_;
+};
+
+namespace tvplatform {
+
+using Url = ::__CFURL;
+
+// A new URL, owned by the caller; null when the text is not valid.
+CFURLRef MakeUrl(std::string text, const Url* base);
+
+// A file URL for a path of bytes. A relative path gets `base`; an absolute one needs none. Null for
+// an empty path and one with a zero byte.
+CFURLRef MakeFileUrl(std::string_view path, bool isDirectory, const Url* base);
+
+// The bytes of a URL's path, less slashes at the end; nothing when there is no such path: it is
+// empty, or has a zero byte or an escaped slash.
+std::optional<std::string> FilePath(const UrlParts& parts);
+
+}  // namespace tvplatform

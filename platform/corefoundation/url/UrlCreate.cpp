@@ -1,0 +1,152 @@
+// Making URLs: from paths and texts, and from other URLs.
+#include "corefoundation/string/String.h"
+#include "corefoundation/url/PercentEscapes.h"
+#include "corefoundation/url/Url.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <unistd.h>
+
+using namespace tvplatform;
+
+namespace {
+
+// The current folder as a base for relative paths; null when it has no path.
+Owned<CFURLRef> CurrentFolder() {
+    // The C library finds the room, since there is no bound on the length.
+    const std::unique_ptr<char, decltype(&std::free)> folder(getcwd(nullptr, 0), &std::free);
+    return Owned<CFURLRef>(folder ? MakeFileUrl(folder.get(), true, nullptr) : nullptr);
+}
+
+CFURLRef MakeRelativeFileUrl(std::string_view path, bool isDirectory, CFTypeRef baseURL) {
+    if (path.starts_with('/') || path.empty()) {
+        return MakeFileUrl(path, isDirectory, nullptr);
+    }
+    if (baseURL == nullptr) {
+        const Owned<CFURLRef> folder = CurrentFolder();
+        return folder ? MakeFileUrl(path, isDirectory, folder.get()) : nullptr;
+    }
+    const auto* base = As<const Url>(baseURL);
+    return base != nullptr && base->Resolved().IsFile() ? MakeFileUrl(path, isDirectory, base)
+                                                        : nullptr;
+}
+
+std::string_view WithoutSlashesAtEnd(std::string_view path) {
+    return path.substr(0, path.find_last_not_of('/') + 1);
+}
+
+// Whether a relative path only says where it starts: it has no name, so that nothing of its own can
+// be taken off.
+bool HasOnlyDots(std::string_view path) {
+    while (!path.empty()) {
+        const size_t slash = std::min(path.find('/'), path.size());
+        if (slash != 0 && !IsDots(path.substr(0, slash))) {
+            return false;
+        }
+        path.remove_prefix(std::min(slash + 1, path.size()));
+    }
+    return true;
+}
+
+// The path of the folder that contains `path`.
+std::string ContainingFolder(std::string_view path, bool absolute) {
+    const std::string_view names = WithoutSlashesAtEnd(path);
+    const size_t slash = names.rfind('/');
+    const std::string_view folder =
+        slash == std::string_view::npos ? "" : WithoutSlashesAtEnd(names.substr(0, slash));
+    if (folder.empty()) {
+        return absolute ? "/" : "./";
+    }
+    return std::string(folder) + "/";
+}
+
+}  // namespace
+
+CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef allocator, const UInt8* buffer,
+                                                 CFIndex bufLen, Boolean isDirectory) {
+    return CFURLCreateFromFileSystemRepresentationRelativeToBase(allocator, buffer, bufLen,
+                                                                 isDirectory, nullptr);
+}
+
+CFURLRef CFURLCreateFromFileSystemRepresentationRelativeToBase(CFAllocatorRef, const UInt8* buffer,
+                                                               CFIndex bufLen, Boolean isDirectory,
+                                                               CFURLRef baseURL) {
+    if (buffer == nullptr || bufLen <= 0) {
+        return nullptr;
+    }
+    return MakeRelativeFileUrl({reinterpret_cast<const char*>(buffer), static_cast<size_t>(bufLen)},
+                               isDirectory != 0, baseURL);
+}
+
+CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef allocator, CFStringRef filePath,
+                                       CFURLPathStyle pathStyle, Boolean isDirectory) {
+    return CFURLCreateWithFileSystemPathRelativeToBase(allocator, filePath, pathStyle, isDirectory,
+                                                       nullptr);
+}
+
+CFURLRef CFURLCreateWithFileSystemPathRelativeToBase(CFAllocatorRef, CFStringRef filePath,
+                                                     CFURLPathStyle pathStyle, Boolean isDirectory,
+                                                     CFURLRef baseURL) {
+    const auto path = ToUtf8(filePath);
+    return path && pathStyle == kCFURLPOSIXPathStyle
+               ? MakeRelativeFileUrl(*path, isDirectory != 0, baseURL)
+               : nullptr;
+}
+
+CFURLRef CFURLCreateWithString(CFAllocatorRef, CFStringRef URLString, CFURLRef baseURL) {
+    auto text = ToUtf8(URLString);
+    const auto* base = As<const Url>(baseURL);
+    if (!text || (baseURL != nullptr && base == nullptr) || (text->empty() && base == nullptr)) {
+        return nullptr;
+    }
+    return MakeUrl(std::move(*text), base);
+}
+
+CFURLRef CFURLCopyAbsoluteURL(CFURLRef url) {
+    const auto* self = As<const Url>(url);
+    if (self == nullptr) {
+        return nullptr;
+    }
+    return self->Base() == nullptr ? static_cast<CFURLRef>(CFRetain(url))
+                                   : MakeUrl(self->ResolvedText(), nullptr);
+}
+
+CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef, CFURLRef url,
+                                               CFStringRef pathComponent, Boolean isDirectory) {
+    const auto* self = As<const Url>(url);
+    const auto component = ToUtf8(pathComponent);
+    if (self == nullptr || !component || component->find('\0') != std::string::npos ||
+        !self->Own().IsHierarchical()) {
+        return nullptr;
+    }
+    // An empty path means the base's.
+    const bool isBase = self->Own().path.empty() && self->Base() != nullptr;
+    const UrlParts& parts = isBase ? self->Resolved() : self->Own();
+    std::string path(parts.path);
+    if (path.empty()) {
+        path = parts.authority ? "/" : "./";
+    } else if (path.back() != '/') {
+        path.push_back('/');
+    }
+    path += EscapePath(*component);
+    if (isDirectory != 0 && path.back() != '/') {
+        path.push_back('/');
+    }
+    return MakeUrl(ComposeUrl(parts, path), isBase ? nullptr : self->Base());
+}
+
+CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef, CFURLRef url) {
+    const auto* self = As<const Url>(url);
+    if (self == nullptr || !self->Own().IsHierarchical()) {
+        return nullptr;
+    }
+    const UrlParts& own = self->Own();
+    const bool absolute = own.scheme || own.authority || own.path.starts_with('/');
+    if (!absolute && self->Base() != nullptr && HasOnlyDots(own.path)) {
+        const UrlParts& whole = self->Resolved();
+        return whole.IsHierarchical()
+                   ? MakeUrl(ComposeUrl(whole, ContainingFolder(whole.path, true)), nullptr)
+                   : nullptr;
+    }
+    return MakeUrl(ComposeUrl(own, ContainingFolder(own.path, absolute)), self->Base());
+}

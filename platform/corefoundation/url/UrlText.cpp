@@ -1,0 +1,241 @@
+#include "corefoundation/url/UrlText.h"
+
+#include "corefoundation/url/PercentEscapes.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tvplatform {
+
+namespace {
+
+bool IsAlpha(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+bool IsOneOf(char c, std::string_view set) {
+    return set.find(c) != std::string_view::npos;
+}
+
+bool IsEscape(std::string_view text) {
+    return text.size() == 3 && text[0] == '%' &&
+           EscapedByte(static_cast<char16_t>(text[1]), static_cast<char16_t>(text[2])) >= 0;
+}
+
+// Letters, digits and the characters of `others`, besides well-formed escapes.
+bool IsMadeOf(std::string_view text, std::string_view others) {
+    for (size_t at = 0; at < text.size(); ++at) {
+        if (text[at] == '%') {
+            if (!IsEscape(text.substr(at, 3))) {
+                return false;
+            }
+            at += 2;
+        } else if (!IsAlpha(text[at]) && !IsDigit(text[at]) && !IsOneOf(text[at], others)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+constexpr std::string_view cNameMarks = "-._~!$&'()*+,;=";
+constexpr std::string_view cUserMarks = "-._~!$&'()*+,;=:";
+constexpr std::string_view cPathMarks = "-._~!$&'()*+,;=:@/";
+constexpr std::string_view cQueryMarks = "-._~!$&'()*+,;=:@/?";
+
+bool IsScheme(std::string_view text) {
+    return !text.empty() && IsAlpha(text.front()) &&
+           std::all_of(text.begin(), text.end(),
+                       [](char c) { return IsAlpha(c) || IsDigit(c) || IsOneOf(c, "+-."); });
+}
+
+// Cuts off and returns what stands before the first of `marks`, or everything.
+std::string_view TakeUntil(std::string_view& text, std::string_view marks) {
+    const std::string_view taken = text.substr(0, std::min(text.find_first_of(marks), text.size()));
+    text.remove_prefix(taken.size());
+    return taken;
+}
+
+// The part behind `mark`, when that is what the text begins with, up to the first of `ends`.
+std::optional<std::string_view> TakeMarked(std::string_view& text, char mark,
+                                           std::string_view ends) {
+    if (text.empty() || text.front() != mark) {
+        return std::nullopt;
+    }
+    text.remove_prefix(1);
+    return ends.empty() ? std::exchange(text, {}) : TakeUntil(text, ends);
+}
+
+bool ParseAuthority(UrlParts& parts) {
+    std::string_view rest = *parts.authority;
+    if (const size_t at = rest.find('@'); at != std::string_view::npos) {
+        if (!IsMadeOf(rest.substr(0, at), cUserMarks)) {
+            return false;
+        }
+        rest.remove_prefix(at + 1);
+    }
+    if (rest.starts_with('[')) {
+        const size_t end = rest.find(']');
+        if (end == std::string_view::npos || end == 1) {
+            return false;
+        }
+        parts.host = rest.substr(1, end - 1);
+        rest.remove_prefix(end + 1);
+        if (IsOneOf('%', parts.host) || !IsMadeOf(parts.host, cUserMarks) ||
+            (!rest.empty() && rest.front() != ':')) {
+            return false;
+        }
+    } else {
+        parts.host = TakeUntil(rest, ":");
+        if (!IsMadeOf(parts.host, cNameMarks)) {
+            return false;
+        }
+    }
+    parts.port = TakeMarked(rest, ':', "");
+    return !parts.port || std::all_of(parts.port->begin(), parts.port->end(), IsDigit);
+}
+
+// Takes the last component off a folder, which ends in "/" or is empty.
+void GoUp(std::string& folder) {
+    if (folder.size() > 1) {
+        folder.resize(folder.rfind('/', folder.size() - 2) + 1);
+    }
+}
+
+// Whether ".." in that folder is the folder above it: its last component is a name.
+bool CanGoUp(std::string_view folder) {
+    if (folder.size() < 2) {
+        return folder == "/";
+    }
+    folder.remove_suffix(1);
+    const std::string_view last = folder.substr(folder.rfind('/') + 1);
+    return !last.empty() && !IsDots(last);
+}
+
+std::string RemoveDots(std::string_view path) {
+    std::string result;
+    while (!path.empty()) {
+        const std::string_view component = TakeUntil(path, "/");
+        const bool slash = !path.empty();
+        path.remove_prefix(slash ? 1 : 0);
+        if (component == "..") {
+            GoUp(result);
+        } else if (component != ".") {
+            result.append(component).append(slash ? "/" : "");
+        }
+    }
+    return result;
+}
+
+// Joins a relative path to a folder, following only the dots at the path's front.
+std::string JoinFilePath(std::string folder, std::string_view path) {
+    for (;;) {
+        std::string_view rest = path;
+        const std::string_view component = TakeUntil(rest, "/");
+        if (component == ".." && CanGoUp(folder)) {
+            GoUp(folder);
+        } else if (component != ".") {
+            return folder.append(path);
+        }
+        path = rest.substr(rest.empty() ? 0 : 1);
+    }
+}
+
+std::string ResolvePath(const UrlParts& base, const UrlParts& reference) {
+    const bool absolute = reference.path.starts_with('/');
+    if (base.IsFile() && absolute) {
+        return std::string(reference.path);
+    }
+    if (reference.path.empty()) {
+        return std::string(base.path);
+    }
+    std::string folder;
+    if (!absolute) {
+        folder = base.path.substr(0, base.path.rfind('/') + 1);
+        folder.append(folder.empty() && base.authority ? "/" : "");
+    }
+    return base.IsFile() ? JoinFilePath(std::move(folder), reference.path)
+                         : RemoveDots(folder.append(reference.path));
+}
+
+bool EqualsWithoutCase(std::string_view text, std::string_view lower) {
+    return std::equal(text.begin(), text.end(), lower.begin(), lower.end(), [](char a, char b) {
+        return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b;
+    });
+}
+
+}  // namespace
+
+bool UrlParts::IsFile() const {
+    return !scheme ||
+           (EqualsWithoutCase(*scheme, "file") &&
+            (!authority || authority->empty() || EqualsWithoutCase(*authority, "localhost")));
+}
+
+std::optional<UrlParts> ParseUrl(std::string_view text) {
+    UrlParts parts;
+    const size_t mark = text.find_first_of(":/?#");
+    if (mark != std::string_view::npos && text[mark] == ':') {
+        parts.scheme = text.substr(0, mark);
+        if (!IsScheme(*parts.scheme)) {
+            return std::nullopt;
+        }
+        text.remove_prefix(mark + 1);
+    }
+    if (text.starts_with("//")) {
+        text.remove_prefix(2);
+        parts.authority = TakeUntil(text, "/?#");
+        if (!ParseAuthority(parts)) {
+            return std::nullopt;
+        }
+    }
+    parts.path = TakeUntil(text, "?#");
+    parts.query = TakeMarked(text, '?', "#");
+    parts.fragment = TakeMarked(text, '#', "");
+    const bool valid = IsMadeOf(parts.path, cPathMarks) &&
+                       IsMadeOf(parts.query.value_or(""), cQueryMarks) &&
+                       IsMadeOf(parts.fragment.value_or(""), cQueryMarks);
+    return valid ? std::optional(parts) : std::nullopt;
+}
+
+std::string ComposeUrl(const UrlParts& parts, std::string_view path) {
+    std::string text;
+    const auto append = [&text](std::string_view before, std::optional<std::string_view> part,
+                                std::string_view behind) {
+        if (part) {
+            text.append(before).append(*part).append(behind);
+        }
+    };
+    append("", parts.scheme, ":");
+    append("//", parts.authority, "");
+    if (!parts.authority && path.starts_with("//")) {
+        text += "/.";  // or the path would look like a host
+    } else if (text.empty() && path.substr(0, path.find('/')).find(':') != std::string_view::npos) {
+        text += "./";  // or its first component would look like a scheme
+    }
+    text += path;
+    append("?", parts.query, "");
+    append("#", parts.fragment, "");
+    return text;
+}
+
+std::string ResolveUrl(const UrlParts& base, const UrlParts& reference) {
+    UrlParts result = reference;
+    if (reference.scheme) {
+        return ComposeUrl(reference, reference.path);
+    }
+    result.scheme = base.scheme;
+    if (reference.authority) {
+        return ComposeUrl(result, reference.path);
+    }
+    result.authority = base.authority;
+    if (reference.path.empty() && !reference.query) {
+        result.query = base.query;
+    }
+    return ComposeUrl(result, ResolvePath(base, reference));
+}
+
+}  // namespace tvplatform

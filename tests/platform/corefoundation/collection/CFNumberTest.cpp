@@ -1,0 +1,112 @@
+#include "tests/platform/CFTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+using namespace tvtest;
+
+namespace {
+
+Owned<CFNumberRef> Double(double value) {
+    return Own(CFNumberCreate(nullptr, kCFNumberDoubleType, &value));
+}
+
+// What CFNumberGetValue stores and returns for a type of that width.
+template <class T>
+std::pair<T, bool> As(CFNumberRef number, CFNumberType type) {
+    T value{};
+    const bool exact = CFNumberGetValue(number, type, &value);
+    return {value, exact};
+}
+
+template <class T>
+void ExpectRoundTrip(CFNumberType type, CFNumberType kept) {
+    for (const T value :
+         {std::numeric_limits<T>::lowest(), T{}, T{1}, std::numeric_limits<T>::max()}) {
+        const auto number = Own(CFNumberCreate(nullptr, type, &value));
+        EXPECT_EQ(As<T>(number, type), std::pair(value, true)) << type;
+        EXPECT_EQ(CFNumberGetType(number), kept);
+        EXPECT_EQ(CFNumberGetByteSize(number), static_cast<CFIndex>(sizeof value));
+        EXPECT_EQ(CFNumberIsFloatType(number), std::is_floating_point_v<T>);
+    }
+}
+
+TEST(CFNumber, EveryTypeRoundTrips) {
+    ExpectRoundTrip<std::int8_t>(kCFNumberSInt8Type, kCFNumberSInt8Type);
+    ExpectRoundTrip<std::int16_t>(kCFNumberSInt16Type, kCFNumberSInt16Type);
+    ExpectRoundTrip<std::int32_t>(kCFNumberSInt32Type, kCFNumberSInt32Type);
+    ExpectRoundTrip<std::int64_t>(kCFNumberSInt64Type, kCFNumberSInt64Type);
+    ExpectRoundTrip<float>(kCFNumberFloat32Type, kCFNumberFloat32Type);
+    ExpectRoundTrip<double>(kCFNumberFloat64Type, kCFNumberFloat64Type);
+    ExpectRoundTrip<short>(kCFNumberShortType, kCFNumberSInt16Type);
+    ExpectRoundTrip<int>(kCFNumberIntType, kCFNumberSInt32Type);
+    ExpectRoundTrip<CFIndex>(kCFNumberCFIndexType,
+                             sizeof(CFIndex) == 8 ? kCFNumberSInt64Type : kCFNumberSInt32Type);
+    for (const CFNumberType unknown : {CFNumberType{0}, CFNumberType{-1}, CFNumberType{17}}) {
+        double value = 1;
+        EXPECT_EQ(CFNumberCreate(nullptr, unknown, &value), nullptr);
+        EXPECT_FALSE(CFNumberGetValue(Int(1), unknown, &value));
+        EXPECT_EQ(value, 1);
+    }
+    EXPECT_EQ(CFNumberCreate(nullptr, kCFNumberIntType, nullptr), nullptr);
+}
+
+TEST(CFNumber, TellsWhatDoesNotFit) {
+    using Byte = std::int8_t;
+    EXPECT_EQ(As<Byte>(Int(127), kCFNumberSInt8Type), std::pair(Byte{127}, true));
+    EXPECT_EQ(As<Byte>(Int(128), kCFNumberSInt8Type), std::pair(Byte{127}, false));
+    EXPECT_EQ(As<Byte>(Int(-129), kCFNumberSInt8Type), std::pair(Byte{-128}, false));
+    // Not 1, which cutting the upper half off would give.
+    EXPECT_EQ(As<int>(Int(0x100000001), kCFNumberIntType), std::pair(INT32_MAX, false));
+    EXPECT_EQ(As<int>(Double(1.0), kCFNumberIntType), std::pair(1, true));
+    EXPECT_EQ(As<int>(Double(-1.5), kCFNumberIntType), std::pair(-1, false));
+    EXPECT_EQ(As<int>(Double(1e300), kCFNumberIntType), std::pair(INT32_MAX, false));
+    EXPECT_EQ(As<int>(Double(NAN), kCFNumberIntType), std::pair(0, false));
+    EXPECT_EQ(As<std::int64_t>(Double(-0x1p63), kCFNumberSInt64Type), std::pair(INT64_MIN, true));
+    EXPECT_EQ(As<std::int64_t>(Double(0x1p63), kCFNumberSInt64Type), std::pair(INT64_MAX, false));
+    EXPECT_EQ(As<double>(Int(0x20000000000001), kCFNumberDoubleType),
+              std::pair(0x20000000000000p0, false));
+    EXPECT_EQ(As<double>(Int(INT64_MAX), kCFNumberDoubleType), std::pair(0x1p63, false));
+    EXPECT_EQ(As<float>(Double(0.1), kCFNumberFloatType), std::pair(0.1F, false));
+    EXPECT_EQ(As<float>(Double(-1e300), kCFNumberFloatType),
+              std::pair(std::numeric_limits<float>::lowest(), false));
+    EXPECT_EQ(As<float>(Double(HUGE_VAL), kCFNumberFloatType), std::pair(HUGE_VALF, true));
+    EXPECT_TRUE(As<float>(Double(NAN), kCFNumberFloatType).second);
+}
+
+TEST(CFNumber, OrdersByValueAcrossTypes) {
+    // Rising; those of one line are equal.
+    std::vector<std::vector<Owned<CFNumberRef>>> lines(9);
+    lines[0].push_back(Double(NAN));
+    lines[0].push_back(Double(-NAN));
+    lines[1].push_back(Double(-HUGE_VAL));
+    lines[2].push_back(Int(INT64_MIN));
+    lines[2].push_back(Double(-0x1p63));
+    lines[3].push_back(Double(-0.5));
+    lines[4].push_back(Int(0));
+    lines[4].push_back(Double(-0.0));
+    lines[5].push_back(Double(0x20000000000000p0));
+    lines[6].push_back(Int(0x20000000000001));  // no double
+    lines[7].push_back(Int(INT64_MAX));
+    lines[8].push_back(Double(0x1p63));
+    for (size_t i = 0; i < lines.size(); ++i) {
+        for (size_t k = 0; k < lines.size(); ++k) {
+            const auto expected = i < k   ? kCFCompareLessThan
+                                  : i > k ? kCFCompareGreaterThan
+                                          : kCFCompareEqualTo;
+            for (const auto& a : lines[i]) {
+                for (const auto& b : lines[k]) {
+                    EXPECT_EQ(CFNumberCompare(a, b, nullptr), expected) << i << ' ' << k;
+                    EXPECT_EQ(CFEqual(a, b), i == k);
+                    EXPECT_TRUE(i != k || CFHash(a) == CFHash(b)) << i;
+                }
+            }
+        }
+    }
+    EXPECT_EQ(CFNumberCompare(nullptr, Int(1), nullptr), kCFCompareLessThan);
+}
+
+}  // namespace

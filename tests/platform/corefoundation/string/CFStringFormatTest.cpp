@@ -1,0 +1,73 @@
+#include "tests/platform/CFTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <cstdint>
+
+using namespace tvtest;
+
+namespace {
+
+template <class... Args>
+std::u16string Format(const char* format, Args... args) {
+    return Text(Own(
+        CFStringCreateWithFormat(nullptr, nullptr, __CFStringMakeConstantString(format), args...)));
+}
+
+TEST(CFStringFormat, Objects) {
+    EXPECT_EQ(Format("%@%@%@", CFSTR("<"), CFSTR("Naïve"), CFSTR(">")), u"<Naïve>");
+    EXPECT_EQ(Format("%@ %@ %@", Int(-5).Get(), kCFBooleanTrue, static_cast<CFTypeRef>(nullptr)),
+              u"-5 true (null)");
+    EXPECT_EQ(Format("[%5@|%-5@]", CFSTR("ab"), CFSTR("ab")), u"[   ab|ab   ]");
+    // A percent sign in what is put in is text.
+    EXPECT_EQ(Format("%@", CFSTR("%d %@")), u"%d %@");
+}
+
+TEST(CFStringFormat, Integers) {
+    EXPECT_EQ(Format("%d %i %u", -1, INT_MIN, UINT_MAX), u"-1 -2147483648 4294967295");
+    EXPECT_EQ(Format("%ld %lu", LONG_MIN, ULONG_MAX), u"-9223372036854775808 18446744073709551615");
+    EXPECT_EQ(Format("%lld %qd %zu %td %jd", LLONG_MAX, 1LL, size_t{2}, std::ptrdiff_t{-3},
+                     std::intmax_t{4}),
+              u"9223372036854775807 1 2 -3 4");
+    EXPECT_EQ(Format("%hhd %hd %hhu %hu", 257, 65537, 511, 65538), u"1 1 255 2");
+    EXPECT_EQ(Format("%x %X %#x %#X %o %#o", 255, 255, 255, 255, 8, 8), u"ff FF 0xff 0XFF 10 010");
+    EXPECT_EQ(Format("%5d|%-5d|%05d|%+d|% d", 42, 42, -42, 42, 42), u"   42|42   |-0042|+42| 42");
+    EXPECT_EQ(Format("%.3d|%6.3d|%06.3d|%.0d|%*d|%-*d|%*d", 7, 7, 7, 0, 4, 7, 4, 7, -4, 7),
+              u"007|   007|   007||   7|7   |7   ");
+    EXPECT_EQ(Format("%#x %#010x", 0, 255), u"0 0x000000ff");
+}
+
+TEST(CFStringFormat, FloatingPoint) {
+    EXPECT_EQ(Format("%f %.2f %.0f %e %g %G", 1.5, 2.345, 2.5, 12345.678, 0.0001, 1e-10),
+              u"1.500000 2.35 2 1.234568e+04 0.0001 1E-10");
+    EXPECT_EQ(Format("%8.1f|%-8.1f|%08.1f|%+.1f", -1.25, 1.25, -1.25, 1.25),
+              u"    -1.2|1.2     |-00001.2|+1.2");
+    EXPECT_EQ(Format("%f %5F %05f", HUGE_VAL, -HUGE_VAL, HUGE_VAL), u"inf  -INF   inf");
+    EXPECT_EQ(Format("%.0f", 1e308).size(), 309U);
+}
+
+TEST(CFStringFormat, Text) {
+    EXPECT_EQ(Format("%s|%5s|%-5s|%.2s|%s", "abc", "é", "x", "xyz", static_cast<char*>(nullptr)),
+              u"abc|    é|x    |xy|(null)");
+    EXPECT_EQ(Format("%c%c 100%% %C", 'a', 'b', 0x20AC), u"ab 100% €");
+    // Read no further than the precision.
+    const char unterminated[] = {'a', 'b'};
+    EXPECT_EQ(Format("%.*s", 2, unterminated), u"ab");
+}
+
+TEST(CFStringFormat, RefusesWhatItCannotRead) {
+    for (const char* format : {"%", "%5", "%l", "%n", "%y", "%1$@", "%Lf", "%#g", "abc %",
+                               "%100001d", "%.100001d", "%99999999999999999999d"}) {
+        EXPECT_EQ(Format(format, 1), u"<null>") << format;
+    }
+    EXPECT_EQ(Format("%*d", 1000000, 1), u"<null>");
+    EXPECT_EQ(Format("%s", "\xFF"), u"<null>");
+    EXPECT_EQ(Format("%100000d", 1).size(), 100000U);
+    const auto string = MutableStr(u"kept");
+    CFStringAppendFormat(string.Get(), nullptr, CFSTR("added %n"), nullptr);
+    EXPECT_EQ(Text(string.Get()), u"kept");
+}
+
+}  // namespace

@@ -1,0 +1,67 @@
+// Short ways to make and to read URLs, paths and preferences in tests.
+#pragma once
+
+#include "tests/platform/CFTestSupport.h"
+
+#include <CoreServices/CoreServices.h>
+
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tvtest {
+
+inline Owned<CFStringRef> Utf8Str(const std::string& bytes) {
+    return Own(CFStringCreateWithCString(nullptr, bytes.c_str(), kCFStringEncodingUTF8));
+}
+
+inline std::string Utf8(CFStringRef string) {
+    std::string bytes(static_cast<size_t>(CFStringGetLength(string)) * 3 + 1, '\0');
+    if (!CFStringGetCString(string, bytes.data(), static_cast<CFIndex>(bytes.size()),
+                            kCFStringEncodingUTF8)) {
+        return "<null>";
+    }
+    return bytes.c_str();
+}
+
+inline std::string Utf8(const Owned<CFStringRef>& string) {
+    return Utf8(string.Get());
+}
+
+inline Owned<CFURLRef> FileUrl(const std::string& path, bool isDirectory = false) {
+    return Own(CFURLCreateFromFileSystemRepresentation(
+        nullptr, reinterpret_cast<const UInt8*>(path.data()), static_cast<CFIndex>(path.size()),
+        isDirectory));
+}
+
+inline Owned<CFURLRef> WebUrl(const std::string& text, CFURLRef base = nullptr) {
+    return Own(CFURLCreateWithString(nullptr, Utf8Str(text), base));
+}
+
+// The file-system form, "<none>" when there is none.
+inline std::string PathOf(CFURLRef url, bool resolve = true) {
+    UInt8 path[8192];
+    return CFURLGetFileSystemRepresentation(url, resolve, path, sizeof path)
+               ? reinterpret_cast<const char*>(path)
+               : "<none>";
+}
+
+inline FSRef RefOf(const std::string& path) {
+    FSRef ref = {};
+    FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &ref, nullptr);
+    return ref;
+}
+
+// What `body` returns in a child process, which then ends; -1 when it crashed.
+template <class Body>
+int InChild(Body body) {
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(body());
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace tvtest

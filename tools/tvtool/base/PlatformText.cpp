@@ -1,0 +1,52 @@
+#include "tvtool/base/PlatformText.h"
+
+#include <vector>
+
+namespace tvtool {
+
+namespace {
+
+// The bytes of as much of `text` as `encoding` can hold; `isWhole`: that was all of it.
+std::string Encode(CFStringRef text, CFStringEncoding encoding, UInt8 substitute, bool& isWhole) {
+    const CFRange whole = CFRangeMake(0, CFStringGetLength(text));
+    CFIndex size = 0;
+    isWhole = CFStringGetBytes(text, whole, encoding, substitute, false, nullptr, 0, &size) ==
+              whole.length;
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    CFStringGetBytes(text, whole, encoding, substitute, false,
+                     reinterpret_cast<UInt8*>(bytes.data()), size, &size);
+    return bytes;
+}
+
+}  // namespace
+
+StringRef DecodeText(std::string_view bytes, CFStringEncoding encoding) {
+    return StringRef(CFStringCreateWithBytes(kCFAllocatorDefault,
+                                             reinterpret_cast<const UInt8*>(bytes.data()),
+                                             static_cast<CFIndex>(bytes.size()), encoding, false));
+}
+
+std::optional<std::string> EncodeText(CFStringRef text, CFStringEncoding encoding) {
+    bool isWhole = false;
+    std::string bytes = Encode(text, encoding, 0, isWhole);
+    return isWhole ? std::optional(std::move(bytes)) : std::nullopt;
+}
+
+std::string TextForPeople(CFStringRef text) {
+    bool isWhole = false;
+    return Encode(text, CFStringGetSystemEncoding(), '?', isWhole);
+}
+
+std::u16string UnitsOf(CFStringRef text) {
+    std::vector<UniChar> units(static_cast<std::size_t>(CFStringGetLength(text)));
+    CFStringGetCharacters(text, CFRangeMake(0, CFStringGetLength(text)), units.data());
+    return {units.begin(), units.end()};
+}
+
+StringRef TextOfUnits(std::u16string_view units) {
+    const std::vector<UniChar> copy(units.begin(), units.end());
+    return StringRef(CFStringCreateWithCharacters(kCFAllocatorDefault, copy.data(),
+                                                  static_cast<CFIndex>(copy.size())));
+}
+
+}  // namespace tvtool

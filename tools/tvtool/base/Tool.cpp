@@ -1,0 +1,142 @@
+#include "tvtool/base/Tool.h"
+
+#include "tvtool/base/Escapes.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+namespace tvtool {
+
+namespace {
+
+Exit StatusOf(int error) {
+    switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+        return Exit::NotFound;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return Exit::NotPermitted;
+    default:
+        return Exit::Failed;
+    }
+}
+
+// Stands before arguments to which CLI11 would give a meaning of its own.
+constexpr char cProtection = '\x01';
+
+std::string Unprotect(const std::string& argument) {
+    return argument.starts_with(cProtection) ? argument.substr(1) : argument;
+}
+
+// The rest of `text` that was not written; empty when all was. errno says why.
+std::string_view WriteAll(int fd, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = write(fd, text.data(), text.size());
+        if (written < 0 && errno != EINTR) {
+            break;
+        }
+        text.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+    }
+    return text;
+}
+
+}  // namespace
+
+void Fail(Exit status, const std::string& subject, const std::string& what) {
+    throw ToolError(status, subject + ": " + what);
+}
+
+void FailErrno(int error, const std::string& subject, const std::string& what) {
+    Fail(StatusOf(error), subject, what + ": " + std::strerror(error));
+}
+
+void Complain(std::string_view message) {
+    // Nobody is left to tell when even this cannot be written.
+    static_cast<void>(WriteAll(STDERR_FILENO, "tvtool: " + Printable(message) + "\n"));
+}
+
+void Output::Flush() {
+    const std::string text = std::move(text_);
+    text_.clear();
+    if (!WriteAll(STDOUT_FILENO, text).empty()) {
+        Fail(Exit::Failed, "standard output", std::strerror(errno));
+    }
+}
+
+bool Output::IsTerminal() const {
+    return isatty(STDOUT_FILENO) == 1;
+}
+
+void Output::PrintValue(std::string_view text) {
+    *this << (IsTerminal() ? Escape(text) : std::string(text)) << "\n";
+}
+
+bool Output::IsColoured() const {
+    const char* off = std::getenv("NO_COLOR");
+    return IsTerminal() && (off == nullptr || *off == '\0');
+}
+
+CLI::Option* AddText(CLI::App& app, const std::string& name, std::string& target,
+                     const std::string& description) {
+    return app.add_option(name, CLI::callback_t([&target](const CLI::results_t& results) {
+                              target = Unprotect(results.front());
+                              return true;
+                          }),
+                          description);
+}
+
+CLI::Option* AddTexts(CLI::App& app, const std::string& name, std::vector<std::string>& target,
+                      const std::string& description) {
+    CLI::Option* option = app.add_option(
+        name, CLI::callback_t([&target](const CLI::results_t& results) {
+            target.clear();
+            std::transform(results.begin(), results.end(), std::back_inserter(target), Unprotect);
+            return true;
+        }),
+        description);
+    option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    if (option->get_positional()) {
+        // Many positional arguments are possible only together with taking "[a,b]" apart.
+        return option->expected(1, -1)->allow_extra_args();
+    }
+    return option->allow_extra_args(false);
+}
+
+std::vector<std::string> ProtectArguments(int argc, char** argv) {
+    std::vector<std::string> arguments;
+    bool isAfterOptions = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        const std::size_t equals = argument.find('=');
+        if (!isAfterOptions && argument == "--") {
+            isAfterOptions = true;
+        } else if (!isAfterOptions && argument.starts_with("--") && equals != argument.npos &&
+                   (equals + 1 == argument.size() || argument[equals + 1] == cProtection)) {
+            arguments.push_back(argument.substr(0, equals));
+            arguments.push_back(cProtection + argument.substr(equals + 1));
+        } else if (isAfterOptions || argument.starts_with('[') || argument == "++" ||
+                   argument.starts_with(cProtection)) {
+            arguments.push_back(cProtection + argument);
+        } else {
+            arguments.push_back(argument);
+        }
+    }
+    std::reverse(arguments.begin(), arguments.end());
+    return arguments;
+}
+
+CLI::App* AddSubcommand(CLI::App& app, const std::string& name, const std::string& description,
+                        const std::string& example) {
+    CLI::App* command = app.add_subcommand(name, description);
+    command->footer("Example:\n" + example);
+    return command;
+}
+
+}  // namespace tvtool

@@ -1,0 +1,223 @@
+// tvtool apply: puts variables into a text, as the framework does.
+#include "tvtool/base/Escapes.h"
+#include "tvtool/base/Files.h"
+#include "tvtool/base/PlatformText.h"
+#include "tvtool/base/Tool.h"
+#include "tvtool/config/ConfigText.h"
+#include "tvtool/config/Expansion.h"
+#include "tvtool/config/Variables.h"
+#include "vars/GlobalVars.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace tvtool {
+
+namespace {
+
+struct ApplyOptions {
+    std::string text = "-";
+    std::vector<std::string> configs;
+    std::vector<std::string> settings;
+    std::string delimiters = "<>";
+    bool list = false;
+    bool strict = false;
+    bool json = false;
+};
+
+struct Template {
+    std::string name;  // for messages
+    std::string bytes;
+    StringRef decoded;
+    bool isLiteral = false;
+};
+
+std::u16string ParseDelimiters(const std::string& argument) {
+    const StringRef text = DecodeText(argument, CFStringGetSystemEncoding());
+    std::u16string pair = text ? UnitsOf(text.Get()) : u"";
+    // Halves of a surrogate pair are no characters.
+    const bool isPlain = std::none_of(pair.begin(), pair.end(),
+                                      [](char16_t c) { return c >= 0xD800 && c <= 0xDFFF; });
+    if (pair.size() != 2 || !isPlain) {
+        Fail(Exit::Usage, "--delimiters " + Quote(argument),
+             "give exactly two characters, the opening and the closing one");
+    }
+    return pair;
+}
+
+// The place of the first byte that is not valid UTF-8.
+std::size_t FindInvalid(std::string_view text) {
+    char32_t ignored = 0;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length = DecodeUtf8(text.substr(at), ignored);
+        if (length == 0) {
+            return at;
+        }
+        at += length;
+    }
+    return text.size();
+}
+
+// An argument that names no file and holds a placeholder is the text itself.
+Template ReadTemplate(const std::string& argument, const std::u16string& delimiters) {
+    Template made;
+    const CFStringEncoding system = CFStringGetSystemEncoding();
+    if (argument != "-" && !Exists(argument)) {
+        made.decoded = DecodeText(argument, system);
+        const std::u16string units = made.decoded ? UnitsOf(made.decoded.Get()) : u"";
+        const std::size_t open = units.find(delimiters[0]);
+        made.isLiteral = open != units.npos && units.find(delimiters[1], open + 1) != units.npos;
+    }
+    made.name = made.isLiteral ? "TEXT" : InputName(argument);
+    made.bytes = made.isLiteral ? argument : ReadInput(argument);
+    made.decoded = DecodeText(made.bytes, system);
+    if (!made.decoded) {
+        const bool isUtf8 = system == kCFStringEncodingUTF8;
+        Fail(Exit::Damaged,
+             isUtf8 ? At(made.name, PlaceOf(made.bytes, FindInvalid(made.bytes))) : made.name,
+             "is not valid in the system encoding; TV_SYSTEM_ENCODING names another");
+    }
+    return made;
+}
+
+void SetVariables(const ApplyOptions& options) {
+    SetApplicationVariables();
+    for (const std::string& path : options.configs) {
+        Tova::CVarList list;
+        ReadConfig(path, list);
+        Tova::GlobalVars += list;
+    }
+    for (const std::string& setting : options.settings) {
+        const Assignment assignment = ParseAssignment(setting);
+        if (!Assign(Tova::GlobalVars, assignment)) {
+            Complain("--set " + Quote(setting) + ": the variable is fixed and kept its value");
+        }
+    }
+}
+
+std::string NameOf(const Placeholder& placeholder) {
+    const StringRef name = TextOfUnits(placeholder.name);
+    return name ? TextForPeople(name.Get()) : std::string();
+}
+
+void List(const std::vector<Placeholder>& placeholders, std::u16string_view text, bool json,
+          Output& out) {
+    Json array = Json::array();
+    Place place;
+    std::size_t offset = 0;
+    for (const Placeholder& placeholder : placeholders) {
+        const std::string name = NameOf(placeholder);
+        Advance(place, text.substr(offset, placeholder.offset - offset));
+        offset = placeholder.offset;
+        if (json) {
+            array.push_back({{"name", JsonText(name)},
+                             {"defined", placeholder.isDefined},
+                             {"line", place.line},
+                             {"column", place.column}});
+        } else {
+            out << Escape(name) << "\n";
+        }
+    }
+    if (json) {
+        PrintJson(out, array);
+    }
+}
+
+std::string Join(const std::vector<std::string>& parts) {
+    std::string joined;
+    for (const std::string& part : parts) {
+        joined += (joined.empty() ? "" : " -> ") + part;
+    }
+    return joined;
+}
+
+void RefuseUndefined(const Expansion& expansion, const Template& text,
+                     const std::u16string& units) {
+    static constexpr std::size_t cMost = 20;
+    const std::vector<Placeholder> undefined = expansion.Undefined();
+    std::vector<std::string> messages;
+    for (const Placeholder& placeholder : undefined) {
+        const std::string through = Join(placeholder.through);
+        messages.push_back(At(text.name, PlaceOf(units, placeholder.offset)) + ": nobody defines " +
+                           Quote(NameOf(placeholder)) +
+                           (through.empty() ? "" : ", which comes from " + through));
+        if (messages.size() == cMost && undefined.size() > cMost) {
+            messages.push_back(text.name + ": " + std::to_string(undefined.size() - cMost) +
+                               " more placeholders that nobody defines");
+            break;
+        }
+    }
+    if (messages.empty()) {
+        return;
+    }
+    const std::string last = messages.back();
+    messages.pop_back();
+    for (const std::string& message : messages) {
+        Complain(message);
+    }
+    throw ToolError(Exit::Failed, last);
+}
+
+void Substitute(const Template& text, const std::u16string& delimiters, Output& out) {
+    const Tova::CFRef<CFMutableStringRef> result(
+        CFStringCreateMutableCopy(kCFAllocatorDefault, 0, text.decoded.Get()));
+    const StringRef pair = TextOfUnits(delimiters);
+    Tova::GlobalVars.Apply(result.Get(), pair.Get());
+    const std::optional<std::string> bytes = EncodeText(result.Get(), CFStringGetSystemEncoding());
+    if (!bytes) {
+        Fail(Exit::Failed, text.name, "the result does not fit the system encoding");
+    }
+    out << *bytes << (text.isLiteral ? "\n" : "");
+}
+
+void Apply(const ApplyOptions& options, Session& session) {
+    const std::u16string delimiters = ParseDelimiters(options.delimiters);
+    SetVariables(options);
+    const Template text = ReadTemplate(options.text, delimiters);
+    const std::u16string units = UnitsOf(text.decoded.Get());
+    Expansion expansion(Tova::GlobalVars, delimiters[0], delimiters[1]);
+    if (options.list) {
+        List(expansion.List(units), units, options.json, session.out);
+        if (!options.strict) {
+            return;
+        }
+    }
+    // The substitution itself has no guard against circles.
+    expansion.Follow(units, text.name);
+    if (options.strict) {
+        RefuseUndefined(expansion, text, units);
+    }
+    if (!options.list) {
+        Substitute(text, delimiters, session.out);
+    }
+}
+
+}  // namespace
+
+void AddApplyCommand(CLI::App& app, Session& session) {
+    CLI::App* command = AddSubcommand(
+        app, "apply", "Puts variables into a text, as the framework does",
+        "  echo 'Welcome to <AppName> <MajVersion>' | tvtool apply -\n"
+        "  tvtool apply welcome.txt --config Calyx.nwc --set Greeting='Good day' --strict\n"
+        "  tvtool apply welcome.txt --list");
+    auto options = std::make_shared<ApplyOptions>();
+    AddText(*command, "TEXT", options->text,
+            "A file, or - for standard input (the default). What names no file\n"
+            "and holds a placeholder is the text itself");
+    AddTexts(*command, "--config", options->configs,
+             "Take variables from this configuration file too; can be repeated")
+        ->type_name("FILE");
+    AddTexts(*command, "--set", options->settings,
+             "A variable, or %NAME=VALUE for a fixed one; can be repeated")
+        ->type_name("NAME=VALUE");
+    AddText(*command, "--delimiters", options->delimiters,
+            "The two characters around a name instead of <>")
+        ->type_name("XY");
+    command->add_flag("--list", options->list, "Only name the placeholders in the text");
+    command->add_flag("--json", options->json, "With --list: as an array of objects");
+    command->add_flag("--strict", options->strict,
+                      "Fail, with the place, where nobody defines a placeholder");
+    command->callback([options, &session] { Apply(*options, session); });
+}
+
+}  // namespace tvtool

@@ -1,0 +1,295 @@
+// tvtool config: makes, shows and edits configuration files.
+#include "tvtool/base/Escapes.h"
+#include "tvtool/base/Files.h"
+#include "tvtool/base/Tool.h"
+#include "tvtool/config/ConfigText.h"
+#include "tvtool/config/Variables.h"
+
+#include <cstring>
+#include <memory>
+#include <unordered_set>
+
+namespace tvtool {
+
+namespace {
+
+struct ConfigOptions {
+    std::string file;
+    std::string from;
+    std::string name;
+    std::vector<std::string> words;
+    bool json = false;
+    bool force = false;
+    bool dryRun = false;
+    bool diff = false;
+};
+
+using Options = std::shared_ptr<ConfigOptions>;
+
+void Assign(Tova::CVarList& list, const ConfigOptions& options, Session& session) {
+    for (const std::string& word : options.words) {
+        const Assignment assignment = ParseAssignment(word);
+        const std::string why = ReasonNotToStore(assignment.name, assignment.fixed);
+        if (!why.empty()) {
+            Fail(Exit::Usage, Quote(word), why);
+        }
+        if (!Assign(list, assignment)) {
+            Complain(InputName(options.file) + ": " + Quote(assignment.name) +
+                     " is fixed and kept its value; unset it first");
+            session.SetStatus(Exit::Failed);
+        }
+    }
+}
+
+// Something else than a configuration file is hardly meant to be replaced by one.
+void RefuseToReplaceOthers(const std::string& path) {
+    if (path == "-" || !Exists(path)) {
+        return;
+    }
+    Tova::CVarList list;
+    Tova::ConfigFileReport report;
+    const std::string bytes = ReadInput(path);
+    DecodeConfig(bytes, list, report);
+    if (!bytes.empty() && report.damage == Tova::ConfigFileReport::Damage::NoHeader) {
+        Fail(Exit::Failed, path, "exists and is no configuration file; --force replaces it");
+    }
+}
+
+void Create(const ConfigOptions& options, Session& session) {
+    Tova::CVarList list;
+    if (!options.from.empty()) {
+        ParseVariables(ReadInput(options.from), InputName(options.from), list);
+    }
+    Assign(list, options, session);
+    if (!options.force) {
+        RefuseToReplaceOthers(options.file);
+    }
+    WriteOutput(options.file, EncodeConfig(list));
+}
+
+void Show(const ConfigOptions& options, Session& session) {
+    Tova::CVarList list;
+    ReadConfig(options.file, list);
+    if (options.json) {
+        return PrintJson(session.out, ListToJson(list));
+    }
+    for (const Tova::CVar* var = list.First(); var != nullptr; var = var->Next()) {
+        session.out << FormatVariable(*var) << "\n";
+    }
+}
+
+// By its exact name, else without the "%" that marks fixed variables elsewhere.
+const Tova::CVar* Find(const Tova::CVarList& list, const std::string& name,
+                       const std::string& file) {
+    const Tova::CVar* var = list.FindVar(name.c_str());
+    if (var == nullptr && name.starts_with('%')) {
+        var = list.FindVar(name.c_str() + 1);
+    }
+    if (var == nullptr) {
+        Fail(Exit::NotFound, InputName(file),
+             "has no variable " + Quote(name) + "; 'tvtool config show' lists them");
+    }
+    return var;
+}
+
+void Get(const ConfigOptions& options, Session& session) {
+    Tova::CVarList list;
+    ReadConfig(options.file, list);
+    const Tova::CVar* var = Find(list, options.name, options.file);
+    if (options.json) {
+        return PrintJson(session.out, VariableToJson(*var));
+    }
+    session.out.PrintValue(var->Value());
+}
+
+std::string Coloured(const std::string& line, const char* colour, const Output& out) {
+    return out.IsColoured() ? std::string("\x1B[") + colour + "m" + line + "\x1B[0m\n"
+                            : line + "\n";
+}
+
+bool IsSame(const Tova::CVar& a, const Tova::CVar& b) {
+    return a.IsFixed() == b.IsFixed() && std::strcmp(a.Value(), b.Value()) == 0;
+}
+
+// The lines of `config show` that differ. A list keeps its order, so there is no need to look for
+// lines that moved.
+std::string Difference(const Tova::CVarList& before, const Tova::CVarList& after,
+                       const Output& out) {
+    std::string lines;
+    const auto add = [&](const char* sign, const Tova::CVar& var) {
+        lines += Coloured(sign + FormatVariable(var), *sign == '-' ? "31" : "32", out);
+    };
+    for (const Tova::CVar* old = before.First(); old != nullptr; old = old->Next()) {
+        const Tova::CVar* var = after.FindVar(old->Name());
+        if (var == nullptr || !IsSame(*var, *old)) {
+            add("-", *old);
+            if (var != nullptr) {
+                add("+", *var);
+            }
+        }
+    }
+    for (const Tova::CVar* var = after.First(); var != nullptr; var = var->Next()) {
+        if (before.FindVar(var->Name()) == nullptr) {
+            add("+", *var);
+        }
+    }
+    return lines;
+}
+
+// Ends an edit: shows and writes what changed.
+void Finish(const Tova::CVarList& before, const Tova::CVarList& after, const ConfigOptions& options,
+            Session& session) {
+    const std::string difference = Difference(before, after, session.out);
+    const std::string name = Printable(InputName(options.file));
+    if (options.diff && !difference.empty()) {
+        session.out << "--- " << name << "\n+++ " << name << "\n" << difference;
+    }
+    if (options.dryRun) {
+        if (!options.diff) {
+            session.out << name
+                        << (difference.empty() ? ": nothing would change\n"
+                                               : ": would change; --diff shows how\n");
+        }
+    } else if (!difference.empty() || options.file == "-") {
+        WriteOutput(options.file, EncodeConfig(after));
+    }
+}
+
+void RefuseTwoOutputs(const ConfigOptions& options) {
+    if (options.file == "-" && options.diff && !options.dryRun) {
+        Fail(Exit::Usage, "--diff", "standard output is taken by the file; add --dry-run");
+    }
+}
+
+void Set(const ConfigOptions& options, Session& session) {
+    RefuseTwoOutputs(options);
+    Tova::CVarList before, after;
+    ReadConfig(options.file, before);
+    CopyVariables(before, after);
+    Assign(after, options, session);
+    Finish(before, after, options, session);
+}
+
+void Unset(const ConfigOptions& options, Session& session) {
+    RefuseTwoOutputs(options);
+    Tova::CVarList before, after;
+    ReadConfig(options.file, before);
+    std::unordered_set<const Tova::CVar*> gone;
+    for (const std::string& name : options.words) {
+        gone.insert(Find(before, name, options.file));
+    }
+    for (const Tova::CVar* var = before.First(); var != nullptr; var = var->Next()) {
+        if (!gone.contains(var)) {
+            SetVariable(after, var->Name(), var->Value(), var->IsFixed());
+        }
+    }
+    Finish(before, after, options, session);
+}
+
+void Verify(const ConfigOptions& options, Session& session) {
+    Tova::CVarList list;
+    Tova::ConfigFileReport report;
+    DecodeConfig(ReadInput(options.file), list, report);
+    std::size_t count = 0, fixed = 0;
+    for (const Tova::CVar* var = list.First(); var != nullptr; var = var->Next()) {
+        ++count;
+        if (var->IsFixed()) {
+            ++fixed;
+        }
+    }
+    const std::string damage = DescribeDamage(report);
+    if (options.json) {
+        PrintJson(session.out, {{"valid", damage.empty()},
+                                {"damage", damage.empty() ? Json(nullptr) : JsonText(damage)},
+                                {"variables", count},
+                                {"fixed", fixed},
+                                {"computed", report.computed},
+                                {"stored", report.stored}});
+    }
+    if (!damage.empty()) {
+        Fail(Exit::Damaged, InputName(options.file), damage);
+    }
+    if (!options.json) {
+        session.out << Printable(InputName(options.file)) << ": in order; " << std::to_string(count)
+                    << (count == 1 ? " variable, " : " variables, ") << std::to_string(fixed)
+                    << " fixed, check value " << std::to_string(report.computed) << "\n";
+    }
+}
+
+using Action = void (*)(const ConfigOptions&, Session&);
+
+CLI::App* AddCommand(CLI::App& config, Session& session, const std::string& name, Action action,
+                     Options& options, const std::string& description, const std::string& example) {
+    CLI::App* command = AddSubcommand(config, name, description, example);
+    options = std::make_shared<ConfigOptions>();
+    AddText(*command, "FILE", options->file, "The configuration file, or - for standard input")
+        ->required();
+    command->callback([action, options, &session] { action(*options, session); });
+    return command;
+}
+
+void AddEditFlags(CLI::App& command, ConfigOptions& options) {
+    command.add_flag("--dry-run", options.dryRun, "Write nothing");
+    command.add_flag("--diff", options.diff, "Show the lines that change");
+}
+
+void AddReaders(CLI::App& config, Session& session) {
+    Options options;
+    CLI::App* command = AddCommand(config, session, "show", Show, options,
+                                   "Shows all variables, one [%]NAME=VALUE a line",
+                                   "  tvtool config show Calyx.nwc >Calyx.txt\n"
+                                   "  tvtool config create Copy.nwc --from Calyx.txt");
+    command->add_flag("--json", options->json, "As an array of {\"name\", \"value\", \"fixed\"}");
+    command = AddCommand(config, session, "get", Get, options, "Prints the value of a variable",
+                         "  tvtool config get Calyx.nwc AppName");
+    AddText(*command, "NAME", options->name, "The variable")->required();
+    command->add_flag("--json", options->json, "As {\"name\", \"value\", \"fixed\"}");
+    command = AddCommand(config, session, "verify", Verify, options,
+                         "Says whether a file is in order, or which damage it has",
+                         "  tvtool config verify Calyx.nwc");
+    command->add_flag("--json", options->json, "As an object");
+}
+
+void AddEditors(CLI::App& config, Session& session) {
+    Options options;
+    CLI::App* command =
+        AddCommand(config, session, "set", Set, options,
+                   "Sets variables; a % before the name fixes it for good",
+                   "  tvtool config set Calyx.nwc AppName=Calyx %Serial=CX7-0042 --diff");
+    AddTexts(*command, "NAME=VALUE", options->words, "What to set, taken literally")->required();
+    AddEditFlags(*command, *options);
+    command =
+        AddCommand(config, session, "unset", Unset, options, "Removes variables, also fixed ones",
+                   "  tvtool config unset Calyx.nwc Serial");
+    AddTexts(*command, "NAME", options->words, "The variables")->required();
+    AddEditFlags(*command, *options);
+}
+
+void AddCreate(CLI::App& config, Session& session) {
+    CLI::App* command = AddSubcommand(config, "create", "Makes a configuration file",
+                                      "  tvtool config create Calyx.nwc AppName=Calyx %Serial=42\n"
+                                      "  tvtool config create Calyx.nwc --from Calyx.txt");
+    auto options = std::make_shared<ConfigOptions>();
+    AddText(*command, "OUT", options->file, "The file to make, or - for standard output")
+        ->required();
+    AddTexts(*command, "NAME=VALUE", options->words, "A variable, or %NAME=VALUE for a fixed one");
+    AddText(*command, "--from", options->from,
+            "Take variables from what 'config show' prints, with or without --json;\n"
+            "lines that begin with # are comments; - is standard input")
+        ->type_name("FILE");
+    command->add_flag("--force", options->force, "Replace a file that is no configuration file");
+    command->callback([options, &session] { Create(*options, session); });
+}
+
+}  // namespace
+
+void AddConfigCommand(CLI::App& app, Session& session) {
+    CLI::App* config = AddSubcommand(app, "config", "Makes, shows and edits configuration files",
+                                     "  tvtool config show Calyx.nwc");
+    config->require_subcommand(1);
+    AddCreate(*config, session);
+    AddReaders(*config, session);
+    AddEditors(*config, session);
+}
+
+}  // namespace tvtool

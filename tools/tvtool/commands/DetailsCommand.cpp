@@ -1,0 +1,319 @@
+// tvtool details: the user's registration details in configuration files and in the preferences.
+#include "interface/CRegInfo.h"
+#include "interface/DictStrings.h"
+#include "interface/RegInfoStorage.h"
+#include "text/CEmailAddress.h"
+#include "tvtool/base/Escapes.h"
+#include "tvtool/base/Files.h"
+#include "tvtool/base/Json.h"
+#include "tvtool/base/PlatformText.h"
+#include "tvtool/base/Tool.h"
+#include "tvtool/config/Variables.h"
+#include "tvtool/details/Preferences.h"
+#include "tvtool/details/SendDetails.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <optional>
+
+namespace tvtool {
+
+namespace {
+
+struct Field {
+    const char* option;
+    const char* label;
+    const char* variable;
+    CFStringRef (*key)();
+    const Tova::CString& (Tova::CRegInfo::*value)() const;
+    int longest;
+};
+
+using Info = Tova::CRegInfo;
+namespace Key = Tova::DetailsKey;
+
+// In the order of the framework.
+constexpr std::array<Field, 4> cFields = {{
+    {"--first-name", "First name", Info::cFirstNameVar, Key::FirstName, &Info::FirstName,
+     Info::cMaxName},
+    {"--last-name", "Last name", Info::cLastNameVar, Key::LastName, &Info::LastName,
+     Info::cMaxName},
+    {"--organisation", "Organisation", Info::cOrgVar, Key::Organisation, &Info::Organisation,
+     Info::cMaxOrg},
+    {"--email", "E-mail", Info::cEmailVar, Key::Email, &Info::Email, Info::cMaxEmail},
+}};
+
+std::string KeyOf(const Field& field) {
+    return TextForPeople(field.key());
+}
+
+struct ReadOptions {
+    std::string config;
+    bool prefs = false;
+    bool json = false;
+};
+
+void LoadFromPreferences(Tova::CRegInfo& record) {
+    LoadPreferences();
+    if (Tova::CPrefsRegInfo::Load(record)) {
+        return;
+    }
+    std::string missing;
+    for (const Field& field : cFields) {
+        Tova::CString value;
+        if (!Tova::ReadValue(Tova::CString(field.variable), value)) {
+            missing += (missing.empty() ? "RegisterInfo/" : ", ") + std::string(field.variable);
+        }
+    }
+    Fail(Exit::NotFound, cPreferences, "no text for " + missing + "; all four are needed");
+}
+
+void Read(const ReadOptions& options, Session& session) {
+    if (options.config.empty() == !options.prefs) {
+        Fail(Exit::Usage, "details read", "give either --config FILE or --prefs");
+    }
+    Tova::CRegInfo record;
+    if (options.prefs) {
+        LoadFromPreferences(record);
+    } else {
+        Tova::CVarList list;
+        ReadConfig(options.config, list);
+        record.SetFromVars(list);
+    }
+    Json object = Json::object();
+    for (const Field& field : cFields) {
+        const char* value = (record.*field.value)().CStr();
+        if (options.json) {
+            object[KeyOf(field)] = JsonText(value);
+        } else {
+            const std::string label = field.label + std::string(":");
+            session.out << label << std::string(15 - label.size(), ' ') << Escape(value) << "\n";
+        }
+    }
+    if (options.json) {
+        PrintJson(session.out, object);
+    }
+}
+
+struct WriteOptions {
+    std::string file;
+    std::string from;
+    // By field; the last one counts, none: the field stays.
+    std::array<std::vector<std::string>, cFields.size()> values;
+    SendOptions send;
+};
+
+using Values = std::array<std::optional<std::string>, cFields.size()>;
+
+void RequireLength(const Field& field, const std::string& value, Exit status,
+                   const std::string& subject) {
+    if (value.size() > static_cast<std::size_t>(field.longest)) {
+        Fail(status, subject,
+             "has " + std::to_string(value.size()) + " bytes; the framework keeps at most " +
+                 std::to_string(field.longest));
+    }
+}
+
+// `values` become those under the keys of an installer's dictionary.
+void ParseDetails(const std::string& file, Values& values) {
+    const std::string name = InputName(file);
+    const Json object = ParseJson(ReadInput(file), name);
+    if (!object.is_object()) {
+        Fail(Exit::Damaged, name, "is no JSON object with the details");
+    }
+    for (const auto& [key, value] : object.items()) {
+        const std::string& wanted = key;
+        std::size_t i = 0;
+        while (i < cFields.size() && KeyOf(cFields[i]) != wanted) {
+            ++i;
+        }
+        const std::string where = name + ": " + Quote(key);
+        if (i < cFields.size()) {
+            values[i] = TextFromJson(value, where);
+            RequireLength(cFields[i], *values[i], Exit::Damaged, where);
+        } else if (key != TextForPeople(Key::Send())) {
+            Fail(Exit::Damaged, where, "is no key; those are FNKey, LNKey, OrKey and EAKey");
+        }
+    }
+}
+
+Values CollectValues(const WriteOptions& options) {
+    Values values;
+    if (!options.from.empty()) {
+        ParseDetails(options.from, values);
+    }
+    for (std::size_t i = 0; i < cFields.size(); ++i) {
+        if (!options.values[i].empty()) {
+            values[i] = options.values[i].back();
+            RequireLength(cFields[i], *values[i], Exit::Usage, cFields[i].option);
+        }
+    }
+    if (!options.send.send && !options.send.dryRun &&
+        std::none_of(values.begin(), values.end(), [](const auto& v) { return v.has_value(); })) {
+        Fail(Exit::Usage, "details write", "give at least one detail, or --from FILE");
+    }
+    return values;
+}
+
+// The record that results from putting `values` over what `list` holds.
+Tova::CRegInfo Merge(const Tova::CVarList& list, const Values& values) {
+    Tova::CVarList merged;
+    for (std::size_t i = 0; i < cFields.size(); ++i) {
+        const char* name = cFields[i].variable;
+        merged.SetValue(name, values[i] ? values[i]->c_str() : list.GetValue(name), false);
+    }
+    return Tova::CRegInfo(merged);
+}
+
+// Like the framework, but beside the file, renamed over it; and what is sent is sent after that, so
+// that it can be told whether only the sending failed.
+void Write(const WriteOptions& options, Session& session) {
+    if (options.file == "-" && options.from == "-") {
+        Fail(Exit::Usage, "details write", "standard input cannot be both FILE and --from");
+    }
+    if ((!options.send.to.empty() || !options.send.wait.empty()) && !options.send.send &&
+        !options.send.dryRun) {
+        Fail(Exit::Usage, "details write", "--to and --wait go with --send or --dry-run");
+    }
+    const Values values = CollectValues(options);
+    const std::string name = InputName(options.file);
+    Tova::CVarList list;
+    ReadConfig(options.file, list);
+    const std::string before = EncodeConfig(list);
+    const Tova::CRegInfo record = Merge(list, values);
+    std::optional<DetailsRequest> request;
+    if (options.send.send || options.send.dryRun) {
+        request.emplace(record, options.send);
+    }
+    if (options.send.dryRun) {
+        session.out << request->Describe();
+        session.out.Flush();
+        Complain("would go to " + request->Origin() + "; nothing was saved or sent");
+        return;
+    }
+    record.SetVariables(list);
+    for (std::size_t i = 0; i < cFields.size(); ++i) {
+        if (values[i] && *values[i] != list.GetValue(cFields[i].variable)) {
+            Complain(name + ": " + Quote(cFields[i].variable) +
+                     " is fixed and kept its value; 'tvtool config unset' removes it");
+            session.SetStatus(Exit::Failed);
+        }
+    }
+    if (values.back() && !record.IsValidEmailAddress()) {
+        Complain(name + ": " + Quote(*values.back()) + " is no valid e-mail address (saved)");
+    }
+    const std::string after = EncodeConfig(list);
+    if (after != before || options.file == "-") {
+        WriteOutput(options.file, after);
+    }
+    if (request) {
+        const std::string answer = "sent to " + request->Origin() + ": " + request->Send();
+        // Standard output may have the file.
+        options.file == "-" ? Complain(answer) : session.out.PrintValue(answer);
+    }
+}
+
+struct CheckOptions {
+    std::vector<std::string> addresses;
+    bool json = false;
+};
+
+// "-" stands for the lines of standard input.
+std::vector<std::string> CollectAddresses(const CheckOptions& options) {
+    std::vector<std::string> addresses;
+    for (const std::string& address : options.addresses) {
+        if (address != "-") {
+            addresses.push_back(address);
+            continue;
+        }
+        const std::string text = ReadInput("-");
+        for (std::size_t at = 0; at < text.size();) {
+            const std::size_t end = std::min(text.find('\n', at), text.size());
+            addresses.push_back(text.substr(at, end - at));
+            at = end + 1;
+        }
+    }
+    return addresses;
+}
+
+void Check(const CheckOptions& options, Session& session) {
+    Json array = Json::array();
+    for (const std::string& address : CollectAddresses(options)) {
+        // A NUL would hide the rest.
+        const bool isValid = address.find('\0') == address.npos &&
+                             Tova::CEmailAddress(Tova::CString(address.c_str())).IsValid();
+        if (!isValid) {
+            session.SetStatus(Exit::Damaged);
+        }
+        if (options.json) {
+            array.push_back({{"address", JsonText(address)}, {"valid", isValid}});
+        } else {
+            session.out << Escape(address) << ": " << (isValid ? "valid" : "not valid") << "\n";
+        }
+    }
+    if (options.json) {
+        PrintJson(session.out, array);
+    }
+}
+
+void AddRead(CLI::App& details, Session& session) {
+    CLI::App* command = AddSubcommand(details, "read", "Shows the details",
+                                      "  tvtool details read --config Calyx.nwc\n"
+                                      "  tvtool details read --prefs --json");
+    auto options = std::make_shared<ReadOptions>();
+    AddText(*command, "--config", options->config,
+            "Read this configuration file; - is standard input")
+        ->type_name("FILE");
+    command->add_flag("--prefs", options->prefs, "Read this user's preferences");
+    command->add_flag("--json", options->json,
+                      "As an object with the keys of an installer's dictionary");
+    command->callback([options, &session] { Read(*options, session); });
+}
+
+void AddWrite(CLI::App& details, Session& session) {
+    CLI::App* command = AddSubcommand(
+        details, "write", "Saves details into an existing configuration file",
+        "  tvtool details write Calyx.nwc --first-name Ada --email ada@example.org\n"
+        "  tvtool details read --prefs --json | tvtool details write Calyx.nwc --from -\n"
+        "  tvtool details write Calyx.nwc --send --to http://127.0.0.1:8080/v/prod_reg");
+    auto options = std::make_shared<WriteOptions>();
+    AddText(*command, "FILE", options->file, "The configuration file")->required();
+    for (std::size_t i = 0; i < cFields.size(); ++i) {
+        AddTexts(*command, cFields[i].option, options->values[i],
+                 "At most " + std::to_string(cFields[i].longest) + " bytes; \"\" empties it")
+            ->type_name("TEXT");
+    }
+    AddText(*command, "--from", options->from,
+            "Take details from a JSON object with the keys FNKey, LNKey, OrKey\n"
+            "and EAKey; - is standard input, which other users cannot see")
+        ->type_name("FILE");
+    AddSendOptions(*command, options->send);
+    command->callback([options, &session] { Write(*options, session); });
+}
+
+void AddCheck(CLI::App& details, Session& session) {
+    CLI::App* command =
+        AddSubcommand(details, "check", "Says whether e-mail addresses have a valid form",
+                      "  tvtool details check ada@example.org ada@example");
+    auto options = std::make_shared<CheckOptions>();
+    AddTexts(*command, "ADDRESS", options->addresses,
+             "The addresses; - takes the lines of standard input")
+        ->required();
+    command->add_flag("--json", options->json, "As an array of {\"address\", \"valid\"}");
+    command->callback([options, &session] { Check(*options, session); });
+}
+
+}  // namespace
+
+void AddDetailsCommand(CLI::App& app, Session& session) {
+    CLI::App* details =
+        AddSubcommand(app, "details", "Shows, saves and checks the user's registration details",
+                      "  tvtool details read --prefs");
+    details->require_subcommand(1);
+    AddRead(*details, session);
+    AddWrite(*details, session);
+    AddCheck(*details, session);
+}
+
+}  // namespace tvtool

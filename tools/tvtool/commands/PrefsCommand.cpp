@@ -1,0 +1,172 @@
+// tvtool prefs: the product's preferences of this user.
+#include "interface/CPrefs.h"
+#include "tvtool/base/Escapes.h"
+#include "tvtool/base/Json.h"
+#include "tvtool/base/PlatformText.h"
+#include "tvtool/base/Tool.h"
+#include "tvtool/details/Preferences.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace tvtool {
+
+namespace {
+
+using ValueRef = Tova::CFRef<CFTypeRef>;
+
+struct PrefsOptions {
+    std::string key;
+    std::string value;
+    bool json = false;
+};
+
+StringRef Decode(const std::string& argument) {
+    StringRef text = DecodeText(argument, CFStringGetSystemEncoding());
+    if (!text) {
+        Fail(Exit::Usage, Quote(argument), "is not valid in the system encoding");
+    }
+    return text;
+}
+
+ValueRef CopyValue(CFStringRef key) {
+    return ValueRef(CFPreferencesCopyValue(key, Tova::CPrefs::Domain(), kCFPreferencesCurrentUser,
+                                           kCFPreferencesAnyHost));
+}
+
+ValueRef Find(const std::string& key) {
+    ValueRef value = CopyValue(Decode(key).Get());
+    if (!value) {
+        Fail(Exit::NotFound, cPreferences,
+             "no key " + Quote(key) + "; 'tvtool prefs list' shows all");
+    }
+    return value;
+}
+
+void StoreValue(CFStringRef key, CFTypeRef value) {
+    CFPreferencesSetValue(key, value, Tova::CPrefs::Domain(), kCFPreferencesCurrentUser,
+                          kCFPreferencesAnyHost);
+}
+
+// Other programs may have stored other things than texts.
+Json ValueToJson(CFTypeRef value) {
+    if (CFGetTypeID(value) == CFStringGetTypeID()) {
+        return EncodeText(static_cast<CFStringRef>(value), kCFStringEncodingUTF8).value_or("");
+    }
+    if (CFGetTypeID(value) == CFBooleanGetTypeID()) {
+        return CFBooleanGetValue(static_cast<CFBooleanRef>(value)) != 0;
+    }
+    if (CFGetTypeID(value) != CFNumberGetTypeID()) {
+        return nullptr;
+    }
+    const auto number = static_cast<CFNumberRef>(value);
+    if (CFNumberIsFloatType(number)) {
+        double real = 0;
+        CFNumberGetValue(number, kCFNumberDoubleType, &real);
+        return real;
+    }
+    SInt64 integer = 0;
+    CFNumberGetValue(number, kCFNumberSInt64Type, &integer);
+    return integer;
+}
+
+std::string ValueToText(CFTypeRef value) {
+    if (CFGetTypeID(value) == CFStringGetTypeID()) {
+        return TextForPeople(static_cast<CFStringRef>(value));
+    }
+    const Json json = ValueToJson(value);
+    return json.is_null() ? "(neither a text nor a number)" : json.dump();
+}
+
+void List(const PrefsOptions& options, Session& session) {
+    LoadPreferences();
+    const Tova::CFRef<CFArrayRef> keys(CFPreferencesCopyKeyList(
+        Tova::CPrefs::Domain(), kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
+    std::vector<std::string> lines;
+    Json object = Json::object();
+    for (CFIndex i = 0, count = keys ? CFArrayGetCount(keys.Get()) : 0; i < count; ++i) {
+        const auto key = static_cast<CFStringRef>(CFArrayGetValueAtIndex(keys.Get(), i));
+        const ValueRef value = CopyValue(key);
+        if (!value) {
+            continue;
+        }
+        object[EncodeText(key, kCFStringEncodingUTF8).value_or("")] = ValueToJson(value.Get());
+        lines.push_back(Escape(TextForPeople(key), "=") + "=" + Escape(ValueToText(value.Get())) +
+                        "\n");
+    }
+    if (options.json) {
+        return PrintJson(session.out, object);
+    }
+    std::sort(lines.begin(), lines.end());
+    for (const std::string& line : lines) {
+        session.out << line;
+    }
+}
+
+void Get(const PrefsOptions& options, Session& session) {
+    LoadPreferences();
+    const ValueRef value = Find(options.key);
+    if (options.json) {
+        PrintJson(session.out, ValueToJson(value.Get()));
+    } else {
+        session.out.PrintValue(ValueToText(value.Get()));
+    }
+}
+
+void Set(const PrefsOptions& options, Session&) {
+    const StringRef key = Decode(options.key);
+    const StringRef value = Decode(options.value);
+    LoadPreferencesToWrite();
+    StoreValue(key.Get(), value.Get());
+    // Some characters are refused without a word.
+    const ValueRef stored = CopyValue(key.Get());
+    if (!stored || CFEqual(stored.Get(), value.Get()) == 0) {
+        Fail(Exit::Usage, cPreferences, "cannot hold this: a key or text with control characters");
+    }
+    SavePreferences();
+}
+
+void Delete(const PrefsOptions& options, Session&) {
+    LoadPreferences();
+    static_cast<void>(Find(options.key));
+    StoreValue(Decode(options.key).Get(), nullptr);
+    SavePreferences();
+}
+
+using Action = void (*)(const PrefsOptions&, Session&);
+
+CLI::App* AddCommand(CLI::App& prefs, Session& session, const std::string& name, Action action,
+                     const std::shared_ptr<PrefsOptions>& options, const std::string& description,
+                     const std::string& example) {
+    CLI::App* command = AddSubcommand(prefs, name, description, example);
+    command->callback([action, options, &session] { action(*options, session); });
+    return command;
+}
+
+}  // namespace
+
+void AddPrefsCommand(CLI::App& app, Session& session) {
+    CLI::App* prefs =
+        AddSubcommand(app, "prefs", "Looks into this user's preferences", "  tvtool prefs list");
+    prefs->require_subcommand(1);
+    auto options = std::make_shared<PrefsOptions>();
+    const auto addKey = [&options](CLI::App* command) {
+        AddText(*command, "KEY", options->key, "The key, exactly")->required();
+    };
+
+    CLI::App* list = AddCommand(*prefs, session, "list", List, options, "Shows all keys and values",
+                                "  tvtool prefs list --json");
+    list->add_flag("--json", options->json, "As an object");
+    CLI::App* get = AddCommand(*prefs, session, "get", Get, options, "Prints the value of a key",
+                               "  tvtool prefs get RegisterInfo/RegFirstName");
+    addKey(get);
+    get->add_flag("--json", options->json, "As a JSON value");
+    CLI::App* set = AddCommand(*prefs, session, "set", Set, options, "Stores a text under a key",
+                               "  tvtool prefs set RegisterInfo/RegFirstName Ada");
+    addKey(set);
+    AddText(*set, "VALUE", options->value, "The text, taken literally")->required();
+    addKey(AddCommand(*prefs, session, "delete", Delete, options, "Removes a key",
+                      "  tvtool prefs delete RegisterInfo/RegFirstName"));
+}
+
+}  // namespace tvtool

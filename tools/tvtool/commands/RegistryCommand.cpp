@@ -1,0 +1,198 @@
+// tvtool registry: looks into registry files. Nothing is written.
+#include "registry/CNWRegistry.h"
+#include "tvtool/base/Escapes.h"
+#include "tvtool/base/Json.h"
+#include "tvtool/base/Tool.h"
+#include "tvtool/registry/RegistryDump.h"
+#include "tvtool/registry/RegistryFile.h"
+
+#include <memory>
+
+namespace tvtool {
+
+namespace {
+
+constexpr char cFileHelp[] = "The registry file; \"-\" is standard input";
+
+struct Arguments {
+    std::string file;
+    std::string path;
+    bool shared = false;
+    bool json = false;
+
+    // The file to read: that of the shared registry when none is named.
+    std::string File() const { return file.empty() ? RegistryFile::SharedPath() : file; }
+    // With --shared, or when the only argument has to be a path, the first one is the path.
+    void TakeFileForPath() { std::swap(file, path); }
+};
+
+void AddFlags(CLI::App& command, Arguments& arguments) {
+    command.add_flag("--json", arguments.json, "Print JSON");
+}
+
+// The node, or an exit: what a damaged file lacks may stand behind the fault.
+const Tova::CRegNode& FindNode(const RegistryFile& file, const std::string& path,
+                               Session& session) {
+    const Tova::CRegNode& root = *file.Tree().GetNode();
+    const Tova::CRegNode* found = path.empty() ? &root : root.DeepFind(path.c_str());
+    if (found == nullptr) {
+        file.ReportProblem(session);
+        Fail(file.IsSound() ? Exit::NotFound : Exit::Damaged, file.Name(),
+             "holds nothing at " + Quote(path));
+    }
+    return *found;
+}
+
+void Show(Arguments arguments, Session& session) {
+    if (arguments.shared) {
+        if (!arguments.path.empty()) {
+            throw CLI::ValidationError("--shared", "takes a PATH and no FILE");
+        }
+        arguments.TakeFileForPath();
+    }
+    const RegistryFile file(arguments.File());
+    const Tova::CRegNode& top = FindNode(file, arguments.path, session);
+    if (arguments.json) {
+        session.out << "{\n  \"format\": \"" << file.FormatName() << "\",\n  \"entries\": ";
+        PrintTreeJson(session.out, top);
+        session.out << "\n}\n";
+    } else {
+        PrintTree(session.out, top);
+    }
+    file.ReportProblem(session);
+}
+
+void Get(Arguments arguments, Session& session) {
+    if (arguments.path.empty()) {
+        arguments.TakeFileForPath();
+    }
+    const RegistryFile file(arguments.File());
+    const Tova::CRegNode& found = FindNode(file, arguments.path, session);
+    if (found.IsDirectory()) {
+        Fail(Exit::NotFound, file.Name(),
+             Quote(arguments.path) + " is a directory and has no value; use registry show");
+    }
+    session.out << (found.GetValue() == nullptr ? "" : found.GetValue()) << "\n";
+    file.ReportProblem(session);
+}
+
+void Verify(const Arguments& arguments, Session& session) {
+    const RegistryFile file(arguments.File());
+    const TreeCounts counts = CountTree(*file.Tree().GetNode());
+    if (arguments.json) {
+        Json result = {{"format", file.FormatName()},
+                       {"directories", counts.directories},
+                       {"values", counts.values},
+                       {"comments", counts.comments}};
+        if (!file.IsSound()) {
+            result["problem"] = JsonText(file.Problem());
+        }
+        PrintJson(session.out, result);
+    } else {
+        session.out << Printable(file.Name()) << ": " << file.FormatName()
+                    << " format, directories " << std::to_string(counts.directories) << ", values "
+                    << std::to_string(counts.values) << ", comments "
+                    << std::to_string(counts.comments)
+                    << (file.IsSound() ? "\n" : ", before the fault\n");
+    }
+    file.ReportProblem(session);
+}
+
+// Asks the framework's own object, so that the answer is the one that the framework gets.
+void App(const std::string& key, const std::string& valueName, bool json, Session& session) {
+    const std::string name = RegistryFile::SharedPath();
+    // First, for what the framework does not say: why there is less to be found.
+    const RegistryFile file(name);
+    const Tova::CNWRegistry registry(key.c_str());
+    const Tova::CRegNode* directory = registry.AppDir().GetNode();
+    const bool made = directory == nullptr || directory->IsModified();
+    const Tova::CRegNode* found =
+        made || valueName.empty() ? directory : directory->DeepFind(valueName.c_str());
+    if (made || found == nullptr || (!valueName.empty() && found->IsDirectory())) {
+        file.ReportProblem(session);
+        Fail(file.IsSound() ? Exit::NotFound : Exit::Damaged, name,
+             made ? "has no directory for the application " + Quote(key)
+                  : "has no value " + Quote(valueName) + " for the application " + Quote(key));
+    }
+    if (json) {
+        session.out << "{\n  \"file\": " << JsonText(name).dump()
+                    << ",\n  \"application\": " << JsonText(key).dump() << ",\n  \"entries\": ";
+        PrintTreeJson(session.out, *found);
+        session.out << "\n}\n";
+    } else {
+        session.out << "; " << Printable(name) << "\n";
+        PrintTree(session.out, *found);
+    }
+    file.ReportProblem(session);
+}
+
+void AddShow(CLI::App& registry, Session& session) {
+    CLI::App* command =
+        AddSubcommand(registry, "show", "Show a registry, or a part of it, as a tree",
+                      "  tvtool registry show\n"
+                      "  tvtool registry show ./registry Calyx/Paths --json\n"
+                      "  tvtool registry show --shared Calyx");
+    const auto arguments = std::make_shared<Arguments>();
+    AddText(*command, "FILE", arguments->file,
+            std::string(cFileHelp) + "; without it, the shared registry");
+    AddText(*command, "PATH", arguments->path, "Show what is there, such as Calyx/Paths");
+    command->add_flag("--shared", arguments->shared, "Show PATH of the shared registry");
+    AddFlags(*command, *arguments);
+    command->callback([arguments, &session] { Show(*arguments, session); });
+}
+
+void AddGet(CLI::App& registry, Session& session) {
+    CLI::App* command = AddSubcommand(registry, "get", "Print one value",
+                                      "  tvtool registry get Calyx/ProdRegURL\n"
+                                      "  tvtool registry get ./registry Calyx/ProdRegURL");
+    const auto arguments = std::make_shared<Arguments>();
+    AddText(*command, "FILE", arguments->file,
+            std::string(cFileHelp) + "; with one argument, that is PATH in the shared registry")
+        ->required();
+    AddText(*command, "PATH", arguments->path,
+            "The names of directories and of the value, with \"/\" between them; a directory's "
+            "may be cut short");
+    command->callback([arguments, &session] { Get(*arguments, session); });
+}
+
+void AddVerify(CLI::App& registry, Session& session) {
+    CLI::App* command =
+        AddSubcommand(registry, "verify", "Check a registry file and count what is in it",
+                      "  tvtool registry verify ./registry");
+    const auto arguments = std::make_shared<Arguments>();
+    AddText(*command, "FILE", arguments->file,
+            std::string(cFileHelp) + "; without it, the shared registry");
+    AddFlags(*command, *arguments);
+    command->callback([arguments, &session] { Verify(*arguments, session); });
+}
+
+void AddApp(CLI::App& registry, Session& session) {
+    CLI::App* command = AddSubcommand(
+        registry, "app", "Show what the framework finds for an application on this machine",
+        "  tvtool registry app Calyx\n"
+        "  tvtool registry app Calyx ProdRegURL");
+    struct AppArguments {
+        std::string key, name;
+        bool json = false;
+    };
+    const auto arguments = std::make_shared<AppArguments>();
+    AddText(*command, "KEY", arguments->key, "The application's directory")->required();
+    AddText(*command, "NAME", arguments->name, "One of its values");
+    command->add_flag("--json", arguments->json, "Print JSON");
+    command->callback(
+        [arguments, &session] { App(arguments->key, arguments->name, arguments->json, session); });
+}
+
+}  // namespace
+
+void AddRegistryCommand(CLI::App& app, Session& session) {
+    CLI::App* registry = AddSubcommand(app, "registry", "Look into registry files",
+                                       "  tvtool registry verify ./registry");
+    registry->require_subcommand(1);
+    AddShow(*registry, session);
+    AddGet(*registry, session);
+    AddVerify(*registry, session);
+    AddApp(*registry, session);
+}
+
+}  // namespace tvtool

@@ -1,0 +1,142 @@
+// tvtool serve: an endpoint that prints the registrations that arrive.
+#include "tvtool/base/Escapes.h"
+#include "tvtool/base/Tool.h"
+#include "tvtool/endpoint/Endpoint.h"
+
+#include <array>
+#include <charconv>
+#include <csignal>
+#include <memory>
+
+namespace tvtool {
+
+namespace {
+
+struct ServeOptions {
+    std::string port;
+    std::vector<std::string> tls;
+    std::string fault;
+    bool json = false;
+    bool once = false;
+};
+
+struct FaultName {
+    std::string_view name;
+    Fault::Kind kind;
+};
+constexpr std::array<FaultName, 5> cFaultNames = {{
+    {"stall", Fault::Kind::Stall},
+    {"slow", Fault::Kind::Slow},
+    {"reset", Fault::Kind::Reset},
+    {"truncate", Fault::Kind::Truncate},
+    {"redirect-loop", Fault::Kind::RedirectLoop},
+}};
+constexpr std::string_view cStatus = "status=";
+
+// A whole decimal number between two others.
+bool ParseNumber(std::string_view text, int least, int most, int& number) {
+    const auto [end, error] = std::from_chars(text.begin(), text.end(), number);
+    return error == std::errc() && end == text.end() && number >= least && number <= most;
+}
+
+Fault ParseFault(const std::string& text) {
+    Fault fault;
+    if (text.starts_with(cStatus)) {
+        fault.kind = Fault::Kind::Status;
+        // Answers below 200 are none: the client goes on waiting.
+        if (!ParseNumber(std::string_view(text).substr(cStatus.size()), 200, 599, fault.status)) {
+            Fail(Exit::Usage, "--fault " + Quote(text), "a status is a number from 200 to 599");
+        }
+        return fault;
+    }
+    for (const FaultName& known : cFaultNames) {
+        if (known.name == text) {
+            fault.kind = known.kind;
+            return fault;
+        }
+    }
+    Fail(Exit::Usage, "--fault " + Quote(text),
+         "is none of stall, slow, reset, truncate, redirect-loop and status=N");
+}
+
+EndpointOptions ParseOptions(const ServeOptions& options) {
+    EndpointOptions parsed;
+    int port = 0;
+    if (!options.port.empty() && !ParseNumber(options.port, 0, 65535, port)) {
+        Fail(Exit::Usage, "--port " + Quote(options.port), "a port is a number from 0 to 65535");
+    }
+    parsed.port = static_cast<std::uint16_t>(port);
+    parsed.once = options.once;
+    if (!options.fault.empty()) {
+        parsed.fault = ParseFault(options.fault);
+    }
+    if (!options.tls.empty()) {
+        parsed.tls = LoadServerTls(options.tls[0], options.tls[1]);
+    }
+    return parsed;
+}
+
+// While it lives, SIGINT and SIGTERM stop the endpoint. A second one ends the process, should
+// standard output not take what is printed.
+class StopOnSignals {
+public:
+    explicit StopOnSignals(Endpoint& endpoint) {
+        sEndpoint = &endpoint;
+        struct sigaction action {};
+        action.sa_handler = [](int) { sEndpoint->Stop(); };
+        action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+        sigaction(SIGINT, &action, &interrupt_);
+        sigaction(SIGTERM, &action, &terminate_);
+    }
+    ~StopOnSignals() {
+        sigaction(SIGINT, &interrupt_, nullptr);
+        sigaction(SIGTERM, &terminate_, nullptr);
+    }
+    StopOnSignals(const StopOnSignals&) = delete;
+    StopOnSignals& operator=(const StopOnSignals&) = delete;
+
+private:
+    static inline Endpoint* sEndpoint = nullptr;
+    struct sigaction interrupt_ {};
+    struct sigaction terminate_ {};
+};
+
+void Serve(const ServeOptions& options, Session& session) {
+    Endpoint endpoint(ParseOptions(options));
+    const StopOnSignals stopOnSignals(endpoint);
+    Complain("listening on " + endpoint.Address());
+    endpoint.Run([&](const Registration& registration) {
+        session.out << (options.json ? RegistrationAsJson(registration)
+                                     : DescribeRegistration(registration));
+        session.out.Flush();
+    });
+}
+
+}  // namespace
+
+void AddServeCommand(CLI::App& app, Session& session) {
+    CLI::App* command = AddSubcommand(
+        app, "serve", "Prints the registrations that arrive, for testing an installer",
+        "  tvtool serve --port 8080\n"
+        "  tvtool serve --once --json --fault status=503");
+    auto options = std::make_shared<ServeOptions>();
+    AddText(*command, "--port", options->port,
+            "Listen on this port of 127.0.0.1; any free one otherwise.\n"
+            "The first line on standard error says where")
+        ->type_name("N");
+    AddTexts(*command, "--tls", options->tls,
+             "Take HTTPS only, with this certificate and its key (PEM files)")
+        ->type_size(2)
+        ->expected(1)
+        ->type_name("CERT KEY");
+    command->add_flag("--json", options->json, "One JSON object a line");
+    command->add_flag("--once", options->once, "End after the first registration");
+    AddText(*command, "--fault", options->fault,
+            "Once the request is read: stall (never answer), slow (a byte a\n"
+            "second), reset (the connection), truncate (the answer),\n"
+            "redirect-loop, or status=N")
+        ->type_name("FAULT");
+    command->callback([options, &session] { Serve(*options, session); });
+}
+
+}  // namespace tvtool

@@ -1,0 +1,144 @@
+#include "tvtool/details/WebExchange.h"
+
+#include "mac/MacThreadedWebReader.h"
+#include "text/CFRef.h"
+
+#include <CFNetwork/CFNetwork.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <memory>
+
+namespace tvtool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// What the worker of a reader reports.
+class Exchange {
+public:
+    static bool OnEvent(CFReadStreamRef stream, unsigned long event, void* exchange) {
+        return static_cast<Exchange*>(exchange)->Take(stream, event);
+    }
+
+    // False when it has not ended by then.
+    bool WaitUntil(Clock::time_point time) {
+        std::unique_lock guard(lock_);
+        return ended_.wait_until(guard, time, [this] { return hasEnded_; });
+    }
+    bool HasEnded() const {
+        const std::lock_guard guard(lock_);
+        return hasEnded_;
+    }
+    WebResult Result() const {
+        const std::lock_guard guard(lock_);
+        return result_;
+    }
+
+private:
+    bool Take(CFReadStreamRef stream, unsigned long event) {
+        std::array<UInt8, 16384> dropped;
+        const CFIndex count = event == kCFStreamEventHasBytesAvailable
+                                  ? CFReadStreamRead(stream, dropped.data(), dropped.size())
+                                  : 0;
+        const Tova::CFRef<CFTypeRef> header(
+            CFReadStreamCopyProperty(stream, kCFStreamPropertyHTTPResponseHeader));
+        const std::lock_guard guard(lock_);
+        if (header) {
+            auto* message = static_cast<CFHTTPMessageRef>(const_cast<void*>(header.Get()));
+            result_.status = CFHTTPMessageGetResponseStatusCode(message);
+        }
+        result_.bodyBytes += static_cast<std::size_t>(std::max<CFIndex>(count, 0));
+        if (event == kCFStreamEventHasBytesAvailable) {
+            return true;
+        }
+        result_.error = CFReadStreamGetError(stream);
+        result_.end = event == kCFStreamEventEndEncountered ? WebResult::End::Complete
+                                                            : WebResult::End::Failed;
+        hasEnded_ = true;
+        ended_.notify_all();
+        return false;
+    }
+
+    mutable std::mutex lock_;
+    std::condition_variable ended_;
+    bool hasEnded_ = false;
+    WebResult result_;
+};
+
+struct EndReader {
+    void operator()(MacThreadedWebReader* reader) const {
+        reader->AbortRead();
+        reader->Release();
+    }
+};
+
+std::string DescribeHttpError(SInt32 error) {
+    switch (error) {
+    case kCFStreamErrorHTTPRedirectionLoop:
+        return "there were too many redirects";
+    case kCFStreamErrorHTTPBadURL:
+        return "the address, or one that it redirects to, cannot be requested";
+    default:
+        return "the answer is no HTTP, or redirects to what may not be followed";
+    }
+}
+
+}  // namespace
+
+std::string DescribeError(const CFStreamError& error) {
+    switch (error.domain) {
+    case kCFStreamErrorDomainNetDB:
+        return "no host of this name was found";
+    case kCFStreamErrorDomainSSL:
+        return "no trusted TLS connection came about: the certificate is not trusted, has "
+               "expired or is another host's, or the server speaks no TLS";
+    case kCFStreamErrorDomainHTTP:
+        return DescribeHttpError(error.error);
+    default:
+        break;
+    }
+    switch (error.error) {
+    case ECONNREFUSED:
+        return "the connection was refused: nothing listens there";
+    case ECONNRESET:
+        return "the server closed the connection before the answer was complete";
+    case ETIMEDOUT:
+        return "it timed out";
+    default:
+        return std::strerror(error.error);
+    }
+}
+
+WebResult FetchAndWait(CFStringRef url, CFStringRef userAgent, long seconds,
+                       const std::function<void(long)>& tick) {
+    Exchange exchange;
+    {
+        // Gone before the exchange is; its end waits for a callback that is running.
+        const std::unique_ptr<MacThreadedWebReader, EndReader> reader(
+            MacThreadedWebReader::Create());
+        const int started = reader->StartRead(url, userAgent, &Exchange::OnEvent, &exchange);
+        // No progress means that the stream did not open, unless all is over already.
+        if (started != 0 || (reader->GetProgress() == 0 && !exchange.HasEnded())) {
+            return {};
+        }
+        const Clock::time_point start = Clock::now();
+        for (long passed = 0; seconds == 0 || passed < seconds; ++passed) {
+            tick(passed);
+            if (exchange.WaitUntil(start + std::chrono::seconds(passed + 1))) {
+                return exchange.Result();
+            }
+        }
+    }
+    WebResult result = exchange.Result();
+    if (!exchange.HasEnded()) {
+        result.end = WebResult::End::TimeLimit;
+    }
+    return result;
+}
+
+}  // namespace tvtool

@@ -1,0 +1,156 @@
+#include "tvtool/endpoint/Registration.h"
+
+#include "interface/CRegInfo.h"
+#include "tvtool/base/Escapes.h"
+#include "tvtool/base/Json.h"
+#include "tvtool/base/QueryDecoding.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+
+namespace tvtool {
+
+namespace {
+
+struct Label {
+    std::string_view variable;
+    std::string_view text;
+};
+constexpr std::array<Label, 4> cLabels = {{
+    {Tova::CRegInfo::cFirstNameVar, "First name"},
+    {Tova::CRegInfo::cLastNameVar, "Last name"},
+    {Tova::CRegInfo::cOrgVar, "Organisation"},
+    {Tova::CRegInfo::cEmailVar, "E-mail"},
+}};
+
+constexpr std::string_view cLineEnd = "\r\n";
+
+std::string_view FirstLine(std::string_view head) {
+    return head.substr(0, head.find(cLineEnd));
+}
+
+// The value of a header, without the blanks around it.
+std::optional<std::string> FindHeader(std::string_view head, std::string_view name) {
+    for (std::size_t at = head.find(cLineEnd); at < head.size(); at = head.find(cLineEnd, at)) {
+        at += cLineEnd.size();
+        const std::string_view line = FirstLine(head.substr(at));
+        if (line.size() > name.size() && line[name.size()] == ':' &&
+            strncasecmp(line.data(), name.data(), name.size()) == 0) {
+            std::string_view value = line.substr(name.size() + 1);
+            value.remove_prefix(std::min(value.find_first_not_of(" \t"), value.size()));
+            return std::string(value.substr(0, value.find_last_not_of(" \t") + 1));
+        }
+    }
+    return std::nullopt;
+}
+
+std::string TimeOfDay() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    char text[32] = "";
+    if (localtime_r(&now, &local) != nullptr) {
+        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
+    }
+    return text;
+}
+
+std::string Line(std::string label, const std::string& text) {
+    label += ":";
+    label.resize(std::max<std::size_t>(label.size() + 1, 15), ' ');
+    return "  " + label + text + "\n";
+}
+
+std::string Describe(const QueryField& field) {
+    const auto* known = std::find_if(cLabels.begin(), cLabels.end(), [&](const Label& label) {
+        return label.variable == field.name;
+    });
+    const std::string label =
+        known != cLabels.end() ? std::string(known->text) : "Unknown " + Quote(field.name);
+    std::string text = field.hasValue ? Escape(field.value) : "(no value)";
+    if (field.isMalformed) {
+        text += "  (holds a malformed escape)";
+    }
+    return Line(label, text);
+}
+
+bool IsUtf8(std::string_view text) {
+    while (!text.empty()) {
+        char32_t ignored = 0;
+        const std::size_t length = DecodeUtf8(text, ignored);
+        if (length == 0) {
+            return false;
+        }
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+// Like JsonText, but on the wire texts are UTF-8 whatever the system encoding is.
+Json WireText(const std::string& bytes) {
+    return IsUtf8(bytes) ? Json(bytes) : Json{{"base64", Base64Encode(bytes)}};
+}
+
+}  // namespace
+
+std::string_view TargetOf(std::string_view head) {
+    const std::string_view line = FirstLine(head);
+    const std::size_t first = line.find(' ');
+    const std::size_t second = line.find(' ', first == line.npos ? first : first + 1);
+    const bool isRequest =
+        second != line.npos && line.substr(second).starts_with(" HTTP/1.") && first > 0;
+    return isRequest ? line.substr(first + 1, second - first - 1) : std::string_view();
+}
+
+std::optional<Registration> FindRegistration(std::string_view head) {
+    const std::string_view target = TargetOf(head);
+    const std::size_t mark = target.find('?');
+    if (!head.starts_with("GET ") || mark == target.npos) {
+        return std::nullopt;
+    }
+    return Registration{std::string(target.substr(0, mark)), std::string(target.substr(mark + 1)),
+                        FindHeader(head, "User-Agent")};
+}
+
+std::string DescribeRegistration(const Registration& registration) {
+    std::string text = TimeOfDay() + "  GET " + Escape(registration.path) + "\n";
+    text += Line("User-Agent", registration.userAgent ? Escape(*registration.userAgent) : "(none)");
+    const std::vector<QueryField> fields = DecodeQuery(registration.query);
+    for (const QueryField& field : fields) {
+        text += Describe(field);
+    }
+    for (const Label& label : cLabels) {
+        const bool isThere =
+            std::any_of(fields.begin(), fields.end(),
+                        [&](const QueryField& field) { return field.name == label.variable; });
+        if (!isThere) {
+            text += Line(std::string(label.text), "(missing)");
+        }
+    }
+    return text + "\n";
+}
+
+std::string RegistrationAsJson(const Registration& registration) {
+    Json fields = Json::object();
+    for (const QueryField& field : DecodeQuery(registration.query)) {
+        const std::string name = IsUtf8(field.name) ? field.name : Escape(field.name);
+        const Json value = field.hasValue ? WireText(field.value) : Json();
+        if (!fields.contains(name)) {
+            fields[name] = value;
+        } else if (fields[name].is_array()) {
+            fields[name].push_back(value);
+        } else {
+            fields[name] = Json::array({fields[name], value});
+        }
+    }
+    Json object = Json::object();
+    object["path"] = WireText(registration.path);
+    object["query"] = WireText(registration.query);
+    object["userAgent"] = registration.userAgent ? WireText(*registration.userAgent) : Json();
+    object["fields"] = std::move(fields);
+    return object.dump() + "\n";
+}
+
+}  // namespace tvtool

@@ -1,0 +1,106 @@
+#include "tvtool/registry/RegistryFile.h"
+
+#include "registry/CNWRegistry.h"
+#include "tvtool/base/Escapes.h"
+#include "tvtool/base/Files.h"
+#include "tvtool/base/MemoryStream.h"
+#include "tvtool/config/Variables.h"
+#include "vars/GlobalVars.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace tvtool {
+
+namespace {
+
+// How much of a long line is shown on either side of the fault, in bytes.
+constexpr std::size_t cShownBefore = 50;
+constexpr std::size_t cShownAfter = 20;
+
+// The bytes of a line, counted from 1; LF, CR LF and CR each end one.
+std::string_view LineOf(std::string_view text, long number) {
+    while (true) {
+        const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
+        if (--number == 0 || end == text.size()) {
+            return number == 0 ? text.substr(0, end) : std::string_view();
+        }
+        text.remove_prefix(end + (text.substr(end, 2) == "\r\n" ? 2 : 1));
+    }
+}
+
+std::size_t Characters(std::string_view text) {
+    return PlaceOf(text, text.size()).column - 1;
+}
+
+// The part of a line around a place, and a caret below it.
+std::string Excerpt(std::string_view line, std::size_t offset) {
+    if (line.empty()) {
+        return {};
+    }
+    const bool cutBefore = offset > cShownBefore;
+    const std::size_t begin = cutBefore ? offset - cShownBefore : 0;
+    const std::string before =
+        (cutBefore ? "..." : "") + Printable(line.substr(begin, offset - begin));
+    const std::string_view rest = line.substr(offset);
+    const std::string after =
+        Printable(rest.substr(0, cShownAfter)) + (rest.size() > cShownAfter ? "..." : "");
+    return "    " + before + after + "\n    " + std::string(Characters(before), ' ') + "^\n";
+}
+
+}  // namespace
+
+RegistryFile::RegistryFile(const std::string& path)
+    : name_(InputName(path)), bytes_(ReadInput(path)) {
+    MemoryStream stream(Tova::CStream::cTranslate, bytes_);
+    isUnicode_ = stream.ReadUnicodeHeader();
+    Describe(tree_.ReadFromStream(stream, report_));
+}
+
+const char* RegistryFile::FormatName() const {
+    return report_.format == Tova::RegFormat::Current ? "current" : "sectioned";
+}
+
+void RegistryFile::Describe(Tova::RStatus status) {
+    if (isUnicode_) {
+        problem_ = name_ + ": begins with a byte-order mark, so nothing of it is read; save it "
+                           "as plain bytes without one";
+    } else if (report_.problem != nullptr) {
+        const std::string_view line = LineOf(bytes_, report_.position.line);
+        const std::size_t offset =
+            std::min(static_cast<std::size_t>(report_.position.column - 1), line.size());
+        problem_ = At(name_, {.line = static_cast<std::size_t>(report_.position.line),
+                              .column = Characters(line.substr(0, offset)) + 1}) +
+                   ": " + report_.problem + "; what follows is not read";
+        excerpt_ = Excerpt(line, offset);
+    } else if (status < 0) {
+        problem_ = name_ + ": could not be read to its end";
+    }
+}
+
+void RegistryFile::ReportProblem(Session& session) const {
+    if (IsSound()) {
+        return;
+    }
+    session.out.Flush();
+    Complain(problem_);
+    std::cerr << excerpt_ << std::flush;
+    session.SetStatus(Exit::Damaged);
+}
+
+std::string RegistryFile::SharedPath() {
+    SetApplicationVariables();
+    Tova::CFSPath path;
+    Tova::CString text;
+    if (Tova::CNWRegistry::FindRegistry(path) < 0 || path.ToUnixPath(text) < 0) {
+        const char* custom = Tova::GlobalVars.GetValue("NWRegistry");
+        Fail(Exit::NotFound, "shared registry",
+             custom == nullptr
+                 ? "the machine-wide data folder cannot be used"
+                 : "the variable NWRegistry is " + Quote(custom) +
+                       "; it must begin with [MachineAppDataDir] or [UserAppDataDir]");
+    }
+    return text.CStr();
+}
+
+}  // namespace tvtool
