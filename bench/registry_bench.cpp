@@ -97,7 +97,7 @@ struct Sample {
         std::vector<double>(std::size(cSteps), std::numeric_limits<double>::max());
 };
 
-Sample MakeSample(const Kind& kind, int size, const std::string& file) {
+Sample makeSample(const Kind& kind, int size, const std::string& file) {
     Sample sample{.file = file, .paths = {}};
     std::ofstream(file, std::ios::binary) << kind.text(size);
     for (int i = 0; i < size; ++i) {
@@ -109,7 +109,7 @@ Sample MakeSample(const Kind& kind, int size, const std::string& file) {
 }
 
 // False when something was not read, found or copied.
-bool Measure(Sample& sample) {
+bool measure(Sample& sample) {
     Tova::CFSPath path;
     bool good = path.FromUnixPath(sample.file.c_str()) >= 0;
     std::vector<double> times;
@@ -154,12 +154,12 @@ int main() {
         std::printf("%s\n  %-10s", kind.name, "");
         for (int doubling = 0; doubling < cSizes; ++doubling) {
             const int size = kind.size << doubling;
-            samples.push_back(MakeSample(kind, size, folder / std::to_string(size)));
+            samples.push_back(makeSample(kind, size, folder / std::to_string(size)));
             std::printf(doubling == 0 ? "%12d" : "%20d", size);
         }
         for (int run = 0; run < cRuns; ++run) {
             for (Sample& sample : samples) {
-                good = Measure(sample) && good;
+                good = measure(sample) && good;
             }
         }
         for (std::size_t step = 0; step < std::size(cSteps); ++step) {

@@ -12,7 +12,7 @@ namespace {
 
 using Tova::CString;
 
-void CompareAppend(const std::string& name, std::size_t size, std::size_t pieceSize, bool reserve) {
+void compareAppend(const std::string& name, std::size_t size, std::size_t pieceSize, bool reserve) {
     const std::string piece(pieceSize, 'x');
     const auto times = size / pieceSize;
     ratios::Compare(
@@ -36,7 +36,7 @@ void CompareAppend(const std::string& name, std::size_t size, std::size_t pieceS
 }
 
 // `size` bytes, of which every eighth has to be escaped.
-std::string TextToEscape(std::size_t size) {
+std::string textToEscape(std::size_t size) {
     std::string text;
     while (text.size() < size) {
         text += "abcdefg&";
@@ -44,8 +44,8 @@ std::string TextToEscape(std::size_t size) {
     return text;
 }
 
-void CompareEscape(const std::string& name, std::size_t size) {
-    const std::string text = TextToEscape(size);
+void compareEscape(const std::string& name, std::size_t size) {
+    const std::string text = textToEscape(size);
     ratios::Compare(
         name,
         [=] {
@@ -61,7 +61,7 @@ void CompareEscape(const std::string& name, std::size_t size) {
         });
 }
 
-void CompareIgnoringCase(const std::string& name, std::size_t size) {
+void compareIgnoringCase(const std::string& name, std::size_t size) {
     const std::string a(size, 'a');
     const std::string b(size, 'A');
     ratios::Compare(
@@ -76,14 +76,14 @@ int main(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 2;
     }
-    CompareAppend("append/200-bytes-by-10", 200, 10, false);
-    CompareAppend("append/1-KB-by-16", 1024, 16, false);
-    CompareAppend("append/64-KB-by-100", 65536, 100, false);
-    CompareAppend("append/64-KB-by-100-reserved", 65536, 100, true);
-    CompareEscape("escape/20-bytes", 20);
-    CompareEscape("escape/200-bytes", 200);
-    CompareEscape("escape/64-KB", 65536);
-    CompareIgnoringCase("compare-ignoring-case/16-bytes", 16);
+    compareAppend("append/200-bytes-by-10", 200, 10, false);
+    compareAppend("append/1-KB-by-16", 1024, 16, false);
+    compareAppend("append/64-KB-by-100", 65536, 100, false);
+    compareAppend("append/64-KB-by-100-reserved", 65536, 100, true);
+    compareEscape("escape/20-bytes", 20);
+    compareEscape("escape/200-bytes", 200);
+    compareEscape("escape/64-KB", 65536);
+    compareIgnoringCase("compare-ignoring-case/16-bytes", 16);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

@@ -33,7 +33,7 @@ std::string ApplyInPasses(const Pairs& vars, std::string text) {
 }
 
 // Placeholder by placeholder into a new text, again and again until nothing changes.
-std::string ApplyFromMap(const Map& vars, std::string text) {
+std::string applyFromMap(const Map& vars, std::string text) {
     for (bool changed = true; changed;) {
         changed = false;
         std::string out;
@@ -67,7 +67,7 @@ struct Case {
     bool passesToo;
 };
 
-void CompareSubstitution(const Case& c) {
+void compareSubstitution(const Case& c) {
     Pairs pairs;
     for (int i = 0; i < c.vars; ++i) {
         const bool ends = i % c.depth == c.depth - 1 || i == c.vars - 1;
@@ -90,7 +90,7 @@ void CompareSubstitution(const Case& c) {
         benchmark::DoNotOptimize(list->Apply(changed, nullptr));
     };
     ratios::Compare(std::string("substitute/map/") + c.what, ours,
-                    [=] { benchmark::DoNotOptimize(ApplyFromMap(*map, text)); });
+                    [=] { benchmark::DoNotOptimize(applyFromMap(*map, text)); });
     if (c.passesToo) {
         ratios::Compare(std::string("substitute/passes/") + c.what, ours,
                         [=] { benchmark::DoNotOptimize(ApplyInPasses(pairs, text)); });
@@ -98,7 +98,7 @@ void CompareSubstitution(const Case& c) {
 }
 
 // Names as callers have them: NUL-terminated, not in the order of the list.
-void CompareLookUp(int count) {
+void compareLookUp(int count) {
     auto list = std::make_shared<Tova::CVarList>();
     auto map = std::make_shared<Map>();
     auto names = std::make_shared<std::vector<std::string>>();
@@ -135,10 +135,10 @@ int main(int argc, char** argv) {
                           Case{"40-KB-1000-variables-chains-of-100", 1000, 100, 1000, false},
                           Case{"400-KB-10-variables", 10, 1, 10000, true},
                           Case{"4-MB-10-variables", 10, 1, 100000, false}}) {
-        CompareSubstitution(c);
+        compareSubstitution(c);
     }
     for (const int count : {4, 10, 15, 16, 1000, 100000}) {
-        CompareLookUp(count);
+        compareLookUp(count);
     }
     benchmark::RunSpecifiedBenchmarks();
     return 0;

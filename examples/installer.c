@@ -35,7 +35,7 @@ static CFStringRef MakeString(const char* text) {
     return string;
 }
 
-static void SetText(CFMutableDictionaryRef form, const char* key, const char* text) {
+static void setText(CFMutableDictionaryRef form, const char* key, const char* text) {
     CFStringRef name = MakeString(key);
     CFStringRef value = MakeString(text);
     CFDictionarySetValue(form, name, value);
@@ -43,12 +43,12 @@ static void SetText(CFMutableDictionaryRef form, const char* key, const char* te
     CFRelease(name);
 }
 
-static CFMutableDictionaryRef MakeForm(void) {
+static CFMutableDictionaryRef makeForm(void) {
     return CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
                                      &kCFTypeDictionaryValueCallBacks);
 }
 
-static void PrintForm(CFDictionaryRef form) {
+static void printForm(CFDictionaryRef form) {
     for (int i = 0; i < kFieldCount; ++i) {
         char text[kTextSize] = "";
         CFStringRef name = MakeString(kFields[i].key);
@@ -61,26 +61,26 @@ static void PrintForm(CFDictionaryRef form) {
     }
 }
 
-static void ShowForm(const char* title, CFStringRef config) {
-    CFMutableDictionaryRef form = MakeForm();
+static void showForm(const char* title, CFStringRef config) {
+    CFMutableDictionaryRef form = makeForm();
     int found = tvReadRegInfoFromNWC(config, form);
     printf("%s (%s)\n", title, found == 1 ? "read" : "there is none yet");
-    PrintForm(form);
+    printForm(form);
     CFRelease(form);
 }
 
-static void ShowPreferences(void) {
-    CFMutableDictionaryRef form = MakeForm();
+static void showPreferences(void) {
+    CFMutableDictionaryRef form = makeForm();
     if (tvReadRegInfoFromPrefs(form) == 1) {
         printf("The user's preferences\n");
-        PrintForm(form);
+        printForm(form);
     } else {
         printf("The user's preferences hold no complete details\n");
     }
     CFRelease(form);
 }
 
-static void ShowWelcome(void) {
+static void showWelcome(void) {
     static const char kText[] = "Welcome to <AppName> <MajVersion>.<MinVersion> (<ShortAppKey>)!";
     char shown[kTextSize] = "";
     CFStringRef text = MakeString(kText);
@@ -95,9 +95,9 @@ static void ShowWelcome(void) {
 
 static int Save(CFStringRef config, char** typed, int send) {
     signed char consent = 1;
-    CFMutableDictionaryRef form = MakeForm();
+    CFMutableDictionaryRef form = makeForm();
     for (int i = 0; i < kFieldCount; ++i) {
-        SetText(form, kFields[i].key, typed[i]);
+        setText(form, kFields[i].key, typed[i]);
     }
     if (send) {
         CFStringRef key = MakeString("SDKey");
@@ -107,7 +107,7 @@ static int Save(CFStringRef config, char** typed, int send) {
         CFRelease(key);
     }
     printf("The user types\n");
-    PrintForm(form);
+    printForm(form);
     int result = tvWriteRegInfo(config, form, send ? 1U : 0U);
     CFRelease(form);
     return result;
@@ -121,9 +121,9 @@ int main(int argc, char** argv) {
     }
     CFStringRef config = MakeString(argv[1]);
 
-    ShowForm("The configuration file, before", config);
-    ShowPreferences();
-    ShowWelcome();
+    showForm("The configuration file, before", config);
+    showPreferences();
+    showWelcome();
 
     int result = Save(config, argv + 2, send);
     if (result != 0) {
@@ -131,7 +131,7 @@ int main(int argc, char** argv) {
         CFRelease(config);
         return 1;
     }
-    ShowForm("The configuration file, after", config);
+    showForm("The configuration file, after", config);
     CFRelease(config);
     fflush(stdout);
 

@@ -18,7 +18,7 @@ std::string Describe(const Tova::CVarList& list) {
     return out;
 }
 
-void CheckRoundTrip(const Tova::CVarList& list) {
+void checkRoundTrip(const Tova::CVarList& list) {
     tvtest::MemoryStream file(Tova::cConfigFileWriteFlags);
     Require(Tova::WriteConfiguration(file, list), "lists can be written");
     tvtest::MemoryStream again(Tova::cConfigFileReadFlags, file.bytes);
@@ -36,7 +36,7 @@ void Read(const std::string& stored) {
     const Tova::RStatus status = Tova::ReadConfiguration(stream, list, &report);
     Require(status == Tova::Ok || report.damage != Tova::ConfigFileReport::Damage::None,
             "damage is named");
-    CheckRoundTrip(list);
+    checkRoundTrip(list);
 }
 
 }  // namespace

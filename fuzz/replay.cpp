@@ -16,7 +16,7 @@ void Run(const std::string& input) {
     LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
 }
 
-bool Replay(const std::filesystem::path& file) {
+bool replay(const std::filesystem::path& file) {
     std::ifstream in(file, std::ios::binary);
     const std::string seed{std::istreambuf_iterator<char>(in), {}};
     if (!in) {
@@ -42,12 +42,12 @@ int main(int argc, char** argv) {
     bool good = true;
     for (int i = 1; i < argc; ++i) {
         if (!std::filesystem::is_directory(argv[i])) {
-            good = Replay(argv[i]) && good;
+            good = replay(argv[i]) && good;
             ++files;
             continue;
         }
         for (const auto& entry : std::filesystem::directory_iterator(argv[i])) {
-            good = Replay(entry.path()) && good;
+            good = replay(entry.path()) && good;
             ++files;
         }
     }

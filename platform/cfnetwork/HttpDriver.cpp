@@ -14,15 +14,15 @@
 namespace tvplatform {
 namespace {
 
-bool IsWebScheme(std::string_view scheme) {
+bool isWebScheme(std::string_view scheme) {
     return (scheme.size() == 4 && strncasecmp(scheme.data(), "http", 4) == 0) ||
            (scheme.size() == 5 && strncasecmp(scheme.data(), "https", 5) == 0);
 }
 
 // Whether an address has a scheme that can be fetched, and a host.
-bool IsWebAddress(std::string_view address) {
+bool isWebAddress(std::string_view address) {
     const size_t colon = address.find("://");
-    if (colon == std::string_view::npos || !IsWebScheme(address.substr(0, colon))) {
+    if (colon == std::string_view::npos || !isWebScheme(address.substr(0, colon))) {
         return false;
     }
     std::string_view authority = address.substr(colon + 3);
@@ -33,14 +33,14 @@ bool IsWebAddress(std::string_view address) {
     return !authority.empty() && authority.front() != ':';
 }
 
-bool Is(CFStringRef name, CFStringRef property) {
+bool is(CFStringRef name, CFStringRef property) {
     return CFEqual(name, property);
 }
 
 }  // namespace
 
 HttpDriver::HttpDriver(const HttpMessage& request)
-    : message_(request), canBeSent_(request.Method() == "GET" && IsWebAddress(request.Address())),
+    : message_(request), canBeSent_(request.Method() == "GET" && isWebAddress(request.Address())),
       open_(canBeSent_ ? LoadHttp() : nullptr) {}
 
 std::shared_ptr<HttpTransfer> HttpDriver::Transfer() const {
@@ -96,7 +96,7 @@ size_t HttpDriver::Read(UInt8* buffer, size_t size) {
 }
 
 bool HttpDriver::SetProperty(CFStringRef name, CFTypeRef value) {
-    if (!Is(name, kCFStreamPropertyHTTPShouldAutoredirect) || value == nullptr ||
+    if (!is(name, kCFStreamPropertyHTTPShouldAutoredirect) || value == nullptr ||
         CFGetTypeID(value) != CFBooleanGetTypeID()) {
         return false;
     }
@@ -105,17 +105,17 @@ bool HttpDriver::SetProperty(CFStringRef name, CFTypeRef value) {
 }
 
 CFTypeRef HttpDriver::CopyProperty(CFStringRef name) const {
-    if (Is(name, kCFStreamPropertyHTTPShouldAutoredirect)) {
+    if (is(name, kCFStreamPropertyHTTPShouldAutoredirect)) {
         return CFRetain(followRedirects_ ? kCFBooleanTrue : kCFBooleanFalse);
     }
     const auto transfer = Transfer();
     if (!transfer || !transfer->State().opened) {
         return nullptr;
     }
-    if (Is(name, kCFStreamPropertyHTTPResponseHeader)) {
+    if (is(name, kCFStreamPropertyHTTPResponseHeader)) {
         return ToRef<CFTypeRef>(new HttpMessage(transfer->Header()));
     }
-    if (Is(name, kCFStreamPropertyHTTPFinalURL)) {
+    if (is(name, kCFStreamPropertyHTTPFinalURL)) {
         CFStringRef text = CreateString(transfer->FinalUrl());
         CFURLRef url = text != nullptr ? CFURLCreateWithString(nullptr, text, nullptr) : nullptr;
         CFRelease(text);

@@ -10,7 +10,7 @@ namespace tvplatform {
 namespace {
 
 // The folder that this library was loaded from, with a "/" behind; "" when that is unknown.
-std::string OwnFolder() {
+std::string ownFolder() {
     Dl_info info{};
     char real[PATH_MAX];
     // Any object of this library will do.
@@ -23,8 +23,8 @@ std::string OwnFolder() {
     return path.substr(0, path.rfind('/') + 1);
 }
 
-HttpOpenFunction OpenModule() {
-    const std::string folder = OwnFolder();
+HttpOpenFunction openModule() {
+    const std::string folder = ownFolder();
     if (folder.empty()) {
         return nullptr;
     }
@@ -44,7 +44,7 @@ HttpOpenFunction LoadHttp() {
     static constinit std::atomic<HttpOpenFunction> known{nullptr};
     HttpOpenFunction open = known;
     if (open == nullptr) {
-        open = OpenModule();
+        open = openModule();
         known = open;
     }
     return open;

@@ -10,28 +10,28 @@
 namespace tvplatform {
 namespace {
 
-bool SameName(std::string_view a, std::string_view b) {
+bool sameName(std::string_view a, std::string_view b) {
     return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
-bool IsTokenByte(char byte) {
+bool isTokenByte(char byte) {
     const bool alnum = (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
                        (byte >= 'a' && byte <= 'z');
     return alnum || std::string_view("!#$%&'*+-.^_`|~").find(byte) != std::string_view::npos;
 }
 
-bool MayBeName(std::string_view name) {
-    return !name.empty() && std::all_of(name.begin(), name.end(), IsTokenByte);
+bool mayBeName(std::string_view name) {
+    return !name.empty() && std::all_of(name.begin(), name.end(), isTokenByte);
 }
 
-bool MayBeValue(std::string_view value) {
+bool mayBeValue(std::string_view value) {
     return std::none_of(value.begin(), value.end(), [](char byte) {
         const auto code = static_cast<unsigned char>(byte);
         return code < 0x20 || code == 0x7F;
     });
 }
 
-std::string_view Trimmed(std::string_view text) {
+std::string_view trimmed(std::string_view text) {
     const size_t first = text.find_first_not_of(" \t\r\n");
     const size_t last = text.find_last_not_of(" \t\r\n");
     return first == std::string_view::npos ? std::string_view{}
@@ -39,7 +39,7 @@ std::string_view Trimmed(std::string_view text) {
 }
 
 // Cuts the first line, with its line end, off `rest`.
-std::string_view TakeLine(std::string_view& rest) {
+std::string_view takeLine(std::string_view& rest) {
     const std::string_view line = rest.substr(0, rest.find('\n'));
     rest.remove_prefix(std::min(rest.size(), line.size() + 1));
     return line;
@@ -54,18 +54,18 @@ HttpMessage::HttpMessage(std::string method, CFURLRef url, std::string address, 
 }
 
 HttpMessage::HttpMessage(std::string_view header) : Object(cType) {
-    const std::string_view statusLine = TakeLine(header);
+    const std::string_view statusLine = takeLine(header);
     const size_t space = std::min(statusLine.find(' '), statusLine.size());
     version_ = statusLine.substr(0, space);
-    const std::string_view status = Trimmed(statusLine.substr(space));
+    const std::string_view status = trimmed(statusLine.substr(space));
     std::from_chars(status.data(), status.data() + status.size(), status_);
     while (!header.empty()) {
-        const std::string_view line = TakeLine(header);
+        const std::string_view line = takeLine(header);
         if (const size_t colon = line.find(':'); colon != std::string_view::npos) {
-            headers_.emplace_back(line.substr(0, colon), Trimmed(line.substr(colon + 1)));
-        } else if (!headers_.empty() && !Trimmed(line).empty()) {
+            headers_.emplace_back(line.substr(0, colon), trimmed(line.substr(colon + 1)));
+        } else if (!headers_.empty() && !trimmed(line).empty()) {
             // A continued line.
-            headers_.back().second.append(" ").append(Trimmed(line));
+            headers_.back().second.append(" ").append(trimmed(line));
         }
     }
 }
@@ -81,10 +81,10 @@ HttpMessage::~HttpMessage() {
 }
 
 void HttpMessage::SetHeader(const std::string& name, const std::optional<std::string>& value) {
-    if (!MayBeName(name) || (value && !MayBeValue(*value))) {
+    if (!mayBeName(name) || (value && !mayBeValue(*value))) {
         return;
     }
-    std::erase_if(headers_, [&](const auto& known) { return SameName(known.first, name); });
+    std::erase_if(headers_, [&](const auto& known) { return sameName(known.first, name); });
     if (value) {
         headers_.emplace_back(name, *value);
     }
@@ -93,7 +93,7 @@ void HttpMessage::SetHeader(const std::string& name, const std::optional<std::st
 std::optional<std::string> HttpMessage::Header(std::string_view name) const {
     std::optional<std::string> joined;
     for (const auto& [known, value] : headers_) {
-        if (SameName(known, name)) {
+        if (sameName(known, name)) {
             joined = joined ? *joined + ", " + value : value;
         }
     }
@@ -104,7 +104,7 @@ std::vector<std::string> HttpMessage::HeaderLines() const {
     std::vector<std::string> lines;
     for (const auto& [name, value] : headers_) {
         // The HTTP library's sign for a header without a value; with a colon it would drop it.
-        lines.push_back(Trimmed(value).empty() ? name + ";" : name + ": " + value);
+        lines.push_back(trimmed(value).empty() ? name + ";" : name + ": " + value);
     }
     return lines;
 }

@@ -23,7 +23,7 @@ constexpr FSCatalogInfoBitmap cKnownBits =
     cSettableBits | kFSCatInfoNodeFlags | kFSCatInfoDataSizes;
 constexpr UInt64 cStatBlock = 512;  // bytes, whatever the file system's own
 
-void FillFromStatus(FSCatalogInfo& info, FSCatalogInfoBitmap which, const struct stat& status) {
+void fillFromStatus(FSCatalogInfo& info, FSCatalogInfoBitmap which, const struct stat& status) {
     const bool isFolder = S_ISDIR(status.st_mode);
     if ((which & kFSCatInfoNodeFlags) != 0) {
         info.nodeFlags = isFolder ? kFSNodeIsDirectoryMask : 0;
@@ -40,7 +40,7 @@ void FillFromStatus(FSCatalogInfo& info, FSCatalogInfoBitmap which, const struct
     }
 }
 
-int FillFinderRecords(FSCatalogInfo& info, FSCatalogInfoBitmap which, const char* path,
+int fillFinderRecords(FSCatalogInfo& info, FSCatalogInfoBitmap which, const char* path,
                       bool isFolder) {
     FinderRecords records = {};
     const int error = ReadFinderRecords(path, isFolder, records);
@@ -54,7 +54,7 @@ int FillFinderRecords(FSCatalogInfo& info, FSCatalogInfoBitmap which, const char
 }
 
 // Replaces the records that `which` names and keeps the other.
-int StoreFinderRecords(const FSCatalogInfo& info, FSCatalogInfoBitmap which, const char* path,
+int storeFinderRecords(const FSCatalogInfo& info, FSCatalogInfoBitmap which, const char* path,
                        bool isFolder) {
     FinderRecords records = {};
     if (const int error = ReadFinderRecords(path, isFolder, records); error != 0) {
@@ -69,7 +69,7 @@ int StoreFinderRecords(const FSCatalogInfo& info, FSCatalogInfoBitmap which, con
     return WriteFinderRecords(path, isFolder, records);
 }
 
-OSErr CopyName(std::string_view path, HFSUniStr255& name) {
+OSErr copyName(std::string_view path, HFSUniStr255& name) {
     const auto text = DecodeUtf8(path == "/" ? path : path.substr(path.rfind('/') + 1));
     if (!text || text->size() > std::size(name.unicode)) {
         return bdNamErr;
@@ -79,7 +79,7 @@ OSErr CopyName(std::string_view path, HFSUniStr255& name) {
     return noErr;
 }
 
-void CopyParent(std::string_view path, FSRef& parent) {
+void copyParent(std::string_view path, FSRef& parent) {
     const size_t slash = path.rfind('/');
     parent = {};
     if (path != "/") {
@@ -101,17 +101,17 @@ OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo, FSCatalo
         return FileErrorOf(errno);
     }
     if (whichInfo != 0) {
-        FillFromStatus(*catalogInfo, whichInfo, status);
+        fillFromStatus(*catalogInfo, whichInfo, status);
     }
     if ((whichInfo & cFinderBits) != 0) {
-        const int error = FillFinderRecords(*catalogInfo, whichInfo, path, S_ISDIR(status.st_mode));
+        const int error = fillFinderRecords(*catalogInfo, whichInfo, path, S_ISDIR(status.st_mode));
         if (error != 0) {
             return FileErrorOf(error);
         }
     }
-    const OSErr nameError = outName != nullptr ? CopyName(path, *outName) : OSErr{noErr};
+    const OSErr nameError = outName != nullptr ? copyName(path, *outName) : OSErr{noErr};
     if (parentRef != nullptr) {
-        CopyParent(std::string(path), *parentRef);  // a copy, since the two may be one
+        copyParent(std::string(path), *parentRef);  // a copy, since the two may be one
     }
     return nameError;
 }
@@ -128,7 +128,7 @@ OSErr FSSetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo,
     }
     if ((whichInfo & cFinderBits) != 0) {
         const int error =
-            StoreFinderRecords(*catalogInfo, whichInfo, path, S_ISDIR(status.st_mode));
+            storeFinderRecords(*catalogInfo, whichInfo, path, S_ISDIR(status.st_mode));
         if (error != 0) {
             return FileErrorOf(error);
         }

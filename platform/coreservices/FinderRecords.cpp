@@ -26,7 +26,7 @@ static_assert(sizeof(FileInfo) == 16 && sizeof(FolderInfo) == 16 &&
               sizeof(ExtendedFileInfo) == 16 && sizeof(ExtendedFolderInfo) == 16);
 
 // Turns fields from the machine's order into big-endian order, or back.
-void Convert(UInt8* record, const Layout& layout) {
+void convert(UInt8* record, const Layout& layout) {
     if constexpr (std::endian::native == std::endian::little) {
         for (const UInt8* width = layout; *width != 0; record += *width++) {
             std::reverse(record, record + *width);
@@ -34,9 +34,9 @@ void Convert(UInt8* record, const Layout& layout) {
     }
 }
 
-void Convert(FinderRecords& records, bool isFolder) {
-    Convert(records.info, isFolder ? cFolderLayout : cFileLayout);
-    Convert(records.extended, isFolder ? cExtendedFolderLayout : cExtendedFileLayout);
+void convert(FinderRecords& records, bool isFolder) {
+    convert(records.info, isFolder ? cFolderLayout : cFileLayout);
+    convert(records.extended, isFolder ? cExtendedFolderLayout : cExtendedFileLayout);
 }
 
 }  // namespace
@@ -45,7 +45,7 @@ int ReadFinderRecords(const char* path, bool isFolder, FinderRecords& records) {
     records = {};
     const ssize_t size = getxattr(path, cAttribute, &records, sizeof records);
     if (size == static_cast<ssize_t>(sizeof records)) {
-        Convert(records, isFolder);
+        convert(records, isFolder);
         return 0;
     }
     records = {};
@@ -54,7 +54,7 @@ int ReadFinderRecords(const char* path, bool isFolder, FinderRecords& records) {
 
 int WriteFinderRecords(const char* path, bool isFolder, const FinderRecords& records) {
     FinderRecords stored = records;
-    Convert(stored, isFolder);
+    convert(stored, isFolder);
     return setxattr(path, cAttribute, &stored, sizeof stored, 0) == 0 || errno == ENOTSUP ? 0
                                                                                           : errno;
 }

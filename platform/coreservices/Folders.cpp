@@ -12,7 +12,7 @@ using namespace tvplatform;
 
 namespace {
 
-FolderPlace FindMachineFolder() {
+FolderPlace findMachineFolder() {
     const auto named = AbsolutePath(secure_getenv("TV_MACHINE_DATA_DIR"));
     return {named.value_or(TV_DEFAULT_MACHINE_DATA_DIR), "/"};
 }
@@ -29,7 +29,7 @@ OSErr FSFindFolder(FSVolumeRefNum domain, OSType folderType, Boolean createFolde
         return fnfErr;
     }
     const auto place = ofUser ? FindUserFolder("XDG_DATA_HOME", "/.local/share")
-                              : std::optional(FindMachineFolder());
+                              : std::optional(findMachineFolder());
     if (!place) {
         return fnfErr;
     }

@@ -11,7 +11,7 @@ namespace tvplatform {
 
 namespace {
 
-bool IsFolder(const std::string& path) {
+bool isFolder(const std::string& path) {
     struct stat status = {};
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
@@ -65,7 +65,7 @@ std::optional<FolderPlace> FindUserFolder(const char* variable, const char* unde
 }
 
 int MakeFolder(const FolderPlace& place, mode_t mode) {
-    if (IsFolder(place.path)) {
+    if (isFolder(place.path)) {
         return 0;
     }
     size_t slash = place.root.size();
@@ -76,7 +76,7 @@ int MakeFolder(const FolderPlace& place, mode_t mode) {
             return errno;
         }
     } while (slash != std::string::npos);
-    return IsFolder(place.path) ? 0 : EEXIST;
+    return isFolder(place.path) ? 0 : EEXIST;
 }
 
 }  // namespace tvplatform

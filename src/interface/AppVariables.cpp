@@ -22,7 +22,7 @@ struct Free {
 };
 
 // The folder of the file that holds this code; false when the loader or the file system cannot say.
-bool FindOwnFolder(Tova::CString& folder) {
+bool findOwnFolder(Tova::CString& folder) {
     Dl_info image;
     if (dladdr(reinterpret_cast<const void*>(&doAppSetVariables), &image) == 0 ||
         image.dli_fname == nullptr) {
@@ -44,7 +44,7 @@ void doAppSetVariables() {
     }
     Tova::SetBuiltInVariables();
     Tova::CString path;
-    if (FindOwnFolder(path)) {
+    if (findOwnFolder(path)) {
         path.Append(cConfigSuffix);
         static_cast<void>(Tova::MergeConfiguration(path.CStr()));
     }

@@ -43,7 +43,7 @@ bool CPrefsRegInfo::Load(CRegInfo& record) {
 
 namespace {
 
-bool ReadList(const char* path, CFSPath& file, CVarList& vars) {
+bool readList(const char* path, CFSPath& file, CVarList& vars) {
     return file.FromUnixPath(path) >= 0 && vars.ReadFromEncryptedFile(file) >= 0;
 }
 
@@ -52,7 +52,7 @@ bool ReadList(const char* path, CFSPath& file, CVarList& vars) {
 bool CNWCFileRegInfo::Load(const char* path, CRegInfo& record) {
     CFSPath file;
     CVarList vars;
-    if (!ReadList(path, file, vars)) {
+    if (!readList(path, file, vars)) {
         return false;
     }
     record.SetFromVars(vars);
@@ -62,7 +62,7 @@ bool CNWCFileRegInfo::Load(const char* path, CRegInfo& record) {
 bool CNWCFileRegInfo::Save(const char* path, const CRegInfo& record) {
     CFSPath file;
     CVarList vars;
-    if (!ReadList(path, file, vars)) {
+    if (!readList(path, file, vars)) {
         return false;
     }
     record.SetVariables(vars);

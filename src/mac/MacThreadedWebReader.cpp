@@ -13,7 +13,7 @@ constexpr CFOptionFlags cEvents =
 template <class T>
 using Ref = MacThreadedWebReaderRef<T>;
 
-Ref<CFReadStreamRef> MakeStream(CFStringRef text, CFStringRef userAgent) {
+Ref<CFReadStreamRef> makeStream(CFStringRef text, CFStringRef userAgent) {
     const Ref<CFURLRef> url(MacThreadedWebReader::CreateRequestUrl(text));
     const Ref<CFHTTPMessageRef> request(
         url ? CFHTTPMessageCreateRequest(nullptr, CFSTR("GET"), url.get(), kCFHTTPVersion1_1)
@@ -165,7 +165,7 @@ int MacThreadedWebReader::StartRead(CFStringRef url, CFStringRef userAgent, Call
     }
     callback_ = callback;
     context_ = context;
-    const Ref<CFReadStreamRef> stream = MakeStream(url, userAgent);
+    const Ref<CFReadStreamRef> stream = makeStream(url, userAgent);
     CFStreamClientContext clientContext{};
     clientContext.info = this;
     const bool good = wakeSource_ != nullptr && stream &&

@@ -18,7 +18,7 @@ constexpr char cLocationVar[] = "NWRegistry";
 constexpr char cNoUserName[] = "NoUsername";
 
 // The name of the current user's directory, a valid one whatever the user is called.
-CString UserDirName() {
+CString userDirName() {
     CString name;
     const CFRef<CFStringRef> user(CSCopyUserName(true));
     if (!user || !name.CopyFromCFString(user.Get(), kCFStringEncodingInvalidId) || name.IsEmpty()) {
@@ -39,7 +39,7 @@ CNWRegistry::CNWRegistry(const char* appKey)
     if (hasApplication_) {
         OpenOrCreate(appKey, appDir_);
     }
-    OpenOrCreate(UserDirName().CStr(), userDir_);
+    OpenOrCreate(userDirName().CStr(), userDir_);
 }
 
 RStatus CNWRegistry::FindRegistry(CFSPath& path) {

@@ -8,7 +8,7 @@ namespace Tova {
 
 namespace {
 
-bool HasFindableName(const CRegNode& node) {
+bool hasFindableName(const CRegNode& node) {
     return node.GetType() != RegNodeType::Comment && node.GetName() != nullptr;
 }
 
@@ -26,7 +26,7 @@ CRegPrefixTree::Item CRegIndex::ItemOf(CRegNode* child) {
 }
 
 void CRegIndex::Add(CRegNode* child) {
-    if (!HasFindableName(*child)) {
+    if (!hasFindableName(*child)) {
         return;
     }
     ++byName_.try_emplace(child->GetName(), Namesakes{child, 0}).first->second.count;
@@ -37,7 +37,7 @@ void CRegIndex::Add(CRegNode* child) {
 
 void CRegIndex::Remove(CRegNode* child) noexcept {
     MoveOffCursor(child);
-    if (!HasFindableName(*child)) {
+    if (!hasFindableName(*child)) {
         return;
     }
     if (byPrefix_) {
@@ -53,7 +53,7 @@ void CRegIndex::Remove(CRegNode* child) noexcept {
     auto element = byName_.extract(found);
     if (left > 0) {
         CRegNode* next = child->nextSibling_;
-        while (!HasFindableName(*next) || next->GetName() != element.key()) {
+        while (!hasFindableName(*next) || next->GetName() != element.key()) {
             next = next->nextSibling_;
         }
         element.key() = next->GetName();
@@ -72,7 +72,7 @@ CRegNode* CRegIndex::FindPrefix(std::string_view prefix) {
         auto tree = std::make_unique<CRegPrefixTree>();
         for (CRegNode* child = directory_.firstChild_; child != nullptr;
              child = child->nextSibling_) {
-            if (HasFindableName(*child)) {
+            if (hasFindableName(*child)) {
                 tree->Insert(ItemOf(child));
             }
         }

@@ -12,7 +12,7 @@ namespace {
 // From how many children on a directory keeps an index.
 constexpr int cLongList = 16;
 
-std::unique_ptr<char[]> CopyText(const char* text) {
+std::unique_ptr<char[]> copyText(const char* text) {
     if (text == nullptr) {
         return nullptr;
     }
@@ -22,7 +22,7 @@ std::unique_ptr<char[]> CopyText(const char* text) {
     return copy;
 }
 
-CRegNode* SkipComments(CRegNode* node, CRegNode* (*step)(CRegNode*)) {
+CRegNode* skipComments(CRegNode* node, CRegNode* (*step)(CRegNode*)) {
     while (node != nullptr && node->GetType() == RegNodeType::Comment) {
         node = step(node);
     }
@@ -32,7 +32,7 @@ CRegNode* SkipComments(CRegNode* node, CRegNode* (*step)(CRegNode*)) {
 }  // namespace
 
 CRegNode::CRegNode(RegNodeType type, CRegNode* parent, const char* name, const char* value)
-    : type_(type), name_(CopyText(name)), value_(CopyText(value)) {
+    : type_(type), name_(copyText(name)), value_(copyText(value)) {
     if (parent != nullptr) {
         parent->Append(this);
     }
@@ -102,15 +102,15 @@ void CRegNode::Remove(CRegNode* child) {
 }
 
 CRegNode* CRegNode::FirstEntry() const {
-    return SkipComments(firstChild_, [](CRegNode* node) { return node->nextSibling_; });
+    return skipComments(firstChild_, [](CRegNode* node) { return node->nextSibling_; });
 }
 
 CRegNode* CRegNode::NextEntry() const {
-    return SkipComments(nextSibling_, [](CRegNode* node) { return node->nextSibling_; });
+    return skipComments(nextSibling_, [](CRegNode* node) { return node->nextSibling_; });
 }
 
 CRegNode* CRegNode::PreviousEntry() const {
-    return SkipComments(previousSibling_, [](CRegNode* node) { return node->previousSibling_; });
+    return skipComments(previousSibling_, [](CRegNode* node) { return node->previousSibling_; });
 }
 
 CRegIndex* CRegNode::LongListIndex() const {
@@ -193,7 +193,7 @@ void CRegNode::SetValue(const char* text) {
     if (same) {
         return;
     }
-    value_ = CopyText(text);
+    value_ = copyText(text);
     SetModified();
 }
 

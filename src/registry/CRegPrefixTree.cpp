@@ -13,7 +13,7 @@ bool Before(const CRegPrefixTree::Item& a, const CRegPrefixTree::Item& b) {
 
 // Below 0 when all names beginning with `prefix` stand after `name`, above 0 when before it, 0 when
 // `name` is one of them.
-int CompareStart(std::string_view name, std::string_view prefix) {
+int compareStart(std::string_view name, std::string_view prefix) {
     return name.substr(0, prefix.size()).compare(prefix);
 }
 
@@ -132,7 +132,7 @@ void CRegPrefixTree::Remove(const Item& item) {
 CRegNode* CRegPrefixTree::FindFirst(std::string_view prefix) const {
     Link top = root_;
     while (top != cNone) {
-        const int order = CompareStart(At(top).item.name, prefix);
+        const int order = compareStart(At(top).item.name, prefix);
         if (order == 0) {
             break;
         }
@@ -146,7 +146,7 @@ CRegNode* CRegPrefixTree::FindFirst(std::string_view prefix) const {
     Link best = top;
     for (Link link = At(top).left; link != cNone;) {
         const Entry& entry = At(link);
-        const bool match = CompareStart(entry.item.name, prefix) == 0;
+        const bool match = compareStart(entry.item.name, prefix) == 0;
         if (match) {
             best = Earlier(best, Earlier(link, EarliestOf(entry.right)));
         }
@@ -154,7 +154,7 @@ CRegNode* CRegPrefixTree::FindFirst(std::string_view prefix) const {
     }
     for (Link link = At(top).right; link != cNone;) {
         const Entry& entry = At(link);
-        const bool match = CompareStart(entry.item.name, prefix) == 0;
+        const bool match = compareStart(entry.item.name, prefix) == 0;
         if (match) {
             best = Earlier(best, Earlier(link, EarliestOf(entry.left)));
         }

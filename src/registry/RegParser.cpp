@@ -21,7 +21,7 @@ constexpr char cNothingNamed[] = "\"=\" or \"{\" is expected after a name";
 constexpr char cNotStored[] = "this name is taken by an entry of the other kind, or is not valid";
 
 // The characters from `begin` to `end`, made into a valid name.
-CString NameOf(const char* begin, const char* end) {
+CString nameOf(const char* begin, const char* end) {
     CString name;
     name.Append(begin, static_cast<int>(end - begin));
     Str::TrimWhite(name.Lock(0));
@@ -188,11 +188,11 @@ void RegParser::ParseOldLine(const char* line, CRegDir& into, Section& section) 
             // What follows a section that cannot be made is dropped: it must not land elsewhere.
             section.begun = true;
             section.directory.ReleaseNode();
-            into.CreateDir(NameOf(line, end).CStr(), section.directory);
+            into.CreateDir(nameOf(line, end).CStr(), section.directory);
         }
     } else if (const char* equals = std::strchr(line, '='); equals != nullptr) {
         // Fails before the first section, and where the name is a directory's: then dropped.
-        section.directory.SetValue(NameOf(line, equals).CStr(), equals + 1);
+        section.directory.SetValue(nameOf(line, equals).CStr(), equals + 1);
     }
 }
 

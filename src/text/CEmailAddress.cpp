@@ -7,23 +7,23 @@ namespace Tova {
 namespace {
 
 // White space, control characters and every byte of 0x80 or more, which is negative as signed.
-bool IsForbidden(char c) {
+bool isForbidden(char c) {
     return static_cast<signed char>(c) < 0x21 || c == 0x7F;
 }
 
-bool IsSpecial(char c) {
+bool isSpecial(char c) {
     return c != '\0' && std::strchr("()<>@,;:\\\"[]", c) != nullptr;
 }
 
 // The place after the quote that closes the string begun before `at`; null when nothing closes it
 // or a byte in it is not accepted.
-const char* SkipQuoted(const char* at, const char* end) {
+const char* skipQuoted(const char* at, const char* end) {
     while (at != end && *at != '"') {
         const bool escaped = *at == '\\';
         if (escaped && ++at == end) {
             return nullptr;
         }
-        if (IsForbidden(*at) && !(escaped && *at == ' ')) {
+        if (isForbidden(*at) && !(escaped && *at == ' ')) {
             return nullptr;
         }
         ++at;
@@ -32,15 +32,15 @@ const char* SkipQuoted(const char* at, const char* end) {
 }
 
 // The place of the "@" that ends the local part; null when the part is not valid.
-const char* SkipLocalPart(const char* begin, const char* end) {
+const char* skipLocalPart(const char* begin, const char* end) {
     const char* at = begin;
     while (at != end && *at != '@') {
         if (*at == '"' && (at == begin || at[-1] == '.')) {
-            at = SkipQuoted(at + 1, end);
+            at = skipQuoted(at + 1, end);
             if (at == nullptr || at == end || (*at != '.' && *at != '@')) {
                 return nullptr;
             }
-        } else if (IsForbidden(*at) || IsSpecial(*at)) {
+        } else if (isForbidden(*at) || isSpecial(*at)) {
             return nullptr;
         } else {
             ++at;
@@ -50,10 +50,10 @@ const char* SkipLocalPart(const char* begin, const char* end) {
     return valid ? at : nullptr;
 }
 
-bool IsDomain(const char* begin, const char* end) {
+bool isDomain(const char* begin, const char* end) {
     int dots = 0;
     for (const char* at = begin; at != end; ++at) {
-        if (IsForbidden(*at) || IsSpecial(*at)) {
+        if (isForbidden(*at) || isSpecial(*at)) {
             return false;
         }
         if (*at == '.') {
@@ -71,8 +71,8 @@ bool IsDomain(const char* begin, const char* end) {
 bool CEmailAddress::IsValid() const {
     const char* begin = text_.CStr();
     const char* end = begin + text_.Length();
-    const char* at = SkipLocalPart(begin, end);
-    return at != nullptr && IsDomain(at + 1, end);
+    const char* at = skipLocalPart(begin, end);
+    return at != nullptr && isDomain(at + 1, end);
 }
 
 }  // namespace Tova

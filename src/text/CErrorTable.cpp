@@ -6,7 +6,7 @@ namespace Tova {
 
 namespace {
 
-int ModuleOf(RStatus status) {
+int moduleOf(RStatus status) {
     return static_cast<int>((static_cast<std::uint32_t>(status) >> 7) & 0x1FF) - 4;
 }
 
@@ -38,7 +38,7 @@ CErrorTable* CErrorTable::FindModuleTable(int module) {
 }
 
 const CErrorTableEntry* CErrorTable::SFindError(RStatus status) {
-    const CErrorTable* table = FindModuleTable(ModuleOf(status));
+    const CErrorTable* table = FindModuleTable(moduleOf(status));
     return table != nullptr ? table->FindError(status) : nullptr;
 }
 

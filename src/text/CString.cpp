@@ -19,11 +19,11 @@ namespace {
 constexpr int cStep = 100;
 constexpr int cLargest = INT_MAX / cStep * cStep;
 
-CFStringEncoding OrSystemEncoding(unsigned int encoding) {
+CFStringEncoding orSystemEncoding(unsigned int encoding) {
     return encoding == kCFStringEncodingInvalidId ? CFStringGetSystemEncoding() : encoding;
 }
 
-std::size_t Bytes(int count) {
+std::size_t bytes(int count) {
     return static_cast<std::size_t>(count);
 }
 
@@ -59,8 +59,8 @@ void TBaseString<T>::Alloc(int n) {
         throw std::bad_alloc();
     }
     capacity_ = (n - 1) / cStep * cStep + cStep;
-    T* grown = new T[Bytes(capacity_)];
-    std::memcpy(grown, buffer_, Bytes(length_) + 1);
+    T* grown = new T[bytes(capacity_)];
+    std::memcpy(grown, buffer_, bytes(length_) + 1);
     if (buffer_ != SharedEmpty()) {
         delete[] buffer_;
     }
@@ -91,7 +91,7 @@ void TBaseString<T>::Copy(const T* s) {
     const int n = CheckedSize(std::strlen(s));
     Alloc(n + 1);
     length_ = n;
-    std::memmove(buffer_, s, Bytes(n) + 1);
+    std::memmove(buffer_, s, bytes(n) + 1);
 }
 
 template <class T>
@@ -102,7 +102,7 @@ void TBaseString<T>::Copy(const TBaseString& s) {
     }
     Alloc(s.length_ + 1);
     length_ = s.length_;
-    std::memmove(buffer_, s.buffer_, Bytes(length_) + 1);
+    std::memmove(buffer_, s.buffer_, bytes(length_) + 1);
 }
 
 template <class T>
@@ -111,7 +111,7 @@ void TBaseString<T>::Append(const T* s, int count) {
     if (count >= 0 && count < k) {
         k = count;
     }
-    const int newLength = CheckedSize(Bytes(length_) + Bytes(k));
+    const int newLength = CheckedSize(bytes(length_) + bytes(k));
     if (newLength <= 0) {
         return;
     }
@@ -122,14 +122,14 @@ void TBaseString<T>::Append(const T* s, int count) {
     } else {
         Alloc(newLength + 1);
     }
-    std::memmove(buffer_ + length_, s, Bytes(k));
+    std::memmove(buffer_ + length_, s, bytes(k));
     buffer_[newLength] = T();
     length_ = newLength;
 }
 
 template <class T>
 void TBaseString<T>::Append(T c, int count) {
-    const int newLength = CheckedSize(Bytes(length_) + Bytes(count));
+    const int newLength = CheckedSize(bytes(length_) + bytes(count));
     if (newLength >= capacity_) {
         Alloc(newLength + 1);
     }
@@ -152,10 +152,10 @@ void TBaseString<T>::Insert(const T* s, int pos, int count) {
     if (count >= 0 && count < k) {
         k = count;
     }
-    Alloc(CheckedSize(Bytes(length_) + Bytes(k)) + 1);
+    Alloc(CheckedSize(bytes(length_) + bytes(k)) + 1);
     T* at = buffer_ + pos;
     std::memmove(at + k, at, std::strlen(at) + 1);
-    std::memcpy(at, s, Bytes(k));
+    std::memcpy(at, s, bytes(k));
     length_ += k;
 }
 
@@ -166,7 +166,7 @@ void TBaseString<T>::Delete(int pos, int count) {
     }
     const int rest = length_ - pos;
     const int k = count == -1 || count > rest ? rest : count;
-    std::memmove(buffer_ + pos, buffer_ + pos + k, Bytes(rest - k) + 1);
+    std::memmove(buffer_ + pos, buffer_ + pos + k, bytes(rest - k) + 1);
     length_ -= k;
 }
 
@@ -181,7 +181,7 @@ void TBaseString<T>::MidOf(const T* s, int start, int count) {
     const int k = count == -1 || count > rest ? rest : count;
     // A part of this very buffer is shorter than the capacity, so that Alloc leaves it in place.
     Alloc(k + 1);
-    std::memmove(buffer_, s + start, Bytes(k));
+    std::memmove(buffer_, s + start, bytes(k));
     buffer_[k] = T();
     length_ = k;
 }
@@ -260,7 +260,7 @@ bool CString::CopyFromCFString(const __CFString* s, unsigned int encoding) {
     if (s == nullptr) {
         return false;
     }
-    encoding = OrSystemEncoding(encoding);
+    encoding = orSystemEncoding(encoding);
     const CFIndex room = CFStringGetMaximumSizeForEncoding(CFStringGetLength(s), encoding);
     if (room < 0) {
         return false;
@@ -279,7 +279,7 @@ bool CString::CopyFromCFString(const __CFString* s, unsigned int encoding) {
 
 template <>
 const __CFString* CString::CreateCFString(unsigned int encoding) const {
-    return CFStringCreateWithCString(kCFAllocatorDefault, buffer_, OrSystemEncoding(encoding));
+    return CFStringCreateWithCString(kCFAllocatorDefault, buffer_, orSystemEncoding(encoding));
 }
 
 template class TBaseString<char>;

@@ -12,7 +12,7 @@ namespace Tova::Ch {
 
 namespace {
 
-constexpr std::array<bool, 0x80> MakeLegalSet() {
+constexpr std::array<bool, 0x80> makeLegalSet() {
     std::array<bool, 0x80> legal{};
     for (int c = 0; c < 0x80; ++c) {
         legal[static_cast<unsigned>(c)] = IsAlnum(static_cast<char>(c));
@@ -23,7 +23,7 @@ constexpr std::array<bool, 0x80> MakeLegalSet() {
     return legal;
 }
 
-constexpr std::array<bool, 0x80> cLegal = MakeLegalSet();
+constexpr std::array<bool, 0x80> cLegal = makeLegalSet();
 
 // The NULs in front are what the negative nibbles of bytes from 0x80 read.
 constexpr char cHexDigits[] = "\0\0\0\0\0\0\0\0"

@@ -27,7 +27,7 @@ int Fold(char c) {
     return static_cast<unsigned char>(Ch::ToLower(c));
 }
 
-char* WriteNumber(std::uint64_t number, bool negative, char* buffer, unsigned radix) {
+char* writeNumber(std::uint64_t number, bool negative, char* buffer, unsigned radix) {
     char* digits = buffer;
     if (negative) {
         *digits++ = '-';
@@ -45,14 +45,14 @@ char* WriteNumber(std::uint64_t number, bool negative, char* buffer, unsigned ra
 }
 
 // A view of s in the system encoding, which borrows the bytes; null when they are not valid in it.
-CFRef<CFStringRef> ViewInSystemEncoding(const char* s) {
+CFRef<CFStringRef> viewInSystemEncoding(const char* s) {
     return CFRef<CFStringRef>(CFStringCreateWithCStringNoCopy(
         kCFAllocatorDefault, s, CFStringGetSystemEncoding(), kCFAllocatorNull));
 }
 
 // Slots of the wide buffer are filled as bytes: they are no UniChar objects. Through a small
 // buffer, so that nothing is allocated.
-int PackUnits(CFStringRef view, wchar_t* w) {
+int packUnits(CFStringRef view, wchar_t* w) {
     constexpr CFIndex cBlock = 256;
     UniChar block[cBlock];
     const CFIndex count = CFStringGetLength(view);
@@ -114,11 +114,11 @@ char* ToUpper(char* s) {
 }
 
 char* ToString(long value, char* buffer, unsigned radix) {
-    return WriteNumber(static_cast<std::uint32_t>(value), value < 0 && radix == 10, buffer, radix);
+    return writeNumber(static_cast<std::uint32_t>(value), value < 0 && radix == 10, buffer, radix);
 }
 
 char* ToString(unsigned long value, char* buffer, unsigned radix, bool negative) {
-    return WriteNumber(value, negative, buffer, radix);
+    return writeNumber(value, negative, buffer, radix);
 }
 
 void Format(char* buffer, const char* format, ...) {
@@ -130,20 +130,20 @@ void Format(char* buffer, const char* format, ...) {
 }
 
 int ToWStr(const char* s, wchar_t* w, int /*capacity*/) {
-    const CFRef<CFStringRef> view = ViewInSystemEncoding(s);
-    return view ? PackUnits(view.Get(), w) : 0;
+    const CFRef<CFStringRef> view = viewInSystemEncoding(s);
+    return view ? packUnits(view.Get(), w) : 0;
 }
 
 wchar_t* ToWStr(const char* s) {
     std::size_t units = std::strlen(s);
-    const CFRef<CFStringRef> view = ViewInSystemEncoding(s);
+    const CFRef<CFStringRef> view = viewInSystemEncoding(s);
     if (view) {
         // Some encodings make several units of one byte.
         units = std::max(units, static_cast<std::size_t>(CFStringGetLength(view.Get())));
     }
     auto* w = new wchar_t[units + 1]();
     if (view) {
-        PackUnits(view.Get(), w);
+        packUnits(view.Get(), w);
     }
     return w;
 }

@@ -13,13 +13,13 @@ namespace {
 
 // What stands for c in `to`: the character at its place in `from`, or the NUL where `to` is too
 // short to have one.
-char Counterpart(std::size_t index, const char* to) {
+char counterpart(std::size_t index, const char* to) {
     return to != nullptr && index < std::strlen(to) ? to[index] : '\0';
 }
 
 // Writes c in percent form at `out`, and gives the place after it back. The high nibble is that of
 // a signed byte.
-char* WriteEscape(char c, char* out) {
+char* writeEscape(char c, char* out) {
     const auto value = static_cast<signed char>(c);
     *out++ = '%';
     *out++ = Ch::HexChar(value >> 4);
@@ -28,7 +28,7 @@ char* WriteEscape(char c, char* out) {
 }
 
 // Copies an escape as it stands, whatever follows its "%".
-const char* CopyEscape(const char* in, char*& out) {
+const char* copyEscape(const char* in, char*& out) {
     constexpr int cEscapeLength = 3;
     for (int i = 0; i < cEscapeLength && *in != '\0'; ++i) {
         *out++ = *in++;
@@ -37,7 +37,7 @@ const char* CopyEscape(const char* in, char*& out) {
 }
 
 // `source` with every escape decoded and what needs one escaped again; null when it cannot be read.
-CFRef<CFStringRef> NormaliseEscapes(const char* source) {
+CFRef<CFStringRef> normaliseEscapes(const char* source) {
     const CFRef<CFStringRef> text(
         CFStringCreateWithCString(kCFAllocatorDefault, source, CFStringGetSystemEncoding()));
     const CFRef<CFStringRef> none(
@@ -76,16 +76,16 @@ void CString::TranslateToURIString(const char* source, bool strict, const char* 
     while (*source != '\0') {
         const char c = *source;
         if (keepEscapes && c == '%') {
-            source = CopyEscape(source, out);
+            source = copyEscape(source, out);
             continue;
         }
         ++source;
         if (const char* found = from != nullptr ? std::strchr(from, c) : nullptr) {
-            *out++ = Counterpart(static_cast<std::size_t>(found - from), to);
+            *out++ = counterpart(static_cast<std::size_t>(found - from), to);
         } else if (Ch::IsLegalInURI(c) && (!strict || Ch::IsCommonUnreservedInURI(c))) {
             *out++ = c;
         } else {
-            out = WriteEscape(c, out);
+            out = writeEscape(c, out);
         }
     }
     *out = '\0';
@@ -95,7 +95,7 @@ void CString::TranslateToURIString(const char* source, bool strict, const char* 
 template <>
 void CString::TranslateToMacURIString(const char* source) {
     CString normalised;
-    normalised.CopyFromCFString(NormaliseEscapes(source).Get(), kCFStringEncodingUTF8);
+    normalised.CopyFromCFString(normaliseEscapes(source).Get(), kCFStringEncodingUTF8);
     TranslateToURIString(normalised.CStr(), false, nullptr, nullptr, true);
 }
 

@@ -12,7 +12,7 @@ namespace Tova {
 
 namespace {
 
-std::unique_ptr<char[]> CopyOf(const char* text) {
+std::unique_ptr<char[]> copyOf(const char* text) {
     const std::size_t size = text != nullptr ? std::strlen(text) + 1 : 1;
     std::unique_ptr<char[]> copy(new char[size]);
     std::memcpy(copy.get(), text != nullptr ? text : "", size);
@@ -47,13 +47,13 @@ private:
 }  // namespace
 
 CVar::CVar(const char* name, const char* value)
-    : nameLength_(name != nullptr ? std::strlen(name) : 0), name_(CopyOf(name)),
-      value_(CopyOf(value)) {}
+    : nameLength_(name != nullptr ? std::strlen(name) : 0), name_(copyOf(name)),
+      value_(copyOf(value)) {}
 
 void CVar::SetValue(const char* value) {
     if (!fixed_) {
         // The copy comes first: `value` may be the old value or a part of it.
-        value_ = CopyOf(value);
+        value_ = copyOf(value);
     }
 }
 

@@ -22,7 +22,7 @@ Wide UnitsOf(CFStringRef string) {
     return {units.begin(), units.end()};
 }
 
-void SetUnits(CFMutableStringRef string, WideView text) {
+void setUnits(CFMutableStringRef string, WideView text) {
     const std::vector<UniChar> units(text.begin(), text.end());
     const CFRef<CFStringRef> made(CFStringCreateWithCharacters(kCFAllocatorDefault, units.data(),
                                                                static_cast<CFIndex>(units.size())));
@@ -32,12 +32,12 @@ void SetUnits(CFMutableStringRef string, WideView text) {
     CFStringReplaceAll(string, made.Get());
 }
 
-CFRef<CFStringRef> OneUnit(CFStringRef string, CFIndex index) {
+CFRef<CFStringRef> oneUnit(CFStringRef string, CFIndex index) {
     return CFRef<CFStringRef>(
         CFStringCreateWithSubstring(kCFAllocatorDefault, string, CFRangeMake(index, 1)));
 }
 
-bool Contains(CFStringRef text, CFStringRef part) {
+bool contains(CFStringRef text, CFStringRef part) {
     return CFStringFind(text, part, 0).location != kCFNotFound;
 }
 
@@ -137,10 +137,10 @@ int CVarList::Apply(CFMutableStringRef text, CFStringRef delimiters) const {
     }
     const CFRef<CFStringRef> pair =
         delimiters != nullptr ? CFRef<CFStringRef>::Retain(delimiters) : MakeCFString("<>");
-    const CFRef<CFStringRef> open = OneUnit(pair.Get(), 0);
-    const CFRef<CFStringRef> close = OneUnit(pair.Get(), 1);
-    if (head_ == nullptr || !open || !close || !Contains(text, open.Get()) ||
-        !Contains(text, close.Get())) {
+    const CFRef<CFStringRef> open = oneUnit(pair.Get(), 0);
+    const CFRef<CFStringRef> close = oneUnit(pair.Get(), 1);
+    if (head_ == nullptr || !open || !close || !contains(text, open.Get()) ||
+        !contains(text, close.Get())) {
         return 0;
     }
     const Wide marks = UnitsOf(pair.Get());
@@ -156,7 +156,7 @@ int CVarList::Apply(CFMutableStringRef text, CFStringRef delimiters) const {
         return ApplyInPasses(text, open.Get(), close.Get());
     }
     if (*count != 0) {
-        SetUnits(text, out);
+        setUnits(text, out);
     }
     return static_cast<int>(*count);
 }
@@ -164,7 +164,7 @@ int CVarList::Apply(CFMutableStringRef text, CFStringRef delimiters) const {
 int CVarList::ApplyInPasses(CFMutableStringRef text, CFStringRef open, CFStringRef close) const {
     unsigned total = 0;
     for (unsigned before = ~0U; before != total;) {
-        if (!Contains(text, open) || !Contains(text, close)) {
+        if (!contains(text, open) || !contains(text, close)) {
             break;
         }
         before = total;

@@ -16,7 +16,7 @@ constexpr int cHeaderLength = sizeof cConfigFileHeader - 1;
 // What the headers of all versions begin with.
 constexpr char cHeaderStem[] = "Nimbus Works Configuration File";
 
-Damage HeaderDamage(CStream& stream, const CString& header) {
+Damage headerDamage(CStream& stream, const CString& header) {
     if (stream.GetState() == CStream::State::Failed) {
         return Damage::Unreadable;
     }
@@ -30,7 +30,7 @@ Damage HeaderDamage(CStream& stream, const CString& header) {
                : Damage::NoHeader;
 }
 
-Damage BodyDamage(CStream& stream, const ConfigFileReport& report) {
+Damage bodyDamage(CStream& stream, const ConfigFileReport& report) {
     if (stream.GetState() == CStream::State::Failed) {
         return Damage::Unreadable;
     }
@@ -51,7 +51,7 @@ RStatus ReadConfiguration(CStream& stream, CVarList& list, ConfigFileReport* rep
     // the header has, so that a longer text still differs.
     stream.ReadToDelim(result.header, 0, cHeaderLength + 1, nullptr);
     if (std::strcmp(result.header.CStr(), cConfigFileHeader) != 0) {
-        result.damage = HeaderDamage(stream, result.header);
+        result.damage = headerDamage(stream, result.header);
         return ErrBadFormat;
     }
     list.ReadNWC(stream);
@@ -61,7 +61,7 @@ RStatus ReadConfiguration(CStream& stream, CVarList& list, ConfigFileReport* rep
     CString check;
     stream.ReadToDelim(check, 0, -1, nullptr);
     result.stored = static_cast<std::uint32_t>(std::strtoul(check.CStr(), nullptr, 10));
-    result.damage = BodyDamage(stream, result);
+    result.damage = bodyDamage(stream, result);
     return result.computed == result.stored ? Ok : ErrBadFormat;
 }
 

@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string OutputOf(const std::string& command) {
+std::string outputOf(const std::string& command) {
     std::string output;
     std::FILE* pipe = popen(command.c_str(), "r");
     for (int c = 0; pipe != nullptr && (c = std::getc(pipe)) != EOF;) {
@@ -33,7 +33,7 @@ TEST(FrameworkBundle, VariablesComeFromTheResourcesBesideTheLibrary) {
     const std::string details = home.Path("details");
     tvtest::WriteConfig(details, {{"RegFirstName", "Ada"}});
     const auto variables = [&] {
-        const std::string output = OutputOf("LD_LIBRARY_PATH='" + home.Path() + "' '" +
+        const std::string output = outputOf("LD_LIBRARY_PATH='" + home.Path() + "' '" +
                                             TV_PROBE_FILE + "' '" + details + "' 2>&1");
         const std::string before = "<AppName> <MajVersion>.<MinVersion> <AppKey> 0\n1 -1 0\n";
         EXPECT_EQ(output.substr(0, before.size()), before);

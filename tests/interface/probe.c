@@ -4,7 +4,7 @@
 
 #include <stdio.h>
 
-static void ShowVariables(void) {
+static void showVariables(void) {
     char shown[512] = "";
     CFMutableStringRef text = CFStringCreateMutableCopy(
         kCFAllocatorDefault, 0, CFSTR("<AppName> <MajVersion>.<MinVersion> <AppKey>"));
@@ -20,11 +20,11 @@ int main(int argc, char** argv) {
     CFMutableDictionaryRef form = CFDictionaryCreateMutable(
         kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
     tvDeletePrefsItem(CFSTR("absent"));
-    ShowVariables();
+    showVariables();
     printf("%d ", tvReadRegInfoFromNWC(path, form));
     printf("%d ", tvReadRegInfoFromPrefs(form));
     printf("%d\n", tvWriteRegInfo(path, form, 0));
-    ShowVariables();
+    showVariables();
     CFRelease(form);
     CFRelease(path);
     return 0;

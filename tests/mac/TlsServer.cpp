@@ -20,7 +20,7 @@ void Run(const std::string& arguments) {
 }
 
 // Reads the child's output up to the end of the line with `mark`, and returns that line from there.
-std::string ReadUpTo(int output, std::string_view mark) {
+std::string readUpTo(int output, std::string_view mark) {
     std::string text;
     char byte = 0;
     while (read(output, &byte, 1) == 1) {
@@ -89,7 +89,7 @@ TlsServer::TlsServer(const std::string& certificate, Kind kind) {
     close(fromChild[1]);
     input_ = toChild[1];
     output_ = fromChild[0];
-    const std::string line = ReadUpTo(output_, "ACCEPT ");
+    const std::string line = readUpTo(output_, "ACCEPT ");
     port_ = std::stoi(line.substr(line.rfind(':') + 1));
 }
 
@@ -101,7 +101,7 @@ TlsServer::~TlsServer() {
 }
 
 void TlsServer::WaitForRequest() const {
-    ReadUpTo(output_, "GET ");
+    readUpTo(output_, "GET ");
 }
 
 void TlsServer::Say(std::string_view bytes) const {

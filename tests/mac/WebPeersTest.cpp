@@ -43,7 +43,7 @@ constexpr CFStreamError cReset{kCFStreamErrorDomainPOSIX, ECONNRESET};
 constexpr CFStreamError cSome{-1, 0};
 constexpr CFStreamError cParse{kCFStreamErrorDomainHTTP, kCFStreamErrorHTTPParseFailure};
 
-std::vector<Peer> Peers() {
+std::vector<Peer> peers() {
     const std::string ok = "HTTP/1.1 200 OK\r\n";
     const std::string chunked = ok + "Transfer-Encoding: chunked\r\n\r\n";
     std::string manyLines = ok;
@@ -95,7 +95,7 @@ std::vector<Peer> Peers() {
 }
 
 TEST(WebPeers, AnswersOfEveryKind) {
-    for (const Peer& peer : Peers()) {
+    for (const Peer& peer : peers()) {
         SCOPED_TRACE(peer.name);
         LoopbackServer server([&](Connection& connection) {
             connection.ReadRequest();

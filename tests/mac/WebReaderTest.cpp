@@ -17,16 +17,16 @@ namespace {
 
 constexpr char cOk[] = "200 OK";
 
-MacThreadedWebReaderManager& Manager() {
+MacThreadedWebReaderManager& manager() {
     return MacThreadedWebReaderManager::sSingleton;
 }
 
-void AnswerHello(Connection& connection) {
+void answerHello(Connection& connection) {
     connection.ReadRequest();
     connection.Answer(cOk, "hello");
 }
 
-void NeverAnswer(Connection& connection) {
+void neverAnswer(Connection& connection) {
     connection.Hold();
 }
 
@@ -35,21 +35,21 @@ TEST(WebReader, CountsReferences) {
     const int32_t serial = reader->GetSerialNumber();
     EXPECT_EQ(reader->GetRefCount(), 1);
     reader->Retain();
-    Manager().Add(reader);
+    manager().Add(reader);
     EXPECT_EQ(reader->GetRefCount(), 2);
     EXPECT_EQ(reader->Release(), 0);
     EXPECT_EQ(reader->GetState(), 0);
     reader->AbortRead();
-    EXPECT_EQ(Manager().GetRefCount(reader), 1);
+    EXPECT_EQ(manager().GetRefCount(reader), 1);
     EXPECT_EQ(reader->Release(), 0);
-    EXPECT_EQ(Manager().GetRefCount(reader), 0);
+    EXPECT_EQ(manager().GetRefCount(reader), 0);
     // A reader that is gone, and none at all.
-    EXPECT_EQ(Manager().Release(reader), 0);
-    Manager().Retain(reader);
-    Manager().Add(nullptr);
-    Manager().Retain(nullptr);
-    EXPECT_EQ(Manager().Release(nullptr), 0);
-    EXPECT_EQ(Manager().GetRefCount(nullptr), 0);
+    EXPECT_EQ(manager().Release(reader), 0);
+    manager().Retain(reader);
+    manager().Add(nullptr);
+    manager().Retain(nullptr);
+    EXPECT_EQ(manager().Release(nullptr), 0);
+    EXPECT_EQ(manager().GetRefCount(nullptr), 0);
 
     MacThreadedWebReader* next = MacThreadedWebReader::Create();
     EXPECT_EQ(next->GetSerialNumber(), serial + 1);
@@ -70,7 +70,7 @@ TEST(WebReader, RefusesWhatCannotBeRequested) {
         EXPECT_EQ(reader->GetProgress(), 1) << url;
     }
     // Nothing of that keeps a later read from working.
-    LoopbackServer server(AnswerHello);
+    LoopbackServer server(answerHello);
     EXPECT_EQ(session.Fetch(server.Url()), "data,end");
     EXPECT_EQ(session.Body(), "hello");
     EXPECT_EQ(reader->GetState(), 6);
@@ -93,7 +93,7 @@ TEST(WebReader, ReportsWhatCannotBeOpenedThroughItsState) {
 }
 
 TEST(WebReader, IsBusyUntilAborted) {
-    LoopbackServer server(AnswerHello);
+    LoopbackServer server(answerHello);
     ReaderSession session;
     ASSERT_EQ(session.Start(server.Url()), 0);
     EXPECT_EQ(session.Reader()->GetProgress(), 5);
@@ -112,7 +112,7 @@ TEST(WebReader, IsBusyUntilAborted) {
 }
 
 TEST(WebReader, AnAbortedReadLeavesItsStateOpen) {
-    LoopbackServer server(NeverAnswer);
+    LoopbackServer server(neverAnswer);
     ReaderSession session;
     ASSERT_EQ(session.Start(server.Url()), 0);
     session.Reader()->AbortRead();
@@ -153,7 +153,7 @@ TEST(WebReader, ARefusalEndsTheRead) {
         };
         ASSERT_EQ(reader->StartRead(url.Get(), nullptr, c.useCallback ? refuse : nullptr, &calls),
                   0);
-        Manager().WaitForThreads();
+        manager().WaitForThreads();
         EXPECT_EQ(reader->GetState(), c.state) << c.name;
         EXPECT_EQ(reader->GetProgress(), 0) << c.name;
         EXPECT_EQ(reader->GetRefCount(), 1) << c.name;
@@ -164,7 +164,7 @@ TEST(WebReader, ARefusalEndsTheRead) {
 
 // The terminate thread of a read may be late. It must not end the next one.
 TEST(WebReader, ARefusalOfOneReadLeavesTheNextAlone) {
-    LoopbackServer server(AnswerHello);
+    LoopbackServer server(answerHello);
     ReaderSession session;
     for (int round = 0; round < 200; ++round) {
         session.SetStep([](CFReadStreamRef, unsigned long) { return false; });
@@ -177,7 +177,7 @@ TEST(WebReader, ARefusalOfOneReadLeavesTheNextAlone) {
 }
 
 TEST(WebReader, AbortOnTheWorkersOwnThreadDoesNotWait) {
-    LoopbackServer server(AnswerHello);
+    LoopbackServer server(answerHello);
     for (const bool goOn : {true, false}) {
         ReaderSession session;
         session.SetStep([&](CFReadStreamRef stream, unsigned long) {
@@ -190,14 +190,14 @@ TEST(WebReader, AbortOnTheWorkersOwnThreadDoesNotWait) {
         });
         ASSERT_EQ(session.Start(server.Url()), 0);
         session.WaitForEvents(1);
-        Manager().WaitForThreads();
+        manager().WaitForThreads();
         EXPECT_EQ(session.Reader()->GetProgress(), 0);
         EXPECT_EQ(session.Reader()->GetRefCount(), 1);
     }
 }
 
 TEST(WebReader, EveryOneOfSeveralAbortsReturns) {
-    LoopbackServer server(NeverAnswer);
+    LoopbackServer server(neverAnswer);
     for (int round = 0; round < 50; ++round) {
         ReaderSession session;
         std::vector<std::thread> aborts;
@@ -220,12 +220,12 @@ TEST(WebReader, EveryOneOfSeveralAbortsReturns) {
         session.Reader()->AbortRead();
         EXPECT_EQ(session.Reader()->GetProgress(), 0);
     }
-    Manager().WaitForThreads();
+    manager().WaitForThreads();
 }
 
 // A callback that is busy with the stream while another thread takes the stream away.
 TEST(WebReader, AbortWaitsForTheCallbackAndLeavesItItsStream) {
-    LoopbackServer server(AnswerHello);
+    LoopbackServer server(answerHello);
     ReaderSession session;
     std::atomic<bool> inside{false};
     std::atomic<bool> returned{false};
@@ -247,11 +247,11 @@ TEST(WebReader, AbortWaitsForTheCallbackAndLeavesItItsStream) {
 }
 
 TEST(WebReader, AnExceptionOfTheCallbackEndsTheWorkerOnly) {
-    LoopbackServer server(AnswerHello);
+    LoopbackServer server(answerHello);
     ReaderSession session;
     session.SetStep([](CFReadStreamRef, unsigned long) -> bool { throw 1; });
     ASSERT_EQ(session.Start(server.Url()), 0);
-    Manager().WaitForThreads();
+    manager().WaitForThreads();
     EXPECT_EQ(session.Reader()->GetRefCount(), 1);
     EXPECT_EQ(session.Reader()->GetProgress(), 5);
     session.Reader()->AbortRead();
@@ -259,17 +259,17 @@ TEST(WebReader, AnExceptionOfTheCallbackEndsTheWorkerOnly) {
 }
 
 TEST(WebReader, ACallbackMayEndItsThread) {
-    LoopbackServer server(AnswerHello);
+    LoopbackServer server(answerHello);
     ReaderSession session;
     session.SetStep([](CFReadStreamRef, unsigned long) -> bool { pthread_exit(nullptr); });
     ASSERT_EQ(session.Start(server.Url()), 0);
-    Manager().WaitForThreads();
+    manager().WaitForThreads();
     EXPECT_EQ(session.Reader()->GetRefCount(), 1);
     session.Reader()->AbortRead();
 }
 
 TEST(WebReader, ItsThreadsTakeNoSignals) {
-    LoopbackServer server(AnswerHello);
+    LoopbackServer server(answerHello);
     ReaderSession session;
     sigset_t mask;
     session.SetStep([&](CFReadStreamRef, unsigned long) {
@@ -277,7 +277,7 @@ TEST(WebReader, ItsThreadsTakeNoSignals) {
         return false;
     });
     ASSERT_EQ(session.Start(server.Url()), 0);
-    Manager().WaitForThreads();
+    manager().WaitForThreads();
     for (const int signal : {SIGINT, SIGTERM, SIGPIPE, SIGCHLD, SIGUSR1, SIGALRM}) {
         EXPECT_EQ(sigismember(&mask, signal), 1) << signal;
     }

@@ -28,7 +28,7 @@ constexpr size_t cSlots = 24;
 
 using Random = std::minstd_rand;
 
-int Pick(Random& random, int count) {
+int pick(Random& random, int count) {
     return std::uniform_int_distribution<int>(0, count - 1)(random);
 }
 
@@ -77,12 +77,12 @@ bool OnEvent(CFReadStreamRef stream, unsigned long event, void* context) {
     } else {
         ++(event == kCFStreamEventEndEncountered ? read.figures.ends : read.figures.errors);
     }
-    if (Pick(read.random, 16) == 0) {
+    if (pick(read.random, 16) == 0) {
         ++read.figures.ownAborts;
         read.reader->AbortRead();
     }
     // Whoever let go of the reader relies on the end to stop its worker.
-    const bool goOn = event == kCFStreamEventHasBytesAvailable && Pick(read.random, 8) != 0;
+    const bool goOn = event == kCFStreamEventHasBytesAvailable && pick(read.random, 8) != 0;
     read.figures.refusals += goOn ? 0 : 1;
     return goOn;
 }
@@ -144,9 +144,9 @@ private:
     void Start(MacThreadedWebReader* reader, Random& random) {
         static const std::string paths[] = {"/small", "/big",      "/hold",
                                             "/half",  "/redirect", "/reset"};
-        std::string url = server_->Url(paths[Pick(random, std::size(paths))]);
-        if (Pick(random, 8) == 0) {
-            url = Pick(random, 2) == 0 ? "http://" : "http://127.0.0.1/%zz";
+        std::string url = server_->Url(paths[pick(random, std::size(paths))]);
+        if (pick(random, 8) == 0) {
+            url = pick(random, 2) == 0 ? "http://" : "http://127.0.0.1/%zz";
         }
         Read* read = nullptr;
         {
@@ -159,9 +159,9 @@ private:
     }
 
     void Step(Random& random) {
-        Slot& slot = slots_[static_cast<size_t>(Pick(random, cSlots))];
+        Slot& slot = slots_[static_cast<size_t>(pick(random, cSlots))];
         MacThreadedWebReader* reader = Take(slot);
-        switch (Pick(random, 16)) {
+        switch (pick(random, 16)) {
         case 0:
         case 1:
             reader->AbortRead();
@@ -187,21 +187,21 @@ private:
     std::deque<Read> reads_;
 };
 
-size_t ThreadsOfProcess() {
+size_t threadsOfProcess() {
     return static_cast<size_t>(
         std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
 
 TEST(WebStress, AThousandReadsAtRandom) {
     std::thread([] {}).join();  // With its first thread a sanitizer may start one of its own.
-    const size_t threadsBefore = ThreadsOfProcess();
+    const size_t threadsBefore = threadsOfProcess();
     Stress stress;
     stress.Run(74);
     for (MacThreadedWebReader* reader : stress.Readers()) {
         EXPECT_EQ(MacThreadedWebReaderManager::sSingleton.GetRefCount(reader), 0);
     }
     // Detached threads leave the process a moment after their last word.
-    while (ThreadsOfProcess() > threadsBefore) {
+    while (threadsOfProcess() > threadsBefore) {
         std::this_thread::yield();
     }
     const Figures& f = stress.figures;

@@ -12,7 +12,7 @@ namespace {
 
 using tvtest::Dump;
 
-std::string NameOf(const CRegNode* node) {
+std::string nameOf(const CRegNode* node) {
     return node == nullptr ? "-" : node->GetName();
 }
 
@@ -58,10 +58,10 @@ TEST(CRegDir, InnerSegmentsMatchByPrefixInListOrder) {
     EXPECT_TRUE(root.Delete("ab/d")) << "deleting does not";
     EXPECT_EQ(Dump(root), "abc{} ab{d='changed'}");
     const CRegNode& node = *root.GetNode();
-    EXPECT_EQ(NameOf(node.Find("abx", 2)), "abc");
-    EXPECT_EQ(NameOf(node.Find("ab", 0)), "ab");
-    EXPECT_EQ(NameOf(node.Find("ab", 9)), "ab") << "a name that ends before the length";
-    EXPECT_EQ(NameOf(node.Find("abx", 3)), "-");
+    EXPECT_EQ(nameOf(node.Find("abx", 2)), "abc");
+    EXPECT_EQ(nameOf(node.Find("ab", 0)), "ab");
+    EXPECT_EQ(nameOf(node.Find("ab", 9)), "ab") << "a name that ends before the length";
+    EXPECT_EQ(nameOf(node.Find("abx", 3)), "-");
 }
 
 // A long list answers as a walk along it does, through any order of changes.

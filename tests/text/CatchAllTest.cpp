@@ -6,7 +6,7 @@
 
 namespace {
 
-void* EndInside(void* reached) {
+void* endInside(void* reached) {
     Tova::CatchAll([&] { pthread_exit(reached); });
     return nullptr;
 }
@@ -16,7 +16,7 @@ TEST(CatchAll, DropsAllButTheEndOfAThread) {
     EXPECT_FALSE(Tova::CatchAll([] { throw 1; }));
     int mark = 0;
     pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, nullptr, EndInside, &mark), 0);
+    ASSERT_EQ(pthread_create(&thread, nullptr, endInside, &mark), 0);
     void* result = nullptr;
     ASSERT_EQ(pthread_join(thread, &result), 0);
     EXPECT_EQ(result, &mark);

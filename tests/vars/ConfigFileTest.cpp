@@ -25,7 +25,7 @@ using namespace std::string_literals;
 
 const std::string cHeader = "Nimbus Works Configuration File 1.0\0"s;
 
-std::string Scrambled(std::string plain) {
+std::string scrambled(std::string plain) {
     for (char& c : plain) {
         c = static_cast<char>(Scramble(static_cast<unsigned char>(c)));
     }
@@ -66,7 +66,7 @@ TEST_F(ConfigFile, WritesTheBytesOfTheFormatAndReadsThemBack) {
     for (const auto& c : cases) {
         CVarList list;
         Fill(list, c.vars);
-        EXPECT_EQ(Written(list), Scrambled(c.plain));
+        EXPECT_EQ(Written(list), scrambled(c.plain));
         CVarList back;
         EXPECT_EQ(Read(dir_.Path("written"), back), Ok);
         EXPECT_EQ(Dump(back), Dump(list));
@@ -121,8 +121,8 @@ TEST_F(ConfigFile, TellsWhichDamageItIs) {
     };
     for (const auto& c : cases) {
         // Once in blocks, once from a stream that can only be read byte by byte.
-        tvtest::MemoryStream stream(cConfigFileReadFlags, Scrambled(c.plain));
-        const std::string path = dir_.Write("f", Scrambled(c.plain));
+        tvtest::MemoryStream stream(cConfigFileReadFlags, scrambled(c.plain));
+        const std::string path = dir_.Write("f", scrambled(c.plain));
         for (const bool fromFile : {true, false}) {
             CVarList list;
             EXPECT_EQ(fromFile ? Read(path, list) : ReadConfiguration(stream, list, &report_),
@@ -188,7 +188,7 @@ TEST_F(ConfigFile, LargeFilesTakeProportionalTime) {
     EXPECT_EQ(Read(path, list), ErrBadFormat);
     EXPECT_EQ(report_.header.Length(), static_cast<int>(cHeader.size()));
 
-    dir_.Write("large", Scrambled(cHeader));
+    dir_.Write("large", scrambled(cHeader));
     std::filesystem::resize_file(path, cSize);
     EXPECT_EQ(Read(path, list), ErrBadFormat);
     EXPECT_EQ(report_.damage, Damage::CutOff);

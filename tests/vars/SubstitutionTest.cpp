@@ -19,7 +19,7 @@ using tvtest::MakeString;
 using tvtest::Pairs;
 using tvtest::TextOf;
 
-void ExpectBothForms(const CVarList& list, const std::string& source, const char* delimiters,
+void expectBothForms(const CVarList& list, const std::string& source, const char* delimiters,
                      const std::string& expected, int count) {
     CString text(source.c_str());
     EXPECT_EQ(list.Apply(text, delimiters), count) << source;
@@ -62,18 +62,18 @@ TEST(Substitution, BothFormsGiveTheSame) {
                 {"Half", "<Ap"},
                 {"W", "caf\xC3\xA9"}});
     for (const auto& c : cases) {
-        ExpectBothForms(list, c.text, c.delimiters, c.expected, c.count);
+        expectBothForms(list, c.text, c.delimiters, c.expected, c.count);
     }
     // Each value lies inside the one before, deeper than the list is long, yet there is an end.
     CVarList deep;
     Fill(deep, {{"A", "A>B"}});
-    ExpectBothForms(deep, "<<<<<A>", nullptr, "A>BBBBB", 5);
+    expectBothForms(deep, "<<<<<A>", nullptr, "A>BBBBB", 5);
     // Where names hold delimiters, placeholders overlap, and the order of the variables decides.
     CVarList outer, inner;
     Fill(outer, {{"a<b", "1"}, {"b", "2"}});
     Fill(inner, {{"b", "2"}, {"a<b", "1"}});
-    ExpectBothForms(outer, "<a<b>", nullptr, "1", 1);
-    ExpectBothForms(inner, "<a<b>", nullptr, "<a2", 1);
+    expectBothForms(outer, "<a<b>", nullptr, "1", 1);
+    expectBothForms(inner, "<a<b>", nullptr, "<a2", 1);
 }
 
 TEST(Substitution, TheFormsDifferInWhatTheyRefuse) {
@@ -97,7 +97,7 @@ struct Outcome {
     std::string text;
     int count = 0;
 };
-std::optional<Outcome> ApplyByTheRules(const Pairs& vars, std::string text, const char* pair) {
+std::optional<Outcome> applyByTheRules(const Pairs& vars, std::string text, const char* pair) {
     int total = 0;
     for (int before = -1; before != total;) {
         before = total;
@@ -174,7 +174,7 @@ TEST(Substitution, ScanAndPassesAgreeWithTheRules) {
             vars.emplace_back(var->Name(), var->Value());
         }
         const std::string source = random.Text(12);
-        const std::optional<Outcome> expected = ApplyByTheRules(vars, source, kind.pair);
+        const std::optional<Outcome> expected = applyByTheRules(vars, source, kind.pair);
         if (!expected) {
             continue;  // a circle, which none of them ends
         }
@@ -186,7 +186,7 @@ TEST(Substitution, ScanAndPassesAgreeWithTheRules) {
                   expected->text + std::to_string(expected->count))
             << what;
         if (kind.wideToo) {
-            ExpectBothForms(list, source, kind.pair, expected->text, expected->count);
+            expectBothForms(list, source, kind.pair, expected->text, expected->count);
             ASSERT_FALSE(HasFailure()) << what;
         }
     }

@@ -9,12 +9,12 @@
 namespace tvplatform {
 namespace {
 
-CFStreamError Posix(long systemError, int otherwise) {
+CFStreamError posix(long systemError, int otherwise) {
     return {kCFStreamErrorDomainPOSIX,
             systemError != 0 ? static_cast<SInt32>(systemError) : otherwise};
 }
 
-CFStreamError Http(SInt32 error) {
+CFStreamError http(SInt32 error) {
     return {kCFStreamErrorDomainHTTP, error};
 }
 
@@ -27,7 +27,7 @@ CFStreamError StreamErrorOf(CURLcode result, long systemError) {
         return {kCFStreamErrorDomainNetDB, EAI_NONAME};
     case CURLE_COULDNT_CONNECT:
     case CURLE_INTERFACE_FAILED:
-        return Posix(systemError, ECONNREFUSED);
+        return posix(systemError, ECONNREFUSED);
     case CURLE_OPERATION_TIMEDOUT:
         return {kCFStreamErrorDomainPOSIX, ETIMEDOUT};
     case CURLE_OUT_OF_MEMORY:
@@ -36,7 +36,7 @@ CFStreamError StreamErrorOf(CURLcode result, long systemError) {
     case CURLE_RECV_ERROR:
     case CURLE_GOT_NOTHING:
     case CURLE_PARTIAL_FILE:
-        return Posix(systemError, ECONNRESET);
+        return posix(systemError, ECONNRESET);
     case CURLE_SSL_CONNECT_ERROR:
     case CURLE_PEER_FAILED_VERIFICATION:
     case CURLE_SSL_CACERT_BADFILE:
@@ -47,13 +47,13 @@ CFStreamError StreamErrorOf(CURLcode result, long systemError) {
     case CURLE_SSL_INVALIDCERTSTATUS:
         return {kCFStreamErrorDomainSSL, static_cast<SInt32>(result)};
     case CURLE_TOO_MANY_REDIRECTS:
-        return Http(kCFStreamErrorHTTPRedirectionLoop);
+        return http(kCFStreamErrorHTTPRedirectionLoop);
     case CURLE_URL_MALFORMAT:
-        return Http(kCFStreamErrorHTTPBadURL);
+        return http(kCFStreamErrorHTTPBadURL);
     case CURLE_UNSUPPORTED_PROTOCOL:  // A redirect to what may not be followed, or no HTTP at all.
     case CURLE_WEIRD_SERVER_REPLY:
     default:
-        return Http(kCFStreamErrorHTTPParseFailure);
+        return http(kCFStreamErrorHTTPParseFailure);
     }
 }
 

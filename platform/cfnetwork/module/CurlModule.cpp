@@ -14,20 +14,20 @@ namespace {
 
 // Nobody is inside libcurl while a process forks, so the child's copy of it is in order. The
 // parent's transfers are not the child's to end: it shares their connections.
-void BeforeFork() {
+void beforeFork() {
     CurlGate::Only().Close();
 }
 
-void AfterForkInParent() {
+void afterForkInParent() {
     CurlGate::Only().Open();
 }
 
-void AfterForkInChild() {
+void afterForkInChild() {
     TransferList::Only().Forget();
     CurlGate::Only().Renew();
 }
 
-void AtExit() {
+void atExit() {
     const SignalGuard signals;
     CurlGate::Only().Close();
     CurlGate::Only().ShutForGood();
@@ -38,7 +38,7 @@ void AtExit() {
 // The TLS library's function that gives back what it keeps for the calling thread. Left to the
 // thread's end, that would meet its exit handler. Looked up, since libcurl's builds differ in what
 // lies below them; from libcurl, since the program may have another version of its own.
-void (*FindThreadStop())() {
+void (*findThreadStop())() {
     Dl_info info{};
     void* curl = nullptr;
     if (dladdr(reinterpret_cast<const void*>(&curl_global_init), &info) != 0) {
@@ -50,14 +50,14 @@ void (*FindThreadStop())() {
 
 // The order counts: exit runs the handlers backwards, so the one that is registered after the
 // library has initialised the TLS library runs before the TLS library's.
-bool StartLibrary() {
+bool startLibrary() {
     const SignalGuard signals;
     if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
         return false;
     }
-    CurlGate::Only().SetLeave(FindThreadStop());
-    return std::atexit(AtExit) == 0 &&
-           pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild) == 0;
+    CurlGate::Only().SetLeave(findThreadStop());
+    return std::atexit(atExit) == 0 &&
+           pthread_atfork(beforeFork, afterForkInParent, afterForkInChild) == 0;
 }
 
 }  // namespace
@@ -89,7 +89,7 @@ bool tvplatform_http_open_1(const tvplatform::HttpRequest& request,
                             std::shared_ptr<tvplatform::HttpTransfer>& transfer);
 
 __attribute__((visibility("default"))) bool tvplatform_http_start_1() {
-    static const bool started = tvplatform::StartLibrary();
+    static const bool started = tvplatform::startLibrary();
     return started;
 }
 

@@ -14,12 +14,12 @@
 namespace tvplatform {
 namespace {
 
-bool StartsWith(std::string_view line, std::string_view lowerCasePrefix) {
+bool startsWith(std::string_view line, std::string_view lowerCasePrefix) {
     return line.size() >= lowerCasePrefix.size() &&
            strncasecmp(line.data(), lowerCasePrefix.data(), lowerCasePrefix.size()) == 0;
 }
 
-bool IsBlank(std::string_view text) {
+bool isBlank(std::string_view text) {
     return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
@@ -33,7 +33,7 @@ Result Guarded(Result failed, Body body) {
     }
 }
 
-long StatusOf(CURL* easy) {
+long statusOf(CURL* easy) {
     long status = 0;
     curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
     return status;
@@ -182,8 +182,8 @@ bool CurlTransfer::TakeHeaderLine(std::string_view line) {
         return false;
     }
     // A header field may look like a status line, so that it is not enough to begin like one.
-    const bool isFirst = std::exchange(nextIsFirst_, IsBlank(line));
-    if (isFirst && StartsWith(line, "http/") && !TakeStatusLine()) {
+    const bool isFirst = std::exchange(nextIsFirst_, isBlank(line));
+    if (isFirst && startsWith(line, "http/") && !TakeStatusLine()) {
         return false;
     }
     {
@@ -192,10 +192,10 @@ bool CurlTransfer::TakeHeaderLine(std::string_view line) {
             return true;  // A trailer.
         }
     }
-    if (StartsWith(line, "location:")) {
-        hasLocation_ |= !IsBlank(line.substr(line.find(':') + 1));
+    if (startsWith(line, "location:")) {
+        hasLocation_ |= !isBlank(line.substr(line.find(':') + 1));
     }
-    if (IsBlank(line)) {
+    if (isBlank(line)) {
         CompleteHeader();
     } else {
         headerSoFar_.append(line);
@@ -215,7 +215,7 @@ bool CurlTransfer::TakeStatusLine() {
 }
 
 void CurlTransfer::CompleteHeader() {
-    const long status = StatusOf(easy_);
+    const long status = statusOf(easy_);
     const bool interim = status < 200;
     const bool followed = request_.followRedirects && status >= 300 && status < 400 && hasLocation_;
     if (!interim && !followed) {

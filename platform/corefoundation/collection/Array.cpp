@@ -68,7 +68,7 @@ void ReleaseMember(CFAllocatorRef, const void* member) {
 namespace {
 
 // A copy of what is in `source`; null when a value is not to be stored.
-std::unique_ptr<Array> MakeArray(const void* const* values, size_t count,
+std::unique_ptr<Array> makeArray(const void* const* values, size_t count,
                                  const CFArrayCallBacks* callBacks, bool isMutable) {
     auto array = std::make_unique<Array>(callBacks, isMutable);
     for (size_t i = 0; i < count; ++i) {
@@ -79,12 +79,12 @@ std::unique_ptr<Array> MakeArray(const void* const* values, size_t count,
     return array;
 }
 
-Array* CopyOf(const Array& source, bool isMutable) {
-    return MakeArray(source.Values().data(), source.Values().size(), &source.CallBacks(), isMutable)
+Array* copyOf(const Array& source, bool isMutable) {
+    return makeArray(source.Values().data(), source.Values().size(), &source.CallBacks(), isMutable)
         .release();
 }
 
-Array* Editable(CFMutableArrayRef array) {
+Array* editable(CFMutableArrayRef array) {
     Array* object = As<Array>(array);
     return object != nullptr && object->IsMutable() ? object : nullptr;
 }
@@ -106,7 +106,7 @@ CFArrayRef CFArrayCreate(CFAllocatorRef, const void** values, CFIndex count,
     if (count < 0 || (values == nullptr && count > 0)) {
         return nullptr;
     }
-    return MakeArray(values, static_cast<size_t>(count), callBacks, false).release();
+    return makeArray(values, static_cast<size_t>(count), callBacks, false).release();
 }
 
 CFArrayRef CFArrayCreateCopy(CFAllocatorRef, CFArrayRef array) {
@@ -115,7 +115,7 @@ CFArrayRef CFArrayCreateCopy(CFAllocatorRef, CFArrayRef array) {
         return nullptr;
     }
     if (source->IsMutable()) {
-        return CopyOf(*source, false);
+        return copyOf(*source, false);
     }
     source->Retain();
     return source;
@@ -127,7 +127,7 @@ CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef, CFIndex, const CFArrayCal
 
 CFMutableArrayRef CFArrayCreateMutableCopy(CFAllocatorRef, CFIndex, CFArrayRef array) {
     const Array* source = As<Array>(array);
-    return source != nullptr ? CopyOf(*source, true) : nullptr;
+    return source != nullptr ? copyOf(*source, true) : nullptr;
 }
 
 CFIndex CFArrayGetCount(CFArrayRef array) {
@@ -169,14 +169,14 @@ void CFArrayAppendValue(CFMutableArrayRef array, const void* value) {
 }
 
 void CFArrayInsertValueAtIndex(CFMutableArrayRef array, CFIndex index, const void* value) {
-    Array* object = Editable(array);
+    Array* object = editable(array);
     if (object != nullptr && LiesIn({index, 0}, object->Values().size())) {
         object->Insert(static_cast<size_t>(index), value);
     }
 }
 
 void CFArraySetValueAtIndex(CFMutableArrayRef array, CFIndex index, const void* value) {
-    Array* object = Editable(array);
+    Array* object = editable(array);
     if (object != nullptr && LiesIn({index, 1}, object->Values().size())) {
         object->Set(static_cast<size_t>(index), value);
     } else {
@@ -186,14 +186,14 @@ void CFArraySetValueAtIndex(CFMutableArrayRef array, CFIndex index, const void* 
 }
 
 void CFArrayRemoveValueAtIndex(CFMutableArrayRef array, CFIndex index) {
-    Array* object = Editable(array);
+    Array* object = editable(array);
     if (object != nullptr && LiesIn({index, 1}, object->Values().size())) {
         object->Remove(static_cast<size_t>(index));
     }
 }
 
 void CFArrayRemoveAllValues(CFMutableArrayRef array) {
-    if (Array* object = Editable(array)) {
+    if (Array* object = editable(array)) {
         object->Clear();
     }
 }

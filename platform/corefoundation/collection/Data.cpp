@@ -11,7 +11,7 @@ namespace tvplatform {
 
 namespace {
 
-Data::Bytes* Editable(CFMutableDataRef data) {
+Data::Bytes* editable(CFMutableDataRef data) {
     Data* object = As<Data>(data);
     return object != nullptr ? object->Mutable() : nullptr;
 }
@@ -77,7 +77,7 @@ const UInt8* CFDataGetBytePtr(CFDataRef data) {
 }
 
 UInt8* CFDataGetMutableBytePtr(CFMutableDataRef data) {
-    Data::Bytes* bytes = Editable(data);
+    Data::Bytes* bytes = editable(data);
     return bytes != nullptr ? bytes->data() : nullptr;
 }
 
@@ -91,14 +91,14 @@ void CFDataGetBytes(CFDataRef data, CFRange range, UInt8* buffer) {
 }
 
 void CFDataAppendBytes(CFMutableDataRef data, const UInt8* bytes, CFIndex length) {
-    Data::Bytes* target = Editable(data);
+    Data::Bytes* target = editable(data);
     if (target != nullptr && bytes != nullptr && length > 0) {
         target->insert(target->end(), bytes, bytes + length);
     }
 }
 
 void CFDataSetLength(CFMutableDataRef data, CFIndex length) {
-    Data::Bytes* target = Editable(data);
+    Data::Bytes* target = editable(data);
     if (target == nullptr || length < 0) {
         return;
     }

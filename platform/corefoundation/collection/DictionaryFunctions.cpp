@@ -9,18 +9,18 @@ namespace tvplatform {
 
 namespace {
 
-const void* CopyString(CFAllocatorRef allocator, const void* key) {
+const void* copyString(CFAllocatorRef allocator, const void* key) {
     return CFStringCreateCopy(allocator, static_cast<CFStringRef>(key));
 }
 
-Dictionary* CopyOf(const Dictionary& source, bool isMutable) {
+Dictionary* copyOf(const Dictionary& source, bool isMutable) {
     auto copy =
         std::make_unique<Dictionary>(&source.Keys().Get(), &source.Values().Get(), isMutable);
     copy->AddAll(source);
     return copy.release();
 }
 
-Dictionary* Editable(CFMutableDictionaryRef dictionary) {
+Dictionary* editable(CFMutableDictionaryRef dictionary) {
     Dictionary* object = As<Dictionary>(dictionary);
     return object != nullptr && object->IsMutable() ? object : nullptr;
 }
@@ -35,7 +35,7 @@ constinit const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {
 constinit const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {
     0, RetainMember, ReleaseMember, CFCopyDescription, CFEqual};
 constinit const CFDictionaryKeyCallBacks kCFCopyStringDictionaryKeyCallBacks = {
-    0, CopyString, ReleaseMember, CFCopyDescription, CFEqual, CFHash};
+    0, copyString, ReleaseMember, CFCopyDescription, CFEqual, CFHash};
 
 CFTypeID CFDictionaryGetTypeID() {
     return static_cast<CFTypeID>(TypeId::Dictionary);
@@ -62,7 +62,7 @@ CFDictionaryRef CFDictionaryCreateCopy(CFAllocatorRef, CFDictionaryRef dictionar
         return nullptr;
     }
     if (source->IsMutable()) {
-        return CopyOf(*source, false);
+        return copyOf(*source, false);
     }
     source->Retain();
     return source;
@@ -77,7 +77,7 @@ CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex,
 CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef, CFIndex,
                                                      CFDictionaryRef dictionary) {
     const Dictionary* source = As<Dictionary>(dictionary);
-    return source != nullptr ? CopyOf(*source, true) : nullptr;
+    return source != nullptr ? copyOf(*source, true) : nullptr;
 }
 
 CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary) {
@@ -139,14 +139,14 @@ void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFu
 }
 
 void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key, const void* value) {
-    Dictionary* object = Editable(dictionary);
+    Dictionary* object = editable(dictionary);
     if (object != nullptr && object->Find(key) == nullptr) {
         object->Add(key, value);
     }
 }
 
 void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, const void* value) {
-    Dictionary* object = Editable(dictionary);
+    Dictionary* object = editable(dictionary);
     if (object == nullptr) {
         return;
     }
@@ -159,20 +159,20 @@ void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, co
 
 void CFDictionaryReplaceValue(CFMutableDictionaryRef dictionary, const void* key,
                               const void* value) {
-    Dictionary* object = Editable(dictionary);
+    Dictionary* object = editable(dictionary);
     if (object != nullptr && object->Find(key) != nullptr) {
         object->Replace(key, value);
     }
 }
 
 void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key) {
-    if (Dictionary* object = Editable(dictionary)) {
+    if (Dictionary* object = editable(dictionary)) {
         object->Remove(key);
     }
 }
 
 void CFDictionaryRemoveAllValues(CFMutableDictionaryRef dictionary) {
-    if (Dictionary* object = Editable(dictionary)) {
+    if (Dictionary* object = editable(dictionary)) {
         object->Clear();
     }
 }

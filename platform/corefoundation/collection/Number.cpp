@@ -19,89 +19,89 @@ constinit const Immortal<Boolean_> sFalse(false);
 constexpr double cBeyondInt64 = 9223372036854775808.0;
 
 // The whole part as an integer when it is in range; not-a-number never is.
-std::optional<std::int64_t> WholePart(double value) {
+std::optional<std::int64_t> wholePart(double value) {
     return value >= -cBeyondInt64 && value < cBeyondInt64
                ? std::optional(static_cast<std::int64_t>(value))
                : std::nullopt;
 }
 
-int Sign(double value) {
+int sign(double value) {
     return (value > 0) - (value < 0);
 }
 
-int CompareValues(std::int64_t a, std::int64_t b) {
+int compareValues(std::int64_t a, std::int64_t b) {
     return (a > b) - (a < b);
 }
 
 // Not-a-number comes first.
-int CompareValues(double a, double b) {
+int compareValues(double a, double b) {
     if (std::isnan(a) || std::isnan(b)) {
         return static_cast<int>(std::isnan(b)) - static_cast<int>(std::isnan(a));
     }
     return (a > b) - (a < b);
 }
 
-int CompareValues(std::int64_t a, double b) {
-    if (const auto whole = WholePart(b)) {
-        const int order = CompareValues(a, *whole);
-        return order != 0 ? order : -Sign(b - std::trunc(b));
+int compareValues(std::int64_t a, double b) {
+    if (const auto whole = wholePart(b)) {
+        const int order = compareValues(a, *whole);
+        return order != 0 ? order : -sign(b - std::trunc(b));
     }
     return b > 0 ? -1 : 1;
 }
 
-int CompareValues(double a, std::int64_t b) {
-    return -CompareValues(b, a);
+int compareValues(double a, std::int64_t b) {
+    return -compareValues(b, a);
 }
 
 template <class T>
-bool StoreAs(T value, void* out, bool exact) {
+bool storeAs(T value, void* out, bool exact) {
     std::memcpy(out, &value, sizeof value);
     return exact;
 }
 
 template <class T>
 requires std::is_integral_v<T>
-bool Store(std::int64_t value, void* out) {
+bool store(std::int64_t value, void* out) {
     using Limits = std::numeric_limits<T>;
     const std::int64_t nearest = value < Limits::min()   ? Limits::min()
                                  : value > Limits::max() ? Limits::max()
                                                          : value;
-    return StoreAs(static_cast<T>(nearest), out, nearest == value);
+    return storeAs(static_cast<T>(nearest), out, nearest == value);
 }
 
 template <class T>
 requires std::is_integral_v<T>
-bool Store(double value, void* out) {
+bool store(double value, void* out) {
     if (std::isnan(value)) {
-        return StoreAs(T{0}, out, false);
+        return storeAs(T{0}, out, false);
     }
-    const auto whole = WholePart(value);
+    const auto whole = wholePart(value);
     const std::int64_t nearest = whole       ? *whole
                                  : value > 0 ? std::numeric_limits<std::int64_t>::max()
                                              : std::numeric_limits<std::int64_t>::min();
     const bool exact = whole && std::trunc(value) == value;
-    return Store<T>(nearest, out) && exact;
+    return store<T>(nearest, out) && exact;
 }
 
 template <class T>
 requires std::is_floating_point_v<T>
-bool Store(std::int64_t value, void* out) {
+bool store(std::int64_t value, void* out) {
     const auto nearest = static_cast<T>(value);
-    return StoreAs(nearest, out, CompareValues(value, static_cast<double>(nearest)) == 0);
+    return storeAs(nearest, out, compareValues(value, static_cast<double>(nearest)) == 0);
 }
 
 template <class T>
 requires std::is_floating_point_v<T>
-bool Store(double value, void* out) {
+bool store(double value, void* out) {
     constexpr double cLargest = std::numeric_limits<T>::max();
     if (std::isfinite(value) && std::abs(value) > cLargest) {
-        return StoreAs(static_cast<T>(std::copysign(cLargest, value)), out, false);
+        return storeAs(static_cast<T>(std::copysign(cLargest, value)), out, false);
     }
     const auto nearest = static_cast<T>(value);
-    return StoreAs(nearest, out, CompareValues(value, static_cast<double>(nearest)) == 0);
+    return storeAs(nearest, out, compareValues(value, static_cast<double>(nearest)) == 0);
 }
 
-CFNumberType IntegerType(size_t bytes) {
+CFNumberType integerType(size_t bytes) {
     switch (bytes) {
     case 1:
         return kCFNumberSInt8Type;
@@ -115,20 +115,20 @@ CFNumberType IntegerType(size_t bytes) {
 }
 
 // The type of fixed width that is meant by `type` here; 0 for an unknown one.
-CFNumberType FixedTypeOf(CFNumberType type) {
+CFNumberType fixedTypeOf(CFNumberType type) {
     switch (type) {
     case kCFNumberCharType:
-        return IntegerType(sizeof(char));
+        return integerType(sizeof(char));
     case kCFNumberShortType:
-        return IntegerType(sizeof(short));
+        return integerType(sizeof(short));
     case kCFNumberIntType:
-        return IntegerType(sizeof(int));
+        return integerType(sizeof(int));
     case kCFNumberLongType:
     case kCFNumberCFIndexType:
     case kCFNumberNSIntegerType:
-        return IntegerType(sizeof(long));
+        return integerType(sizeof(long));
     case kCFNumberLongLongType:
-        return IntegerType(sizeof(long long));
+        return integerType(sizeof(long long));
     case kCFNumberFloatType:
         return kCFNumberFloat32Type;
     case kCFNumberDoubleType:
@@ -147,7 +147,7 @@ T Load(const void* value) {
     return loaded;
 }
 
-std::optional<Number::Value> LoadValue(CFNumberType fixedType, const void* value) {
+std::optional<Number::Value> loadValue(CFNumberType fixedType, const void* value) {
     switch (fixedType) {
     case kCFNumberSInt8Type:
         return Load<std::int8_t>(value);
@@ -167,20 +167,20 @@ std::optional<Number::Value> LoadValue(CFNumberType fixedType, const void* value
 }
 
 template <class Stored>
-bool StoreFixed(Stored stored, CFNumberType fixedType, void* value) {
+bool storeFixed(Stored stored, CFNumberType fixedType, void* value) {
     switch (fixedType) {
     case kCFNumberSInt8Type:
-        return Store<std::int8_t>(stored, value);
+        return store<std::int8_t>(stored, value);
     case kCFNumberSInt16Type:
-        return Store<std::int16_t>(stored, value);
+        return store<std::int16_t>(stored, value);
     case kCFNumberSInt32Type:
-        return Store<std::int32_t>(stored, value);
+        return store<std::int32_t>(stored, value);
     case kCFNumberSInt64Type:
-        return Store<std::int64_t>(stored, value);
+        return store<std::int64_t>(stored, value);
     case kCFNumberFloat32Type:
-        return Store<float>(stored, value);
+        return store<float>(stored, value);
     case kCFNumberFloat64Type:
-        return Store<double>(stored, value);
+        return store<double>(stored, value);
     default:
         return false;
     }
@@ -192,7 +192,7 @@ bool StoreFixed(Stored stored, CFNumberType fixedType, void* value) {
 using namespace tvplatform;
 
 int __CFNumber::Compare(const __CFNumber& other) const {
-    return std::visit([](auto a, auto b) { return CompareValues(a, b); }, value_, other.value_);
+    return std::visit([](auto a, auto b) { return compareValues(a, b); }, value_, other.value_);
 }
 
 bool __CFNumber::Equal(const Object& other) const {
@@ -208,7 +208,7 @@ CFHashCode __CFNumber::Hash() const {
     if (std::isnan(value)) {
         return 0;
     }
-    const auto whole = WholePart(value);
+    const auto whole = wholePart(value);
     return whole && std::trunc(value) == value ? std::hash<std::int64_t>()(*whole)
                                                : std::hash<double>()(value);
 }
@@ -237,8 +237,8 @@ CFTypeID CFNumberGetTypeID() {
 }
 
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void* value) {
-    const CFNumberType fixedType = FixedTypeOf(type);
-    const auto loaded = value != nullptr ? LoadValue(fixedType, value) : std::nullopt;
+    const CFNumberType fixedType = fixedTypeOf(type);
+    const auto loaded = value != nullptr ? loadValue(fixedType, value) : std::nullopt;
     return loaded ? new Number(fixedType, *loaded) : nullptr;
 }
 
@@ -262,7 +262,7 @@ Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value) {
     if (object == nullptr || value == nullptr) {
         return false;
     }
-    return std::visit([&](auto stored) { return StoreFixed(stored, FixedTypeOf(type), value); },
+    return std::visit([&](auto stored) { return storeFixed(stored, fixedTypeOf(type), value); },
                       object->Get());
 }
 

@@ -16,7 +16,7 @@ thread_local int tComparisons = 0;
 constinit const Immortal<__CFAllocator> sMalloc;
 constinit const Immortal<__CFAllocator> sNull;
 
-const Object* ToObject(CFTypeRef reference) {
+const Object* toObject(CFTypeRef reference) {
     return static_cast<const Object*>(reference);
 }
 
@@ -28,23 +28,23 @@ constinit const CFAllocatorRef kCFAllocatorNull = &sNull.object;
 
 CFTypeRef CFRetain(CFTypeRef object) {
     if (object != nullptr) {
-        ToObject(object)->Retain();
+        toObject(object)->Retain();
     }
     return object;
 }
 
 void CFRelease(CFTypeRef object) {
     if (object != nullptr) {
-        ToObject(object)->Release();
+        toObject(object)->Release();
     }
 }
 
 CFIndex CFGetRetainCount(CFTypeRef object) {
-    return object != nullptr ? ToObject(object)->Count() : 0;
+    return object != nullptr ? toObject(object)->Count() : 0;
 }
 
 CFTypeID CFGetTypeID(CFTypeRef object) {
-    return static_cast<CFTypeID>(object != nullptr ? ToObject(object)->Type() : TypeId::Unknown);
+    return static_cast<CFTypeID>(object != nullptr ? toObject(object)->Type() : TypeId::Unknown);
 }
 
 Boolean CFEqual(CFTypeRef a, CFTypeRef b) {
@@ -56,9 +56,9 @@ Boolean CFEqual(CFTypeRef a, CFTypeRef b) {
         return false;
     }
     const DepthCount depth(tComparisons);
-    return ToObject(a)->Equal(*ToObject(b));
+    return toObject(a)->Equal(*toObject(b));
 }
 
 CFHashCode CFHash(CFTypeRef object) {
-    return object != nullptr ? ToObject(object)->Hash() : 0;
+    return object != nullptr ? toObject(object)->Hash() : 0;
 }

@@ -12,12 +12,12 @@ size_t Behind(std::string_view xml, std::string_view end, size_t from) {
     return found == std::string_view::npos ? xml.size() : found + end.size();
 }
 
-bool IsContainer(std::string_view name) {
+bool isContainer(std::string_view name) {
     return name.starts_with("dict") || name.starts_with("array");
 }
 
 // Whether a tag, from behind its "<", is closed in itself: nothing but white space before "/>".
-bool IsEmptyElement(std::string_view tag) {
+bool isEmptyElement(std::string_view tag) {
     const size_t slash = tag.find_first_not_of(" \t\r\n", tag.starts_with("dict") ? 4 : 5);
     return slash != std::string_view::npos && tag.substr(slash).starts_with("/>");
 }
@@ -35,9 +35,9 @@ bool IsPlistDeeperThan(std::string_view xml, size_t levels) {
         } else if (tag.starts_with("?")) {
             at = Behind(xml, "?>", at + 2);
         } else {
-            if (tag.starts_with("/") && IsContainer(tag.substr(1))) {
+            if (tag.starts_with("/") && isContainer(tag.substr(1))) {
                 depth -= std::min<size_t>(depth, 1);
-            } else if (IsContainer(tag) && !IsEmptyElement(tag) && ++depth > levels) {
+            } else if (isContainer(tag) && !isEmptyElement(tag) && ++depth > levels) {
                 return true;
             }
             ++at;

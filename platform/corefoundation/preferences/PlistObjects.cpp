@@ -26,13 +26,13 @@ struct FreeNode {
 using Node = std::unique_ptr<void, FreeNode>;
 
 // For numbers below zero, which libplist's functions and versions treat differently.
-Node NodeFromXml(const std::string& xml) {
+Node nodeFromXml(const std::string& xml) {
     plist_t node = nullptr;
     plist_from_xml(xml.data(), static_cast<uint32_t>(xml.size()), &node);
     return Node(node);
 }
 
-bool IsBelowZero(plist_t node) {
+bool isBelowZero(plist_t node) {
     char* xml = nullptr;
     uint32_t length = 0;
     plist_to_xml(node, &xml, &length);
@@ -41,14 +41,14 @@ bool IsBelowZero(plist_t node) {
            std::string_view(xml, length).find("<integer>-") != std::string_view::npos;
 }
 
-Node NodeFromNumber(const Number& number) {
+Node nodeFromNumber(const Number& number) {
     if (const auto* real = std::get_if<double>(&number.Get())) {
         return Node(plist_new_real(*real));
     }
     const std::int64_t value = std::get<std::int64_t>(number.Get());
     return value >= 0
                ? Node(plist_new_uint(static_cast<uint64_t>(value)))
-               : NodeFromXml("<plist><integer>" + std::to_string(value) + "</integer></plist>");
+               : nodeFromXml("<plist><integer>" + std::to_string(value) + "</integer></plist>");
 }
 
 // Makes nodes of objects; null for what cannot be one.
@@ -67,7 +67,7 @@ public:
 private:
     Node BuildPart(CFTypeRef object) {
         if (const auto* number = As<const Number>(object)) {
-            return NodeFromNumber(*number);
+            return nodeFromNumber(*number);
         }
         if (const auto* boolean = As<const Boolean_>(object)) {
             return Node(plist_new_bool(boolean->Get() ? 1 : 0));
@@ -132,18 +132,18 @@ private:
     int parts_ = 0;
 };
 
-Owned<CFTypeRef> MakeObject(plist_t node);
+Owned<CFTypeRef> makeObject(plist_t node);
 
-Owned<CFTypeRef> MakeInteger(plist_t node) {
+Owned<CFTypeRef> makeInteger(plist_t node) {
     uint64_t bits = 0;
     plist_get_uint_val(node, &bits);
     const auto value = static_cast<SInt64>(bits);
-    return Owned<CFTypeRef>(value >= 0 || IsBelowZero(node)
+    return Owned<CFTypeRef>(value >= 0 || isBelowZero(node)
                                 ? CFNumberCreate(nullptr, kCFNumberSInt64Type, &value)
                                 : nullptr);
 }
 
-Owned<CFTypeRef> MakeArray(plist_t node) {
+Owned<CFTypeRef> makeArray(plist_t node) {
     Owned<CFMutableArrayRef> array(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
     plist_array_iter made = nullptr;
     plist_array_new_iter(node, &made);
@@ -154,7 +154,7 @@ Owned<CFTypeRef> MakeArray(plist_t node) {
         if (part == nullptr) {
             return array;
         }
-        const auto object = MakeObject(part);
+        const auto object = makeObject(part);
         if (!object) {
             return nullptr;
         }
@@ -162,7 +162,7 @@ Owned<CFTypeRef> MakeArray(plist_t node) {
     }
 }
 
-Owned<CFTypeRef> MakeDictionary(plist_t node) {
+Owned<CFTypeRef> makeDictionary(plist_t node) {
     Owned<CFMutableDictionaryRef> dictionary(CFDictionaryCreateMutable(
         nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
     plist_dict_iter made = nullptr;
@@ -177,7 +177,7 @@ Owned<CFTypeRef> MakeDictionary(plist_t node) {
             return dictionary;
         }
         const Owned<CFStringRef> name(key != nullptr ? MakeString(key) : nullptr);
-        const auto object = MakeObject(part);
+        const auto object = makeObject(part);
         if (!name || !object) {
             return nullptr;
         }
@@ -186,7 +186,7 @@ Owned<CFTypeRef> MakeDictionary(plist_t node) {
 }
 
 // Recursive, as deep as ParsePlist and PlistFromObject allow.
-Owned<CFTypeRef> MakeObject(plist_t node) {
+Owned<CFTypeRef> makeObject(plist_t node) {
     uint64_t length = 0;
     switch (plist_get_node_type(node)) {
     case PLIST_BOOLEAN: {
@@ -195,7 +195,7 @@ Owned<CFTypeRef> MakeObject(plist_t node) {
         return Share<CFTypeRef>(value != 0 ? kCFBooleanTrue : kCFBooleanFalse);
     }
     case PLIST_UINT:
-        return MakeInteger(node);
+        return makeInteger(node);
     case PLIST_REAL: {
         double value = 0;
         plist_get_real_val(node, &value);
@@ -211,9 +211,9 @@ Owned<CFTypeRef> MakeObject(plist_t node) {
                                              static_cast<CFIndex>(length)));
     }
     case PLIST_ARRAY:
-        return MakeArray(node);
+        return makeArray(node);
     case PLIST_DICT:
-        return MakeDictionary(node);
+        return makeDictionary(node);
     default:
         return nullptr;
     }
@@ -228,7 +228,7 @@ PlistValue PlistFromObject(CFTypeRef object) {
 
 CFTypeRef ObjectFromPlist(const PlistValue& value) {
     const PlistLocale locale;
-    return value ? MakeObject(value.get()).release() : nullptr;
+    return value ? makeObject(value.get()).release() : nullptr;
 }
 
 }  // namespace tvplatform

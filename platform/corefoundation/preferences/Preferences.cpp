@@ -13,21 +13,21 @@ using namespace tvplatform;
 
 namespace {
 
-bool IsConstant(CFStringRef name, CFStringRef constant) {
+bool isConstant(CFStringRef name, CFStringRef constant) {
     return CFEqual(name, constant) != 0;
 }
 
-std::optional<std::string> ProgramName() {
+std::optional<std::string> programName() {
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
     return error ? std::nullopt : std::optional(program.filename().string());
 }
 
-std::optional<std::string> DomainName(CFStringRef applicationID) {
-    if (IsConstant(applicationID, kCFPreferencesAnyApplication)) {
+std::optional<std::string> domainName(CFStringRef applicationID) {
+    if (isConstant(applicationID, kCFPreferencesAnyApplication)) {
         return ".GlobalPreferences";
     }
-    auto name = IsConstant(applicationID, kCFPreferencesCurrentApplication) ? ProgramName()
+    auto name = isConstant(applicationID, kCFPreferencesCurrentApplication) ? programName()
                                                                             : ToUtf8(applicationID);
     // The name must stay within the folder.
     const bool valid = name && !name->empty() &&
@@ -36,18 +36,18 @@ std::optional<std::string> DomainName(CFStringRef applicationID) {
 }
 
 // Nothing where there is no store.
-std::optional<PreferencesDomain> FindDomain(CFStringRef applicationID, CFStringRef userName,
+std::optional<PreferencesDomain> findDomain(CFStringRef applicationID, CFStringRef userName,
                                             CFStringRef hostName) {
-    if (!IsConstant(userName, kCFPreferencesCurrentUser) ||
-        !IsConstant(hostName, kCFPreferencesAnyHost)) {
+    if (!isConstant(userName, kCFPreferencesCurrentUser) ||
+        !isConstant(hostName, kCFPreferencesAnyHost)) {
         return std::nullopt;
     }
-    const auto name = DomainName(applicationID);
+    const auto name = domainName(applicationID);
     return name ? std::optional(FindPreferencesDomain(*name)) : std::nullopt;
 }
 
 // Nothing for what is no key; no value stands for what is no value.
-std::optional<PlistEntry> MakeEntry(CFTypeRef key, CFTypeRef value) {
+std::optional<PlistEntry> makeEntry(CFTypeRef key, CFTypeRef value) {
     auto text = ToUtf8(key);
     if (!text || !IsPlistText(*text)) {
         return std::nullopt;
@@ -55,7 +55,7 @@ std::optional<PlistEntry> MakeEntry(CFTypeRef key, CFTypeRef value) {
     return PlistEntry{std::move(*text), PlistFromObject(value)};
 }
 
-CFTypeRef CopyPreference(const PreferencesDomain& domain, CFTypeRef key) {
+CFTypeRef copyPreference(const PreferencesDomain& domain, CFTypeRef key) {
     const auto text = ToUtf8(key);
     return text ? ObjectFromPlist(GetPreference(domain, *text)) : nullptr;
 }
@@ -71,14 +71,14 @@ const CFStringRef kCFPreferencesCurrentUser = CFSTR("kCFPreferencesCurrentUser")
 
 CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CFStringRef applicationID,
                                          CFStringRef userName, CFStringRef hostName) {
-    const auto domain = FindDomain(applicationID, userName, hostName);
-    return domain ? CopyPreference(*domain, key) : nullptr;
+    const auto domain = findDomain(applicationID, userName, hostName);
+    return domain ? copyPreference(*domain, key) : nullptr;
 }
 
 void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef applicationID,
                            CFStringRef userName, CFStringRef hostName) {
-    const auto domain = FindDomain(applicationID, userName, hostName);
-    auto entry = domain ? MakeEntry(key, value) : std::nullopt;
+    const auto domain = findDomain(applicationID, userName, hostName);
+    auto entry = domain ? makeEntry(key, value) : std::nullopt;
     if (entry && (value == nullptr || entry->value)) {
         SetPreferences(*domain, {std::move(*entry)});
     }
@@ -86,7 +86,7 @@ void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef
 
 CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStringRef userName,
                                     CFStringRef hostName) {
-    const auto domain = FindDomain(applicationID, userName, hostName);
+    const auto domain = findDomain(applicationID, userName, hostName);
     if (!domain) {
         return nullptr;
     }
@@ -102,7 +102,7 @@ CFDictionaryRef CFPreferencesCopyMultiple(CFArrayRef keysToFetch, CFStringRef ap
                                           CFStringRef userName, CFStringRef hostName) {
     Owned<CFMutableDictionaryRef> values(CFDictionaryCreateMutable(
         nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-    const auto domain = FindDomain(applicationID, userName, hostName);
+    const auto domain = findDomain(applicationID, userName, hostName);
     const Owned<CFArrayRef> keys(
         keysToFetch != nullptr
             ? Share(keysToFetch)
@@ -112,7 +112,7 @@ CFDictionaryRef CFPreferencesCopyMultiple(CFArrayRef keysToFetch, CFStringRef ap
         return values.release();
     }
     for (const void* key : list->Values()) {
-        const Owned<CFTypeRef> value(CopyPreference(*domain, key));
+        const Owned<CFTypeRef> value(copyPreference(*domain, key));
         CFDictionarySetValue(values.get(), key, value.get());
     }
     return values.release();
@@ -139,7 +139,7 @@ void CFPreferencesSetMultiple(CFDictionaryRef keysToSet, CFArrayRef keysToRemove
 
 Boolean CFPreferencesSynchronize(CFStringRef applicationID, CFStringRef userName,
                                  CFStringRef hostName) {
-    const auto domain = FindDomain(applicationID, userName, hostName);
+    const auto domain = findDomain(applicationID, userName, hostName);
     return domain && SynchronizePreferences(*domain);
 }
 

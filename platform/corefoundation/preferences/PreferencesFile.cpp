@@ -32,7 +32,7 @@ private:
     const int number_;
 };
 
-std::string FolderOf(const std::string& path) {
+std::string folderOf(const std::string& path) {
     return path.substr(0, path.rfind('/') + 1);
 }
 
@@ -55,7 +55,7 @@ std::optional<std::string> ReadAll(int file) {
     return bytes;
 }
 
-bool WriteAll(int file, std::string_view bytes) {
+bool writeAll(int file, std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t count = write(file, bytes.data(), bytes.size());
         if (count < 0 && errno != EINTR) {
@@ -67,20 +67,20 @@ bool WriteAll(int file, std::string_view bytes) {
 }
 
 // Where a chain of links leads, even when nothing is there yet.
-std::optional<std::string> FollowLinks(std::string path) {
+std::optional<std::string> followLinks(std::string path) {
     for (int links = 0; links < cMostLinks; ++links) {
         std::error_code error;
         const std::string target = std::filesystem::read_symlink(path, error).string();
         if (error) {
             return path;  // no link
         }
-        path = target.starts_with('/') ? target : FolderOf(path) + target;
+        path = target.starts_with('/') ? target : folderOf(path) + target;
     }
     return std::nullopt;
 }
 
 // Gives the file a second name that was free.
-bool KeepUnderAnotherName(const std::string& path) {
+bool keepUnderAnotherName(const std::string& path) {
     for (int number = 1; number <= cMostKept; ++number) {
         if (link(path.c_str(), (path + ".damaged-" + std::to_string(number)).c_str()) == 0) {
             return true;
@@ -111,7 +111,7 @@ public:
             return false;
         }
         GiveToFolderOwner(file_.Get(), path_);
-        return WriteAll(file_.Get(), bytes) && fsync(file_.Get()) == 0;
+        return writeAll(file_.Get(), bytes) && fsync(file_.Get()) == 0;
     }
     bool Place() {
         placed_ = rename(temporary_.c_str(), path_.c_str()) == 0;
@@ -125,8 +125,8 @@ private:
     bool placed_ = false;
 };
 
-bool SyncFolderOf(const std::string& path) {
-    const Descriptor folder(open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+bool syncFolderOf(const std::string& path) {
+    const Descriptor folder(open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     // Some file systems cannot, and need not.
     return folder.Get() >= 0 && (fsync(folder.Get()) == 0 || errno == EINVAL);
 }
@@ -156,18 +156,18 @@ PreferencesReading ReadPreferencesFile(const std::string& path) {
 bool ReplacePreferencesFile(const std::string& path, const std::vector<PlistEntry>& entries,
                             bool keepOld) {
     const std::string xml = WritePlist(entries);
-    const auto target = FollowLinks(path);
+    const auto target = followLinks(path);
     if (xml.empty() || xml.size() > cLargestFile || !target) {
         return false;
     }
     Replacement replacement(*target);
-    return replacement.Write(xml) && (!keepOld || KeepUnderAnotherName(*target)) &&
-           replacement.Place() && SyncFolderOf(*target);
+    return replacement.Write(xml) && (!keepOld || keepUnderAnotherName(*target)) &&
+           replacement.Place() && syncFolderOf(*target);
 }
 
 void GiveToFolderOwner(int file, const std::string& path) {
     struct stat folder = {};
-    if (geteuid() == 0 && stat(FolderOf(path).c_str(), &folder) == 0 && folder.st_uid != 0) {
+    if (geteuid() == 0 && stat(folderOf(path).c_str(), &folder) == 0 && folder.st_uid != 0) {
         // Where the file system refuses, root's file has to do.
         [[maybe_unused]] const int ignored = fchown(file, folder.st_uid, folder.st_gid);
     }

@@ -22,7 +22,7 @@ constexpr timespec cPause = {0, 1000000};  // nanoseconds
 constexpr off_t cTurn = 0;
 constexpr off_t cWork = 1;
 
-bool SetLock(int file, short type, off_t begin, off_t length) {
+bool setLock(int file, short type, off_t begin, off_t length) {
     struct flock range = {};
     range.l_type = type;
     range.l_whence = SEEK_SET;
@@ -32,8 +32,8 @@ bool SetLock(int file, short type, off_t begin, off_t length) {
     return fcntl(file, F_OFD_SETLK, &range) == 0;
 }
 
-bool WaitForLock(int file, off_t byte, Clock::time_point deadline) {
-    while (!SetLock(file, F_WRLCK, byte, 1)) {
+bool waitForLock(int file, off_t byte, Clock::time_point deadline) {
+    while (!setLock(file, F_WRLCK, byte, 1)) {
         if ((errno != EAGAIN && errno != EACCES && errno != EINTR) || Clock::now() >= deadline) {
             return false;
         }
@@ -43,7 +43,7 @@ bool WaitForLock(int file, off_t byte, Clock::time_point deadline) {
     return true;
 }
 
-bool IsRegular(int file) {
+bool isRegular(int file) {
     struct stat status = {};
     return fstat(file, &status) == 0 && S_ISREG(status.st_mode);
 }
@@ -52,19 +52,19 @@ bool IsRegular(int file) {
 
 PreferencesLock::PreferencesLock(const std::string& path)
     : file_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600)) {
-    if (file_ < 0 || !IsRegular(file_)) {
+    if (file_ < 0 || !isRegular(file_)) {
         return;
     }
     GiveToFolderOwner(file_, path);
     const auto deadline = Clock::now() + cLongestWait;
-    held_ = WaitForLock(file_, cTurn, deadline) && WaitForLock(file_, cWork, deadline);
-    SetLock(file_, F_UNLCK, cTurn, 1);
+    held_ = waitForLock(file_, cTurn, deadline) && waitForLock(file_, cWork, deadline);
+    setLock(file_, F_UNLCK, cTurn, 1);
 }
 
 PreferencesLock::~PreferencesLock() {
     if (file_ >= 0) {
         // Closing alone would not do where a child process has been forked meanwhile.
-        SetLock(file_, F_UNLCK, 0, 0);
+        setLock(file_, F_UNLCK, 0, 0);
         close(file_);
     }
 }

@@ -122,7 +122,7 @@ Moment Look(const PreferencesDomain& domain) {
 // Makes `contents` what the file is known to hold, unless something newer is known, and forgets the
 // changes that are `done`, unless they were made anew meanwhile. `number` is from before the file
 // was read; nothing means that the file was just written under its lock.
-void Install(const PreferencesDomain& domain, std::shared_ptr<const Contents> contents,
+void install(const PreferencesDomain& domain, std::shared_ptr<const Contents> contents,
              std::optional<std::uint64_t> number, const Changes& done) {
     Memory& memory = Memory::Get();
     memory.With(domain, [&](State& state) {
@@ -141,19 +141,19 @@ void Install(const PreferencesDomain& domain, std::shared_ptr<const Contents> co
 }
 
 // What the file holds and what waits, read for the first time where need be.
-Moment LookWithContents(const PreferencesDomain& domain) {
+Moment lookWithContents(const PreferencesDomain& domain) {
     Moment moment = Look(domain);
     if (moment.contents == nullptr) {
         auto read = std::make_shared<const Contents>(
             domain.folder ? ReadPreferencesFile(domain.file).entries : std::vector<PlistEntry>());
-        Install(domain, read, moment.number, {});
+        install(domain, read, moment.number, {});
         moment.contents = std::move(read);
     }
     return moment;
 }
 
 // Writes what waits into the file as it is now, whoever wrote it last.
-bool WriteChanges(const PreferencesDomain& domain) {
+bool writeChanges(const PreferencesDomain& domain) {
     if (MakeFolder(*domain.folder, 0700) != 0) {
         return false;
     }
@@ -172,7 +172,7 @@ bool WriteChanges(const PreferencesDomain& domain) {
                                       reading.state == FileState::Damaged);
         contents = done ? std::move(changed) : std::move(contents);
     }
-    Install(domain, std::move(contents), std::nullopt, done ? moment.pending : Changes());
+    install(domain, std::move(contents), std::nullopt, done ? moment.pending : Changes());
     return done;
 }
 
@@ -193,11 +193,11 @@ PlistValue GetPreference(const PreferencesDomain& domain, const std::string& key
         }
         return state.contents ? std::optional(state.contents->Find(key)) : std::nullopt;
     });
-    return known ? *known : LookWithContents(domain).contents->Find(key);
+    return known ? *known : lookWithContents(domain).contents->Find(key);
 }
 
 std::vector<std::string> GetPreferenceKeys(const PreferencesDomain& domain) {
-    const Moment moment = LookWithContents(domain);
+    const Moment moment = lookWithContents(domain);
     std::set<std::string> keys;
     const Contents all = moment.contents->With(moment.pending);
     for (const PlistEntry& entry : all.Entries()) {
@@ -225,8 +225,8 @@ bool SynchronizePreferences(const PreferencesDomain& domain) {
     const bool readable = reading.state == FileState::Good || reading.state == FileState::Absent;
     const bool changes = contents->WouldChange(moment.pending);
     // Removals of what is not there are done.
-    Install(domain, contents, moment.number, readable && !changes ? moment.pending : Changes());
-    return changes && reading.state != FileState::Unusable ? WriteChanges(domain) : readable;
+    install(domain, contents, moment.number, readable && !changes ? moment.pending : Changes());
+    return changes && reading.state != FileState::Unusable ? writeChanges(domain) : readable;
 }
 
 }  // namespace tvplatform

@@ -9,7 +9,7 @@ using tvplatform::RunLoop;
 
 namespace {
 
-bool IsString(CFTypeRef object) {
+bool isString(CFTypeRef object) {
     return object != nullptr && CFGetTypeID(object) == CFStringGetTypeID();
 }
 
@@ -54,13 +54,13 @@ CFIndex CFReadStreamRead(CFReadStreamRef stream, UInt8* buffer, CFIndex bufferLe
 
 CFTypeRef CFReadStreamCopyProperty(CFReadStreamRef stream, CFStreamPropertyKey propertyName) {
     const auto* self = As<ReadStream>(stream);
-    return self != nullptr && IsString(propertyName) ? self->CopyProperty(propertyName) : nullptr;
+    return self != nullptr && isString(propertyName) ? self->CopyProperty(propertyName) : nullptr;
 }
 
 Boolean CFReadStreamSetProperty(CFReadStreamRef stream, CFStreamPropertyKey propertyName,
                                 CFTypeRef propertyValue) {
     auto* self = As<ReadStream>(stream);
-    return self != nullptr && IsString(propertyName) &&
+    return self != nullptr && isString(propertyName) &&
            self->SetProperty(propertyName, propertyValue);
 }
 
@@ -79,7 +79,7 @@ void CFReadStreamScheduleWithRunLoop(CFReadStreamRef stream, CFRunLoopRef runLoo
                                      CFRunLoopMode runLoopMode) {
     auto* self = As<ReadStream>(stream);
     auto* loop = As<RunLoop>(runLoop);
-    if (self != nullptr && loop != nullptr && IsString(runLoopMode)) {
+    if (self != nullptr && loop != nullptr && isString(runLoopMode)) {
         self->Schedule(*loop, runLoopMode);
     }
 }
@@ -88,7 +88,7 @@ void CFReadStreamUnscheduleFromRunLoop(CFReadStreamRef stream, CFRunLoopRef runL
                                        CFRunLoopMode runLoopMode) {
     auto* self = As<ReadStream>(stream);
     auto* loop = As<RunLoop>(runLoop);
-    if (self != nullptr && loop != nullptr && IsString(runLoopMode)) {
+    if (self != nullptr && loop != nullptr && isString(runLoopMode)) {
         self->Unschedule(*loop, runLoopMode);
     }
 }

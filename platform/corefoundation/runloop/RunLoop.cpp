@@ -17,19 +17,19 @@ namespace {
 // Where the system has no event descriptor left, nothing can end a wait: it is cut into slices.
 constexpr std::chrono::milliseconds cSliceWithoutWakeUp{50};
 
-bool SameMode(CFStringRef a, CFStringRef b) {
+bool sameMode(CFStringRef a, CFStringRef b) {
     return a == b || CFEqual(a, b);
 }
 
 // Whether what is attached in `attached` is served while the loop runs in `running`.
-bool Covers(CFStringRef attached, CFStringRef running) {
-    return SameMode(attached, running) ||
-           (SameMode(attached, kCFRunLoopCommonModes) && SameMode(running, kCFRunLoopDefaultMode));
+bool covers(CFStringRef attached, CFStringRef running) {
+    return sameMode(attached, running) ||
+           (sameMode(attached, kCFRunLoopCommonModes) && sameMode(running, kCFRunLoopDefaultMode));
 }
 
 // A key and not a thread_local object with a destructor: registering one takes the dynamic loader's
 // lock, and a thread must be able to have a loop while another one is inside dlopen.
-pthread_key_t LoopKey(void (*endThread)(void*)) {
+pthread_key_t loopKey(void (*endThread)(void*)) {
     static const pthread_key_t key = [endThread] {
         pthread_key_t made{};
         if (pthread_key_create(&made, endThread) != 0) {
@@ -80,7 +80,7 @@ RunLoop::~RunLoop() {
 }
 
 RunLoop* RunLoop::Current() {
-    const pthread_key_t key = LoopKey(EndThread);
+    const pthread_key_t key = loopKey(EndThread);
     auto* loop = static_cast<RunLoop*>(pthread_getspecific(key));
     if (loop == nullptr) {
         loop = new RunLoop;
@@ -93,7 +93,7 @@ RunLoop* RunLoop::Current() {
 }
 
 bool RunLoop::IsCurrent() const {
-    return pthread_getspecific(LoopKey(EndThread)) == this;
+    return pthread_getspecific(loopKey(EndThread)) == this;
 }
 
 // Items hold their loop, so what is still attached would keep it for ever.
@@ -108,7 +108,7 @@ void RunLoop::Attach(RunLoopItem& item, CFStringRef mode) {
     const std::lock_guard guard(lock_);
     const bool known =
         std::any_of(attachments_.begin(), attachments_.end(), [&](const auto& other) {
-            return other.item.Get() == &item && SameMode(other.mode, mode);
+            return other.item.Get() == &item && sameMode(other.mode, mode);
         });
     if (!known) {
         const auto place =
@@ -120,7 +120,7 @@ void RunLoop::Attach(RunLoopItem& item, CFStringRef mode) {
 
 void RunLoop::Detach(const RunLoopItem& item, CFStringRef mode) {
     DetachWhere([&](const Attachment& attachment) {
-        return attachment.item.Get() == &item && SameMode(attachment.mode, mode);
+        return attachment.item.Get() == &item && sameMode(attachment.mode, mode);
     });
 }
 
@@ -152,7 +152,7 @@ void RunLoop::DetachWhere(Predicate predicate) {
 bool RunLoop::IsAttached(const RunLoopItem& item, CFStringRef mode) const {
     const std::lock_guard guard(lock_);
     return std::any_of(attachments_.begin(), attachments_.end(), [&](const Attachment& attachment) {
-        return attachment.item.Get() == &item && SameMode(attachment.mode, mode);
+        return attachment.item.Get() == &item && sameMode(attachment.mode, mode);
     });
 }
 
@@ -160,7 +160,7 @@ bool RunLoop::Serves(const RunLoopItem& item, CFStringRef mode) const {
     const std::lock_guard guard(lock_);
     return item.IsValid() &&
            std::any_of(attachments_.begin(), attachments_.end(), [&](const Attachment& attachment) {
-               return attachment.item.Get() == &item && Covers(attachment.mode, mode);
+               return attachment.item.Get() == &item && covers(attachment.mode, mode);
            });
 }
 
@@ -172,7 +172,7 @@ std::vector<RunLoop::Turn> RunLoop::ItemsOf(CFStringRef mode) const {
         const bool known = std::any_of(turns.begin(), turns.end(), [&](const Turn& turn) {
             return turn.item.Get() == attachment.item.Get();
         });
-        if (!known && attachment.item->IsValid() && Covers(attachment.mode, mode)) {
+        if (!known && attachment.item->IsValid() && covers(attachment.mode, mode)) {
             turns.push_back({attachment.item});
         }
     }

@@ -16,11 +16,11 @@ namespace {
 // A year stands for "for ever"; it also keeps the clock's arithmetic in range.
 constexpr double cLongestRun = 365.0 * 24 * 3600;
 
-bool IsMode(CFStringRef mode) {
+bool isMode(CFStringRef mode) {
     return mode != nullptr && CFGetTypeID(mode) == CFStringGetTypeID();
 }
 
-Clock::time_point After(double seconds) {
+Clock::time_point after(double seconds) {
     if (!(seconds > 0)) {
         return Clock::time_point::min();
     }
@@ -89,10 +89,10 @@ void CFRunLoopRun(void) {
 
 CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds,
                                       Boolean returnAfterSourceHandled) {
-    if (!IsMode(mode) || CFEqual(mode, kCFRunLoopCommonModes)) {
+    if (!isMode(mode) || CFEqual(mode, kCFRunLoopCommonModes)) {
         return kCFRunLoopRunFinished;
     }
-    return RunLoop::Current()->Run(mode, After(seconds), returnAfterSourceHandled != 0);
+    return RunLoop::Current()->Run(mode, after(seconds), returnAfterSourceHandled != 0);
 }
 
 Boolean CFRunLoopIsWaiting(CFRunLoopRef loop) {
@@ -115,7 +115,7 @@ void CFRunLoopStop(CFRunLoopRef loop) {
 void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
     auto* self = As<RunLoop>(loop);
     auto* item = As<RunLoopSource>(source);
-    if (self != nullptr && item != nullptr && item->IsValid() && IsMode(mode)) {
+    if (self != nullptr && item != nullptr && item->IsValid() && isMode(mode)) {
         self->Attach(*item, mode);
         self->WakeUp();
     }
@@ -124,7 +124,7 @@ void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopM
 void CFRunLoopRemoveSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
     auto* self = As<RunLoop>(loop);
     auto* item = As<RunLoopSource>(source);
-    if (self != nullptr && item != nullptr && IsMode(mode)) {
+    if (self != nullptr && item != nullptr && isMode(mode)) {
         self->Detach(*item, mode);
     }
 }
@@ -132,7 +132,7 @@ void CFRunLoopRemoveSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLo
 Boolean CFRunLoopContainsSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
     const auto* self = As<RunLoop>(loop);
     const auto* item = As<RunLoopSource>(source);
-    return self != nullptr && item != nullptr && IsMode(mode) && item->IsValid() &&
+    return self != nullptr && item != nullptr && isMode(mode) && item->IsValid() &&
            self->IsAttached(*item, mode);
 }
 

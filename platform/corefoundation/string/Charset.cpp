@@ -136,14 +136,14 @@ std::string Plain(std::string_view name) {
 
 // Whether a name can be passed to iconv: with a slash or comma it would be more than a name, and
 // an empty one or "char" stands for the locale's charset.
-bool IsSafe(std::string_view name) {
+bool isSafe(std::string_view name) {
     return !name.empty() && name.size() <= cLongestName && name != "CHAR" &&
            std::all_of(name.begin(), name.end(), [](char c) {
                return IsAlnum(c) || std::string_view("-_.:+()").find(c) != std::string_view::npos;
            });
 }
 
-const Charset* FindKnown(std::string_view name) {
+const Charset* findKnown(std::string_view name) {
     const std::string plain = Plain(name);
     for (const Alias& alias : cAliases) {
         if (plain == alias.name) {
@@ -158,7 +158,7 @@ const Charset* FindKnown(std::string_view name) {
     return nullptr;
 }
 
-const Charset* FindPrivate(const std::string& name) {
+const Charset* findPrivate(const std::string& name) {
     PrivateCharsets& privates = Privates();
     const std::lock_guard guard(privates.lock);
     for (const PrivateCharset& known : privates.list) {
@@ -180,7 +180,7 @@ const Charset* FindPrivate(const std::string& name) {
 }
 
 // The number of the charset with that name when it can serve for 8-bit texts.
-std::optional<CFStringEncoding> ByteEncoding(std::string_view name) {
+std::optional<CFStringEncoding> byteEncoding(std::string_view name) {
     const Charset* charset = FindCharset(name);
     return charset != nullptr && charset->holdsCStrings ? std::optional(charset->encoding)
                                                         : std::nullopt;
@@ -212,16 +212,16 @@ const Charset* FindCharset(CFStringEncoding encoding) {
 const Charset* FindCharset(std::string_view name) {
     std::string upper(name);
     std::transform(upper.begin(), upper.end(), upper.begin(), Upper);
-    if (!IsSafe(upper)) {
+    if (!isSafe(upper)) {
         return nullptr;
     }
-    const Charset* known = FindKnown(upper);
-    return known != nullptr ? known : FindPrivate(upper);
+    const Charset* known = findKnown(upper);
+    return known != nullptr ? known : findPrivate(upper);
 }
 
 CFStringEncoding SystemEncoding() {
     static const CFStringEncoding sBuildDefault =
-        ByteEncoding(TV_DEFAULT_SYSTEM_ENCODING).value_or(kCFStringEncodingUTF8);
+        byteEncoding(TV_DEFAULT_SYSTEM_ENCODING).value_or(kCFStringEncodingUTF8);
     static auto* last = new LastName;  // outlives every static object
     const char* name = secure_getenv("TV_SYSTEM_ENCODING");
     if (name == nullptr || *name == '\0') {
@@ -229,7 +229,7 @@ CFStringEncoding SystemEncoding() {
     }
     const std::lock_guard guard(last->lock);
     if (last->name != name) {
-        last->encoding = ByteEncoding(name);
+        last->encoding = byteEncoding(name);
         last->name = name;
     }
     return last->encoding.value_or(sBuildDefault);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr bool cLittleHost = std::endian::native == std::endian::little;
 
-bool IsLittle(CFStringEncoding encoding) {
+bool isLittle(CFStringEncoding encoding) {
     switch (encoding) {
     case kCFStringEncodingUTF16LE:
     case kCFStringEncodingUTF32LE:
@@ -27,7 +27,7 @@ bool IsLittle(CFStringEncoding encoding) {
 }
 
 // How many bytes the elements of a fixed-width Unicode encoding have; 0 for other encodings.
-size_t ElementSize(CFStringEncoding encoding) {
+size_t elementSize(CFStringEncoding encoding) {
     switch (encoding) {
     case kCFStringEncodingUTF16:
     case kCFStringEncodingUTF16BE:
@@ -42,7 +42,7 @@ size_t ElementSize(CFStringEncoding encoding) {
     }
 }
 
-char32_t ReadElement(std::string_view bytes, bool little) {
+char32_t readElement(std::string_view bytes, bool little) {
     char32_t element = 0;
     for (size_t i = 0; i < bytes.size(); ++i) {
         const size_t place = little ? bytes.size() - 1 - i : i;
@@ -51,14 +51,14 @@ char32_t ReadElement(std::string_view bytes, bool little) {
     return element;
 }
 
-void AppendElement(std::string& bytes, char32_t element, size_t size, bool little) {
+void appendElement(std::string& bytes, char32_t element, size_t size, bool little) {
     for (size_t i = 0; i < size; ++i) {
         const size_t place = little ? i : size - 1 - i;
         bytes.push_back(static_cast<char>((element >> (8 * place)) & 0xFF));
     }
 }
 
-bool HasUnpaired(std::u16string_view text) {
+bool hasUnpaired(std::u16string_view text) {
     for (size_t i = 0; i < text.size();) {
         if (IsSurrogate(CodePointAt(text, i, i))) {
             return true;
@@ -67,37 +67,37 @@ bool HasUnpaired(std::u16string_view text) {
     return false;
 }
 
-std::optional<std::u16string> DecodeElements(std::string_view bytes, size_t size, bool little) {
+std::optional<std::u16string> decodeElements(std::string_view bytes, size_t size, bool little) {
     if (bytes.size() % size != 0) {
         return std::nullopt;
     }
     std::u16string text;
     text.reserve(bytes.size() / 2);
     for (size_t i = 0; i < bytes.size(); i += size) {
-        const char32_t element = ReadElement(bytes.substr(i, size), little);
+        const char32_t element = readElement(bytes.substr(i, size), little);
         if (element > 0x10FFFF || (size == 4 && IsSurrogate(element))) {
             return std::nullopt;
         }
         AppendCodePoint(text, element);
     }
-    return HasUnpaired(text) ? std::nullopt : std::optional(std::move(text));
+    return hasUnpaired(text) ? std::nullopt : std::optional(std::move(text));
 }
 
-std::optional<std::string> EncodeElements(std::u16string_view text, size_t size, bool little) {
-    if (HasUnpaired(text)) {
+std::optional<std::string> encodeElements(std::u16string_view text, size_t size, bool little) {
+    if (hasUnpaired(text)) {
         return std::nullopt;
     }
     std::string bytes;
     bytes.reserve(text.size() * size);
     for (size_t i = 0; i < text.size();) {
         const char32_t element = size == 4 ? CodePointAt(text, i, i) : text[i++];
-        AppendElement(bytes, element, size, little);
+        appendElement(bytes, element, size, little);
     }
     return bytes;
 }
 
 // In ASCII and Latin 1 a byte is its unit.
-std::optional<char16_t> LargestUnit(CFStringEncoding encoding) {
+std::optional<char16_t> largestUnit(CFStringEncoding encoding) {
     switch (encoding) {
     case kCFStringEncodingASCII:
         return u'\x7F';
@@ -108,14 +108,14 @@ std::optional<char16_t> LargestUnit(CFStringEncoding encoding) {
     }
 }
 
-std::u16string Widened(std::string_view bytes) {
+std::u16string widened(std::string_view bytes) {
     std::u16string text(bytes.size(), u'\0');
     std::transform(bytes.begin(), bytes.end(), text.begin(),
                    [](char c) { return static_cast<unsigned char>(c); });
     return text;
 }
 
-std::string Narrowed(std::u16string_view text) {
+std::string narrowed(std::u16string_view text) {
     std::string bytes(text.size(), '\0');
     std::transform(text.begin(), text.end(), bytes.begin(),
                    [](char16_t unit) { return static_cast<char>(unit); });
@@ -133,13 +133,13 @@ std::optional<std::u16string> Decode(std::string_view bytes, CFStringEncoding en
     if (encoding == kCFStringEncodingUTF8) {
         return DecodeUtf8(bytes);
     }
-    if (const size_t size = ElementSize(encoding); size != 0) {
-        return DecodeElements(bytes, size, IsLittle(encoding));
+    if (const size_t size = elementSize(encoding); size != 0) {
+        return decodeElements(bytes, size, isLittle(encoding));
     }
     const Charset* charset = FindCharset(encoding);
     if (encoding == kCFStringEncodingISOLatin1 ||
         (HoldsAscii(charset) && AsciiPrefix(bytes) == bytes.size())) {
-        return Widened(bytes);
+        return widened(bytes);
     }
     return charset != nullptr && encoding != kCFStringEncodingASCII
                ? IconvDecode(bytes, charset->name)
@@ -150,19 +150,19 @@ std::optional<std::string> Encode(std::u16string_view text, CFStringEncoding enc
     if (encoding == kCFStringEncodingUTF8) {
         return EncodeUtf8(text);
     }
-    if (const size_t size = ElementSize(encoding); size != 0) {
-        return EncodeElements(text, size, IsLittle(encoding));
+    if (const size_t size = elementSize(encoding); size != 0) {
+        return encodeElements(text, size, isLittle(encoding));
     }
     const Charset* charset = FindCharset(encoding);
     if (HoldsAscii(charset) && AsciiPrefix(text) == text.size()) {
-        return Narrowed(text);
+        return narrowed(text);
     }
-    if (const auto largest = LargestUnit(encoding)) {
+    if (const auto largest = largestUnit(encoding)) {
         const bool fits =
             std::all_of(text.begin(), text.end(), [&](char16_t unit) { return unit <= *largest; });
-        return fits ? std::optional(Narrowed(text)) : std::nullopt;
+        return fits ? std::optional(narrowed(text)) : std::nullopt;
     }
-    return charset != nullptr && !HasUnpaired(text) ? IconvEncode(text, charset->name)
+    return charset != nullptr && !hasUnpaired(text) ? IconvEncode(text, charset->name)
                                                     : std::nullopt;
 }
 

@@ -100,7 +100,7 @@ std::unique_ptr<Converter> Take(const char* charset, bool encodes) {
     return std::make_unique<Converter>(charset, encodes);
 }
 
-void GiveBack(std::unique_ptr<Converter> converter) {
+void giveBack(std::unique_ptr<Converter> converter) {
     IdleConverters& idle = Idle();
     const std::lock_guard guard(idle.lock);
     if (idle.list.size() >= IdleConverters::cMost) {
@@ -109,18 +109,18 @@ void GiveBack(std::unique_ptr<Converter> converter) {
     idle.list.push_back(std::move(converter));
 }
 
-std::optional<std::string> Convert(std::string_view in, const char* charset, bool encodes) {
+std::optional<std::string> convert(std::string_view in, const char* charset, bool encodes) {
     auto converter = Take(charset, encodes);
     if (!converter->IsOpen()) {
         return std::nullopt;
     }
     auto out = converter->Run(in);
-    GiveBack(std::move(converter));
+    giveBack(std::move(converter));
     return out;
 }
 
 // The characters U+E0000 to U+E007F, which an iconv may drop without a word.
-bool HasTags(std::u16string_view text) {
+bool hasTags(std::u16string_view text) {
     for (size_t i = 0; (i = text.find(u'\xDB40', i)) != std::u16string_view::npos; ++i) {
         if (i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDC7F) {
             return true;
@@ -132,7 +132,7 @@ bool HasTags(std::u16string_view text) {
 }  // namespace
 
 std::optional<std::u16string> IconvDecode(std::string_view bytes, const char* charset) {
-    const auto units = Convert(bytes, charset, false);
+    const auto units = convert(bytes, charset, false);
     if (!units) {
         return std::nullopt;
     }
@@ -144,8 +144,8 @@ std::optional<std::u16string> IconvDecode(std::string_view bytes, const char* ch
 std::optional<std::string> IconvEncode(std::u16string_view text, const char* charset) {
     const std::string_view units(reinterpret_cast<const char*>(text.data()),
                                  text.size() * sizeof(char16_t));
-    auto bytes = Convert(units, charset, true);
-    if (bytes && HasTags(text) && IconvDecode(*bytes, charset) != text) {
+    auto bytes = convert(units, charset, true);
+    if (bytes && hasTags(text) && IconvDecode(*bytes, charset) != text) {
         return std::nullopt;
     }
     return bytes;

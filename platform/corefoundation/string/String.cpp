@@ -38,7 +38,7 @@ std::optional<std::string> ToUtf8(CFTypeRef string) {
 
 namespace {
 
-std::u16string CopyOfUnits(const UniChar* units, CFIndex count) {
+std::u16string copyOfUnits(const UniChar* units, CFIndex count) {
     std::u16string text;
     if (static_cast<size_t>(count) > text.max_size()) {
         throw std::bad_alloc();
@@ -63,7 +63,7 @@ CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* chars, C
     if (numChars < 0 || (chars == nullptr && numChars > 0)) {
         return nullptr;
     }
-    return MakeString(CopyOfUnits(chars, numChars));
+    return MakeString(copyOfUnits(chars, numChars));
 }
 
 CFStringRef CFStringCreateWithSubstring(CFAllocatorRef, CFStringRef string, CFRange range) {
@@ -120,7 +120,7 @@ const UniChar* CFStringGetCharactersPtr(CFStringRef string) {
 void CFStringAppendCharacters(CFMutableStringRef string, const UniChar* chars, CFIndex numChars) {
     String* object = As<String>(string);
     if (object != nullptr && object->IsMutable() && chars != nullptr && numChars > 0) {
-        object->MutableText()->append(CopyOfUnits(chars, numChars));
+        object->MutableText()->append(copyOfUnits(chars, numChars));
     }
 }
 

@@ -13,7 +13,7 @@ namespace tvplatform {
 
 namespace {
 
-CFStringRef DecodeString(std::string_view bytes, CFStringEncoding encoding) {
+CFStringRef decodeString(std::string_view bytes, CFStringEncoding encoding) {
     auto text = Decode(bytes, encoding);
     return text ? MakeString(std::move(*text)) : nullptr;
 }
@@ -38,7 +38,7 @@ constexpr Mark cMarks[] = {
 };
 
 // Takes a byte-order mark off `bytes` and tells in which encoding the rest is.
-CFStringEncoding SkipMark(std::string_view& bytes, CFStringEncoding encoding) {
+CFStringEncoding skipMark(std::string_view& bytes, CFStringEncoding encoding) {
     for (const Mark& mark : cMarks) {
         if (mark.encoding == encoding && bytes.starts_with(mark.bytes)) {
             bytes.remove_prefix(mark.bytes.size());
@@ -55,7 +55,7 @@ CFStringEncoding SkipMark(std::string_view& bytes, CFStringEncoding encoding) {
     }
 }
 
-bool BeginsWithMark(CFStringEncoding encoding) {
+bool beginsWithMark(CFStringEncoding encoding) {
     return encoding == kCFStringEncodingUTF16 || encoding == kCFStringEncodingUTF32;
 }
 
@@ -68,7 +68,7 @@ struct Converted {
 // Goes character by character to find how far `text` can be converted in at most `limit` bytes.
 // The characters by themselves are never shorter than in a row, where a charset that shifts need
 // not shift each time, so the bytes of the row are within the limit too.
-Converted ConvertPart(std::u16string_view text, CFStringEncoding encoding,
+Converted convertPart(std::u16string_view text, CFStringEncoding encoding,
                       const std::optional<std::u16string>& loss, size_t limit) {
     Converted done;
     std::u16string converted;
@@ -93,7 +93,7 @@ Converted ConvertPart(std::u16string_view text, CFStringEncoding encoding,
     return done.bytes.size() <= limit ? done : Converted();
 }
 
-Converted ConvertWhatFits(std::u16string_view text, CFStringEncoding encoding, UInt8 lossByte,
+Converted convertWhatFits(std::u16string_view text, CFStringEncoding encoding, UInt8 lossByte,
                           size_t limit) {
     if (auto whole = Encode(text, encoding); whole && whole->size() <= limit) {
         return {text.size(), std::move(*whole)};
@@ -104,7 +104,7 @@ Converted ConvertWhatFits(std::u16string_view text, CFStringEncoding encoding, U
         constexpr CFStringEncoding cAnyByte = kCFStringEncodingISOLatin1;
         loss = Decode({&byte, 1}, HoldsCStrings(encoding) ? encoding : cAnyByte);
     }
-    return ConvertPart(text, encoding, loss, limit);
+    return convertPart(text, encoding, loss, limit);
 }
 
 }  // namespace
@@ -113,7 +113,7 @@ Converted ConvertWhatFits(std::u16string_view text, CFStringEncoding encoding, U
 using namespace tvplatform;
 
 CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char* text, CFStringEncoding encoding) {
-    return text != nullptr && HoldsCStrings(encoding) ? DecodeString(text, encoding) : nullptr;
+    return text != nullptr && HoldsCStrings(encoding) ? decodeString(text, encoding) : nullptr;
 }
 
 CFStringRef CFStringCreateWithCStringNoCopy(CFAllocatorRef allocator, const char* text,
@@ -136,9 +136,9 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex 
         view = {reinterpret_cast<const char*>(bytes), static_cast<size_t>(numBytes)};
     }
     if (isExternalRepresentation) {
-        encoding = SkipMark(view, encoding);
+        encoding = skipMark(view, encoding);
     }
-    return FindCharset(encoding) != nullptr ? DecodeString(view, encoding) : nullptr;
+    return FindCharset(encoding) != nullptr ? decodeString(view, encoding) : nullptr;
 }
 
 CFStringRef CFStringCreateWithFileSystemRepresentation(CFAllocatorRef, const char* path) {
@@ -194,7 +194,7 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
         return 0;
     }
     std::string mark;
-    if (isExternalRepresentation && BeginsWithMark(encoding)) {
+    if (isExternalRepresentation && beginsWithMark(encoding)) {
         mark = Encode(u"\xFEFF", encoding).value_or(std::string());
     }
     size_t limit = buffer == nullptr ? std::numeric_limits<size_t>::max()
@@ -204,7 +204,7 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
         return 0;
     }
     limit -= mark.size();
-    const Converted done = ConvertWhatFits(Part(*text, range), encoding, lossByte, limit);
+    const Converted done = convertWhatFits(Part(*text, range), encoding, lossByte, limit);
     if (buffer != nullptr) {
         UInt8* end = std::copy(mark.begin(), mark.end(), buffer);
         std::copy(done.bytes.begin(), done.bytes.end(), end);
@@ -221,7 +221,7 @@ CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encod
         return kCFNotFound;
     }
     const CFIndex perUnit = charset->bytesPerUnit;
-    const CFIndex extra = perUnit > 4 ? cShiftBytes : BeginsWithMark(encoding) ? perUnit : 0;
+    const CFIndex extra = perUnit > 4 ? cShiftBytes : beginsWithMark(encoding) ? perUnit : 0;
     return length <= (std::numeric_limits<CFIndex>::max() - extra) / perUnit
                ? length * perUnit + extra
                : kCFNotFound;

@@ -30,12 +30,12 @@ struct Constants {
 constexpr size_t cRecent = 256;
 constinit std::array<std::atomic<const Constant*>, cRecent> sRecent{};
 
-std::atomic<const Constant*>& RecentAt(const char* text) {
+std::atomic<const Constant*>& recentAt(const char* text) {
     const auto address = reinterpret_cast<std::uintptr_t>(text);
     return sRecent[(address ^ (address >> 8)) % cRecent];
 }
 
-const Constant* Intern(const char* text) {
+const Constant* intern(const char* text) {
     static auto* constants = new Constants;  // outlives every static object
     const std::lock_guard guard(constants->lock);
     if (const auto found = constants->byText.find(text); found != constants->byText.end()) {
@@ -60,10 +60,10 @@ CFStringRef __CFStringMakeConstantString(const char* text) {
     if (text == nullptr) {
         return nullptr;
     }
-    auto& recent = RecentAt(text);
+    auto& recent = recentAt(text);
     const Constant* constant = recent.load(std::memory_order_acquire);
     if (constant == nullptr || constant->text != text) {
-        constant = Intern(text);
+        constant = intern(text);
         if (constant == nullptr) {
             return nullptr;
         }

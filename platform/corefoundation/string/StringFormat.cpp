@@ -132,7 +132,7 @@ private:
     Arguments& arguments_;
 };
 
-std::intmax_t TakeSigned(Length length, Arguments& arguments) {
+std::intmax_t takeSigned(Length length, Arguments& arguments) {
     switch (length) {
     case Length::Char:
         return static_cast<signed char>(va_arg(arguments.list, int));
@@ -153,7 +153,7 @@ std::intmax_t TakeSigned(Length length, Arguments& arguments) {
     return va_arg(arguments.list, std::intmax_t);
 }
 
-std::uintmax_t TakeUnsigned(Length length, Arguments& arguments) {
+std::uintmax_t takeUnsigned(Length length, Arguments& arguments) {
     switch (length) {
     case Length::Char:
         return static_cast<unsigned char>(va_arg(arguments.list, unsigned));
@@ -174,12 +174,12 @@ std::uintmax_t TakeUnsigned(Length length, Arguments& arguments) {
     return va_arg(arguments.list, std::uintmax_t);
 }
 
-std::u16string_view SignOf(bool negative, const Directive& directive) {
+std::u16string_view signOf(bool negative, const Directive& directive) {
     return negative ? u"-" : directive.plus ? u"+" : directive.blank ? u" " : u"";
 }
 
 // Appends sign or prefix and text in the directive's width.
-void AppendPadded(std::u16string& out, std::u16string_view prefix, std::u16string_view text,
+void appendPadded(std::u16string& out, std::u16string_view prefix, std::u16string_view text,
                   const Directive& directive, bool zeros) {
     const size_t size = prefix.size() + text.size();
     const auto width = static_cast<size_t>(directive.width);
@@ -207,7 +207,7 @@ std::u16string Upper(std::string_view text, bool upper) {
     return result;
 }
 
-void AppendInteger(std::u16string& out, std::u16string_view sign, std::uintmax_t value, int radix,
+void appendInteger(std::u16string& out, std::u16string_view sign, std::uintmax_t value, int radix,
                    const Directive& directive) {
     char digits[32];
     const char* end = std::to_chars(digits, digits + sizeof digits, value, radix).ptr;
@@ -227,10 +227,10 @@ void AppendInteger(std::u16string& out, std::u16string_view sign, std::uintmax_t
     if (radix == 16 && directive.alternative && value != 0) {
         prefix += upper ? u"0X" : u"0x";
     }
-    AppendPadded(out, prefix, text, directive, directive.zeros && directive.precision < 0);
+    appendPadded(out, prefix, text, directive, directive.zeros && directive.precision < 0);
 }
 
-void AppendFloat(std::u16string& out, double value, const Directive& directive) {
+void appendFloat(std::u16string& out, double value, const Directive& directive) {
     const char16_t kind = directive.conversion | 0x20;
     const auto format = kind == u'e'   ? std::chars_format::scientific
                         : kind == u'f' ? std::chars_format::fixed
@@ -242,13 +242,13 @@ void AppendFloat(std::u16string& out, double value, const Directive& directive) 
     const auto end =
         std::to_chars(text.data(), text.data() + text.size(), magnitude, format, precision).ptr;
     text.resize(static_cast<size_t>(end - text.data()));
-    AppendPadded(out, SignOf(std::signbit(value), directive),
+    appendPadded(out, signOf(std::signbit(value), directive),
                  Upper(text, directive.conversion != kind), directive,
                  directive.zeros && std::isfinite(value));
 }
 
 // Text in the system encoding, no further than the precision; false when it cannot be decoded.
-bool AppendBytes(std::u16string& out, const char* text, const Directive& directive) {
+bool appendBytes(std::u16string& out, const char* text, const Directive& directive) {
     std::optional<std::u16string> units = u"(null)";
     if (text != nullptr) {
         const size_t size = directive.precision < 0
@@ -257,61 +257,61 @@ bool AppendBytes(std::u16string& out, const char* text, const Directive& directi
         units = Decode({text, size}, SystemEncoding());
     }
     if (units) {
-        AppendPadded(out, u"", *units, directive, false);
+        appendPadded(out, u"", *units, directive, false);
     }
     return units.has_value();
 }
 
-void AppendObject(std::u16string& out, CFTypeRef object, const Directive& directive) {
+void appendObject(std::u16string& out, CFTypeRef object, const Directive& directive) {
     const auto text = TextOf(object);
     if (text) {
-        AppendPadded(out, u"", *text, directive, false);
+        appendPadded(out, u"", *text, directive, false);
         return;
     }
     const auto* other = static_cast<const Object*>(object);
-    AppendPadded(out, u"", other != nullptr ? other->Description() : u"(null)", directive, false);
+    appendPadded(out, u"", other != nullptr ? other->Description() : u"(null)", directive, false);
 }
 
 // Appends what a directive makes of the next argument; false when it cannot.
-bool AppendDirective(std::u16string& out, const Directive& directive, Arguments& arguments) {
+bool appendDirective(std::u16string& out, const Directive& directive, Arguments& arguments) {
     switch (directive.conversion) {
     case u'%':
         out.push_back(u'%');
         return true;
     case u'@':
-        AppendObject(out, va_arg(arguments.list, CFTypeRef), directive);
+        appendObject(out, va_arg(arguments.list, CFTypeRef), directive);
         return true;
     case u's':
-        return AppendBytes(out, va_arg(arguments.list, const char*), directive);
+        return appendBytes(out, va_arg(arguments.list, const char*), directive);
     case u'c': {
         const char text[] = {static_cast<char>(va_arg(arguments.list, int)), '\0'};
-        return AppendBytes(out, text, directive);
+        return appendBytes(out, text, directive);
     }
     case u'C': {
         const auto unit = static_cast<char16_t>(va_arg(arguments.list, int));
-        AppendPadded(out, u"", {&unit, 1}, directive, false);
+        appendPadded(out, u"", {&unit, 1}, directive, false);
         return true;
     }
     case u'd':
     case u'i': {
-        const std::intmax_t value = TakeSigned(directive.length, arguments);
+        const std::intmax_t value = takeSigned(directive.length, arguments);
         const auto bits = static_cast<std::uintmax_t>(value);
-        AppendInteger(out, SignOf(value < 0, directive), value < 0 ? 0 - bits : bits, 10,
+        appendInteger(out, signOf(value < 0, directive), value < 0 ? 0 - bits : bits, 10,
                       directive);
         return true;
     }
     case u'u':
-        AppendInteger(out, u"", TakeUnsigned(directive.length, arguments), 10, directive);
+        appendInteger(out, u"", takeUnsigned(directive.length, arguments), 10, directive);
         return true;
     case u'o':
-        AppendInteger(out, u"", TakeUnsigned(directive.length, arguments), 8, directive);
+        appendInteger(out, u"", takeUnsigned(directive.length, arguments), 8, directive);
         return true;
     case u'x':
     case u'X':
-        AppendInteger(out, u"", TakeUnsigned(directive.length, arguments), 16, directive);
+        appendInteger(out, u"", takeUnsigned(directive.length, arguments), 16, directive);
         return true;
     case u'p':
-        AppendInteger(out, u"0x", reinterpret_cast<std::uintptr_t>(va_arg(arguments.list, void*)),
+        appendInteger(out, u"0x", reinterpret_cast<std::uintptr_t>(va_arg(arguments.list, void*)),
                       16, directive);
         return true;
     case u'e':
@@ -323,7 +323,7 @@ bool AppendDirective(std::u16string& out, const Directive& directive, Arguments&
         if (directive.alternative || directive.length != Length::None) {
             return false;
         }
-        AppendFloat(out, va_arg(arguments.list, double), directive);
+        appendFloat(out, va_arg(arguments.list, double), directive);
         return true;
     default:
         return false;
@@ -346,7 +346,7 @@ std::optional<std::u16string> Format(CFStringRef format, va_list arguments) {
         if (!rest.empty()) {
             DirectiveReader reader(rest.substr(1), list);
             Directive directive;
-            good = reader.Read(directive) && AppendDirective(out, directive, list);
+            good = reader.Read(directive) && appendDirective(out, directive, list);
             rest = reader.Rest();
         }
     }

@@ -42,10 +42,10 @@ char16_t Fold(char16_t unit) {
     return unit;
 }
 
-bool Folds(CFStringCompareFlags options) {
+bool folds(CFStringCompareFlags options) {
     return (options & kCFCompareCaseInsensitive) != 0;
 }
-bool GoesBackwards(CFStringCompareFlags options) {
+bool goesBackwards(CFStringCompareFlags options) {
     return (options & kCFCompareBackwards) != 0;
 }
 
@@ -54,14 +54,14 @@ bool GoesBackwards(CFStringCompareFlags options) {
 class Prepared {
 public:
     Prepared(std::u16string_view text, CFStringCompareFlags options) : view_(text) {
-        if (!Folds(options) && !GoesBackwards(options)) {
+        if (!folds(options) && !goesBackwards(options)) {
             return;
         }
         copy_ = text;
-        if (Folds(options)) {
+        if (folds(options)) {
             std::transform(copy_.begin(), copy_.end(), copy_.begin(), Fold);
         }
-        if (GoesBackwards(options)) {
+        if (goesBackwards(options)) {
             std::reverse(copy_.begin(), copy_.end());
         }
         view_ = copy_;
@@ -117,7 +117,7 @@ private:
     std::vector<size_t> fallback_;
 };
 
-std::vector<size_t> FindPrepared(std::u16string_view text, std::u16string_view pattern,
+std::vector<size_t> findPrepared(std::u16string_view text, std::u16string_view pattern,
                                  bool anchored, size_t most) {
     if (anchored) {
         return text.starts_with(pattern) && most > 0 ? std::vector<size_t>{0}
@@ -136,7 +136,7 @@ std::vector<size_t> FindPrepared(std::u16string_view text, std::u16string_view p
 }
 
 // The text of a string that may be changed; null for any other.
-std::u16string* Editable(CFMutableStringRef string) {
+std::u16string* editable(CFMutableStringRef string) {
     String* object = As<String>(string);
     return object != nullptr ? object->MutableText() : nullptr;
 }
@@ -144,7 +144,7 @@ std::u16string* Editable(CFMutableStringRef string) {
 }  // namespace
 
 int CompareTexts(std::u16string_view a, std::u16string_view b, CFStringCompareFlags options) {
-    if (!Folds(options)) {
+    if (!folds(options)) {
         return a.compare(b);
     }
     const auto [left, right] =
@@ -160,9 +160,9 @@ std::vector<size_t> FindPlaces(std::u16string_view text, std::u16string_view pat
     if (pattern.empty() || pattern.size() > text.size()) {
         return {};
     }
-    auto places = FindPrepared(Prepared(text, options).View(), Prepared(pattern, options).View(),
+    auto places = findPrepared(Prepared(text, options).View(), Prepared(pattern, options).View(),
                                (options & kCFCompareAnchored) != 0, most);
-    if (GoesBackwards(options)) {
+    if (goesBackwards(options)) {
         for (size_t& place : places) {
             place = text.size() - pattern.size() - place;
         }
@@ -223,7 +223,7 @@ CFRange CFStringFind(CFStringRef string, CFStringRef toFind, CFStringCompareFlag
 CFIndex CFStringFindAndReplace(CFMutableStringRef string, CFStringRef toFind,
                                CFStringRef replacement, CFRange range,
                                CFStringCompareFlags options) {
-    std::u16string* target = Editable(string);
+    std::u16string* target = editable(string);
     const auto pattern = TextOf(toFind);
     const auto inserted = TextOf(replacement);
     if (target == nullptr || !pattern || !inserted || !LiesIn(range, target->size())) {

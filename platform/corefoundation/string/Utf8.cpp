@@ -8,17 +8,17 @@ namespace tvplatform {
 
 namespace {
 
-bool IsHighSurrogate(char32_t c) {
+bool isHighSurrogate(char32_t c) {
     return c >= 0xD800 && c <= 0xDBFF;
 }
-bool IsLowSurrogate(char32_t c) {
+bool isLowSurrogate(char32_t c) {
     return c >= 0xDC00 && c <= 0xDFFF;
 }
 
 // Looks at a word of elements at a time: short texts are the usual ones, but long ones are ASCII
 // for long stretches.
 template <class View>
-size_t PrefixWithout(View text, std::uint64_t wordMask, std::uint32_t elementMask) {
+size_t prefixWithout(View text, std::uint64_t wordMask, std::uint32_t elementMask) {
     constexpr size_t cPerWord = sizeof(std::uint64_t) / sizeof(typename View::value_type);
     size_t i = 0;
     for (; text.size() - i >= cPerWord; i += cPerWord) {
@@ -35,7 +35,7 @@ size_t PrefixWithout(View text, std::uint64_t wordMask, std::uint32_t elementMas
 }
 
 // How many bytes a sequence has by its first byte; 0 for a byte that begins none.
-size_t SequenceLength(unsigned char first) {
+size_t sequenceLength(unsigned char first) {
     if (first < 0x80) {
         return 1;
     }
@@ -49,10 +49,10 @@ size_t SequenceLength(unsigned char first) {
 }
 
 // The code point at the front of `bytes`, which it takes off; nothing when they are malformed.
-std::optional<char32_t> TakeCodePoint(std::string_view& bytes) {
+std::optional<char32_t> takeCodePoint(std::string_view& bytes) {
     constexpr char32_t cSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
     const auto first = static_cast<unsigned char>(bytes[0]);
-    const size_t length = SequenceLength(first);
+    const size_t length = sequenceLength(first);
     if (length == 0 || length > bytes.size()) {
         return std::nullopt;
     }
@@ -71,13 +71,13 @@ std::optional<char32_t> TakeCodePoint(std::string_view& bytes) {
     return c;
 }
 
-size_t EncodedLength(char32_t c) {
+size_t encodedLength(char32_t c) {
     return c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
 }
 
-char* WriteCodePoint(char32_t c, char* out) {
+char* writeCodePoint(char32_t c, char* out) {
     constexpr char32_t cFirst[] = {0, 0, 0xC0, 0xE0, 0xF0};
-    const size_t length = EncodedLength(c);
+    const size_t length = encodedLength(c);
     if (length == 1) {
         *out = static_cast<char>(c);
         return out + 1;
@@ -93,11 +93,11 @@ char* WriteCodePoint(char32_t c, char* out) {
 }  // namespace
 
 size_t AsciiPrefix(std::string_view bytes) {
-    return PrefixWithout(bytes, 0x8080808080808080U, 0x80U);
+    return prefixWithout(bytes, 0x8080808080808080U, 0x80U);
 }
 
 size_t AsciiPrefix(std::u16string_view text) {
-    return PrefixWithout(text, 0xFF80FF80FF80FF80U, 0xFF80U);
+    return prefixWithout(text, 0xFF80FF80FF80FF80U, 0xFF80U);
 }
 
 void AppendCodePoint(std::u16string& text, char32_t c) {
@@ -119,7 +119,7 @@ std::optional<std::u16string> DecodeUtf8(std::string_view bytes) {
         std::copy_n(bytes.data(), plain, text.data() + before);
         bytes.remove_prefix(plain);
         while (!bytes.empty() && static_cast<unsigned char>(bytes[0]) >= 0x80) {
-            const auto c = TakeCodePoint(bytes);
+            const auto c = takeCodePoint(bytes);
             if (!c) {
                 return std::nullopt;
             }
@@ -132,7 +132,7 @@ std::optional<std::u16string> DecodeUtf8(std::string_view bytes) {
 char32_t CodePointAt(std::u16string_view text, size_t index, size_t& next) {
     const char32_t unit = text[index];
     next = index + 1;
-    if (IsHighSurrogate(unit) && next < text.size() && IsLowSurrogate(text[next])) {
+    if (isHighSurrogate(unit) && next < text.size() && isLowSurrogate(text[next])) {
         const char32_t low = text[next++];
         return 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
     }
@@ -146,7 +146,7 @@ std::optional<size_t> Utf8Size(std::u16string_view text) {
         if (IsSurrogate(c)) {
             return std::nullopt;
         }
-        size += EncodedLength(c);
+        size += encodedLength(c);
     }
     return size;
 }
@@ -156,7 +156,7 @@ void WriteUtf8(std::u16string_view text, char* out) {
     out = std::transform(text.data(), text.data() + plain, out,
                          [](char16_t unit) { return static_cast<char>(unit); });
     for (size_t i = plain; i < text.size();) {
-        out = WriteCodePoint(CodePointAt(text, i, i), out);
+        out = writeCodePoint(CodePointAt(text, i, i), out);
     }
 }
 

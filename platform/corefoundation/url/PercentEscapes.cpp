@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view cPathMarks = "!$&'()*+,-./=@_~";
 constexpr std::string_view cTextMarks = "!$&'()*+,-./:;=?@_~";
 
-int HexDigit(char16_t c) {
+int hexDigit(char16_t c) {
     if (c >= '0' && c <= '9') {
         return c - '0';
     }
@@ -24,12 +24,12 @@ int HexDigit(char16_t c) {
     return c < 0x80 && letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
 }
 
-bool IsLetterOrDigit(char32_t c) {
+bool isLetterOrDigit(char32_t c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-bool IsPlain(char32_t c, std::string_view marks) {
-    return IsLetterOrDigit(c) ||
+bool isPlain(char32_t c, std::string_view marks) {
+    return isLetterOrDigit(c) ||
            (c < 0x80 && marks.find(static_cast<char>(c)) != std::string_view::npos);
 }
 
@@ -101,7 +101,7 @@ private:
 };
 
 // Appends a stretch of text with every byte escaped; false when it cannot be encoded.
-bool AppendEscaped(std::u16string& result, std::u16string_view stretch, CFStringEncoding encoding) {
+bool appendEscaped(std::u16string& result, std::u16string_view stretch, CFStringEncoding encoding) {
     if (stretch.empty()) {
         return true;
     }
@@ -117,8 +117,8 @@ bool AppendEscaped(std::u16string& result, std::u16string_view stretch, CFString
 }  // namespace
 
 int EscapedByte(char16_t high, char16_t low) {
-    const int first = HexDigit(high);
-    const int second = HexDigit(low);
+    const int first = hexDigit(high);
+    const int second = hexDigit(low);
     return first < 0 || second < 0 ? -1 : first * 16 + second;
 }
 
@@ -155,7 +155,7 @@ std::string EscapePath(std::string_view bytes) {
     std::string text;
     text.reserve(bytes.size());
     for (const char byte : bytes) {
-        if (IsPlain(static_cast<unsigned char>(byte), cPathMarks)) {
+        if (isPlain(static_cast<unsigned char>(byte), cPathMarks)) {
             text.push_back(byte);
         } else {
             AppendEscape(text, byte);
@@ -206,8 +206,8 @@ CFStringRef CFURLCreateStringByAddingPercentEscapes(CFAllocatorRef, CFStringRef 
     for (size_t at = 0; at < text->size();) {
         size_t next = at;
         const char32_t c = CodePointAt(*text, at, next);
-        if (!escaped.Contains(c) && (IsPlain(c, cTextMarks) || left.Contains(c))) {
-            if (!AppendEscaped(result, text->substr(begin, at - begin), encoding)) {
+        if (!escaped.Contains(c) && (isPlain(c, cTextMarks) || left.Contains(c))) {
+            if (!appendEscaped(result, text->substr(begin, at - begin), encoding)) {
                 return nullptr;
             }
             result.append(text->substr(at, next - at));
@@ -215,6 +215,6 @@ CFStringRef CFURLCreateStringByAddingPercentEscapes(CFAllocatorRef, CFStringRef 
         }
         at = next;
     }
-    return AppendEscaped(result, text->substr(begin), encoding) ? MakeString(std::move(result))
+    return appendEscaped(result, text->substr(begin), encoding) ? MakeString(std::move(result))
                                                                 : nullptr;
 }

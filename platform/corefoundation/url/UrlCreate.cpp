@@ -12,18 +12,18 @@ using namespace tvplatform;
 namespace {
 
 // The current folder as a base for relative paths; null when it has no path.
-Owned<CFURLRef> CurrentFolder() {
+Owned<CFURLRef> currentFolder() {
     // The C library finds the room, since there is no bound on the length.
     const std::unique_ptr<char, decltype(&std::free)> folder(getcwd(nullptr, 0), &std::free);
     return Owned<CFURLRef>(folder ? MakeFileUrl(folder.get(), true, nullptr) : nullptr);
 }
 
-CFURLRef MakeRelativeFileUrl(std::string_view path, bool isDirectory, CFTypeRef baseURL) {
+CFURLRef makeRelativeFileUrl(std::string_view path, bool isDirectory, CFTypeRef baseURL) {
     if (path.starts_with('/') || path.empty()) {
         return MakeFileUrl(path, isDirectory, nullptr);
     }
     if (baseURL == nullptr) {
-        const Owned<CFURLRef> folder = CurrentFolder();
+        const Owned<CFURLRef> folder = currentFolder();
         return folder ? MakeFileUrl(path, isDirectory, folder.get()) : nullptr;
     }
     const auto* base = As<const Url>(baseURL);
@@ -31,13 +31,13 @@ CFURLRef MakeRelativeFileUrl(std::string_view path, bool isDirectory, CFTypeRef 
                                                         : nullptr;
 }
 
-std::string_view WithoutSlashesAtEnd(std::string_view path) {
+std::string_view withoutSlashesAtEnd(std::string_view path) {
     return path.substr(0, path.find_last_not_of('/') + 1);
 }
 
 // Whether a relative path only says where it starts: it has no name, so that nothing of its own can
 // be taken off.
-bool HasOnlyDots(std::string_view path) {
+bool hasOnlyDots(std::string_view path) {
     while (!path.empty()) {
         const size_t slash = std::min(path.find('/'), path.size());
         if (slash != 0 && !IsDots(path.substr(0, slash))) {
@@ -49,11 +49,11 @@ bool HasOnlyDots(std::string_view path) {
 }
 
 // The path of the folder that contains `path`.
-std::string ContainingFolder(std::string_view path, bool absolute) {
-    const std::string_view names = WithoutSlashesAtEnd(path);
+std::string containingFolder(std::string_view path, bool absolute) {
+    const std::string_view names = withoutSlashesAtEnd(path);
     const size_t slash = names.rfind('/');
     const std::string_view folder =
-        slash == std::string_view::npos ? "" : WithoutSlashesAtEnd(names.substr(0, slash));
+        slash == std::string_view::npos ? "" : withoutSlashesAtEnd(names.substr(0, slash));
     if (folder.empty()) {
         return absolute ? "/" : "./";
     }
@@ -74,7 +74,7 @@ CFURLRef CFURLCreateFromFileSystemRepresentationRelativeToBase(CFAllocatorRef, c
     if (buffer == nullptr || bufLen <= 0) {
         return nullptr;
     }
-    return MakeRelativeFileUrl({reinterpret_cast<const char*>(buffer), static_cast<size_t>(bufLen)},
+    return makeRelativeFileUrl({reinterpret_cast<const char*>(buffer), static_cast<size_t>(bufLen)},
                                isDirectory != 0, baseURL);
 }
 
@@ -89,7 +89,7 @@ CFURLRef CFURLCreateWithFileSystemPathRelativeToBase(CFAllocatorRef, CFStringRef
                                                      CFURLRef baseURL) {
     const auto path = ToUtf8(filePath);
     return path && pathStyle == kCFURLPOSIXPathStyle
-               ? MakeRelativeFileUrl(*path, isDirectory != 0, baseURL)
+               ? makeRelativeFileUrl(*path, isDirectory != 0, baseURL)
                : nullptr;
 }
 
@@ -142,11 +142,11 @@ CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef, CFURLRef url) 
     }
     const UrlParts& own = self->Own();
     const bool absolute = own.scheme || own.authority || own.path.starts_with('/');
-    if (!absolute && self->Base() != nullptr && HasOnlyDots(own.path)) {
+    if (!absolute && self->Base() != nullptr && hasOnlyDots(own.path)) {
         const UrlParts& whole = self->Resolved();
         return whole.IsHierarchical()
-                   ? MakeUrl(ComposeUrl(whole, ContainingFolder(whole.path, true)), nullptr)
+                   ? MakeUrl(ComposeUrl(whole, containingFolder(whole.path, true)), nullptr)
                    : nullptr;
     }
-    return MakeUrl(ComposeUrl(own, ContainingFolder(own.path, absolute)), self->Base());
+    return MakeUrl(ComposeUrl(own, containingFolder(own.path, absolute)), self->Base());
 }

@@ -11,12 +11,12 @@ using namespace tvplatform;
 namespace {
 
 // A text whose bytes were escaped; null unless they are UTF-8.
-CFStringRef MakeUnescapedString(std::string_view escaped) {
+CFStringRef makeUnescapedString(std::string_view escaped) {
     const auto bytes = Unescape(escaped);
     return bytes ? MakeString(*bytes) : nullptr;
 }
 
-std::string_view LastComponent(std::string_view path) {
+std::string_view lastComponent(std::string_view path) {
     const size_t end = path.find_last_not_of('/');
     if (end == std::string_view::npos) {
         return path.substr(0, 1);
@@ -50,7 +50,7 @@ CFStringRef CFURLCopyScheme(CFURLRef url) {
 CFStringRef CFURLCopyHostName(CFURLRef url) {
     const auto* self = As<const Url>(url);
     return self != nullptr && !self->Resolved().host.empty()
-               ? MakeUnescapedString(self->Resolved().host)
+               ? makeUnescapedString(self->Resolved().host)
                : nullptr;
 }
 
@@ -86,13 +86,13 @@ Boolean CFURLHasDirectoryPath(CFURLRef url) {
         return false;
     }
     const std::string_view path = self->Own().path;
-    return path.ends_with('/') || IsDots(LastComponent(path));
+    return path.ends_with('/') || IsDots(lastComponent(path));
 }
 
 CFStringRef CFURLCopyLastPathComponent(CFURLRef url) {
     const auto* self = As<const Url>(url);
     return self != nullptr && self->Own().IsHierarchical()
-               ? MakeUnescapedString(LastComponent(self->Own().path))
+               ? makeUnescapedString(lastComponent(self->Own().path))
                : nullptr;
 }
 

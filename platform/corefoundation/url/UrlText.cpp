@@ -17,24 +17,24 @@ bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-bool IsOneOf(char c, std::string_view set) {
+bool isOneOf(char c, std::string_view set) {
     return set.find(c) != std::string_view::npos;
 }
 
-bool IsEscape(std::string_view text) {
+bool isEscape(std::string_view text) {
     return text.size() == 3 && text[0] == '%' &&
            EscapedByte(static_cast<char16_t>(text[1]), static_cast<char16_t>(text[2])) >= 0;
 }
 
 // Letters, digits and the characters of `others`, besides well-formed escapes.
-bool IsMadeOf(std::string_view text, std::string_view others) {
+bool isMadeOf(std::string_view text, std::string_view others) {
     for (size_t at = 0; at < text.size(); ++at) {
         if (text[at] == '%') {
-            if (!IsEscape(text.substr(at, 3))) {
+            if (!isEscape(text.substr(at, 3))) {
                 return false;
             }
             at += 2;
-        } else if (!IsAlpha(text[at]) && !IsDigit(text[at]) && !IsOneOf(text[at], others)) {
+        } else if (!IsAlpha(text[at]) && !IsDigit(text[at]) && !isOneOf(text[at], others)) {
             return false;
         }
     }
@@ -46,33 +46,33 @@ constexpr std::string_view cUserMarks = "-._~!$&'()*+,;=:";
 constexpr std::string_view cPathMarks = "-._~!$&'()*+,;=:@/";
 constexpr std::string_view cQueryMarks = "-._~!$&'()*+,;=:@/?";
 
-bool IsScheme(std::string_view text) {
+bool isScheme(std::string_view text) {
     return !text.empty() && IsAlpha(text.front()) &&
            std::all_of(text.begin(), text.end(),
-                       [](char c) { return IsAlpha(c) || IsDigit(c) || IsOneOf(c, "+-."); });
+                       [](char c) { return IsAlpha(c) || IsDigit(c) || isOneOf(c, "+-."); });
 }
 
 // Cuts off and returns what stands before the first of `marks`, or everything.
-std::string_view TakeUntil(std::string_view& text, std::string_view marks) {
+std::string_view takeUntil(std::string_view& text, std::string_view marks) {
     const std::string_view taken = text.substr(0, std::min(text.find_first_of(marks), text.size()));
     text.remove_prefix(taken.size());
     return taken;
 }
 
 // The part behind `mark`, when that is what the text begins with, up to the first of `ends`.
-std::optional<std::string_view> TakeMarked(std::string_view& text, char mark,
+std::optional<std::string_view> takeMarked(std::string_view& text, char mark,
                                            std::string_view ends) {
     if (text.empty() || text.front() != mark) {
         return std::nullopt;
     }
     text.remove_prefix(1);
-    return ends.empty() ? std::exchange(text, {}) : TakeUntil(text, ends);
+    return ends.empty() ? std::exchange(text, {}) : takeUntil(text, ends);
 }
 
-bool ParseAuthority(UrlParts& parts) {
+bool parseAuthority(UrlParts& parts) {
     std::string_view rest = *parts.authority;
     if (const size_t at = rest.find('@'); at != std::string_view::npos) {
-        if (!IsMadeOf(rest.substr(0, at), cUserMarks)) {
+        if (!isMadeOf(rest.substr(0, at), cUserMarks)) {
             return false;
         }
         rest.remove_prefix(at + 1);
@@ -84,29 +84,29 @@ bool ParseAuthority(UrlParts& parts) {
         }
         parts.host = rest.substr(1, end - 1);
         rest.remove_prefix(end + 1);
-        if (IsOneOf('%', parts.host) || !IsMadeOf(parts.host, cUserMarks) ||
+        if (isOneOf('%', parts.host) || !isMadeOf(parts.host, cUserMarks) ||
             (!rest.empty() && rest.front() != ':')) {
             return false;
         }
     } else {
-        parts.host = TakeUntil(rest, ":");
-        if (!IsMadeOf(parts.host, cNameMarks)) {
+        parts.host = takeUntil(rest, ":");
+        if (!isMadeOf(parts.host, cNameMarks)) {
             return false;
         }
     }
-    parts.port = TakeMarked(rest, ':', "");
+    parts.port = takeMarked(rest, ':', "");
     return !parts.port || std::all_of(parts.port->begin(), parts.port->end(), IsDigit);
 }
 
 // Takes the last component off a folder, which ends in "/" or is empty.
-void GoUp(std::string& folder) {
+void goUp(std::string& folder) {
     if (folder.size() > 1) {
         folder.resize(folder.rfind('/', folder.size() - 2) + 1);
     }
 }
 
 // Whether ".." in that folder is the folder above it: its last component is a name.
-bool CanGoUp(std::string_view folder) {
+bool canGoUp(std::string_view folder) {
     if (folder.size() < 2) {
         return folder == "/";
     }
@@ -115,14 +115,14 @@ bool CanGoUp(std::string_view folder) {
     return !last.empty() && !IsDots(last);
 }
 
-std::string RemoveDots(std::string_view path) {
+std::string removeDots(std::string_view path) {
     std::string result;
     while (!path.empty()) {
-        const std::string_view component = TakeUntil(path, "/");
+        const std::string_view component = takeUntil(path, "/");
         const bool slash = !path.empty();
         path.remove_prefix(slash ? 1 : 0);
         if (component == "..") {
-            GoUp(result);
+            goUp(result);
         } else if (component != ".") {
             result.append(component).append(slash ? "/" : "");
         }
@@ -131,12 +131,12 @@ std::string RemoveDots(std::string_view path) {
 }
 
 // Joins a relative path to a folder, following only the dots at the path's front.
-std::string JoinFilePath(std::string folder, std::string_view path) {
+std::string joinFilePath(std::string folder, std::string_view path) {
     for (;;) {
         std::string_view rest = path;
-        const std::string_view component = TakeUntil(rest, "/");
-        if (component == ".." && CanGoUp(folder)) {
-            GoUp(folder);
+        const std::string_view component = takeUntil(rest, "/");
+        if (component == ".." && canGoUp(folder)) {
+            goUp(folder);
         } else if (component != ".") {
             return folder.append(path);
         }
@@ -144,7 +144,7 @@ std::string JoinFilePath(std::string folder, std::string_view path) {
     }
 }
 
-std::string ResolvePath(const UrlParts& base, const UrlParts& reference) {
+std::string resolvePath(const UrlParts& base, const UrlParts& reference) {
     const bool absolute = reference.path.starts_with('/');
     if (base.IsFile() && absolute) {
         return std::string(reference.path);
@@ -157,11 +157,11 @@ std::string ResolvePath(const UrlParts& base, const UrlParts& reference) {
         folder = base.path.substr(0, base.path.rfind('/') + 1);
         folder.append(folder.empty() && base.authority ? "/" : "");
     }
-    return base.IsFile() ? JoinFilePath(std::move(folder), reference.path)
-                         : RemoveDots(folder.append(reference.path));
+    return base.IsFile() ? joinFilePath(std::move(folder), reference.path)
+                         : removeDots(folder.append(reference.path));
 }
 
-bool EqualsWithoutCase(std::string_view text, std::string_view lower) {
+bool equalsWithoutCase(std::string_view text, std::string_view lower) {
     return std::equal(text.begin(), text.end(), lower.begin(), lower.end(), [](char a, char b) {
         return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b;
     });
@@ -171,8 +171,8 @@ bool EqualsWithoutCase(std::string_view text, std::string_view lower) {
 
 bool UrlParts::IsFile() const {
     return !scheme ||
-           (EqualsWithoutCase(*scheme, "file") &&
-            (!authority || authority->empty() || EqualsWithoutCase(*authority, "localhost")));
+           (equalsWithoutCase(*scheme, "file") &&
+            (!authority || authority->empty() || equalsWithoutCase(*authority, "localhost")));
 }
 
 std::optional<UrlParts> ParseUrl(std::string_view text) {
@@ -180,24 +180,24 @@ std::optional<UrlParts> ParseUrl(std::string_view text) {
     const size_t mark = text.find_first_of(":/?#");
     if (mark != std::string_view::npos && text[mark] == ':') {
         parts.scheme = text.substr(0, mark);
-        if (!IsScheme(*parts.scheme)) {
+        if (!isScheme(*parts.scheme)) {
             return std::nullopt;
         }
         text.remove_prefix(mark + 1);
     }
     if (text.starts_with("//")) {
         text.remove_prefix(2);
-        parts.authority = TakeUntil(text, "/?#");
-        if (!ParseAuthority(parts)) {
+        parts.authority = takeUntil(text, "/?#");
+        if (!parseAuthority(parts)) {
             return std::nullopt;
         }
     }
-    parts.path = TakeUntil(text, "?#");
-    parts.query = TakeMarked(text, '?', "#");
-    parts.fragment = TakeMarked(text, '#', "");
-    const bool valid = IsMadeOf(parts.path, cPathMarks) &&
-                       IsMadeOf(parts.query.value_or(""), cQueryMarks) &&
-                       IsMadeOf(parts.fragment.value_or(""), cQueryMarks);
+    parts.path = takeUntil(text, "?#");
+    parts.query = takeMarked(text, '?', "#");
+    parts.fragment = takeMarked(text, '#', "");
+    const bool valid = isMadeOf(parts.path, cPathMarks) &&
+                       isMadeOf(parts.query.value_or(""), cQueryMarks) &&
+                       isMadeOf(parts.fragment.value_or(""), cQueryMarks);
     return valid ? std::optional(parts) : std::nullopt;
 }
 
@@ -235,7 +235,7 @@ std::string ResolveUrl(const UrlParts& base, const UrlParts& reference) {
     if (reference.path.empty() && !reference.query) {
         result.query = base.query;
     }
-    return ComposeUrl(result, ResolvePath(base, reference));
+    return ComposeUrl(result, resolvePath(base, reference));
 }
 
 }  // namespace tvplatform

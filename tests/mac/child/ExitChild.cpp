@@ -34,7 +34,7 @@ bool gLeaksCanBeTold = true;
 std::string gUrl;
 
 // A process that hangs is ended by the alarm, or else with whoever started it.
-void LimitLife() {
+void limitLife() {
     alarm(cHangs);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
 }
@@ -59,7 +59,7 @@ bool OnEvent(CFReadStreamRef stream, unsigned long event, void* endsProcess) {
 }
 
 // Ends the process from a worker for which another reader's worker is waiting.
-bool ExitOnceAborted(CFReadStreamRef, unsigned long, void* self) {
+bool exitOnceAborted(CFReadStreamRef, unsigned long, void* self) {
     constexpr int cStopping = 8;
     gDataCame = true;
     while (static_cast<MacThreadedWebReader*>(self)->GetProgress() != cStopping) {
@@ -68,7 +68,7 @@ bool ExitOnceAborted(CFReadStreamRef, unsigned long, void* self) {
     exit(cDone);
 }
 
-bool AbortOther(CFReadStreamRef, unsigned long, void* other) {
+bool abortOther(CFReadStreamRef, unsigned long, void* other) {
     static_cast<MacThreadedWebReader*>(other)->AbortRead();
     return true;
 }
@@ -87,7 +87,7 @@ MacThreadedWebReader* Start(bool endsProcess = false) {
 
 // "now", "input" (a byte on standard input), "data" (the callback has read some), "lookup" (a host
 // name is being looked up), or a number of rounds to wait.
-void Await(const std::string& when) {
+void await(const std::string& when) {
     char byte = 0;
     if (when == "input") {
         while (read(STDIN_FILENO, &byte, 1) < 0) {
@@ -103,7 +103,7 @@ void Await(const std::string& when) {
     }
 }
 
-bool IsLoaded(const char* library) {
+bool isLoaded(const char* library) {
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);) {
         if (line.find(library) != std::string::npos) {
@@ -114,16 +114,16 @@ bool IsLoaded(const char* library) {
 }
 
 // The child ends at once, or after a read of its own.
-int WithChild(bool reads) {
+int withChild(bool reads) {
     const pid_t child = fork();
     if (child == 0) {
         // It lacks the threads on whose stacks its parent's objects are found.
         gLeaksCanBeTold = false;
-        LimitLife();
+        limitLife();
         if (reads) {
             gDataCame = false;
             Start();
-            Await("data");
+            await("data");
         }
         exit(cDone);
     }
@@ -133,7 +133,7 @@ int WithChild(bool reads) {
 }
 
 // Starts a read from a library that is unloaded at once.
-int FromLibrary(const char* path, const std::string& when) {
+int fromLibrary(const char* path, const std::string& when) {
     // The leak check crashes over ending threads with data of a library that was opened.
     gLeaksCanBeTold = false;
     void* library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
@@ -142,13 +142,13 @@ int FromLibrary(const char* path, const std::string& when) {
     }
     const auto start = reinterpret_cast<void (*)(const char*)>(dlsym(library, "tvtest_start_read"));
     start(gUrl.c_str());
-    Await(when);
+    await(when);
     dlclose(library);
     return cDone;
 }
 
 // Whoever cannot have a thread waits for ever, but keeps neither an abort nor the exit.
-int WithoutThread() {
+int withoutThread() {
     MacThreadedWebReader* reader = MacThreadedWebReader::Create();
     std::thread([reader] {
         gCreatingFails = true;
@@ -164,19 +164,19 @@ int WithoutThread() {
 int Run(const std::string& how, const std::string& when, const char* library) {
     if (how == "idle") {
         MacThreadedWebReader::Create();
-        return IsLoaded("libcurl") || IsLoaded("libtvplatform-http") ? 1 : cDone;
+        return isLoaded("libcurl") || isLoaded("libtvplatform-http") ? 1 : cDone;
     }
     if (how == "dlclose" || how == "constructor") {
-        return FromLibrary(library, when);
+        return fromLibrary(library, when);
     }
     if (how == "no thread") {
-        return WithoutThread();
+        return withoutThread();
     }
     if (how == "exit in an awaited callback") {
         MacThreadedWebReader* first = MacThreadedWebReader::Create();
-        Start(first, ExitOnceAborted, first);
-        Await("data");
-        Start(MacThreadedWebReader::Create(), AbortOther, first);
+        Start(first, exitOnceAborted, first);
+        await("data");
+        Start(MacThreadedWebReader::Create(), abortOther, first);
         pause();
     }
     MacThreadedWebReader* reader = Start(how == "exit in the callback");
@@ -185,7 +185,7 @@ int Run(const std::string& how, const std::string& when, const char* library) {
             Start();
         }
     }
-    Await(when);
+    await(when);
     if (how == "_exit") {
         _exit(cDone);
     } else if (how == "quick_exit") {
@@ -196,9 +196,9 @@ int Run(const std::string& how, const std::string& when, const char* library) {
     } else if (how == "exit in the callback") {
         pause();
     } else if (how == "fork") {
-        return WithChild(false);
+        return withChild(false);
     } else if (how == "read in a fork") {
-        return WithChild(true);
+        return withChild(true);
     } else if (how == "released") {
         reader->Release();
     } else if (how == "abort") {
@@ -207,7 +207,7 @@ int Run(const std::string& how, const std::string& when, const char* library) {
     } else if (how == "exit of a thread") {
         std::thread([] { exit(cDone); }).join();
     }
-    return IsLoaded("libcurl") ? cDone : 2;
+    return isLoaded("libcurl") ? cDone : 2;
 }
 
 }  // namespace
@@ -255,7 +255,7 @@ int main(int argc, char** argv) {
     if (argc < 4) {
         return 2;
     }
-    LimitLife();
+    limitLife();
     gUrl = argv[3];
     return Run(argv[1], argv[2], argc > 4 ? argv[4] : nullptr);
 }

@@ -16,7 +16,7 @@ void tvtest_start_read(const char* url) {
 
 namespace {
 
-__attribute__((constructor)) void SendAtLoad() {
+__attribute__((constructor)) void sendAtLoad() {
     if (const char* url = std::getenv("TVTEST_URL")) {
         tvtest_start_read(url);
     }

@@ -65,7 +65,7 @@ std::string ReadAll(CFReadStreamRef stream) {
     return body + "[" + std::to_string(count) + "]";
 }
 
-std::string HeaderValue(CFHTTPMessageRef message, CFStringRef name) {
+std::string headerValue(CFHTTPMessageRef message, CFStringRef name) {
     return Utf8(Ref<CFStringRef>(CFHTTPMessageCopyHeaderFieldValue(message, name)).get());
 }
 
@@ -75,19 +75,19 @@ TEST(CFHTTPMessage, KeepsOnlyHeadersThatMayBeSent) {
         CFHTTPMessageSetHeaderFieldValue(message.get(), Text(name).get(), Text(value).get());
     };
     set("X-Good", "a b\xc3\xa9");
-    EXPECT_EQ(HeaderValue(message.get(), CFSTR("x-gOOD")), "a b\xc3\xa9");
+    EXPECT_EQ(headerValue(message.get(), CFSTR("x-gOOD")), "a b\xc3\xa9");
     set("x-good", "two");
-    EXPECT_EQ(HeaderValue(message.get(), CFSTR("X-Good")), "two");
+    EXPECT_EQ(headerValue(message.get(), CFSTR("X-Good")), "two");
     for (const char* bad : {"a\r\nb", "a\nb", "\t", "a\x7f", "\x01"}) {
         set("X-Good", bad);
-        EXPECT_EQ(HeaderValue(message.get(), CFSTR("X-Good")), "two") << bad;
+        EXPECT_EQ(headerValue(message.get(), CFSTR("X-Good")), "two") << bad;
     }
     for (const char* name : {"", "A B", "A:", "A\r\nB", "\xc3\xa9"}) {
         set(name, "x");
-        EXPECT_EQ(HeaderValue(message.get(), Text(name).get()), "(null)") << name;
+        EXPECT_EQ(headerValue(message.get(), Text(name).get()), "(null)") << name;
     }
     CFHTTPMessageSetHeaderFieldValue(message.get(), CFSTR("X-GOOD"), nullptr);
-    EXPECT_EQ(HeaderValue(message.get(), CFSTR("X-Good")), "(null)");
+    EXPECT_EQ(headerValue(message.get(), CFSTR("X-Good")), "(null)");
 }
 
 TEST(CFHTTPMessage, TellsWhatItIs) {
@@ -129,9 +129,9 @@ TEST(CFHTTPStream, IsReadByWaiting) {
         CFReadStreamCopyProperty(stream.get(), kCFStreamPropertyHTTPResponseHeader))));
     EXPECT_FALSE(CFHTTPMessageIsRequest(header.get()));
     EXPECT_EQ(CFHTTPMessageGetResponseStatusCode(header.get()), 200);
-    EXPECT_EQ(HeaderValue(header.get(), CFSTR("x-two")), "a, b");
-    EXPECT_EQ(HeaderValue(header.get(), CFSTR("X-Latin")), "\xc3\xa9");
-    EXPECT_EQ(HeaderValue(header.get(), CFSTR("X-Which")), "(null)");
+    EXPECT_EQ(headerValue(header.get(), CFSTR("x-two")), "a, b");
+    EXPECT_EQ(headerValue(header.get(), CFSTR("X-Latin")), "\xc3\xa9");
+    EXPECT_EQ(headerValue(header.get(), CFSTR("X-Which")), "(null)");
     const Ref<CFURLRef> url(static_cast<CFURLRef>(
         CFReadStreamCopyProperty(stream.get(), kCFStreamPropertyHTTPFinalURL)));
     EXPECT_EQ(Utf8(CFURLGetString(url.get())), server.Url("/here"));

@@ -27,18 +27,18 @@ constexpr unsigned char cFileOfA1[] = {
     0x1c, 0x4c, 0x2c, 0x0d, 0xdc, 0xcb, 0xfc, 0x4c, 0xac, 0x9c, 0xb7, 0x1a, 0x4c, 0x7c, 0x0c, 0xb7,
     0xc8, 0x98, 0xb8, 0xb5, 0x08, 0xc9, 0xb5, 0xc8, 0xb5, 0xb5, 0xe8, 0xe8, 0xe8, 0xb8, 0xb5};
 
-std::string FileOfA1() {
+std::string fileOfA1() {
     return {reinterpret_cast<const char*>(cFileOfA1), sizeof cFileOfA1};
 }
 
 TEST_F(ConfigCommandTest, ReadsAndWritesTheFormat) {
     EXPECT_EQ(Run({"config", "create", "a.nwc", "%A=1"}), Prints(""));
-    EXPECT_EQ(Read("a.nwc"), FileOfA1());
+    EXPECT_EQ(Read("a.nwc"), fileOfA1());
     EXPECT_EQ(Run({"config", "show", "a.nwc"}), Prints("%A=1\n"));
     EXPECT_EQ(Run({"config", "verify", "a.nwc"}),
               Prints("a.nwc: in order; 1 variable, 1 fixed, check value 3330\n"));
-    EXPECT_EQ(Run({"config", "create", "-", "%A=1"}), Prints(FileOfA1()));
-    EXPECT_EQ(Run({"config", "show", "-"}, FileOfA1()), Prints("%A=1\n"));
+    EXPECT_EQ(Run({"config", "create", "-", "%A=1"}), Prints(fileOfA1()));
+    EXPECT_EQ(Run({"config", "show", "-"}, fileOfA1()), Prints("%A=1\n"));
 }
 
 // Whatever a list holds, what is shown of it makes the same file again, as text and as JSON.
@@ -138,7 +138,7 @@ TEST_F(ConfigCommandTest, SaysWhereASourceIsWrong) {
 }
 
 TEST_F(ConfigCommandTest, TellsTheDamageApart) {
-    const std::string whole = FileOfA1();
+    const std::string whole = fileOfA1();
     const auto refused = [this](const std::string& bytes) {
         Write("a.nwc", bytes);
         const ToolResult result = Run({"config", "show", "a.nwc"});
@@ -205,9 +205,9 @@ TEST_F(ConfigCommandTest, SetsAndUnsets) {
     EXPECT_EQ(Run({"config", "set", "a.nwc", "[B=1]", "{}=2", "--diff", "--", "--C=5"}),
               Prints("--- a.nwc\n+++ a.nwc\n+\\x5BB=1]\n+{}=2\n+--C=5\n"));
     EXPECT_EQ(Show("a.nwc"), "%A=5\nB=x=y\nC=3\n\\x5BB=1]\n{}=2\n--C=5\n");
-    const ToolResult piped = Run({"config", "set", "-", "A=2"}, FileOfA1());
+    const ToolResult piped = Run({"config", "set", "-", "A=2"}, fileOfA1());
     EXPECT_EQ(piped.status, 1);
-    EXPECT_EQ(piped.out, FileOfA1());
+    EXPECT_EQ(piped.out, fileOfA1());
 }
 
 TEST_F(ConfigCommandTest, KeepsModeOwnerAndLinks) {

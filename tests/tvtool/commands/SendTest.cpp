@@ -62,7 +62,7 @@ private:
     std::string host_;
 };
 
-std::string WithLineFeeds(std::string text) {
+std::string withLineFeeds(std::string text) {
     std::erase(text, '\r');
     // Less the empty line at the end.
     return text.substr(0, text.size() - 1);
@@ -110,7 +110,7 @@ TEST_F(SendTest, DryRunIsWhatArrives) {
         arguments.back() = "--send";
         BackgroundTool tool(arguments, Path(""));
         const std::string request = listener.Take("HTTP/1.1 200 OK\r\n\r\nabc");
-        EXPECT_EQ(WithLineFeeds(request), dry.out);
+        EXPECT_EQ(withLineFeeds(request), dry.out);
         EXPECT_THAT(tool.Wait().out, testing::EndsWith(": HTTP 200, 3 bytes\n"));
         EXPECT_NE(Read("a.nwc"), before_);
         home_.Write("a.nwc", before_);

@@ -91,7 +91,7 @@ protected:
 };
 
 // Less its time, which stands in front.
-std::string WithoutTime(const std::string& block) {
+std::string withoutTime(const std::string& block) {
     EXPECT_THAT(block, testing::ContainsRegex("^[0-9-]{10} [0-9:]{8}  GET"));
     return block.substr(std::min<std::size_t>(block.size(), 21));
 }
@@ -108,13 +108,13 @@ TEST_F(ServeCommandTest, PrintsWhatArrivesForPeople) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
     const std::size_t second = result.out.find("\n\n") + 2;
-    EXPECT_EQ(WithoutTime(result.out.substr(0, second)), "GET /v/prod_reg\n"
+    EXPECT_EQ(withoutTime(result.out.substr(0, second)), "GET /v/prod_reg\n"
                                                          "  User-Agent:    Calyx Registration\n"
                                                          "  First name:    Ada\n"
                                                          "  Last name:     \n"
                                                          "  Organisation:  Engines 100%\n"
                                                          "  E-mail:        ada@x.org\n\n");
-    EXPECT_EQ(WithoutTime(result.out.substr(second)),
+    EXPECT_EQ(withoutTime(result.out.substr(second)),
               "GET /\\x1B[2J\n"
               "  User-Agent:    a\\x1B]b\n"
               "  Unknown \"\\x1B\": \\x9B\\r\\n\n"

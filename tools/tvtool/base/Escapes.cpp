@@ -12,7 +12,7 @@ unsigned char Byte(char c) {
     return static_cast<unsigned char>(c);
 }
 
-void AppendHex(std::string& out, char c) {
+void appendHex(std::string& out, char c) {
     out += "\\x";
     out += cHexDigits[Byte(c) >> 4];
     out += cHexDigits[Byte(c) & 15];
@@ -33,27 +33,27 @@ void AppendEscape(std::string& out, char c) {
         out += "\\\\";
         break;
     default:
-        AppendHex(out, c);
+        appendHex(out, c);
     }
 }
 
-bool IsInvisible(char32_t c) {
+bool isInvisible(char32_t c) {
     return (c >= 0x80 && c < 0xA0) || c == 0x2028 || c == 0x2029 || c == 0xFEFF;
 }
 
 // How many plain ASCII characters `text` begins with.
-std::size_t CountPlain(std::string_view text, std::string_view also) {
+std::size_t countPlain(std::string_view text, std::string_view also) {
     const auto end = std::find_if(text.begin(), text.end(), [also](char c) {
         return c < 0x20 || c > 0x7E || also.find(c) != also.npos;
     });
     return static_cast<std::size_t>(end - text.begin());
 }
 
-std::string EscapeText(std::string_view text, std::string_view also) {
+std::string escapeText(std::string_view text, std::string_view also) {
     std::string out;
     out.reserve(text.size());
     for (std::size_t at = 0;;) {
-        const std::size_t plain = CountPlain(text.substr(at), also);
+        const std::size_t plain = countPlain(text.substr(at), also);
         out.append(text.substr(at, plain));
         at += plain;
         if (at == text.size()) {
@@ -62,9 +62,9 @@ std::string EscapeText(std::string_view text, std::string_view also) {
         char32_t character = 0;
         const std::size_t length = DecodeUtf8(text.substr(at), character);
         const std::size_t taken = std::max<std::size_t>(length, 1);
-        if (length == 0 || IsInvisible(character)) {
+        if (length == 0 || isInvisible(character)) {
             for (const char byte : text.substr(at, taken)) {
-                AppendHex(out, byte);
+                appendHex(out, byte);
             }
         } else if (length == 1) {
             AppendEscape(out, text[at]);
@@ -75,7 +75,7 @@ std::string EscapeText(std::string_view text, std::string_view also) {
     }
 }
 
-int HexDigit(char c) {
+int hexDigit(char c) {
     if (c >= '0' && c <= '9') {
         return c - '0';
     }
@@ -85,7 +85,7 @@ int HexDigit(char c) {
 
 // Takes one escape from the front of `rest`, which begins with the backslash. False, with the
 // reason, when it is none.
-bool TakeEscape(std::string_view& rest, char& c, std::string& what) {
+bool takeEscape(std::string_view& rest, char& c, std::string& what) {
     static constexpr std::string_view cLetters = "nrt\\";
     const std::size_t letter = rest.size() > 1 ? cLetters.find(rest[1]) : cLetters.npos;
     if (letter != cLetters.npos) {
@@ -94,13 +94,13 @@ bool TakeEscape(std::string_view& rest, char& c, std::string& what) {
         return true;
     }
     const bool isHex =
-        rest.size() >= 4 && rest[1] == 'x' && HexDigit(rest[2]) >= 0 && HexDigit(rest[3]) >= 0;
+        rest.size() >= 4 && rest[1] == 'x' && hexDigit(rest[2]) >= 0 && hexDigit(rest[3]) >= 0;
     if (!isHex) {
         what =
             "a backslash begins \\n, \\r, \\t, \\\\ or \\xHH; write \\\\ for the backslash itself";
         return false;
     }
-    c = static_cast<char>(HexDigit(rest[2]) * 16 + HexDigit(rest[3]));
+    c = static_cast<char>(hexDigit(rest[2]) * 16 + hexDigit(rest[3]));
     rest.remove_prefix(4);
     if (c == '\0') {
         what = "\\x00 cannot stand in a text";
@@ -112,11 +112,11 @@ bool TakeEscape(std::string_view& rest, char& c, std::string& what) {
 
 std::string Escape(std::string_view text, std::string_view also) {
     std::string all = "\\";
-    return EscapeText(text, all.append(also));
+    return escapeText(text, all.append(also));
 }
 
 std::string Printable(std::string_view text) {
-    return EscapeText(text, {});
+    return escapeText(text, {});
 }
 
 std::string Quote(std::string_view text) {
@@ -135,7 +135,7 @@ bool Unescape(std::string_view text, std::string& out, EscapeFault& fault) {
         }
         fault.offset = text.size() - rest.size();
         char c = '\0';
-        if (!TakeEscape(rest, c, fault.what)) {
+        if (!takeEscape(rest, c, fault.what)) {
             return false;
         }
         out += c;

@@ -33,7 +33,7 @@ private:
     int fd_;
 };
 
-void RequireRegular(const std::string& path, mode_t mode) {
+void requireRegular(const std::string& path, mode_t mode) {
     if (S_ISDIR(mode)) {
         Fail(Exit::Damaged, path, "is a folder; name a file");
     }
@@ -66,7 +66,7 @@ std::string ReadAll(int fd, const std::string& name, std::size_t expected) {
     }
 }
 
-void WriteAll(int fd, const std::string& path, std::string_view bytes) {
+void writeAll(int fd, const std::string& path, std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t written = write(fd, bytes.data(), bytes.size());
         if (written < 0 && errno != EINTR) {
@@ -76,13 +76,13 @@ void WriteAll(int fd, const std::string& path, std::string_view bytes) {
     }
 }
 
-std::string FolderOf(const std::string& path) {
+std::string folderOf(const std::string& path) {
     const std::size_t slash = path.rfind('/');
     return slash == path.npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
 }
 
 // Where `path` leads to; unlike realpath, also when nothing is there yet.
-std::string FollowLinks(const std::string& path) {
+std::string followLinks(const std::string& path) {
     std::string at = path;
     for (int links = 0; links < 40; ++links) {
         std::string target(PATH_MAX, '\0');
@@ -91,7 +91,7 @@ std::string FollowLinks(const std::string& path) {
             return at;
         }
         target.resize(static_cast<std::size_t>(length));
-        at = !target.empty() && target[0] == '/' ? target : FolderOf(at) + "/" + target;
+        at = !target.empty() && target[0] == '/' ? target : folderOf(at) + "/" + target;
     }
     FailErrno(ELOOP, path, "cannot be written");
 }
@@ -100,7 +100,7 @@ std::string FollowLinks(const std::string& path) {
 class Replacement {
 public:
     Replacement(const std::string& path, const std::string& target)
-        : path_(path), target_(target), temporary_(FolderOf(target) + "/.tvtool-XXXXXX"),
+        : path_(path), target_(target), temporary_(folderOf(target) + "/.tvtool-XXXXXX"),
           file_(mkostemp(temporary_.data(), O_CLOEXEC)) {
         if (file_.Get() < 0) {
             FailErrno(errno, path_, "no file can be made in its folder");
@@ -134,7 +134,7 @@ public:
     }
 
     void Commit(std::string_view bytes) {
-        WriteAll(file_.Get(), path_, bytes);
+        writeAll(file_.Get(), path_, bytes);
         if (fsync(file_.Get()) != 0 || !file_.Close()) {
             FailErrno(errno, path_, "cannot be written");
         }
@@ -144,7 +144,7 @@ public:
         temporary_.clear();
         // The name is safe once its folder is; some file systems refuse that, and it is too late
         // to undo anything.
-        const FileDescriptor folder(open(FolderOf(target_).c_str(), O_RDONLY | O_CLOEXEC));
+        const FileDescriptor folder(open(folderOf(target_).c_str(), O_RDONLY | O_CLOEXEC));
         static_cast<void>(folder.Get() >= 0 && fsync(folder.Get()) == 0);
     }
 
@@ -170,12 +170,12 @@ std::string ReadInput(const std::string& path) {
     if (stat(path.c_str(), &info) != 0) {
         FailErrno(errno, path, "cannot be read");
     }
-    RequireRegular(path, info.st_mode);
+    requireRegular(path, info.st_mode);
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (file.Get() < 0 || fstat(file.Get(), &info) != 0) {
         FailErrno(errno, path, "cannot be read");
     }
-    RequireRegular(path, info.st_mode);
+    requireRegular(path, info.st_mode);
     if (info.st_size >= INT_MAX) {
         Fail(Exit::Failed, path, "is too large; the limit is 2 GiB");
     }
@@ -184,16 +184,16 @@ std::string ReadInput(const std::string& path) {
 
 void WriteOutput(const std::string& path, std::string_view bytes) {
     if (path == "-") {
-        return WriteAll(STDOUT_FILENO, "standard output", bytes);
+        return writeAll(STDOUT_FILENO, "standard output", bytes);
     }
-    const std::string target = FollowLinks(path);
+    const std::string target = followLinks(path);
     struct stat info = {};
     const bool isThere = stat(target.c_str(), &info) == 0;
     if (!isThere && errno != ENOENT) {
         FailErrno(errno, path, "cannot be written");
     }
     if (isThere) {
-        RequireRegular(path, info.st_mode);
+        requireRegular(path, info.st_mode);
         // Renaming would not ask.
         if (faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) {
             FailErrno(errno, path, "may not be written to");

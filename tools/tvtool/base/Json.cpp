@@ -10,7 +10,7 @@ namespace tvtool {
 
 namespace {
 
-std::optional<std::string> Convert(std::string_view bytes, CFStringEncoding from,
+std::optional<std::string> convert(std::string_view bytes, CFStringEncoding from,
                                    CFStringEncoding to) {
     const StringRef text = DecodeText(bytes, from);
     return text ? EncodeText(text.Get(), to) : std::nullopt;
@@ -18,7 +18,7 @@ std::optional<std::string> Convert(std::string_view bytes, CFStringEncoding from
 
 constexpr char cAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-std::string FromObject(const Json& object, const std::string& where) {
+std::string fromObject(const Json& object, const std::string& where) {
     std::string bytes;
     if (object.size() != 1 || !object.contains("base64") || !object["base64"].is_string()) {
         Fail(Exit::Damaged, where, "must be a string or {\"base64\": \"...\"}");
@@ -33,9 +33,9 @@ std::string FromObject(const Json& object, const std::string& where) {
 
 Json JsonText(std::string_view bytes) {
     const CFStringEncoding system = CFStringGetSystemEncoding();
-    const std::optional<std::string> text = Convert(bytes, system, kCFStringEncodingUTF8);
+    const std::optional<std::string> text = convert(bytes, system, kCFStringEncodingUTF8);
     // Some encodings have two forms of a character; only what comes back the same may be text.
-    if (text && Convert(*text, kCFStringEncodingUTF8, system) == bytes) {
+    if (text && convert(*text, kCFStringEncodingUTF8, system) == bytes) {
         return *text;
     }
     return {{"base64", Base64Encode(bytes)}};
@@ -47,9 +47,9 @@ std::string TextFromJson(const Json& value, const std::string& where) {
     }
     std::optional<std::string> bytes;
     if (value.is_object()) {
-        bytes = FromObject(value, where);
+        bytes = fromObject(value, where);
     } else {
-        bytes = Convert(value.get_ref<const std::string&>(), kCFStringEncodingUTF8,
+        bytes = convert(value.get_ref<const std::string&>(), kCFStringEncodingUTF8,
                         CFStringGetSystemEncoding());
     }
     if (!bytes) {

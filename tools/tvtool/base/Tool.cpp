@@ -14,7 +14,7 @@ namespace tvtool {
 
 namespace {
 
-Exit StatusOf(int error) {
+Exit statusOf(int error) {
     switch (error) {
     case ENOENT:
     case ENOTDIR:
@@ -31,12 +31,12 @@ Exit StatusOf(int error) {
 // Stands before arguments to which CLI11 would give a meaning of its own.
 constexpr char cProtection = '\x01';
 
-std::string Unprotect(const std::string& argument) {
+std::string unprotect(const std::string& argument) {
     return argument.starts_with(cProtection) ? argument.substr(1) : argument;
 }
 
 // The rest of `text` that was not written; empty when all was. errno says why.
-std::string_view WriteAll(int fd, std::string_view text) {
+std::string_view writeAll(int fd, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = write(fd, text.data(), text.size());
         if (written < 0 && errno != EINTR) {
@@ -54,18 +54,18 @@ void Fail(Exit status, const std::string& subject, const std::string& what) {
 }
 
 void FailErrno(int error, const std::string& subject, const std::string& what) {
-    Fail(StatusOf(error), subject, what + ": " + std::strerror(error));
+    Fail(statusOf(error), subject, what + ": " + std::strerror(error));
 }
 
 void Complain(std::string_view message) {
     // Nobody is left to tell when even this cannot be written.
-    static_cast<void>(WriteAll(STDERR_FILENO, "tvtool: " + Printable(message) + "\n"));
+    static_cast<void>(writeAll(STDERR_FILENO, "tvtool: " + Printable(message) + "\n"));
 }
 
 void Output::Flush() {
     const std::string text = std::move(text_);
     text_.clear();
-    if (!WriteAll(STDOUT_FILENO, text).empty()) {
+    if (!writeAll(STDOUT_FILENO, text).empty()) {
         Fail(Exit::Failed, "standard output", std::strerror(errno));
     }
 }
@@ -86,7 +86,7 @@ bool Output::IsColoured() const {
 CLI::Option* AddText(CLI::App& app, const std::string& name, std::string& target,
                      const std::string& description) {
     return app.add_option(name, CLI::callback_t([&target](const CLI::results_t& results) {
-                              target = Unprotect(results.front());
+                              target = unprotect(results.front());
                               return true;
                           }),
                           description);
@@ -97,7 +97,7 @@ CLI::Option* AddTexts(CLI::App& app, const std::string& name, std::vector<std::s
     CLI::Option* option = app.add_option(
         name, CLI::callback_t([&target](const CLI::results_t& results) {
             target.clear();
-            std::transform(results.begin(), results.end(), std::back_inserter(target), Unprotect);
+            std::transform(results.begin(), results.end(), std::back_inserter(target), unprotect);
             return true;
         }),
         description);

@@ -32,7 +32,7 @@ struct Template {
     bool isLiteral = false;
 };
 
-std::u16string ParseDelimiters(const std::string& argument) {
+std::u16string parseDelimiters(const std::string& argument) {
     const StringRef text = DecodeText(argument, CFStringGetSystemEncoding());
     std::u16string pair = text ? UnitsOf(text.Get()) : u"";
     // Halves of a surrogate pair are no characters.
@@ -46,7 +46,7 @@ std::u16string ParseDelimiters(const std::string& argument) {
 }
 
 // The place of the first byte that is not valid UTF-8.
-std::size_t FindInvalid(std::string_view text) {
+std::size_t findInvalid(std::string_view text) {
     char32_t ignored = 0;
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t length = DecodeUtf8(text.substr(at), ignored);
@@ -59,7 +59,7 @@ std::size_t FindInvalid(std::string_view text) {
 }
 
 // An argument that names no file and holds a placeholder is the text itself.
-Template ReadTemplate(const std::string& argument, const std::u16string& delimiters) {
+Template readTemplate(const std::string& argument, const std::u16string& delimiters) {
     Template made;
     const CFStringEncoding system = CFStringGetSystemEncoding();
     if (argument != "-" && !Exists(argument)) {
@@ -74,7 +74,7 @@ Template ReadTemplate(const std::string& argument, const std::u16string& delimit
     if (!made.decoded) {
         const bool isUtf8 = system == kCFStringEncodingUTF8;
         Fail(Exit::Damaged,
-             isUtf8 ? At(made.name, PlaceOf(made.bytes, FindInvalid(made.bytes))) : made.name,
+             isUtf8 ? At(made.name, PlaceOf(made.bytes, findInvalid(made.bytes))) : made.name,
              "is not valid in the system encoding; TV_SYSTEM_ENCODING names another");
     }
     return made;
@@ -95,7 +95,7 @@ void SetVariables(const ApplyOptions& options) {
     }
 }
 
-std::string NameOf(const Placeholder& placeholder) {
+std::string nameOf(const Placeholder& placeholder) {
     const StringRef name = TextOfUnits(placeholder.name);
     return name ? TextForPeople(name.Get()) : std::string();
 }
@@ -106,7 +106,7 @@ void List(const std::vector<Placeholder>& placeholders, std::u16string_view text
     Place place;
     std::size_t offset = 0;
     for (const Placeholder& placeholder : placeholders) {
-        const std::string name = NameOf(placeholder);
+        const std::string name = nameOf(placeholder);
         Advance(place, text.substr(offset, placeholder.offset - offset));
         offset = placeholder.offset;
         if (json) {
@@ -123,7 +123,7 @@ void List(const std::vector<Placeholder>& placeholders, std::u16string_view text
     }
 }
 
-std::string Join(const std::vector<std::string>& parts) {
+std::string join(const std::vector<std::string>& parts) {
     std::string joined;
     for (const std::string& part : parts) {
         joined += (joined.empty() ? "" : " -> ") + part;
@@ -131,15 +131,15 @@ std::string Join(const std::vector<std::string>& parts) {
     return joined;
 }
 
-void RefuseUndefined(const Expansion& expansion, const Template& text,
+void refuseUndefined(const Expansion& expansion, const Template& text,
                      const std::u16string& units) {
     static constexpr std::size_t cMost = 20;
     const std::vector<Placeholder> undefined = expansion.Undefined();
     std::vector<std::string> messages;
     for (const Placeholder& placeholder : undefined) {
-        const std::string through = Join(placeholder.through);
+        const std::string through = join(placeholder.through);
         messages.push_back(At(text.name, PlaceOf(units, placeholder.offset)) + ": nobody defines " +
-                           Quote(NameOf(placeholder)) +
+                           Quote(nameOf(placeholder)) +
                            (through.empty() ? "" : ", which comes from " + through));
         if (messages.size() == cMost && undefined.size() > cMost) {
             messages.push_back(text.name + ": " + std::to_string(undefined.size() - cMost) +
@@ -158,7 +158,7 @@ void RefuseUndefined(const Expansion& expansion, const Template& text,
     throw ToolError(Exit::Failed, last);
 }
 
-void Substitute(const Template& text, const std::u16string& delimiters, Output& out) {
+void substitute(const Template& text, const std::u16string& delimiters, Output& out) {
     const Tova::CFRef<CFMutableStringRef> result(
         CFStringCreateMutableCopy(kCFAllocatorDefault, 0, text.decoded.Get()));
     const StringRef pair = TextOfUnits(delimiters);
@@ -171,9 +171,9 @@ void Substitute(const Template& text, const std::u16string& delimiters, Output& 
 }
 
 void Apply(const ApplyOptions& options, Session& session) {
-    const std::u16string delimiters = ParseDelimiters(options.delimiters);
+    const std::u16string delimiters = parseDelimiters(options.delimiters);
     SetVariables(options);
-    const Template text = ReadTemplate(options.text, delimiters);
+    const Template text = readTemplate(options.text, delimiters);
     const std::u16string units = UnitsOf(text.decoded.Get());
     Expansion expansion(Tova::GlobalVars, delimiters[0], delimiters[1]);
     if (options.list) {
@@ -185,10 +185,10 @@ void Apply(const ApplyOptions& options, Session& session) {
     // The substitution itself has no guard against circles.
     expansion.Follow(units, text.name);
     if (options.strict) {
-        RefuseUndefined(expansion, text, units);
+        refuseUndefined(expansion, text, units);
     }
     if (!options.list) {
-        Substitute(text, delimiters, session.out);
+        substitute(text, delimiters, session.out);
     }
 }
 

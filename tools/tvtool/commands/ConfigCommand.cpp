@@ -42,7 +42,7 @@ void Assign(Tova::CVarList& list, const ConfigOptions& options, Session& session
 }
 
 // Something else than a configuration file is hardly meant to be replaced by one.
-void RefuseToReplaceOthers(const std::string& path) {
+void refuseToReplaceOthers(const std::string& path) {
     if (path == "-" || !Exists(path)) {
         return;
     }
@@ -62,7 +62,7 @@ void Create(const ConfigOptions& options, Session& session) {
     }
     Assign(list, options, session);
     if (!options.force) {
-        RefuseToReplaceOthers(options.file);
+        refuseToReplaceOthers(options.file);
     }
     WriteOutput(options.file, EncodeConfig(list));
 }
@@ -102,12 +102,12 @@ void Get(const ConfigOptions& options, Session& session) {
     session.out.PrintValue(var->Value());
 }
 
-std::string Coloured(const std::string& line, const char* colour, const Output& out) {
+std::string coloured(const std::string& line, const char* colour, const Output& out) {
     return out.IsColoured() ? std::string("\x1B[") + colour + "m" + line + "\x1B[0m\n"
                             : line + "\n";
 }
 
-bool IsSame(const Tova::CVar& a, const Tova::CVar& b) {
+bool isSame(const Tova::CVar& a, const Tova::CVar& b) {
     return a.IsFixed() == b.IsFixed() && std::strcmp(a.Value(), b.Value()) == 0;
 }
 
@@ -117,11 +117,11 @@ std::string Difference(const Tova::CVarList& before, const Tova::CVarList& after
                        const Output& out) {
     std::string lines;
     const auto add = [&](const char* sign, const Tova::CVar& var) {
-        lines += Coloured(sign + FormatVariable(var), *sign == '-' ? "31" : "32", out);
+        lines += coloured(sign + FormatVariable(var), *sign == '-' ? "31" : "32", out);
     };
     for (const Tova::CVar* old = before.First(); old != nullptr; old = old->Next()) {
         const Tova::CVar* var = after.FindVar(old->Name());
-        if (var == nullptr || !IsSame(*var, *old)) {
+        if (var == nullptr || !isSame(*var, *old)) {
             add("-", *old);
             if (var != nullptr) {
                 add("+", *var);
@@ -155,14 +155,14 @@ void Finish(const Tova::CVarList& before, const Tova::CVarList& after, const Con
     }
 }
 
-void RefuseTwoOutputs(const ConfigOptions& options) {
+void refuseTwoOutputs(const ConfigOptions& options) {
     if (options.file == "-" && options.diff && !options.dryRun) {
         Fail(Exit::Usage, "--diff", "standard output is taken by the file; add --dry-run");
     }
 }
 
 void Set(const ConfigOptions& options, Session& session) {
-    RefuseTwoOutputs(options);
+    refuseTwoOutputs(options);
     Tova::CVarList before, after;
     ReadConfig(options.file, before);
     CopyVariables(before, after);
@@ -171,7 +171,7 @@ void Set(const ConfigOptions& options, Session& session) {
 }
 
 void Unset(const ConfigOptions& options, Session& session) {
-    RefuseTwoOutputs(options);
+    refuseTwoOutputs(options);
     Tova::CVarList before, after;
     ReadConfig(options.file, before);
     std::unordered_set<const Tova::CVar*> gone;
@@ -218,7 +218,7 @@ void Verify(const ConfigOptions& options, Session& session) {
 
 using Action = void (*)(const ConfigOptions&, Session&);
 
-CLI::App* AddCommand(CLI::App& config, Session& session, const std::string& name, Action action,
+CLI::App* addCommand(CLI::App& config, Session& session, const std::string& name, Action action,
                      Options& options, const std::string& description, const std::string& example) {
     CLI::App* command = AddSubcommand(config, name, description, example);
     options = std::make_shared<ConfigOptions>();
@@ -228,44 +228,44 @@ CLI::App* AddCommand(CLI::App& config, Session& session, const std::string& name
     return command;
 }
 
-void AddEditFlags(CLI::App& command, ConfigOptions& options) {
+void addEditFlags(CLI::App& command, ConfigOptions& options) {
     command.add_flag("--dry-run", options.dryRun, "Write nothing");
     command.add_flag("--diff", options.diff, "Show the lines that change");
 }
 
-void AddReaders(CLI::App& config, Session& session) {
+void addReaders(CLI::App& config, Session& session) {
     Options options;
-    CLI::App* command = AddCommand(config, session, "show", Show, options,
+    CLI::App* command = addCommand(config, session, "show", Show, options,
                                    "Shows all variables, one [%]NAME=VALUE a line",
                                    "  tvtool config show Calyx.nwc >Calyx.txt\n"
                                    "  tvtool config create Copy.nwc --from Calyx.txt");
     command->add_flag("--json", options->json, "As an array of {\"name\", \"value\", \"fixed\"}");
-    command = AddCommand(config, session, "get", Get, options, "Prints the value of a variable",
+    command = addCommand(config, session, "get", Get, options, "Prints the value of a variable",
                          "  tvtool config get Calyx.nwc AppName");
     AddText(*command, "NAME", options->name, "The variable")->required();
     command->add_flag("--json", options->json, "As {\"name\", \"value\", \"fixed\"}");
-    command = AddCommand(config, session, "verify", Verify, options,
+    command = addCommand(config, session, "verify", Verify, options,
                          "Says whether a file is in order, or which damage it has",
                          "  tvtool config verify Calyx.nwc");
     command->add_flag("--json", options->json, "As an object");
 }
 
-void AddEditors(CLI::App& config, Session& session) {
+void addEditors(CLI::App& config, Session& session) {
     Options options;
     CLI::App* command =
-        AddCommand(config, session, "set", Set, options,
+        addCommand(config, session, "set", Set, options,
                    "Sets variables; a % before the name fixes it for good",
                    "  tvtool config set Calyx.nwc AppName=Calyx %Serial=CX7-0042 --diff");
     AddTexts(*command, "NAME=VALUE", options->words, "What to set, taken literally")->required();
-    AddEditFlags(*command, *options);
+    addEditFlags(*command, *options);
     command =
-        AddCommand(config, session, "unset", Unset, options, "Removes variables, also fixed ones",
+        addCommand(config, session, "unset", Unset, options, "Removes variables, also fixed ones",
                    "  tvtool config unset Calyx.nwc Serial");
     AddTexts(*command, "NAME", options->words, "The variables")->required();
-    AddEditFlags(*command, *options);
+    addEditFlags(*command, *options);
 }
 
-void AddCreate(CLI::App& config, Session& session) {
+void addCreate(CLI::App& config, Session& session) {
     CLI::App* command = AddSubcommand(config, "create", "Makes a configuration file",
                                       "  tvtool config create Calyx.nwc AppName=Calyx %Serial=42\n"
                                       "  tvtool config create Calyx.nwc --from Calyx.txt");
@@ -287,9 +287,9 @@ void AddConfigCommand(CLI::App& app, Session& session) {
     CLI::App* config = AddSubcommand(app, "config", "Makes, shows and edits configuration files",
                                      "  tvtool config show Calyx.nwc");
     config->require_subcommand(1);
-    AddCreate(*config, session);
-    AddReaders(*config, session);
-    AddEditors(*config, session);
+    addCreate(*config, session);
+    addReaders(*config, session);
+    addEditors(*config, session);
 }
 
 }  // namespace tvtool

@@ -44,7 +44,7 @@ constexpr std::array<Field, 4> cFields = {{
     {"--email", "E-mail", Info::cEmailVar, Key::Email, &Info::Email, Info::cMaxEmail},
 }};
 
-std::string KeyOf(const Field& field) {
+std::string keyOf(const Field& field) {
     return TextForPeople(field.key());
 }
 
@@ -54,7 +54,7 @@ struct ReadOptions {
     bool json = false;
 };
 
-void LoadFromPreferences(Tova::CRegInfo& record) {
+void loadFromPreferences(Tova::CRegInfo& record) {
     LoadPreferences();
     if (Tova::CPrefsRegInfo::Load(record)) {
         return;
@@ -75,7 +75,7 @@ void Read(const ReadOptions& options, Session& session) {
     }
     Tova::CRegInfo record;
     if (options.prefs) {
-        LoadFromPreferences(record);
+        loadFromPreferences(record);
     } else {
         Tova::CVarList list;
         ReadConfig(options.config, list);
@@ -85,7 +85,7 @@ void Read(const ReadOptions& options, Session& session) {
     for (const Field& field : cFields) {
         const char* value = (record.*field.value)().CStr();
         if (options.json) {
-            object[KeyOf(field)] = JsonText(value);
+            object[keyOf(field)] = JsonText(value);
         } else {
             const std::string label = field.label + std::string(":");
             session.out << label << std::string(15 - label.size(), ' ') << Escape(value) << "\n";
@@ -106,7 +106,7 @@ struct WriteOptions {
 
 using Values = std::array<std::optional<std::string>, cFields.size()>;
 
-void RequireLength(const Field& field, const std::string& value, Exit status,
+void requireLength(const Field& field, const std::string& value, Exit status,
                    const std::string& subject) {
     if (value.size() > static_cast<std::size_t>(field.longest)) {
         Fail(status, subject,
@@ -116,7 +116,7 @@ void RequireLength(const Field& field, const std::string& value, Exit status,
 }
 
 // `values` become those under the keys of an installer's dictionary.
-void ParseDetails(const std::string& file, Values& values) {
+void parseDetails(const std::string& file, Values& values) {
     const std::string name = InputName(file);
     const Json object = ParseJson(ReadInput(file), name);
     if (!object.is_object()) {
@@ -125,28 +125,28 @@ void ParseDetails(const std::string& file, Values& values) {
     for (const auto& [key, value] : object.items()) {
         const std::string& wanted = key;
         std::size_t i = 0;
-        while (i < cFields.size() && KeyOf(cFields[i]) != wanted) {
+        while (i < cFields.size() && keyOf(cFields[i]) != wanted) {
             ++i;
         }
         const std::string where = name + ": " + Quote(key);
         if (i < cFields.size()) {
             values[i] = TextFromJson(value, where);
-            RequireLength(cFields[i], *values[i], Exit::Damaged, where);
+            requireLength(cFields[i], *values[i], Exit::Damaged, where);
         } else if (key != TextForPeople(Key::Send())) {
             Fail(Exit::Damaged, where, "is no key; those are FNKey, LNKey, OrKey and EAKey");
         }
     }
 }
 
-Values CollectValues(const WriteOptions& options) {
+Values collectValues(const WriteOptions& options) {
     Values values;
     if (!options.from.empty()) {
-        ParseDetails(options.from, values);
+        parseDetails(options.from, values);
     }
     for (std::size_t i = 0; i < cFields.size(); ++i) {
         if (!options.values[i].empty()) {
             values[i] = options.values[i].back();
-            RequireLength(cFields[i], *values[i], Exit::Usage, cFields[i].option);
+            requireLength(cFields[i], *values[i], Exit::Usage, cFields[i].option);
         }
     }
     if (!options.send.send && !options.send.dryRun &&
@@ -157,7 +157,7 @@ Values CollectValues(const WriteOptions& options) {
 }
 
 // The record that results from putting `values` over what `list` holds.
-Tova::CRegInfo Merge(const Tova::CVarList& list, const Values& values) {
+Tova::CRegInfo merge(const Tova::CVarList& list, const Values& values) {
     Tova::CVarList merged;
     for (std::size_t i = 0; i < cFields.size(); ++i) {
         const char* name = cFields[i].variable;
@@ -176,12 +176,12 @@ void Write(const WriteOptions& options, Session& session) {
         !options.send.dryRun) {
         Fail(Exit::Usage, "details write", "--to and --wait go with --send or --dry-run");
     }
-    const Values values = CollectValues(options);
+    const Values values = collectValues(options);
     const std::string name = InputName(options.file);
     Tova::CVarList list;
     ReadConfig(options.file, list);
     const std::string before = EncodeConfig(list);
-    const Tova::CRegInfo record = Merge(list, values);
+    const Tova::CRegInfo record = merge(list, values);
     std::optional<DetailsRequest> request;
     if (options.send.send || options.send.dryRun) {
         request.emplace(record, options.send);
@@ -220,7 +220,7 @@ struct CheckOptions {
 };
 
 // "-" stands for the lines of standard input.
-std::vector<std::string> CollectAddresses(const CheckOptions& options) {
+std::vector<std::string> collectAddresses(const CheckOptions& options) {
     std::vector<std::string> addresses;
     for (const std::string& address : options.addresses) {
         if (address != "-") {
@@ -239,7 +239,7 @@ std::vector<std::string> CollectAddresses(const CheckOptions& options) {
 
 void Check(const CheckOptions& options, Session& session) {
     Json array = Json::array();
-    for (const std::string& address : CollectAddresses(options)) {
+    for (const std::string& address : collectAddresses(options)) {
         // A NUL would hide the rest.
         const bool isValid = address.find('\0') == address.npos &&
                              Tova::CEmailAddress(Tova::CString(address.c_str())).IsValid();
@@ -257,7 +257,7 @@ void Check(const CheckOptions& options, Session& session) {
     }
 }
 
-void AddRead(CLI::App& details, Session& session) {
+void addRead(CLI::App& details, Session& session) {
     CLI::App* command = AddSubcommand(details, "read", "Shows the details",
                                       "  tvtool details read --config Calyx.nwc\n"
                                       "  tvtool details read --prefs --json");
@@ -271,7 +271,7 @@ void AddRead(CLI::App& details, Session& session) {
     command->callback([options, &session] { Read(*options, session); });
 }
 
-void AddWrite(CLI::App& details, Session& session) {
+void addWrite(CLI::App& details, Session& session) {
     CLI::App* command = AddSubcommand(
         details, "write", "Saves details into an existing configuration file",
         "  tvtool details write Calyx.nwc --first-name Ada --email ada@example.org\n"
@@ -292,7 +292,7 @@ void AddWrite(CLI::App& details, Session& session) {
     command->callback([options, &session] { Write(*options, session); });
 }
 
-void AddCheck(CLI::App& details, Session& session) {
+void addCheck(CLI::App& details, Session& session) {
     CLI::App* command =
         AddSubcommand(details, "check", "Says whether e-mail addresses have a valid form",
                       "  tvtool details check ada@example.org ada@example");
@@ -311,9 +311,9 @@ void AddDetailsCommand(CLI::App& app, Session& session) {
         AddSubcommand(app, "details", "Shows, saves and checks the user's registration details",
                       "  tvtool details read --prefs");
     details->require_subcommand(1);
-    AddRead(*details, session);
-    AddWrite(*details, session);
-    AddCheck(*details, session);
+    addRead(*details, session);
+    addWrite(*details, session);
+    addCheck(*details, session);
 }
 
 }  // namespace tvtool

@@ -29,13 +29,13 @@ StringRef Decode(const std::string& argument) {
     return text;
 }
 
-ValueRef CopyValue(CFStringRef key) {
+ValueRef copyValue(CFStringRef key) {
     return ValueRef(CFPreferencesCopyValue(key, Tova::CPrefs::Domain(), kCFPreferencesCurrentUser,
                                            kCFPreferencesAnyHost));
 }
 
 ValueRef Find(const std::string& key) {
-    ValueRef value = CopyValue(Decode(key).Get());
+    ValueRef value = copyValue(Decode(key).Get());
     if (!value) {
         Fail(Exit::NotFound, cPreferences,
              "no key " + Quote(key) + "; 'tvtool prefs list' shows all");
@@ -43,13 +43,13 @@ ValueRef Find(const std::string& key) {
     return value;
 }
 
-void StoreValue(CFStringRef key, CFTypeRef value) {
+void storeValue(CFStringRef key, CFTypeRef value) {
     CFPreferencesSetValue(key, value, Tova::CPrefs::Domain(), kCFPreferencesCurrentUser,
                           kCFPreferencesAnyHost);
 }
 
 // Other programs may have stored other things than texts.
-Json ValueToJson(CFTypeRef value) {
+Json valueToJson(CFTypeRef value) {
     if (CFGetTypeID(value) == CFStringGetTypeID()) {
         return EncodeText(static_cast<CFStringRef>(value), kCFStringEncodingUTF8).value_or("");
     }
@@ -70,11 +70,11 @@ Json ValueToJson(CFTypeRef value) {
     return integer;
 }
 
-std::string ValueToText(CFTypeRef value) {
+std::string valueToText(CFTypeRef value) {
     if (CFGetTypeID(value) == CFStringGetTypeID()) {
         return TextForPeople(static_cast<CFStringRef>(value));
     }
-    const Json json = ValueToJson(value);
+    const Json json = valueToJson(value);
     return json.is_null() ? "(neither a text nor a number)" : json.dump();
 }
 
@@ -86,12 +86,12 @@ void List(const PrefsOptions& options, Session& session) {
     Json object = Json::object();
     for (CFIndex i = 0, count = keys ? CFArrayGetCount(keys.Get()) : 0; i < count; ++i) {
         const auto key = static_cast<CFStringRef>(CFArrayGetValueAtIndex(keys.Get(), i));
-        const ValueRef value = CopyValue(key);
+        const ValueRef value = copyValue(key);
         if (!value) {
             continue;
         }
-        object[EncodeText(key, kCFStringEncodingUTF8).value_or("")] = ValueToJson(value.Get());
-        lines.push_back(Escape(TextForPeople(key), "=") + "=" + Escape(ValueToText(value.Get())) +
+        object[EncodeText(key, kCFStringEncodingUTF8).value_or("")] = valueToJson(value.Get());
+        lines.push_back(Escape(TextForPeople(key), "=") + "=" + Escape(valueToText(value.Get())) +
                         "\n");
     }
     if (options.json) {
@@ -107,9 +107,9 @@ void Get(const PrefsOptions& options, Session& session) {
     LoadPreferences();
     const ValueRef value = Find(options.key);
     if (options.json) {
-        PrintJson(session.out, ValueToJson(value.Get()));
+        PrintJson(session.out, valueToJson(value.Get()));
     } else {
-        session.out.PrintValue(ValueToText(value.Get()));
+        session.out.PrintValue(valueToText(value.Get()));
     }
 }
 
@@ -117,9 +117,9 @@ void Set(const PrefsOptions& options, Session&) {
     const StringRef key = Decode(options.key);
     const StringRef value = Decode(options.value);
     LoadPreferencesToWrite();
-    StoreValue(key.Get(), value.Get());
+    storeValue(key.Get(), value.Get());
     // Some characters are refused without a word.
-    const ValueRef stored = CopyValue(key.Get());
+    const ValueRef stored = copyValue(key.Get());
     if (!stored || CFEqual(stored.Get(), value.Get()) == 0) {
         Fail(Exit::Usage, cPreferences, "cannot hold this: a key or text with control characters");
     }
@@ -129,13 +129,13 @@ void Set(const PrefsOptions& options, Session&) {
 void Delete(const PrefsOptions& options, Session&) {
     LoadPreferences();
     static_cast<void>(Find(options.key));
-    StoreValue(Decode(options.key).Get(), nullptr);
+    storeValue(Decode(options.key).Get(), nullptr);
     SavePreferences();
 }
 
 using Action = void (*)(const PrefsOptions&, Session&);
 
-CLI::App* AddCommand(CLI::App& prefs, Session& session, const std::string& name, Action action,
+CLI::App* addCommand(CLI::App& prefs, Session& session, const std::string& name, Action action,
                      const std::shared_ptr<PrefsOptions>& options, const std::string& description,
                      const std::string& example) {
     CLI::App* command = AddSubcommand(prefs, name, description, example);
@@ -154,18 +154,18 @@ void AddPrefsCommand(CLI::App& app, Session& session) {
         AddText(*command, "KEY", options->key, "The key, exactly")->required();
     };
 
-    CLI::App* list = AddCommand(*prefs, session, "list", List, options, "Shows all keys and values",
+    CLI::App* list = addCommand(*prefs, session, "list", List, options, "Shows all keys and values",
                                 "  tvtool prefs list --json");
     list->add_flag("--json", options->json, "As an object");
-    CLI::App* get = AddCommand(*prefs, session, "get", Get, options, "Prints the value of a key",
+    CLI::App* get = addCommand(*prefs, session, "get", Get, options, "Prints the value of a key",
                                "  tvtool prefs get RegisterInfo/RegFirstName");
     addKey(get);
     get->add_flag("--json", options->json, "As a JSON value");
-    CLI::App* set = AddCommand(*prefs, session, "set", Set, options, "Stores a text under a key",
+    CLI::App* set = addCommand(*prefs, session, "set", Set, options, "Stores a text under a key",
                                "  tvtool prefs set RegisterInfo/RegFirstName Ada");
     addKey(set);
     AddText(*set, "VALUE", options->value, "The text, taken literally")->required();
-    addKey(AddCommand(*prefs, session, "delete", Delete, options, "Removes a key",
+    addKey(addCommand(*prefs, session, "delete", Delete, options, "Removes a key",
                       "  tvtool prefs delete RegisterInfo/RegFirstName"));
 }
 

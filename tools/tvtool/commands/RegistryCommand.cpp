@@ -26,12 +26,12 @@ struct Arguments {
     void TakeFileForPath() { std::swap(file, path); }
 };
 
-void AddFlags(CLI::App& command, Arguments& arguments) {
+void addFlags(CLI::App& command, Arguments& arguments) {
     command.add_flag("--json", arguments.json, "Print JSON");
 }
 
 // The node, or an exit: what a damaged file lacks may stand behind the fault.
-const Tova::CRegNode& FindNode(const RegistryFile& file, const std::string& path,
+const Tova::CRegNode& findNode(const RegistryFile& file, const std::string& path,
                                Session& session) {
     const Tova::CRegNode& root = *file.Tree().GetNode();
     const Tova::CRegNode* found = path.empty() ? &root : root.DeepFind(path.c_str());
@@ -51,7 +51,7 @@ void Show(Arguments arguments, Session& session) {
         arguments.TakeFileForPath();
     }
     const RegistryFile file(arguments.File());
-    const Tova::CRegNode& top = FindNode(file, arguments.path, session);
+    const Tova::CRegNode& top = findNode(file, arguments.path, session);
     if (arguments.json) {
         session.out << "{\n  \"format\": \"" << file.FormatName() << "\",\n  \"entries\": ";
         PrintTreeJson(session.out, top);
@@ -67,7 +67,7 @@ void Get(Arguments arguments, Session& session) {
         arguments.TakeFileForPath();
     }
     const RegistryFile file(arguments.File());
-    const Tova::CRegNode& found = FindNode(file, arguments.path, session);
+    const Tova::CRegNode& found = findNode(file, arguments.path, session);
     if (found.IsDirectory()) {
         Fail(Exit::NotFound, file.Name(),
              Quote(arguments.path) + " is a directory and has no value; use registry show");
@@ -126,7 +126,7 @@ void App(const std::string& key, const std::string& valueName, bool json, Sessio
     file.ReportProblem(session);
 }
 
-void AddShow(CLI::App& registry, Session& session) {
+void addShow(CLI::App& registry, Session& session) {
     CLI::App* command =
         AddSubcommand(registry, "show", "Show a registry, or a part of it, as a tree",
                       "  tvtool registry show\n"
@@ -137,11 +137,11 @@ void AddShow(CLI::App& registry, Session& session) {
             std::string(cFileHelp) + "; without it, the shared registry");
     AddText(*command, "PATH", arguments->path, "Show what is there, such as Calyx/Paths");
     command->add_flag("--shared", arguments->shared, "Show PATH of the shared registry");
-    AddFlags(*command, *arguments);
+    addFlags(*command, *arguments);
     command->callback([arguments, &session] { Show(*arguments, session); });
 }
 
-void AddGet(CLI::App& registry, Session& session) {
+void addGet(CLI::App& registry, Session& session) {
     CLI::App* command = AddSubcommand(registry, "get", "Print one value",
                                       "  tvtool registry get Calyx/ProdRegURL\n"
                                       "  tvtool registry get ./registry Calyx/ProdRegURL");
@@ -155,18 +155,18 @@ void AddGet(CLI::App& registry, Session& session) {
     command->callback([arguments, &session] { Get(*arguments, session); });
 }
 
-void AddVerify(CLI::App& registry, Session& session) {
+void addVerify(CLI::App& registry, Session& session) {
     CLI::App* command =
         AddSubcommand(registry, "verify", "Check a registry file and count what is in it",
                       "  tvtool registry verify ./registry");
     const auto arguments = std::make_shared<Arguments>();
     AddText(*command, "FILE", arguments->file,
             std::string(cFileHelp) + "; without it, the shared registry");
-    AddFlags(*command, *arguments);
+    addFlags(*command, *arguments);
     command->callback([arguments, &session] { Verify(*arguments, session); });
 }
 
-void AddApp(CLI::App& registry, Session& session) {
+void addApp(CLI::App& registry, Session& session) {
     CLI::App* command = AddSubcommand(
         registry, "app", "Show what the framework finds for an application on this machine",
         "  tvtool registry app Calyx\n"
@@ -189,10 +189,10 @@ void AddRegistryCommand(CLI::App& app, Session& session) {
     CLI::App* registry = AddSubcommand(app, "registry", "Look into registry files",
                                        "  tvtool registry verify ./registry");
     registry->require_subcommand(1);
-    AddShow(*registry, session);
-    AddGet(*registry, session);
-    AddVerify(*registry, session);
-    AddApp(*registry, session);
+    addShow(*registry, session);
+    addGet(*registry, session);
+    addVerify(*registry, session);
+    addApp(*registry, session);
 }
 
 }  // namespace tvtool

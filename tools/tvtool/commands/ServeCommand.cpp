@@ -34,17 +34,17 @@ constexpr std::array<FaultName, 5> cFaultNames = {{
 constexpr std::string_view cStatus = "status=";
 
 // A whole decimal number between two others.
-bool ParseNumber(std::string_view text, int least, int most, int& number) {
+bool parseNumber(std::string_view text, int least, int most, int& number) {
     const auto [end, error] = std::from_chars(text.begin(), text.end(), number);
     return error == std::errc() && end == text.end() && number >= least && number <= most;
 }
 
-Fault ParseFault(const std::string& text) {
+Fault parseFault(const std::string& text) {
     Fault fault;
     if (text.starts_with(cStatus)) {
         fault.kind = Fault::Kind::Status;
         // Answers below 200 are none: the client goes on waiting.
-        if (!ParseNumber(std::string_view(text).substr(cStatus.size()), 200, 599, fault.status)) {
+        if (!parseNumber(std::string_view(text).substr(cStatus.size()), 200, 599, fault.status)) {
             Fail(Exit::Usage, "--fault " + Quote(text), "a status is a number from 200 to 599");
         }
         return fault;
@@ -59,16 +59,16 @@ Fault ParseFault(const std::string& text) {
          "is none of stall, slow, reset, truncate, redirect-loop and status=N");
 }
 
-EndpointOptions ParseOptions(const ServeOptions& options) {
+EndpointOptions parseOptions(const ServeOptions& options) {
     EndpointOptions parsed;
     int port = 0;
-    if (!options.port.empty() && !ParseNumber(options.port, 0, 65535, port)) {
+    if (!options.port.empty() && !parseNumber(options.port, 0, 65535, port)) {
         Fail(Exit::Usage, "--port " + Quote(options.port), "a port is a number from 0 to 65535");
     }
     parsed.port = static_cast<std::uint16_t>(port);
     parsed.once = options.once;
     if (!options.fault.empty()) {
-        parsed.fault = ParseFault(options.fault);
+        parsed.fault = parseFault(options.fault);
     }
     if (!options.tls.empty()) {
         parsed.tls = LoadServerTls(options.tls[0], options.tls[1]);
@@ -102,7 +102,7 @@ private:
 };
 
 void Serve(const ServeOptions& options, Session& session) {
-    Endpoint endpoint(ParseOptions(options));
+    Endpoint endpoint(parseOptions(options));
     const StopOnSignals stopOnSignals(endpoint);
     Complain("listening on " + endpoint.Address());
     endpoint.Run([&](const Registration& registration) {

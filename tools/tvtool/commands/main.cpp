@@ -11,7 +11,7 @@ namespace tvtool {
 namespace {
 
 // Keeps a file that is opened later from becoming a standard stream that the caller closed.
-void OccupyStandardStreams() {
+void occupyStandardStreams() {
     for (int fd = 0; fd <= 2; ++fd) {
         if (fcntl(fd, F_GETFD) < 0) {
             // Opened the wrong way round, so that using it fails as on a closed one.
@@ -20,7 +20,7 @@ void OccupyStandardStreams() {
     }
 }
 
-void Declare(CLI::App& app, Session& session) {
+void declare(CLI::App& app, Session& session) {
     app.name("tvtool");
     app.set_help_flag("-h,--help", "Show this help");
     app.set_version_flag("--version", std::string("tvtool ") + TVTOOL_VERSION, "Show the version");
@@ -41,7 +41,7 @@ void Declare(CLI::App& app, Session& session) {
 }
 
 // The innermost command that was named, and how it was typed.
-const CLI::App& FindCommand(const CLI::App& app, std::string& name) {
+const CLI::App& findCommand(const CLI::App& app, std::string& name) {
     const CLI::App* command = &app;
     for (name = app.get_name(); !command->get_subcommands().empty();) {
         command = command->get_subcommands().front();
@@ -50,14 +50,14 @@ const CLI::App& FindCommand(const CLI::App& app, std::string& name) {
     return *command;
 }
 
-Exit AnswerParser(const CLI::App& app, const CLI::ParseError& error, Session& session) {
+Exit answerParser(const CLI::App& app, const CLI::ParseError& error, Session& session) {
     std::ostringstream help, ignored;
     if (app.exit(error, help, ignored) == 0) {
         session.out << help.str();
         return Exit::Done;
     }
     std::string name;
-    const std::vector<std::string> unknown = FindCommand(app, name).remaining();
+    const std::vector<std::string> unknown = findCommand(app, name).remaining();
     std::string what = error.what();
     if (error.get_name() == "RequiredError" && !unknown.empty() && !unknown[0].starts_with('-')) {
         what = "there is no command \"" + name + " " + unknown[0] + "\"";
@@ -73,11 +73,11 @@ Exit Run(int argc, char** argv) {
     Exit status = Exit::Done;
     CLI::App app("Looks into and edits what TVframework works with.");
     try {
-        Declare(app, session);
+        declare(app, session);
         app.parse(ProtectArguments(argc, argv));
         status = session.Status();
     } catch (const CLI::ParseError& error) {
-        status = AnswerParser(app, error, session);
+        status = answerParser(app, error, session);
     } catch (const ToolError& error) {
         status = error.Status();
         try {
@@ -96,7 +96,7 @@ Exit Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     using tvtool::Exit;
-    tvtool::OccupyStandardStreams();
+    tvtool::occupyStandardStreams();
     std::signal(SIGPIPE, SIG_IGN);
     Exit status = Exit::Failed;
     try {

@@ -100,7 +100,7 @@ private:
     const std::string_view line_;
 };
 
-void ParseLines(std::string_view text, const std::string& file, ListBuilder& builder) {
+void parseLines(std::string_view text, const std::string& file, ListBuilder& builder) {
     for (std::size_t number = 1; !text.empty(); ++number) {
         const std::size_t end = std::min(text.find('\n'), text.size());
         std::string_view line = text.substr(0, end);
@@ -114,7 +114,7 @@ void ParseLines(std::string_view text, const std::string& file, ListBuilder& bui
     }
 }
 
-void ParseElements(const Json& array, const std::string& file, ListBuilder& builder) {
+void parseElements(const Json& array, const std::string& file, ListBuilder& builder) {
     std::size_t number = 0;
     for (const Json& element : array) {
         const std::string place = file + ": element " + std::to_string(++number);
@@ -159,9 +159,9 @@ void ParseVariables(const std::string& text, const std::string& name, Tova::CVar
     ListBuilder builder(list);
     const std::size_t first = rest.find_first_not_of(" \t\r\n");
     if (first != rest.npos && rest[first] == '[') {
-        ParseElements(ParseJson(text, name), name, builder);
+        parseElements(ParseJson(text, name), name, builder);
     } else {
-        ParseLines(rest, name, builder);
+        parseLines(rest, name, builder);
     }
 }
 

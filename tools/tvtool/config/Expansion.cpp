@@ -13,7 +13,7 @@ namespace {
 // How many characters the repeated passes may look at, some seconds' worth.
 constexpr std::size_t cMaxWork = 4'000'000'000;
 
-bool IsBlank(char16_t c) {
+bool isBlank(char16_t c) {
     return c == u' ' || c == u'\t' || c == u'\r';
 }
 
@@ -229,7 +229,7 @@ void Expansion::RefuseSize(const std::string& what) const {
 }
 
 bool Expansion::LooksLikeName(std::u16string_view name) const {
-    return !name.empty() && !IsBlank(name.front()) && !IsBlank(name.back()) &&
+    return !name.empty() && !isBlank(name.front()) && !isBlank(name.back()) &&
            name.find(u'\n') == name.npos && name.find(u'\r') == name.npos;
 }
 

@@ -23,17 +23,17 @@ bool Synchronize() {
 }
 
 // The value of an environment variable that names a folder; those that are relative do not count.
-std::string FolderFrom(const char* variable) {
+std::string folderFrom(const char* variable) {
     const char* value = std::getenv(variable);
     return value != nullptr && *value == '/' ? value : "";
 }
 
 // Where the platform keeps the preferences. Only to find out what is wrong with the file: reading
 // and writing it is the platform's.
-std::string FindFile() {
-    std::string folder = FolderFrom("XDG_CONFIG_HOME");
+std::string findFile() {
+    std::string folder = folderFrom("XDG_CONFIG_HOME");
     if (folder.empty()) {
-        folder = FolderFrom("HOME");
+        folder = folderFrom("HOME");
         const passwd* user = folder.empty() ? getpwuid(geteuid()) : nullptr;
         folder = (user != nullptr ? user->pw_dir : folder) + "/.config";
     }
@@ -41,7 +41,7 @@ std::string FindFile() {
 }
 
 // Throws what keeps the file from being made, when it is a folder.
-void RequireWritableFolder(const std::filesystem::path& file) {
+void requireWritableFolder(const std::filesystem::path& file) {
     std::error_code error;
     // The platform makes the last folder itself, and none above it.
     std::filesystem::path folder = file.parent_path();
@@ -66,7 +66,7 @@ bool Load(const std::string& path) {
 }  // namespace
 
 void LoadPreferences() {
-    const std::string path = FindFile();
+    const std::string path = findFile();
     if (!Load(path)) {
         Fail(Exit::Damaged, path,
              "is no property list; the next change moves it aside and starts anew");
@@ -74,7 +74,7 @@ void LoadPreferences() {
 }
 
 void LoadPreferencesToWrite() {
-    const std::string path = FindFile();
+    const std::string path = findFile();
     if (!Load(path)) {
         Complain(path + ": is no property list; it is moved aside");
     }
@@ -84,8 +84,8 @@ void SavePreferences() {
     if (Synchronize()) {
         return;
     }
-    const std::string path = FindFile();
-    RequireWritableFolder(path);
+    const std::string path = findFile();
+    requireWritableFolder(path);
     Fail(Exit::Failed, path, "cannot be written; try again when no other program writes it");
 }
 

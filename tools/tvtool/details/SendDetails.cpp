@@ -24,7 +24,7 @@ constexpr long cDefaultWait = 30;
 constexpr long cLongestWait = 3600;
 constexpr char cSaved[] = "; the details are saved";
 
-bool IsSet(const char* variable) {
+bool isSet(const char* variable) {
     const char* value = std::getenv(variable);
     return value != nullptr && *value != '\0';
 }
@@ -35,7 +35,7 @@ class ProgressLine {
 public:
     explicit ProgressLine(std::string text)
         : text_(std::move(text)), isShown_(isatty(STDERR_FILENO) == 1),
-          isRewritten_(isShown_ && !IsSet("NO_COLOR")) {}
+          isRewritten_(isShown_ && !isSet("NO_COLOR")) {}
     ~ProgressLine() {
         if (isRewritten_) {
             std::fputs("\r\033[K", stderr);
@@ -58,7 +58,7 @@ private:
     const bool isRewritten_;
 };
 
-long ParseWait(const std::string& text) {
+long parseWait(const std::string& text) {
     long seconds = cDefaultWait;
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, seconds);
@@ -71,7 +71,7 @@ long ParseWait(const std::string& text) {
 }
 
 // "user:password", whose second half may be empty.
-std::string DecodeCredentials(const std::string& escaped) {
+std::string decodeCredentials(const std::string& escaped) {
     const StringRef text = DecodeText(escaped, kCFStringEncodingUTF8);
     const StringRef plain(
         CFURLCreateStringByReplacingPercentEscapes(nullptr, text.Get(), CFSTR("")));
@@ -80,7 +80,7 @@ std::string DecodeCredentials(const std::string& escaped) {
 }
 
 // The framework's escaping breaks off there, and makes an address that cannot be requested.
-void RequireAscii(const Tova::CVarList& details) {
+void requireAscii(const Tova::CVarList& details) {
     for (const Tova::CVar* var = details.First(); var != nullptr; var = var->Next()) {
         const std::string_view value = var->Value();
         if (std::any_of(value.begin(), value.end(), [](char c) { return (c & 0x80) != 0; })) {
@@ -91,7 +91,7 @@ void RequireAscii(const Tova::CVarList& details) {
 }
 
 // False when there is none.
-bool FindAddress(const std::string& to, Tova::CString& address) {
+bool findAddress(const std::string& to, Tova::CString& address) {
     if (!to.empty()) {
         address = to.c_str();
         return true;
@@ -119,12 +119,12 @@ void AddSendOptions(CLI::App& command, SendOptions& options) {
 }
 
 DetailsRequest::DetailsRequest(const Tova::CRegInfo& record, const SendOptions& options)
-    : wait_(ParseWait(options.wait)) {
+    : wait_(parseWait(options.wait)) {
     Tova::CVarList details;
     record.SetVariables(details);
-    RequireAscii(details);
+    requireAscii(details);
     Tova::CString address;
-    if (!FindAddress(options.to, address)) {
+    if (!findAddress(options.to, address)) {
         Fail(Exit::Failed, "details write",
              "there is no address to send to: this build has none, and the shared registry names "
              "none; give one with --to URL");
@@ -148,7 +148,7 @@ void DetailsRequest::TakeApart(const std::string& url, bool isGiven) {
     const std::size_t end = std::min(url.find_first_of("/?", start), url.size());
     host_ = url.substr(start, end - start);
     if (const std::size_t at = host_.rfind('@'); at != host_.npos) {
-        credentials_ = DecodeCredentials(host_.substr(0, at));
+        credentials_ = decodeCredentials(host_.substr(0, at));
         host_.erase(0, at + 1);
     }
     if ((!isHttps && strcasecmp(scheme.c_str(), "http") != 0) || host_.empty() ||

@@ -77,7 +77,7 @@ struct EndReader {
     }
 };
 
-std::string DescribeHttpError(SInt32 error) {
+std::string describeHttpError(SInt32 error) {
     switch (error) {
     case kCFStreamErrorHTTPRedirectionLoop:
         return "there were too many redirects";
@@ -98,7 +98,7 @@ std::string DescribeError(const CFStreamError& error) {
         return "no trusted TLS connection came about: the certificate is not trusted, has "
                "expired or is another host's, or the server speaks no TLS";
     case kCFStreamErrorDomainHTTP:
-        return DescribeHttpError(error.error);
+        return describeHttpError(error.error);
     default:
         break;
     }

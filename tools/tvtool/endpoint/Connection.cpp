@@ -20,7 +20,7 @@ constexpr std::string_view cEmptyLine = "\r\n\r\n";
 // What is read and dropped from a peer that goes on sending after its answer.
 constexpr int cMaxDrainReads = 64;
 
-bool WouldBlock(int error) {
+bool wouldBlock(int error) {
     return error == EAGAIN || error == EINTR;
 }
 
@@ -109,7 +109,7 @@ std::ptrdiff_t Connection::TryRead(char* bytes, std::size_t size, short& wanted)
         return TlsResult(SSL_read(tls_.get(), bytes, limit), wanted);
     }
     const ssize_t count = recv(socket_.Get(), bytes, size, 0);
-    wanted = count < 0 && WouldBlock(errno) ? POLLIN : 0;
+    wanted = count < 0 && wouldBlock(errno) ? POLLIN : 0;
     return count;
 }
 
@@ -120,7 +120,7 @@ std::ptrdiff_t Connection::TryWrite(std::string_view bytes, short& wanted) {
         return TlsResult(SSL_write(tls_.get(), bytes.data(), limit), wanted);
     }
     const ssize_t count = send(socket_.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    wanted = count < 0 && WouldBlock(errno) ? POLLOUT : 0;
+    wanted = count < 0 && wouldBlock(errno) ? POLLOUT : 0;
     return count;
 }
 
@@ -192,7 +192,7 @@ void Connection::Finish() {
     std::array<char, 4096> dropped;
     for (int i = 0; i < cMaxDrainReads; ++i) {
         const ssize_t count = recv(socket_.Get(), dropped.data(), dropped.size(), 0);
-        if (count < 0 && WouldBlock(errno) ? !Wait(POLLIN, deadline_) : count <= 0) {
+        if (count < 0 && wouldBlock(errno) ? !Wait(POLLIN, deadline_) : count <= 0) {
             return;
         }
     }

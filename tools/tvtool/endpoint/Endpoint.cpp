@@ -29,7 +29,7 @@ constexpr std::string_view cCutAnswer =
     "HTTP/1.1 200 OK\r\nContent-Length: 100\r\nConnection: close\r\n\r\ncut off";
 constexpr char cNoRegistration[] = "No registration: that is a GET whose address has a query.\n";
 
-FileDescriptor MakeEvent() {
+FileDescriptor makeEvent() {
     FileDescriptor event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (event.Get() < 0) {
         FailErrno(errno, "serve", "cannot wait for events");
@@ -37,7 +37,7 @@ FileDescriptor MakeEvent() {
     return event;
 }
 
-FileDescriptor MakeSocket() {
+FileDescriptor makeSocket() {
     FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (socket.Get() < 0) {
         FailErrno(errno, "serve", "cannot make a socket");
@@ -73,8 +73,8 @@ private:
 }  // namespace
 
 Endpoint::Endpoint(EndpointOptions options)
-    : options_(std::move(options)), wake_(MakeEvent()), stop_(MakeEvent()),
-      listening_(MakeSocket()) {
+    : options_(std::move(options)), wake_(makeEvent()), stop_(makeEvent()),
+      listening_(makeSocket()) {
     Listen(options_.port);
 }
 

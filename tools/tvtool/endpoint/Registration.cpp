@@ -28,15 +28,15 @@ constexpr std::array<Label, 4> cLabels = {{
 
 constexpr std::string_view cLineEnd = "\r\n";
 
-std::string_view FirstLine(std::string_view head) {
+std::string_view firstLine(std::string_view head) {
     return head.substr(0, head.find(cLineEnd));
 }
 
 // The value of a header, without the blanks around it.
-std::optional<std::string> FindHeader(std::string_view head, std::string_view name) {
+std::optional<std::string> findHeader(std::string_view head, std::string_view name) {
     for (std::size_t at = head.find(cLineEnd); at < head.size(); at = head.find(cLineEnd, at)) {
         at += cLineEnd.size();
-        const std::string_view line = FirstLine(head.substr(at));
+        const std::string_view line = firstLine(head.substr(at));
         if (line.size() > name.size() && line[name.size()] == ':' &&
             strncasecmp(line.data(), name.data(), name.size()) == 0) {
             std::string_view value = line.substr(name.size() + 1);
@@ -47,7 +47,7 @@ std::optional<std::string> FindHeader(std::string_view head, std::string_view na
     return std::nullopt;
 }
 
-std::string TimeOfDay() {
+std::string timeOfDay() {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
     char text[32] = "";
@@ -76,7 +76,7 @@ std::string Describe(const QueryField& field) {
     return Line(label, text);
 }
 
-bool IsUtf8(std::string_view text) {
+bool isUtf8(std::string_view text) {
     while (!text.empty()) {
         char32_t ignored = 0;
         const std::size_t length = DecodeUtf8(text, ignored);
@@ -89,14 +89,14 @@ bool IsUtf8(std::string_view text) {
 }
 
 // Like JsonText, but on the wire texts are UTF-8 whatever the system encoding is.
-Json WireText(const std::string& bytes) {
-    return IsUtf8(bytes) ? Json(bytes) : Json{{"base64", Base64Encode(bytes)}};
+Json wireText(const std::string& bytes) {
+    return isUtf8(bytes) ? Json(bytes) : Json{{"base64", Base64Encode(bytes)}};
 }
 
 }  // namespace
 
 std::string_view TargetOf(std::string_view head) {
-    const std::string_view line = FirstLine(head);
+    const std::string_view line = firstLine(head);
     const std::size_t first = line.find(' ');
     const std::size_t second = line.find(' ', first == line.npos ? first : first + 1);
     const bool isRequest =
@@ -111,11 +111,11 @@ std::optional<Registration> FindRegistration(std::string_view head) {
         return std::nullopt;
     }
     return Registration{std::string(target.substr(0, mark)), std::string(target.substr(mark + 1)),
-                        FindHeader(head, "User-Agent")};
+                        findHeader(head, "User-Agent")};
 }
 
 std::string DescribeRegistration(const Registration& registration) {
-    std::string text = TimeOfDay() + "  GET " + Escape(registration.path) + "\n";
+    std::string text = timeOfDay() + "  GET " + Escape(registration.path) + "\n";
     text += Line("User-Agent", registration.userAgent ? Escape(*registration.userAgent) : "(none)");
     const std::vector<QueryField> fields = DecodeQuery(registration.query);
     for (const QueryField& field : fields) {
@@ -135,8 +135,8 @@ std::string DescribeRegistration(const Registration& registration) {
 std::string RegistrationAsJson(const Registration& registration) {
     Json fields = Json::object();
     for (const QueryField& field : DecodeQuery(registration.query)) {
-        const std::string name = IsUtf8(field.name) ? field.name : Escape(field.name);
-        const Json value = field.hasValue ? WireText(field.value) : Json();
+        const std::string name = isUtf8(field.name) ? field.name : Escape(field.name);
+        const Json value = field.hasValue ? wireText(field.value) : Json();
         if (!fields.contains(name)) {
             fields[name] = value;
         } else if (fields[name].is_array()) {
@@ -146,9 +146,9 @@ std::string RegistrationAsJson(const Registration& registration) {
         }
     }
     Json object = Json::object();
-    object["path"] = WireText(registration.path);
-    object["query"] = WireText(registration.query);
-    object["userAgent"] = registration.userAgent ? WireText(*registration.userAgent) : Json();
+    object["path"] = wireText(registration.path);
+    object["query"] = wireText(registration.query);
+    object["userAgent"] = registration.userAgent ? wireText(*registration.userAgent) : Json();
     object["fields"] = std::move(fields);
     return object.dump() + "\n";
 }

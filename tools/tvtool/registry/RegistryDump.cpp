@@ -21,14 +21,14 @@ constexpr char cBold[] = "\x1b[1m";
 constexpr char cFaint[] = "\x1b[2m";
 constexpr char cPlain[] = "\x1b[0m";
 
-std::string Indent(int depth) {
+std::string indent(int depth) {
     return std::string(static_cast<std::size_t>(std::min(depth, cMaxIndent)) * 2, ' ');
 }
 
 // Calls enter(node, depth) for everything below `top` and leave(node, depth) behind the last entry
 // of each directory.
 template <class Enter, class Leave>
-void Walk(const CRegNode& top, Enter enter, Leave leave) {
+void walk(const CRegNode& top, Enter enter, Leave leave) {
     int depth = 0;
     for (const CRegNode* node = top.FirstChild(); node != nullptr;) {
         enter(*node, depth);
@@ -56,7 +56,7 @@ public:
     explicit TextPrinter(Output& out) : out_(out), coloured_(out.IsColoured()) {}
 
     void Enter(const CRegNode& node, int depth) {
-        out_ << Indent(depth);
+        out_ << indent(depth);
         if (node.GetType() == RegNodeType::Comment) {
             Styled(cFaint, ";" + TextOf(node.GetValue()));
         } else if (node.IsDirectory()) {
@@ -67,7 +67,7 @@ public:
         }
         out_ << "\n";
     }
-    void Leave(int depth) { out_ << Indent(depth) << "}\n"; }
+    void Leave(int depth) { out_ << indent(depth) << "}\n"; }
 
 private:
     static std::string TextOf(const char* text) { return Escape(text == nullptr ? "" : text); }
@@ -86,7 +86,7 @@ public:
     explicit JsonPrinter(Output& out) : out_(out) {}
 
     void Enter(const CRegNode& node, int depth, bool first) {
-        out_ << (first ? "\n" : ",\n") << Indent(depth + 2);
+        out_ << (first ? "\n" : ",\n") << indent(depth + 2);
         if (node.GetType() == RegNodeType::Comment) {
             out_ << "{\"comment\": " << TextOf(node.GetValue()) << "}";
             return;
@@ -100,7 +100,7 @@ public:
     }
     void Leave(const CRegNode& node, int depth) {
         if (node.FirstChild() != nullptr) {
-            out_ << "\n" << Indent(depth + 2);
+            out_ << "\n" << indent(depth + 2);
         }
         out_ << "]}";
     }
@@ -121,7 +121,7 @@ void PrintTree(Output& out, const CRegNode& top) {
         printer.Enter(top, 0);
         return;
     }
-    Walk(
+    walk(
         top, [&](const CRegNode& node, int depth) { printer.Enter(node, depth); },
         [&](const CRegNode&, int depth) { printer.Leave(depth); });
 }
@@ -132,7 +132,7 @@ void PrintTreeJson(Output& out, const CRegNode& top) {
     if (!top.IsDirectory()) {
         printer.Enter(top, 0, true);
     } else {
-        Walk(
+        walk(
             top,
             [&](const CRegNode& node, int depth) {
                 printer.Enter(node, depth, node.Parent()->FirstChild() == &node);
@@ -144,7 +144,7 @@ void PrintTreeJson(Output& out, const CRegNode& top) {
 
 TreeCounts CountTree(const CRegNode& top) {
     TreeCounts counts;
-    Walk(
+    walk(
         top,
         [&](const CRegNode& node, int) {
             ++(node.IsDirectory()                       ? counts.directories

@@ -19,7 +19,7 @@ constexpr std::size_t cShownBefore = 50;
 constexpr std::size_t cShownAfter = 20;
 
 // The bytes of a line, counted from 1; LF, CR LF and CR each end one.
-std::string_view LineOf(std::string_view text, long number) {
+std::string_view lineOf(std::string_view text, long number) {
     while (true) {
         const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
         if (--number == 0 || end == text.size()) {
@@ -29,12 +29,12 @@ std::string_view LineOf(std::string_view text, long number) {
     }
 }
 
-std::size_t Characters(std::string_view text) {
+std::size_t characters(std::string_view text) {
     return PlaceOf(text, text.size()).column - 1;
 }
 
 // The part of a line around a place, and a caret below it.
-std::string Excerpt(std::string_view line, std::size_t offset) {
+std::string excerpt(std::string_view line, std::size_t offset) {
     if (line.empty()) {
         return {};
     }
@@ -45,7 +45,7 @@ std::string Excerpt(std::string_view line, std::size_t offset) {
     const std::string_view rest = line.substr(offset);
     const std::string after =
         Printable(rest.substr(0, cShownAfter)) + (rest.size() > cShownAfter ? "..." : "");
-    return "    " + before + after + "\n    " + std::string(Characters(before), ' ') + "^\n";
+    return "    " + before + after + "\n    " + std::string(characters(before), ' ') + "^\n";
 }
 
 }  // namespace
@@ -66,13 +66,13 @@ void RegistryFile::Describe(Tova::RStatus status) {
         problem_ = name_ + ": begins with a byte-order mark, so nothing of it is read; save it "
                            "as plain bytes without one";
     } else if (report_.problem != nullptr) {
-        const std::string_view line = LineOf(bytes_, report_.position.line);
+        const std::string_view line = lineOf(bytes_, report_.position.line);
         const std::size_t offset =
             std::min(static_cast<std::size_t>(report_.position.column - 1), line.size());
         problem_ = At(name_, {.line = static_cast<std::size_t>(report_.position.line),
-                              .column = Characters(line.substr(0, offset)) + 1}) +
+                              .column = characters(line.substr(0, offset)) + 1}) +
                    ": " + report_.problem + "; what follows is not read";
-        excerpt_ = Excerpt(line, offset);
+        excerpt_ = excerpt(line, offset);
     } else if (status < 0) {
         problem_ = name_ + ": could not be read to its end";
     }

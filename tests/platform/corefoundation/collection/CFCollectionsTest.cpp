@@ -9,7 +9,7 @@ using namespace tvtest;
 
 namespace {
 
-std::u16string Joined(CFArrayRef array) {
+std::u16string joined(CFArrayRef array) {
     std::u16string text;
     for (CFIndex i = 0; i < CFArrayGetCount(array); ++i) {
         text += Text(static_cast<CFStringRef>(CFArrayGetValueAtIndex(array, i)));
@@ -36,8 +36,8 @@ TEST(CFArray, EditsMutableArraysOnly) {
         CFArrayAppendValue(target, nullptr);
         CFArraySetValueAtIndex(target, 0, nullptr);
     }
-    EXPECT_EQ(Joined(array), u"0Acd");
-    EXPECT_EQ(Joined(fixed), u"ab");
+    EXPECT_EQ(joined(array), u"0Acd");
+    EXPECT_EQ(joined(fixed), u"ab");
     EXPECT_EQ(CFArrayGetValueAtIndex(array, 4), nullptr);
     EXPECT_EQ(CFArrayGetValueAtIndex(array, -1), nullptr);
     CFArrayRemoveAllValues(array);

@@ -8,7 +8,7 @@ using namespace tvtest;
 
 namespace {
 
-Owned<CFMutableDictionaryRef> Make() {
+Owned<CFMutableDictionaryRef> make() {
     return Own(CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
                                          &kCFTypeDictionaryValueCallBacks));
 }
@@ -18,7 +18,7 @@ std::u16string Value(CFDictionaryRef dictionary, std::u16string_view key) {
 }
 
 TEST(CFDictionary, AddsSetsReplacesAndRemoves) {
-    const auto dictionary = Make();
+    const auto dictionary = make();
     CFDictionaryReplaceValue(dictionary, CFSTR("a"), CFSTR("1"));
     EXPECT_EQ(CFDictionaryGetCount(dictionary), 0);
     CFDictionaryAddValue(dictionary, CFSTR("a"), CFSTR("1"));
@@ -51,7 +51,7 @@ TEST(CFDictionary, HoldsItsKeysAndValues) {
                            CFGetRetainCount(second)};
     };
     using Counts = std::vector<CFIndex>;
-    auto dictionary = Make();
+    auto dictionary = make();
     CFDictionaryAddValue(dictionary, key, first);
     CFDictionaryAddValue(dictionary, key, second);
     EXPECT_EQ(counts(), (Counts{2, 2, 1}));
@@ -71,7 +71,7 @@ TEST(CFDictionary, HoldsItsKeysAndValues) {
     CFDictionaryRemoveValue(dictionary, CFSTR("key"));
     EXPECT_EQ(counts(), (Counts{1, 1, 1}));
     CFDictionaryAddValue(dictionary, key, first);
-    dictionary = Make();
+    dictionary = make();
     EXPECT_EQ(counts(), (Counts{1, 1, 1}));
 }
 
@@ -102,7 +102,7 @@ TEST(CFDictionary, RefusesNullObjects) {
     }
     EXPECT_EQ(CFDictionaryCreate(nullptr, nullptr, good, 1, nullptr, nullptr), nullptr);
     EXPECT_EQ(CFDictionaryCreate(nullptr, good, good, -1, nullptr, nullptr), nullptr);
-    const auto dictionary = Make();
+    const auto dictionary = make();
     CFDictionarySetValue(dictionary, nullptr, CFSTR("x"));
     CFDictionarySetValue(dictionary, CFSTR("x"), nullptr);
     EXPECT_EQ(CFDictionaryGetCount(dictionary), 0);
@@ -133,8 +133,8 @@ TEST(CFDictionary, CopiedStringKeysDoNotChange) {
 }
 
 TEST(CFDictionary, EqualByValueWhateverTheOrder) {
-    const auto a = Make();
-    const auto b = Make();
+    const auto a = make();
+    const auto b = make();
     for (int i = 0; i < 100; ++i) {
         CFDictionarySetValue(a, Int(i), Int(i + 1));
         CFDictionarySetValue(b, Int(99 - i), Int(100 - i));
@@ -154,7 +154,7 @@ TEST(CFDictionary, VisitsEachEntryOnceWhateverTheVisitorDoes) {
         CFMutableDictionaryRef dictionary;
         std::map<std::u16string, std::u16string> seen;
     };
-    auto dictionary = Make();
+    auto dictionary = make();
     for (const char16_t* key : {u"a", u"b", u"c"}) {
         CFDictionarySetValue(dictionary, Str(key), Str(std::u16string(key) + u"!"));
     }

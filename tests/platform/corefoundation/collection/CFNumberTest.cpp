@@ -23,7 +23,7 @@ std::pair<T, bool> As(CFNumberRef number, CFNumberType type) {
 }
 
 template <class T>
-void ExpectRoundTrip(CFNumberType type, CFNumberType kept) {
+void expectRoundTrip(CFNumberType type, CFNumberType kept) {
     for (const T value :
          {std::numeric_limits<T>::lowest(), T{}, T{1}, std::numeric_limits<T>::max()}) {
         const auto number = Own(CFNumberCreate(nullptr, type, &value));
@@ -35,15 +35,15 @@ void ExpectRoundTrip(CFNumberType type, CFNumberType kept) {
 }
 
 TEST(CFNumber, EveryTypeRoundTrips) {
-    ExpectRoundTrip<std::int8_t>(kCFNumberSInt8Type, kCFNumberSInt8Type);
-    ExpectRoundTrip<std::int16_t>(kCFNumberSInt16Type, kCFNumberSInt16Type);
-    ExpectRoundTrip<std::int32_t>(kCFNumberSInt32Type, kCFNumberSInt32Type);
-    ExpectRoundTrip<std::int64_t>(kCFNumberSInt64Type, kCFNumberSInt64Type);
-    ExpectRoundTrip<float>(kCFNumberFloat32Type, kCFNumberFloat32Type);
-    ExpectRoundTrip<double>(kCFNumberFloat64Type, kCFNumberFloat64Type);
-    ExpectRoundTrip<short>(kCFNumberShortType, kCFNumberSInt16Type);
-    ExpectRoundTrip<int>(kCFNumberIntType, kCFNumberSInt32Type);
-    ExpectRoundTrip<CFIndex>(kCFNumberCFIndexType,
+    expectRoundTrip<std::int8_t>(kCFNumberSInt8Type, kCFNumberSInt8Type);
+    expectRoundTrip<std::int16_t>(kCFNumberSInt16Type, kCFNumberSInt16Type);
+    expectRoundTrip<std::int32_t>(kCFNumberSInt32Type, kCFNumberSInt32Type);
+    expectRoundTrip<std::int64_t>(kCFNumberSInt64Type, kCFNumberSInt64Type);
+    expectRoundTrip<float>(kCFNumberFloat32Type, kCFNumberFloat32Type);
+    expectRoundTrip<double>(kCFNumberFloat64Type, kCFNumberFloat64Type);
+    expectRoundTrip<short>(kCFNumberShortType, kCFNumberSInt16Type);
+    expectRoundTrip<int>(kCFNumberIntType, kCFNumberSInt32Type);
+    expectRoundTrip<CFIndex>(kCFNumberCFIndexType,
                              sizeof(CFIndex) == 8 ? kCFNumberSInt64Type : kCFNumberSInt32Type);
     for (const CFNumberType unknown : {CFNumberType{0}, CFNumberType{-1}, CFNumberType{17}}) {
         double value = 1;

@@ -11,7 +11,7 @@ using namespace tvtest;
 namespace {
 
 // Nests an array in itself `depth` times over, with a string inmost.
-Owned<CFTypeRef> Nest(int depth, std::u16string_view inmost) {
+Owned<CFTypeRef> nest(int depth, std::u16string_view inmost) {
     Owned<CFTypeRef> nested(CFRetain(Str(inmost)));
     for (int i = 0; i < depth; ++i) {
         const void* value = nested;
@@ -107,17 +107,17 @@ TEST(CFObject, AnotherTypeCountsAsNothing) {
 
 // Were any of this to recurse without bound, the stack would not suffice.
 TEST(CFObject, NestingHasNoDepthThatCrashes) {
-    const auto a = Nest(300000, u"x");
-    const auto b = Nest(300000, u"x");
+    const auto a = nest(300000, u"x");
+    const auto b = nest(300000, u"x");
     EXPECT_FALSE(CFEqual(a, b));
     EXPECT_TRUE(CFEqual(a, a));
     EXPECT_EQ(CFHash(a), CFHash(b));
 }
 
 TEST(CFObject, ComparesNestedObjectsByValue) {
-    EXPECT_TRUE(CFEqual(Nest(100, u"x"), Nest(100, u"x")));
-    EXPECT_FALSE(CFEqual(Nest(100, u"x"), Nest(100, u"y")));
-    EXPECT_FALSE(CFEqual(Nest(100, u"x"), Nest(101, u"x")));
+    EXPECT_TRUE(CFEqual(nest(100, u"x"), nest(100, u"x")));
+    EXPECT_FALSE(CFEqual(nest(100, u"x"), nest(100, u"y")));
+    EXPECT_FALSE(CFEqual(nest(100, u"x"), nest(101, u"x")));
 }
 
 }  // namespace

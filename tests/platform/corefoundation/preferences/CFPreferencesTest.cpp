@@ -16,7 +16,7 @@ Owned<CFTypeRef> Bytes(const std::string& bytes) {
                                        static_cast<CFIndex>(bytes.size())));
 }
 
-Owned<CFMutableArrayRef> ArrayOf(const std::vector<CFTypeRef>& values) {
+Owned<CFMutableArrayRef> arrayOf(const std::vector<CFTypeRef>& values) {
     auto array = Own(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
     for (CFTypeRef value : values) {
         CFArrayAppendValue(array, value);
@@ -24,10 +24,10 @@ Owned<CFMutableArrayRef> ArrayOf(const std::vector<CFTypeRef>& values) {
     return array;
 }
 
-Owned<CFTypeRef> Nested(int levels) {
+Owned<CFTypeRef> nested(int levels) {
     auto value = Own<CFTypeRef>(CFRetain(CFSTR("leaf")));
     for (int i = 1; i < levels; ++i) {
-        value = Own<CFTypeRef>(CFRetain(ArrayOf({value.Get()}).Get()));
+        value = Own<CFTypeRef>(CFRetain(arrayOf({value.Get()}).Get()));
     }
     return value;
 }
@@ -37,7 +37,7 @@ class CFPreferences : public PreferencesTest {};
 TEST_F(CFPreferences, EveryKindOfValueIsReadBackFromTheFile) {
     const auto dictionary = Own(CFDictionaryCreateMutable(
         nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-    const auto array = ArrayOf({Int(1), kCFBooleanTrue, CFSTR("x"), ArrayOf({})});
+    const auto array = arrayOf({Int(1), kCFBooleanTrue, CFSTR("x"), arrayOf({})});
     CFDictionarySetValue(dictionary, CFSTR(""), array);
     CFDictionarySetValue(dictionary, CFSTR("k<&>\""), Bytes(std::string("\0\xFF", 2)));
     const double infinity = INFINITY;
@@ -55,7 +55,7 @@ TEST_F(CFPreferences, EveryKindOfValueIsReadBackFromTheFile) {
     values.push_back(Bytes(""));
     values.push_back(Own(CFRetain(dictionary)));
     values.push_back(Own(CFRetain(kCFBooleanFalse)));
-    values.push_back(Nested(100));
+    values.push_back(nested(100));
     for (size_t i = 0; i < values.size(); ++i) {
         Set("k" + std::to_string(i), values[i]);
         EXPECT_TRUE(CFEqual(Get("k" + std::to_string(i)), values[i])) << "before it is written";
@@ -70,15 +70,15 @@ TEST_F(CFPreferences, EveryKindOfValueIsReadBackFromTheFile) {
 
 TEST_F(CFPreferences, AValueIsASnapshot) {
     const auto text = MutableStr(u"old");
-    const auto array = ArrayOf({text});
+    const auto array = arrayOf({text});
     Set("k", array);
     CFStringAppend(text, CFSTR("er"));
     CFArrayRemoveAllValues(array);
-    EXPECT_TRUE(CFEqual(Get("k"), ArrayOf({CFSTR("old")})));
+    EXPECT_TRUE(CFEqual(Get("k"), arrayOf({CFSTR("old")})));
 }
 
 TEST_F(CFPreferences, WhatAPropertyListCannotHoldIsIgnored) {
-    const auto cyclic = ArrayOf({});
+    const auto cyclic = arrayOf({});
     CFArrayAppendValue(cyclic, cyclic);
     const void* pointer = reinterpret_cast<const void*>(16);
     const auto pointers = Own(CFArrayCreate(nullptr, &pointer, 1, nullptr));
@@ -88,10 +88,10 @@ TEST_F(CFPreferences, WhatAPropertyListCannotHoldIsIgnored) {
     Set("k", CFSTR("old"));
     const auto halfPair = Str(u"\xD800"), zero = Str(std::u16string_view(u"a\0", 2));
     const auto url = FileUrl("/a");
-    const auto deep = Nested(101);
-    auto doubled = ArrayOf({});
+    const auto deep = nested(101);
+    auto doubled = arrayOf({});
     for (int i = 0; i < 40; ++i) {
-        doubled = ArrayOf({doubled.Get(), doubled.Get()});
+        doubled = arrayOf({doubled.Get(), doubled.Get()});
     }
     for (CFTypeRef value : std::initializer_list<CFTypeRef>{
              CFSTR("\x01"), halfPair.Get(), zero.Get(), url.Get(), cyclic.Get(), doubled.Get(),
@@ -175,10 +175,10 @@ TEST_F(CFPreferences, SeveralAtATime) {
                                                       &kCFTypeDictionaryValueCallBacks));
     CFDictionarySetValue(values, CFSTR("b"), CFSTR("2"));
     CFDictionarySetValue(values, CFSTR("a"), CFSTR("1"));
-    const auto removed = ArrayOf({CFSTR("gone"), Int(1)});
+    const auto removed = arrayOf({CFSTR("gone"), Int(1)});
     CFPreferencesSetMultiple(values, removed, CFSTR("org.x"), kCFPreferencesCurrentUser,
                              kCFPreferencesAnyHost);
-    const auto some = ArrayOf({CFSTR("a"), CFSTR("b"), CFSTR("no"), Int(2)});
+    const auto some = arrayOf({CFSTR("a"), CFSTR("b"), CFSTR("no"), Int(2)});
     for (CFArrayRef keys : {CFArrayRef(), CFArrayRef(some.Get())}) {
         EXPECT_TRUE(
             CFEqual(Own(CFPreferencesCopyMultiple(keys, CFSTR("org.x"), kCFPreferencesCurrentUser,
@@ -187,7 +187,7 @@ TEST_F(CFPreferences, SeveralAtATime) {
     }
     const auto keys = Own(
         CFPreferencesCopyKeyList(CFSTR("org.x"), kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
-    EXPECT_TRUE(CFEqual(keys, ArrayOf({CFSTR("a"), CFSTR("b")})));
+    EXPECT_TRUE(CFEqual(keys, arrayOf({CFSTR("a"), CFSTR("b")})));
 }
 
 TEST_F(CFPreferences, DomainsStayInTheirFolder) {

@@ -37,21 +37,21 @@ private:
     CFRunLoopSourceRef source_;
 };
 
-SInt32 RunDefault(double seconds, bool returnAfterSource) {
+SInt32 runDefault(double seconds, bool returnAfterSource) {
     return CFRunLoopRunInMode(kCFRunLoopDefaultMode, seconds, returnAfterSource);
 }
 
 constexpr double cForEver = 1e300;
 
 TEST(CFRunLoop, FinishesWithoutSources) {
-    EXPECT_EQ(RunDefault(cForEver, false), kCFRunLoopRunFinished);
+    EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunFinished);
     EXPECT_EQ(CFRunLoopRunInMode(nullptr, cForEver, false), kCFRunLoopRunFinished);
     int calls = 0;
     const Source source([&] { ++calls; });
     // In another mode, and removed by its own call.
     source.Add(CFSTR("other"));
     source.Signal();
-    EXPECT_EQ(RunDefault(cForEver, false), kCFRunLoopRunFinished);
+    EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunFinished);
     EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopCommonModes, cForEver, false), kCFRunLoopRunFinished);
     const Source own(
         [&] {
@@ -73,24 +73,24 @@ TEST(CFRunLoop, TellsHowARunEnded) {
     const Source source([&] { ++calls; });
     source.Add(kCFRunLoopCommonModes);
     source.Add();  // Attached in both, called once.
-    EXPECT_EQ(RunDefault(0, true), kCFRunLoopRunTimedOut);
-    EXPECT_EQ(RunDefault(0.001, true), kCFRunLoopRunTimedOut);
+    EXPECT_EQ(runDefault(0, true), kCFRunLoopRunTimedOut);
+    EXPECT_EQ(runDefault(0.001, true), kCFRunLoopRunTimedOut);
     source.Signal();
     source.Signal();
-    EXPECT_EQ(RunDefault(cForEver, true), kCFRunLoopRunHandledSource);
+    EXPECT_EQ(runDefault(cForEver, true), kCFRunLoopRunHandledSource);
     EXPECT_EQ(calls, 1);
     source.Signal();
-    EXPECT_EQ(RunDefault(-1, false), kCFRunLoopRunTimedOut);
+    EXPECT_EQ(runDefault(-1, false), kCFRunLoopRunTimedOut);
     EXPECT_EQ(calls, 2);
     CFRunLoopStop(CFRunLoopGetCurrent());
-    EXPECT_EQ(RunDefault(cForEver, false), kCFRunLoopRunStopped);
+    EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunStopped);
     const Source stops([&] { CFRunLoopStop(CFRunLoopGetCurrent()); });
     stops.Add();
     stops.Signal();
-    EXPECT_EQ(RunDefault(cForEver, false), kCFRunLoopRunStopped);
+    EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunStopped);
     stops.Signal();
     CFRunLoopRun();
-    EXPECT_EQ(RunDefault(0, false), kCFRunLoopRunTimedOut);
+    EXPECT_EQ(runDefault(0, false), kCFRunLoopRunTimedOut);
 }
 
 TEST(CFRunLoop, CallsByOrderAndGivesEveryoneATurn) {
@@ -106,29 +106,29 @@ TEST(CFRunLoop, CallsByOrderAndGivesEveryoneATurn) {
         source->Add();
         source->Signal();
     }
-    EXPECT_EQ(RunDefault(0, false), kCFRunLoopRunTimedOut);
+    EXPECT_EQ(runDefault(0, false), kCFRunLoopRunTimedOut);
     EXPECT_EQ(calls, "aboc");
     calls.clear();
     other.Signal();
-    EXPECT_EQ(RunDefault(0, true), kCFRunLoopRunHandledSource);
-    EXPECT_EQ(RunDefault(0, true), kCFRunLoopRunHandledSource);
+    EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
+    EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
     EXPECT_EQ(calls, "bo");
 }
 
 TEST(CFRunLoop, RunsInsideItself) {
     SInt32 inner = 0;
-    const Source nested([&] { inner = RunDefault(0, false); });
+    const Source nested([&] { inner = runDefault(0, false); });
     nested.Add();
     nested.Signal();
-    EXPECT_EQ(RunDefault(0, true), kCFRunLoopRunHandledSource);
+    EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
     EXPECT_EQ(inner, kCFRunLoopRunTimedOut);
     const Source stopsInner([&] {
         CFRunLoopStop(CFRunLoopGetCurrent());
-        inner = RunDefault(cForEver, false);
+        inner = runDefault(cForEver, false);
     });
     stopsInner.Add();
     stopsInner.Signal();
-    EXPECT_EQ(RunDefault(0, true), kCFRunLoopRunHandledSource);
+    EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
     EXPECT_EQ(inner, kCFRunLoopRunStopped);
 }
 
@@ -145,7 +145,7 @@ TEST(CFRunLoop, LosesNoSignal) {
         // The signaller looks at the loop once more after the last round.
         CFRetain(loop);
         while (performed < cRounds) {
-            EXPECT_EQ(RunDefault(cForEver, true), kCFRunLoopRunHandledSource);
+            EXPECT_EQ(runDefault(cForEver, true), kCFRunLoopRunHandledSource);
         }
     });
     while (loop == nullptr) {
@@ -170,7 +170,7 @@ TEST(CFRunLoop, AWakeUpBeforeTheWaitEndsIt) {
     source.Add();
     CFRunLoopWakeUp(CFRunLoopGetCurrent());
     std::thread stopper([loop = CFRunLoopGetCurrent()] { CFRunLoopStop(loop); });
-    EXPECT_EQ(RunDefault(cForEver, false), kCFRunLoopRunStopped);
+    EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunStopped);
     stopper.join();
 }
 

@@ -25,7 +25,7 @@ struct Bytes {
 };
 
 // CFStringGetBytes into a buffer of exactly `size` bytes, so that AddressSanitizer sees an overrun.
-Bytes GetBytes(std::u16string_view text, CFStringEncoding encoding, CFIndex size, UInt8 loss = 0,
+Bytes getBytes(std::u16string_view text, CFStringEncoding encoding, CFIndex size, UInt8 loss = 0,
                bool external = false) {
     const auto string = Str(text);
     const auto buffer = std::make_unique<UInt8[]>(static_cast<size_t>(size));
@@ -35,16 +35,16 @@ Bytes GetBytes(std::u16string_view text, CFStringEncoding encoding, CFIndex size
     return {units, std::string(reinterpret_cast<char*>(buffer.get()), static_cast<size_t>(used))};
 }
 
-CFStringEncoding ByName(const char* name) {
+CFStringEncoding byName(const char* name) {
     return CFStringConvertIANACharSetNameToEncoding(__CFStringMakeConstantString(name));
 }
 
 // The bytes of a text, which take exactly as many bytes as they should: with a byte less, the
 // buffer is untouched.
-void ExpectBothWays(std::u16string_view text, std::string_view bytes, CFStringEncoding encoding) {
+void expectBothWays(std::u16string_view text, std::string_view bytes, CFStringEncoding encoding) {
     SCOPED_TRACE(encoding);
     EXPECT_EQ(Text(Decode(bytes, encoding)), text);
-    const Bytes encoded = GetBytes(text, encoding, static_cast<CFIndex>(bytes.size()));
+    const Bytes encoded = getBytes(text, encoding, static_cast<CFIndex>(bytes.size()));
     EXPECT_EQ(encoded.bytes, bytes);
     EXPECT_EQ(encoded.units, static_cast<CFIndex>(text.size()));
     EXPECT_GE(CFStringGetMaximumSizeForEncoding(static_cast<CFIndex>(text.size()), encoding),
@@ -66,27 +66,27 @@ void ExpectBothWays(std::u16string_view text, std::string_view bytes, CFStringEn
 }
 
 TEST(CFStringEncoding, ConvertsBothWays) {
-    ExpectBothWays(u"", "", kCFStringEncodingUTF8);
-    ExpectBothWays(u"a\x7F\x80\x7FF\x800\xFFFF", "a\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF",
+    expectBothWays(u"", "", kCFStringEncodingUTF8);
+    expectBothWays(u"a\x7F\x80\x7FF\x800\xFFFF", "a\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF",
                    kCFStringEncodingUTF8);
-    ExpectBothWays(u"\U00010000\U0010FFFFz", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBFz",
+    expectBothWays(u"\U00010000\U0010FFFFz", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBFz",
                    kCFStringEncodingUTF8);
-    ExpectBothWays(u"\x80\x80\x80\x80", "\xC2\x80\xC2\x80\xC2\x80\xC2\x80", kCFStringEncodingUTF8);
-    ExpectBothWays(u"plain text of sixteen and more", "plain text of sixteen and more",
+    expectBothWays(u"\x80\x80\x80\x80", "\xC2\x80\xC2\x80\xC2\x80\xC2\x80", kCFStringEncodingUTF8);
+    expectBothWays(u"plain text of sixteen and more", "plain text of sixteen and more",
                    kCFStringEncodingASCII);
-    ExpectBothWays(u"\x80é\xFF", "\x80\xE9\xFF", kCFStringEncodingISOLatin1);
-    ExpectBothWays(u"€é", "\x80\xE9", kCFStringEncodingWindowsLatin1);
-    ExpectBothWays(u"Éé†", "\x83\x8E\xA0", kCFStringEncodingMacRoman);
-    ExpectBothWays(u"Łódź", "\xA3\xF3\x64\xBC", ByName("ISO-8859-2"));
-    ExpectBothWays(u"Привет", "\xF0\xD2\xC9\xD7\xC5\xD4", ByName("KOI8-R"));
-    ExpectBothWays(u"日本", "\xC6\xFC\xCB\xDC", ByName("EUC-JP"));
-    ExpectBothWays(u"a日b本", "a\x1B$BF|\x1B(Bb\x1B$BK\\\x1B(B", ByName("ISO-2022-JP"));
-    ExpectBothWays(u"😀é", "\x94\x39\xFC\x36\xA8\xA6", ByName("GB18030"));
-    ExpectBothWays(u"a\xE9", "\x81\x51", ByName("IBM037"));  // not even letters as in ASCII
-    ExpectBothWays(u"é😀", "\xE9\0\x3D\xD8\0\xDE"sv, kCFStringEncodingUTF16LE);
-    ExpectBothWays(u"é😀", "\0\xE9\xD8\x3D\xDE\0"sv, kCFStringEncodingUTF16BE);
-    ExpectBothWays(u"é😀", "\xE9\0\0\0\0\xF6\x01\0"sv, kCFStringEncodingUTF32LE);
-    ExpectBothWays(u"é😀", "\0\0\0\xE9\0\x01\xF6\0"sv, kCFStringEncodingUTF32BE);
+    expectBothWays(u"\x80é\xFF", "\x80\xE9\xFF", kCFStringEncodingISOLatin1);
+    expectBothWays(u"€é", "\x80\xE9", kCFStringEncodingWindowsLatin1);
+    expectBothWays(u"Éé†", "\x83\x8E\xA0", kCFStringEncodingMacRoman);
+    expectBothWays(u"Łódź", "\xA3\xF3\x64\xBC", byName("ISO-8859-2"));
+    expectBothWays(u"Привет", "\xF0\xD2\xC9\xD7\xC5\xD4", byName("KOI8-R"));
+    expectBothWays(u"日本", "\xC6\xFC\xCB\xDC", byName("EUC-JP"));
+    expectBothWays(u"a日b本", "a\x1B$BF|\x1B(Bb\x1B$BK\\\x1B(B", byName("ISO-2022-JP"));
+    expectBothWays(u"😀é", "\x94\x39\xFC\x36\xA8\xA6", byName("GB18030"));
+    expectBothWays(u"a\xE9", "\x81\x51", byName("IBM037"));  // not even letters as in ASCII
+    expectBothWays(u"é😀", "\xE9\0\x3D\xD8\0\xDE"sv, kCFStringEncodingUTF16LE);
+    expectBothWays(u"é😀", "\0\xE9\xD8\x3D\xDE\0"sv, kCFStringEncodingUTF16BE);
+    expectBothWays(u"é😀", "\xE9\0\0\0\0\xF6\x01\0"sv, kCFStringEncodingUTF32LE);
+    expectBothWays(u"é😀", "\0\0\0\xE9\0\x01\xF6\0"sv, kCFStringEncodingUTF32BE);
 }
 
 TEST(CFStringEncoding, RefusesBytesThatAreNotValid) {
@@ -96,8 +96,8 @@ TEST(CFStringEncoding, RefusesBytesThatAreNotValid) {
           "eight by\x80"}},
         {kCFStringEncodingASCII, {"\x80"}},
         {kCFStringEncodingWindowsLatin1, {"\x81"}},
-        {ByName("EUC-JP"), {"\xC6\xFC\xCB"}},
-        {ByName("ISO-2022-JP"), {"\x1B$BF"}},
+        {byName("EUC-JP"), {"\xC6\xFC\xCB"}},
+        {byName("ISO-2022-JP"), {"\x1B$BF"}},
         {kCFStringEncodingUTF16LE, {"abc", "\x00\xD8"sv, "\x00\xDC\x00\xD8"sv}},
         {kCFStringEncodingUTF32LE, {"\x00\xD8\0\0\x00\xDC\0\0"sv, "\0\0\x11\0"sv, "abc"}},
         {0x12345, {"a"}},
@@ -122,7 +122,7 @@ TEST(CFStringEncoding, Utf8HasOneFormForEachText) {
                 const std::string bytes = {a, b, c};
                 if (const auto string = Decode(bytes, kCFStringEncodingUTF8)) {
                     ++decoded;
-                    ASSERT_EQ(GetBytes(Text(string), kCFStringEncodingUTF8, 3).bytes, bytes);
+                    ASSERT_EQ(getBytes(Text(string), kCFStringEncodingUTF8, 3).bytes, bytes);
                 }
             }
         }
@@ -136,9 +136,9 @@ TEST(CFStringEncoding, RefusesTextThatDoesNotFit) {
         {kCFStringEncodingASCII, {u"\x80"}},
         {kCFStringEncodingISOLatin1, {u"Ā"}},
         {kCFStringEncodingWindowsLatin1, {u"ł"}},
-        {ByName("ISO-8859-2"), {u"“", u"a\U000E0041"}},
-        {ByName("EUC-JP"), {u"😀", u"日\U000E0041"}},
-        {ByName("GB18030"), {u"\xD800"}},
+        {byName("ISO-8859-2"), {u"“", u"a\U000E0041"}},
+        {byName("EUC-JP"), {u"😀", u"日\U000E0041"}},
+        {byName("GB18030"), {u"\xD800"}},
         {kCFStringEncodingUTF8, {u"a\xD800", u"\xDC00z", u"\xD800\xD800\xDC00"}},
         {kCFStringEncodingUTF16, {u"a"}},
         {kCFStringEncodingInvalidId, {u"a"}}};
@@ -149,7 +149,7 @@ TEST(CFStringEncoding, RefusesTextThatDoesNotFit) {
             EXPECT_STREQ(buffer, "kept");
         }
     }
-    EXPECT_EQ(GetBytes(u"\xD800", kCFStringEncodingUTF16LE, 8).units, 0);
+    EXPECT_EQ(getBytes(u"\xD800", kCFStringEncodingUTF16LE, 8).units, 0);
     char buffer[4] = "abc";
     EXPECT_FALSE(CFStringGetCString(CFSTR(""), buffer, 0, kCFStringEncodingUTF8));
     EXPECT_FALSE(CFStringGetCString(CFSTR(""), buffer, -1, kCFStringEncodingUTF8));
@@ -172,12 +172,12 @@ TEST(CFStringEncoding, GetsAsManyBytesAsFit) {
                  {u"a😀b", kCFStringEncodingASCII, 9, '?', 4, "a?b"},
                  {u"a😀b", kCFStringEncodingASCII, 2, '?', 3, "a?"},
                  {u"a\xD800", kCFStringEncodingUTF8, 9, '?', 2, "a?"},
-                 {u"日😀本", ByName("EUC-JP"), 9, '?', 4, "\xC6\xFC?\xCB\xDC"},
-                 {u"日本", ByName("ISO-2022-JP"), 9, 0, 1, "\x1B$BF|\x1B(B"},
-                 {u"日本", ByName("ISO-2022-JP"), 7, 0, 0, ""},
+                 {u"日😀本", byName("EUC-JP"), 9, '?', 4, "\xC6\xFC?\xCB\xDC"},
+                 {u"日本", byName("ISO-2022-JP"), 9, 0, 1, "\x1B$BF|\x1B(B"},
+                 {u"日本", byName("ISO-2022-JP"), 7, 0, 0, ""},
                  {u"ab", kCFStringEncodingUTF16BE, 3, 0, 1, "\0a"sv}};
     for (const auto& c : cases) {
-        const Bytes got = GetBytes(c.text, c.encoding, c.size, c.loss);
+        const Bytes got = getBytes(c.text, c.encoding, c.size, c.loss);
         EXPECT_EQ(got.units, c.units) << testing::PrintToString(c.bytes);
         EXPECT_EQ(got.bytes, c.bytes);
     }
@@ -210,14 +210,14 @@ TEST(CFStringEncoding, ExternalFormsHaveMarks) {
     EXPECT_EQ(Text(Decode("\0a"sv, kCFStringEncodingUTF16, true)), u"a");
     EXPECT_EQ(Text(Decode("\xFF\xFE\0\0a\0\0\0"sv, kCFStringEncodingUTF32, true)), u"a");
     for (const CFStringEncoding encoding : {kCFStringEncodingUTF16, kCFStringEncodingUTF32}) {
-        const Bytes marked = GetBytes(u"aé", encoding, 16, 0, true);
+        const Bytes marked = getBytes(u"aé", encoding, 16, 0, true);
         EXPECT_EQ(Text(Decode(marked.bytes, encoding, true)), u"aé");
         EXPECT_LE(static_cast<CFIndex>(marked.bytes.size()),
                   CFStringGetMaximumSizeForEncoding(2, encoding));
         // A mark and one character take as much room as two characters.
         const CFIndex room = encoding == kCFStringEncodingUTF16 ? 5 : 9;
-        EXPECT_EQ(GetBytes(u"ab", encoding, room, 0, true).units, 1);
-        EXPECT_EQ(GetBytes(u"a", encoding, 1, 0, true).units, 0);
+        EXPECT_EQ(getBytes(u"ab", encoding, room, 0, true).units, 1);
+        EXPECT_EQ(getBytes(u"a", encoding, 1, 0, true).units, 0);
     }
 }
 
@@ -230,7 +230,7 @@ TEST(CFStringEncoding, NamesAndNumbers) {
         {0x020F, {"ISO-8859-15"}}};
     for (const auto& [encoding, names] : cases) {
         for (const char* name : names) {
-            EXPECT_EQ(ByName(name), encoding) << name;
+            EXPECT_EQ(byName(name), encoding) << name;
         }
         const auto name = CFStringConvertEncodingToIANACharSetName(encoding);
         EXPECT_EQ(CFStringConvertIANACharSetNameToEncoding(name), encoding);
@@ -238,12 +238,12 @@ TEST(CFStringEncoding, NamesAndNumbers) {
     // Nothing that is more or less than a name reaches iconv.
     for (const char* name : {"", "no-such-charset", "UTF-8//IGNORE", "ISO-8859-2//TRANSLIT", "//",
                              "char", "../UTF-8", "ISO-8859-2,"}) {
-        EXPECT_EQ(ByName(name), kCFStringEncodingInvalidId) << name;
+        EXPECT_EQ(byName(name), kCFStringEncodingInvalidId) << name;
     }
-    const CFStringEncoding unnumbered = ByName("CP775");
+    const CFStringEncoding unnumbered = byName("CP775");
     EXPECT_TRUE(CFStringIsEncodingAvailable(unnumbered));
-    EXPECT_EQ(ByName("cp775"), unnumbered);
-    EXPECT_NE(ByName("CP1125"), unnumbered);
+    EXPECT_EQ(byName("cp775"), unnumbered);
+    EXPECT_NE(byName("CP1125"), unnumbered);
     EXPECT_EQ(Text(CFStringConvertEncodingToIANACharSetName(unnumbered)), u"CP775");
     EXPECT_FALSE(CFStringIsEncodingAvailable(unnumbered + 4000));
 
@@ -263,7 +263,7 @@ TEST(CFStringEncoding, SystemEncodingIsNamedByTheEnvironment) {
     const CFStringEncoding usual = with(std::nullopt);
     EXPECT_EQ(with("ISO-8859-1"), kCFStringEncodingISOLatin1);
     EXPECT_EQ(with("utf8"), kCFStringEncodingUTF8);
-    EXPECT_EQ(with("CP775"), ByName("CP775"));
+    EXPECT_EQ(with("CP775"), byName("CP775"));
     // What is unknown, more than a name, or no encoding of C strings counts as nothing.
     for (const char* name : {"", "no-such-charset", "ISO-8859-1//TRANSLIT", "UTF-16", "UCS-4LE"}) {
         EXPECT_EQ(with(name), usual) << name;
@@ -278,11 +278,11 @@ TEST(CFStringEncoding, ConvertsOnManyThreads) {
     std::vector<std::thread> threads;
     for (const char* name : names) {
         threads.emplace_back([name] {
-            const CFStringEncoding encoding = ByName(name);
+            const CFStringEncoding encoding = byName(name);
             for (int i = 0; i < 300; ++i) {
-                const std::string bytes = GetBytes(u"a日b本", encoding, 64).bytes;
+                const std::string bytes = getBytes(u"a日b本", encoding, 64).bytes;
                 ASSERT_EQ(Text(Decode(bytes, encoding)), u"a日b本");
-                ASSERT_EQ(GetBytes(u"日\xD800", encoding, 64).units, 1);
+                ASSERT_EQ(getBytes(u"日\xD800", encoding, 64).units, 1);
                 ASSERT_EQ(Decode(bytes.substr(0, bytes.size() - 1) + "\xFF", encoding), nullptr);
             }
         });

@@ -12,7 +12,7 @@ std::string Folder(CFURLRef url) {
     return PathOf(Own(CFURLCreateCopyDeletingLastPathComponent(nullptr, url)));
 }
 
-std::string Appended(CFURLRef url, const std::string& component, bool isDirectory = false) {
+std::string appended(CFURLRef url, const std::string& component, bool isDirectory = false) {
     return Utf8(CFURLGetString(
         Own(CFURLCreateCopyAppendingPathComponent(nullptr, url, Utf8Str(component), isDirectory))));
 }
@@ -86,18 +86,18 @@ TEST(CFURL, RelativePathsTakeTheCurrentFolderAsItIs) {
 
 TEST(CFURL, AppendsBehindOneSlash) {
     const auto folder = FileUrl("/a");
-    EXPECT_EQ(Appended(folder, "b"), "file:///a/b");
-    EXPECT_EQ(Appended(FileUrl("/a/"), "b"), "file:///a/b");
-    EXPECT_EQ(Appended(FileUrl("/"), "b"), "file:///b");
-    EXPECT_EQ(Appended(folder, "b/c"), "file:///a/b/c");
-    EXPECT_EQ(Appended(folder, "/x"), "file:///a//x");
-    EXPECT_EQ(Appended(folder, "b", true), "file:///a/b/");
-    EXPECT_EQ(Appended(folder, "b/", true), "file:///a/b/");
-    EXPECT_EQ(Appended(folder, ""), "file:///a/");
-    EXPECT_EQ(Appended(folder, "%41?#\xC3\xA9"), "file:///a/%2541%3F%23%C3%A9");
-    EXPECT_EQ(Appended(WebUrl("http://h?q#f"), "b"), "http://h/b?q#f");
-    EXPECT_EQ(Appended(WebUrl("mailto:x@y"), "b"), "<null>");
-    EXPECT_EQ(Appended(WebUrl("file:/"), "/x"), "file:/.//x") << "x is no host";
+    EXPECT_EQ(appended(folder, "b"), "file:///a/b");
+    EXPECT_EQ(appended(FileUrl("/a/"), "b"), "file:///a/b");
+    EXPECT_EQ(appended(FileUrl("/"), "b"), "file:///b");
+    EXPECT_EQ(appended(folder, "b/c"), "file:///a/b/c");
+    EXPECT_EQ(appended(folder, "/x"), "file:///a//x");
+    EXPECT_EQ(appended(folder, "b", true), "file:///a/b/");
+    EXPECT_EQ(appended(folder, "b/", true), "file:///a/b/");
+    EXPECT_EQ(appended(folder, ""), "file:///a/");
+    EXPECT_EQ(appended(folder, "%41?#\xC3\xA9"), "file:///a/%2541%3F%23%C3%A9");
+    EXPECT_EQ(appended(WebUrl("http://h?q#f"), "b"), "http://h/b?q#f");
+    EXPECT_EQ(appended(WebUrl("mailto:x@y"), "b"), "<null>");
+    EXPECT_EQ(appended(WebUrl("file:/"), "/x"), "file:/.//x") << "x is no host";
     const auto surrogate = Str(u"\xD800");
     EXPECT_EQ(CFURLCreateCopyAppendingPathComponent(nullptr, folder, surrogate, false), nullptr);
 }

@@ -13,7 +13,7 @@ std::u16string Replaced(std::u16string_view text, const char16_t* kept = u"",
                                                                             encoding)));
 }
 
-std::u16string Added(std::u16string_view text, const char16_t* left = nullptr,
+std::u16string added(std::u16string_view text, const char16_t* left = nullptr,
                      const char16_t* escaped = nullptr,
                      CFStringEncoding encoding = kCFStringEncodingUTF8) {
     const auto set = [](const char16_t* units) {
@@ -72,17 +72,17 @@ TEST(PercentEscapes, AddingLeavesExactlyTheLegalCharacters) {
             expected += {u'%', digits[c / 16], digits[c % 16]};
         }
     }
-    EXPECT_EQ(Added(ascii), expected);
-    EXPECT_EQ(Added(u"é☺𝄞"), u"%C3%A9%E2%98%BA%F0%9D%84%9E");
-    EXPECT_EQ(Added(u"\xD834x"), u"<null>") << "half a pair";
+    EXPECT_EQ(added(ascii), expected);
+    EXPECT_EQ(added(u"é☺𝄞"), u"%C3%A9%E2%98%BA%F0%9D%84%9E");
+    EXPECT_EQ(added(u"\xD834x"), u"<null>") << "half a pair";
 }
 
 TEST(PercentEscapes, TheTwoSetsMoveTheBorder) {
-    EXPECT_EQ(Added(u"a b#é𝄞/", u" é𝄞", u"a/"), u"%61 b%23é𝄞%2F");
-    EXPECT_EQ(Added(u"x y", u" x", u"x "), u"%78%20y") << "in both: escaped";
-    EXPECT_EQ(Added(u"é", nullptr, nullptr, kCFStringEncodingISOLatin1), u"%E9");
-    EXPECT_EQ(Added(u"☺", nullptr, nullptr, kCFStringEncodingISOLatin1), u"<null>");
-    EXPECT_EQ(Added(u"☺", u"☺", nullptr, kCFStringEncodingISOLatin1), u"☺");
+    EXPECT_EQ(added(u"a b#é𝄞/", u" é𝄞", u"a/"), u"%61 b%23é𝄞%2F");
+    EXPECT_EQ(added(u"x y", u" x", u"x "), u"%78%20y") << "in both: escaped";
+    EXPECT_EQ(added(u"é", nullptr, nullptr, kCFStringEncodingISOLatin1), u"%E9");
+    EXPECT_EQ(added(u"☺", nullptr, nullptr, kCFStringEncodingISOLatin1), u"<null>");
+    EXPECT_EQ(added(u"☺", u"☺", nullptr, kCFStringEncodingISOLatin1), u"☺");
 }
 
 TEST(PercentEscapes, ManyRunsAreLinear) {
@@ -91,7 +91,7 @@ TEST(PercentEscapes, ManyRunsAreLinear) {
         plain += u"é-";
         escaped += u"%C3%A9-";
     }
-    EXPECT_TRUE(Added(plain) == escaped);
+    EXPECT_TRUE(added(plain) == escaped);
     EXPECT_TRUE(Replaced(escaped) == plain);
 }
 
