@@ -2,7 +2,7 @@
 #pragma once
 
 #include "corefoundation/object/Object.h"
-#include "corefoundation/object/RunLoopObjectRef.h"
+#include "corefoundation/object/Ref.h"
 
 #include <CFNetwork/CFHTTPMessage.h>
 

@@ -2,7 +2,8 @@
 
 #include "mac/MacThreadGuard.h"
 #include "mac/MacThreadedWebReaderManager.h"
-#include "mac/MacThreadedWebReaderRef.h"
+#include "text/CFRef.h"
+#include "text/CatchAll.h"
 
 #include <optional>
 
@@ -10,24 +11,21 @@ namespace {
 
 constexpr CFOptionFlags cEvents =
     kCFStreamEventHasBytesAvailable | kCFStreamEventErrorOccurred | kCFStreamEventEndEncountered;
-template <class T>
-using Ref = MacThreadedWebReaderRef<T>;
-
-Ref<CFReadStreamRef> makeStream(CFStringRef text, CFStringRef userAgent) {
-    const Ref<CFURLRef> url(MacThreadedWebReader::CreateRequestUrl(text));
-    const Ref<CFHTTPMessageRef> request(
-        url ? CFHTTPMessageCreateRequest(nullptr, CFSTR("GET"), url.get(), kCFHTTPVersion1_1)
+Tova::CFRef<CFReadStreamRef> makeStream(CFStringRef text, CFStringRef userAgent) {
+    const Tova::CFRef<CFURLRef> url(MacThreadedWebReader::CreateRequestUrl(text));
+    const Tova::CFRef<CFHTTPMessageRef> request(
+        url ? CFHTTPMessageCreateRequest(nullptr, CFSTR("GET"), url.Get(), kCFHTTPVersion1_1)
             : nullptr);
     if (!request) {
-        return nullptr;
+        return {};
     }
     if (userAgent != nullptr) {
-        CFHTTPMessageSetHeaderFieldValue(request.get(), CFSTR("User-Agent"), userAgent);
+        CFHTTPMessageSetHeaderFieldValue(request.Get(), CFSTR("User-Agent"), userAgent);
     }
-    Ref<CFReadStreamRef> stream(CFReadStreamCreateForHTTPRequest(nullptr, request.get()));
-    if (stream && !CFReadStreamSetProperty(stream.get(), kCFStreamPropertyHTTPShouldAutoredirect,
+    Tova::CFRef<CFReadStreamRef> stream(CFReadStreamCreateForHTTPRequest(nullptr, request.Get()));
+    if (stream && !CFReadStreamSetProperty(stream.Get(), kCFStreamPropertyHTTPShouldAutoredirect,
                                            kCFBooleanTrue)) {
-        stream.reset();
+        stream.Reset(nullptr);
     }
     return stream;
 }
@@ -137,14 +135,14 @@ int MacThreadedWebReader::GetState() const {
 }
 
 CFURLRef MacThreadedWebReader::CreateRequestUrl(CFStringRef url) {
-    const Ref<CFStringRef> decoded(CFURLCreateStringByReplacingPercentEscapesUsingEncoding(
+    const Tova::CFRef<CFStringRef> decoded(CFURLCreateStringByReplacingPercentEscapesUsingEncoding(
         nullptr, url, CFSTR(""), CFStringGetSystemEncoding()));
     if (!decoded) {
         return nullptr;
     }
-    const Ref<CFStringRef> escaped(CFURLCreateStringByAddingPercentEscapes(
-        nullptr, decoded.get(), nullptr, nullptr, kCFStringEncodingUTF8));
-    return escaped ? CFURLCreateWithString(nullptr, escaped.get(), nullptr) : nullptr;
+    const Tova::CFRef<CFStringRef> escaped(CFURLCreateStringByAddingPercentEscapes(
+        nullptr, decoded.Get(), nullptr, nullptr, kCFStringEncodingUTF8));
+    return escaped ? CFURLCreateWithString(nullptr, escaped.Get(), nullptr) : nullptr;
 }
 
 int MacThreadedWebReader::StartRead(CFStringRef url, CFStringRef userAgent, Callback callback,
@@ -165,12 +163,12 @@ int MacThreadedWebReader::StartRead(CFStringRef url, CFStringRef userAgent, Call
     }
     callback_ = callback;
     context_ = context;
-    const Ref<CFReadStreamRef> stream = makeStream(url, userAgent);
+    const Tova::CFRef<CFReadStreamRef> stream = makeStream(url, userAgent);
     CFStreamClientContext clientContext{};
     clientContext.info = this;
     const bool good = wakeSource_ != nullptr && stream &&
-                      CFReadStreamSetClient(stream.get(), cEvents, ReadStreamProc, &clientContext);
-    SetStream(good ? stream.get() : nullptr);
+                      CFReadStreamSetClient(stream.Get(), cEvents, ReadStreamProc, &clientContext);
+    SetStream(good ? stream.Get() : nullptr);
     if (!good) {
         return -3;
     }
@@ -235,9 +233,9 @@ void MacThreadedWebReader::SetStream(CFReadStreamRef stream) {
     if (stream != nullptr) {
         CFRetain(stream);
     }
-    Ref<CFReadStreamRef> old;
+    Tova::CFRef<CFReadStreamRef> old;
     const MacThreadLockHolder hold(streamLock_);
-    old.reset(stream_);
+    old.Reset(stream_);
     stream_ = stream;
 }
 
@@ -265,20 +263,20 @@ void MacThreadedWebReader::Abort(ReadNumber read) {
 }
 
 void MacThreadedWebReader::DropStream(ReadNumber read) {
-    const Ref<CFReadStreamRef> stream(CopyStream(read));
+    const Tova::CFRef<CFReadStreamRef> stream(CopyStream(read));
     if (!stream) {
         return;
     }
-    CFReadStreamSetClient(stream.get(), kCFStreamEventNone, nullptr, nullptr);
+    CFReadStreamSetClient(stream.Get(), kCFStreamEventNone, nullptr, nullptr);
     {
         const MacThreadLockHolder hold(runLoopLock_);
         if (runLoop_ != nullptr) {
-            CFReadStreamUnscheduleFromRunLoop(stream.get(), runLoop_, kCFRunLoopCommonModes);
+            CFReadStreamUnscheduleFromRunLoop(stream.Get(), runLoop_, kCFRunLoopCommonModes);
         }
     }
-    CFReadStreamClose(stream.get());
+    CFReadStreamClose(stream.Get());
     const MacThreadLockHolder hold(streamLock_);
-    if (stream_ == stream.get()) {
+    if (stream_ == stream.Get()) {
         CFRelease(stream_);
         stream_ = nullptr;
     }

@@ -2,7 +2,8 @@
 #include "mac/MacThreadGuard.h"
 #include "mac/MacThreadedWebReader.h"
 #include "mac/MacThreadedWebReaderManager.h"
-#include "mac/MacThreadedWebReaderRef.h"
+#include "text/CFRef.h"
+#include "text/CatchAll.h"
 
 namespace {
 
@@ -10,9 +11,6 @@ constexpr CFTimeInterval cLongestPass = 10.0;
 
 // The reader whose worker the calling thread is.
 thread_local const MacThreadedWebReader* tWorkerOf = nullptr;
-
-template <class T>
-using Ref = MacThreadedWebReaderRef<T>;
 
 }  // namespace
 
@@ -48,7 +46,7 @@ private:
 void* MacThreadedWebReader::ThreadProc(void* reader) {
     auto* self = static_cast<MacThreadedWebReader*>(reader);
     WorkerEnd end(*self);
-    MacThreadGuard::DropExceptions([&] {
+    Tova::CatchAll([&] {
         if (self->OpenStream()) {
             self->Work();
             end.SetRanLoop();
@@ -66,12 +64,12 @@ bool MacThreadedWebReader::OpenStream() {
         runLoop_ = loop;
     }
     progress_.Update([&](int&) { working_ = true; });
-    const Ref<CFReadStreamRef> stream(CopyStream(reads_));
+    const Tova::CFRef<CFReadStreamRef> stream(CopyStream(reads_));
     bool opened = false;
     // An abort may have taken the stream already, and the process may be about to end.
     if (stream && !MacThreadedWebReaderManager::sSingleton.IsExiting()) {
-        CFReadStreamScheduleWithRunLoop(stream.get(), loop, kCFRunLoopCommonModes);
-        opened = CFReadStreamOpen(stream.get());
+        CFReadStreamScheduleWithRunLoop(stream.Get(), loop, kCFRunLoopCommonModes);
+        opened = CFReadStreamOpen(stream.Get());
     }
     if (opened) {
         CFRunLoopAddSource(loop, wakeSource_, kCFRunLoopCommonModes);
@@ -110,7 +108,7 @@ void MacThreadedWebReader::ReadStreamProc(CFReadStreamRef stream, CFStreamEventT
                                           void* info) {
     auto* self = static_cast<MacThreadedWebReader*>(info);
     // An abort may release the stream while the callback uses it.
-    const Ref<CFReadStreamRef> held(
+    const Tova::CFRef<CFReadStreamRef> held(
         static_cast<CFReadStreamRef>(const_cast<void*>(CFRetain(stream))));
     const bool goOn = self->callback_ != nullptr && self->callback_(stream, event, self->context_);
     switch (event) {
@@ -152,7 +150,7 @@ void* MacThreadedWebReader::TerminateThreadProc(void* reader) {
     auto* self = static_cast<MacThreadedWebReader*>(reader);
     auto& manager = MacThreadedWebReaderManager::sSingleton;
     manager.ThreadHasStarted();
-    MacThreadGuard::DropExceptions([&] { self->Abort(self->readToEnd_); });
+    Tova::CatchAll([&] { self->Abort(self->readToEnd_); });
     self->Release();
     manager.ThreadHasEnded();
     return nullptr;

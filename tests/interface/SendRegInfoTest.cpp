@@ -4,7 +4,7 @@
 
 #include "mac/MacThreadedWebReader.h"
 #include "tests/interface/InterfaceTestSupport.h"
-#include "tests/mac/LoopbackServer.h"
+#include "tests/support/LoopbackServer.h"
 #include "tests/support/TempHome.h"
 #include "vars/GlobalVars.h"
 

@@ -1,7 +1,7 @@
 // Readers against servers of every kind, well-behaved and not.
-#include "tests/mac/LoopbackServer.h"
 #include "tests/mac/ReaderSession.h"
 #include "tests/mac/TlsServer.h"
+#include "tests/support/LoopbackServer.h"
 #include "tests/support/TempHome.h"
 
 #include <gtest/gtest.h>

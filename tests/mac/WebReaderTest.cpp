@@ -1,7 +1,7 @@
 // What a reader promises to its callers: results, states, handshake, references.
 #include "mac/MacThreadedWebReaderManager.h"
-#include "tests/mac/LoopbackServer.h"
 #include "tests/mac/ReaderSession.h"
+#include "tests/support/LoopbackServer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Many reads from several threads, with aborts, releases, restarts and refusals at random moments.
 // It ends: that is most of what it shows. The rest is up to the sanitizers.
 #include "mac/MacThreadedWebReaderManager.h"
-#include "tests/mac/LoopbackServer.h"
 #include "tests/mac/ReaderSession.h"
+#include "tests/support/LoopbackServer.h"
 
 #include <gtest/gtest.h>
 

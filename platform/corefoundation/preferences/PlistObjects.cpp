@@ -3,7 +3,7 @@
 #include "corefoundation/collection/Data.h"
 #include "corefoundation/collection/Dictionary.h"
 #include "corefoundation/collection/Number.h"
-#include "corefoundation/object/OwnedRef.h"
+#include "corefoundation/object/Ref.h"
 #include "corefoundation/preferences/Plist.h"
 #include "corefoundation/preferences/PlistLocale.h"
 #include "corefoundation/string/String.h"
@@ -132,19 +132,19 @@ private:
     int parts_ = 0;
 };
 
-Owned<CFTypeRef> makeObject(plist_t node);
+Ref<CFTypeRef> makeObject(plist_t node);
 
-Owned<CFTypeRef> makeInteger(plist_t node) {
+Ref<CFTypeRef> makeInteger(plist_t node) {
     uint64_t bits = 0;
     plist_get_uint_val(node, &bits);
     const auto value = static_cast<SInt64>(bits);
-    return Owned<CFTypeRef>(value >= 0 || isBelowZero(node)
-                                ? CFNumberCreate(nullptr, kCFNumberSInt64Type, &value)
-                                : nullptr);
+    return Ref<CFTypeRef>(value >= 0 || isBelowZero(node)
+                              ? CFNumberCreate(nullptr, kCFNumberSInt64Type, &value)
+                              : nullptr);
 }
 
-Owned<CFTypeRef> makeArray(plist_t node) {
-    Owned<CFMutableArrayRef> array(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
+Ref<CFTypeRef> makeArray(plist_t node) {
+    Ref<CFMutableArrayRef> array(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
     plist_array_iter made = nullptr;
     plist_array_new_iter(node, &made);
     const std::unique_ptr<void, decltype(&std::free)> iterator(made, &std::free);
@@ -158,12 +158,12 @@ Owned<CFTypeRef> makeArray(plist_t node) {
         if (!object) {
             return nullptr;
         }
-        CFArrayAppendValue(array.get(), object.get());
+        CFArrayAppendValue(array.Get(), object.Get());
     }
 }
 
-Owned<CFTypeRef> makeDictionary(plist_t node) {
-    Owned<CFMutableDictionaryRef> dictionary(CFDictionaryCreateMutable(
+Ref<CFTypeRef> makeDictionary(plist_t node) {
+    Ref<CFMutableDictionaryRef> dictionary(CFDictionaryCreateMutable(
         nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
     plist_dict_iter made = nullptr;
     plist_dict_new_iter(node, &made);
@@ -176,39 +176,39 @@ Owned<CFTypeRef> makeDictionary(plist_t node) {
         if (part == nullptr) {
             return dictionary;
         }
-        const Owned<CFStringRef> name(key != nullptr ? MakeString(key) : nullptr);
+        const Ref<CFStringRef> name(key != nullptr ? MakeString(key) : nullptr);
         const auto object = makeObject(part);
         if (!name || !object) {
             return nullptr;
         }
-        CFDictionarySetValue(dictionary.get(), name.get(), object.get());
+        CFDictionarySetValue(dictionary.Get(), name.Get(), object.Get());
     }
 }
 
 // Recursive, as deep as ParsePlist and PlistFromObject allow.
-Owned<CFTypeRef> makeObject(plist_t node) {
+Ref<CFTypeRef> makeObject(plist_t node) {
     uint64_t length = 0;
     switch (plist_get_node_type(node)) {
     case PLIST_BOOLEAN: {
         uint8_t value = 0;
         plist_get_bool_val(node, &value);
-        return Share<CFTypeRef>(value != 0 ? kCFBooleanTrue : kCFBooleanFalse);
+        return Ref<CFTypeRef>::Share(value != 0 ? kCFBooleanTrue : kCFBooleanFalse);
     }
     case PLIST_UINT:
         return makeInteger(node);
     case PLIST_REAL: {
         double value = 0;
         plist_get_real_val(node, &value);
-        return Owned<CFTypeRef>(CFNumberCreate(nullptr, kCFNumberFloat64Type, &value));
+        return Ref<CFTypeRef>(CFNumberCreate(nullptr, kCFNumberFloat64Type, &value));
     }
     case PLIST_STRING: {
         const char* text = plist_get_string_ptr(node, &length);
-        return Owned<CFTypeRef>(MakeString(text != nullptr ? text : ""));
+        return Ref<CFTypeRef>(MakeString(text != nullptr ? text : ""));
     }
     case PLIST_DATA: {
         const char* bytes = plist_get_data_ptr(node, &length);
-        return Owned<CFTypeRef>(CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes),
-                                             static_cast<CFIndex>(length)));
+        return Ref<CFTypeRef>(CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes),
+                                           static_cast<CFIndex>(length)));
     }
     case PLIST_ARRAY:
         return makeArray(node);
@@ -228,7 +228,7 @@ PlistValue PlistFromObject(CFTypeRef object) {
 
 CFTypeRef ObjectFromPlist(const PlistValue& value) {
     const PlistLocale locale;
-    return value ? makeObject(value.get()).release() : nullptr;
+    return value ? makeObject(value.get()).Detach() : nullptr;
 }
 
 }  // namespace tvplatform

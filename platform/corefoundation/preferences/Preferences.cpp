@@ -1,7 +1,7 @@
 // The preferences functions: from objects to property lists and domains, and back.
 #include "corefoundation/collection/Array.h"
 #include "corefoundation/collection/Dictionary.h"
-#include "corefoundation/object/OwnedRef.h"
+#include "corefoundation/object/Ref.h"
 #include "corefoundation/preferences/PreferencesStore.h"
 #include "corefoundation/string/String.h"
 
@@ -90,32 +90,31 @@ CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStringRef userN
     if (!domain) {
         return nullptr;
     }
-    Owned<CFMutableArrayRef> keys(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
+    Ref<CFMutableArrayRef> keys(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
     for (const std::string& key : GetPreferenceKeys(*domain)) {
-        const Owned<CFStringRef> text(MakeString(key));
-        CFArrayAppendValue(keys.get(), text.get());
+        const Ref<CFStringRef> text(MakeString(key));
+        CFArrayAppendValue(keys.Get(), text.Get());
     }
-    return CFArrayGetCount(keys.get()) > 0 ? keys.release() : nullptr;
+    return CFArrayGetCount(keys.Get()) > 0 ? keys.Detach() : nullptr;
 }
 
 CFDictionaryRef CFPreferencesCopyMultiple(CFArrayRef keysToFetch, CFStringRef applicationID,
                                           CFStringRef userName, CFStringRef hostName) {
-    Owned<CFMutableDictionaryRef> values(CFDictionaryCreateMutable(
+    Ref<CFMutableDictionaryRef> values(CFDictionaryCreateMutable(
         nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
     const auto domain = findDomain(applicationID, userName, hostName);
-    const Owned<CFArrayRef> keys(
-        keysToFetch != nullptr
-            ? Share(keysToFetch)
-            : Owned<CFArrayRef>(CFPreferencesCopyKeyList(applicationID, userName, hostName)));
-    const auto* list = As<const Array>(keys.get());
+    const Ref<CFArrayRef> keys(keysToFetch != nullptr ? Ref<CFArrayRef>::Share(keysToFetch)
+                                                      : Ref<CFArrayRef>(CFPreferencesCopyKeyList(
+                                                            applicationID, userName, hostName)));
+    const auto* list = As<const Array>(keys.Get());
     if (!domain || list == nullptr || list->CallBacks().retain != kCFTypeArrayCallBacks.retain) {
-        return values.release();
+        return values.Detach();
     }
     for (const void* key : list->Values()) {
-        const Owned<CFTypeRef> value(copyPreference(*domain, key));
-        CFDictionarySetValue(values.get(), key, value.get());
+        const Ref<CFTypeRef> value(copyPreference(*domain, key));
+        CFDictionarySetValue(values.Get(), key, value.Get());
     }
-    return values.release();
+    return values.Detach();
 }
 
 void CFPreferencesSetMultiple(CFDictionaryRef keysToSet, CFArrayRef keysToRemove,

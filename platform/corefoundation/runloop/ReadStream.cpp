@@ -53,7 +53,7 @@ bool ReadStream::Open() {
 }
 
 void ReadStream::Close() {
-    ObjectRef<RunLoop> loop;
+    Ref<RunLoop*> loop;
     std::shared_ptr<const Client> client;
     {
         const std::lock_guard guard(lock_);
@@ -139,7 +139,7 @@ CFIndex ReadStream::Read(UInt8* buffer, CFIndex size) {
 // One wait for the driver and one step of it, on a thread that reads without a loop, or faster than
 // its loop brings bytes. The thread's own loop serves as what Close can wake.
 bool ReadStream::WaitForBytes() {
-    ObjectRef<RunLoop> loop(RunLoop::Current());
+    const auto loop = Ref<RunLoop*>::Share(RunLoop::Current());
     PollSet set(Clock::time_point::max());
     {
         const std::lock_guard guard(lock_);
@@ -186,14 +186,14 @@ void ReadStream::SetClient(CFOptionFlags events, CFReadStreamClientCallBack call
 }
 
 void ReadStream::Schedule(RunLoop& loop, CFStringRef mode) {
-    ObjectRef<RunLoop> old;
+    Ref<RunLoop*> old;
     {
         const std::lock_guard guard(lock_);
         if (phase_ == Phase::Closed) {
             return;
         }
         if (loop_.Get() != &loop) {
-            old = std::exchange(loop_, ObjectRef<RunLoop>(&loop));
+            old = std::exchange(loop_, Ref<RunLoop*>::Share(&loop));
         }
     }
     if (old) {

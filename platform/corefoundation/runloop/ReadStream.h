@@ -75,9 +75,9 @@ private:
     std::shared_ptr<const Client> client_;
     // Events that were delivered; "has bytes available" until the next read.
     CFOptionFlags delivered_ = 0;
-    ObjectRef<RunLoop> loop_;
+    Ref<RunLoop*> loop_;
     // The loop of a thread that waits in Read.
-    ObjectRef<RunLoop> readerLoop_;
+    Ref<RunLoop*> readerLoop_;
 };
 
 }  // namespace tvplatform

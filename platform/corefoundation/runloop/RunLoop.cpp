@@ -58,7 +58,7 @@ void PollSet::Wait() {
 
 // One item in one pass, with its part of the poll set.
 struct RunLoop::Turn {
-    ObjectRef<RunLoopItem> item;
+    Ref<RunLoopItem*> item;
     size_t first = 0;
     size_t end = 0;
 };
@@ -113,7 +113,7 @@ void RunLoop::Attach(RunLoopItem& item, CFStringRef mode) {
     if (!known) {
         const auto place =
             std::upper_bound(attachments_.begin(), attachments_.end(), item.Order(), ByOrder{});
-        attachments_.insert(place, {ObjectRef<RunLoopItem>(&item), mode});
+        attachments_.insert(place, {Ref<RunLoopItem*>::Share(&item), mode});
         CFRetain(mode);
     }
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "corefoundation/object/Object.h"
-#include "corefoundation/object/RunLoopObjectRef.h"
+#include "corefoundation/object/Ref.h"
 #include "corefoundation/runloop/RunLoopPollSet.h"
 
 #include <CoreFoundation/CFRunLoop.h>
@@ -59,7 +59,7 @@ public:
 
 private:
     struct Attachment {
-        ObjectRef<RunLoopItem> item;
+        Ref<RunLoopItem*> item;
         CFStringRef mode;
     };
     struct ByOrder;

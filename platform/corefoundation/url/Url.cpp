@@ -8,7 +8,7 @@
 using namespace tvplatform;
 
 __CFURL::__CFURL(std::string text, const __CFURL* base)
-    : Object(cType), ownText_(std::move(text)), base_(Share<CFURLRef>(base)),
+    : Object(cType), ownText_(std::move(text)), base_(Ref<CFURLRef>::Share(base)),
       string_(MakeString(ownText_)), own_(ParseUrl(ownText_).value_or(UrlParts())),
       wholeText_(base != nullptr ? ResolveUrl(base->Resolved(), own_) : std::string()),
       whole_(ParseUrl(wholeText_).value_or(UrlParts())) {}

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "corefoundation/object/Object.h"
-#include "corefoundation/object/OwnedRef.h"
+#include "corefoundation/object/Ref.h"
 #include "corefoundation/url/UrlText.h"
 
 #include <CoreFoundation/CFURL.h>
@@ -14,8 +14,8 @@ struct __CFURL final : tvplatform::Object {
     // `text` must be valid (see ParseUrl); `base` is borrowed and may be null.
     __CFURL(std::string text, const __CFURL* base);
 
-    CFStringRef Text() const { return string_.get(); }
-    const __CFURL* Base() const { return base_.get(); }
+    CFStringRef Text() const { return string_.Get(); }
+    const __CFURL* Base() const { return base_.Get(); }
     const tvplatform::UrlParts& Own() const { return own_; }
     // Of the absolute URL, as far as bases make it one.
     const tvplatform::UrlParts& Resolved() const { return base_ ? whole_ : own_; }
@@ -27,8 +27,8 @@ struct __CFURL final : tvplatform::Object {
 
 private:
     const std::string ownText_;
-    const tvplatform::Owned<CFURLRef> base_;
-    const tvplatform::Owned<CFStringRef> string_;
+    const tvplatform::Ref<CFURLRef> base_;
+    const tvplatform::Ref<CFStringRef> string_;
     const tvplatform::UrlParts own_;
     // Resolved here, once, so that no later work depends on how many bases stand behind the first.
     const std::string wholeText_;

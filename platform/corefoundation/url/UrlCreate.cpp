@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <unistd.h>
 
 using namespace tvplatform;
@@ -12,10 +13,10 @@ using namespace tvplatform;
 namespace {
 
 // The current folder as a base for relative paths; null when it has no path.
-Owned<CFURLRef> currentFolder() {
+Ref<CFURLRef> currentFolder() {
     // The C library finds the room, since there is no bound on the length.
     const std::unique_ptr<char, decltype(&std::free)> folder(getcwd(nullptr, 0), &std::free);
-    return Owned<CFURLRef>(folder ? MakeFileUrl(folder.get(), true, nullptr) : nullptr);
+    return Ref<CFURLRef>(folder ? MakeFileUrl(folder.get(), true, nullptr) : nullptr);
 }
 
 CFURLRef makeRelativeFileUrl(std::string_view path, bool isDirectory, CFTypeRef baseURL) {
@@ -23,8 +24,8 @@ CFURLRef makeRelativeFileUrl(std::string_view path, bool isDirectory, CFTypeRef 
         return MakeFileUrl(path, isDirectory, nullptr);
     }
     if (baseURL == nullptr) {
-        const Owned<CFURLRef> folder = currentFolder();
-        return folder ? MakeFileUrl(path, isDirectory, folder.get()) : nullptr;
+        const Ref<CFURLRef> folder = currentFolder();
+        return folder ? MakeFileUrl(path, isDirectory, folder.Get()) : nullptr;
     }
     const auto* base = As<const Url>(baseURL);
     return base != nullptr && base->Resolved().IsFile() ? MakeFileUrl(path, isDirectory, base)

@@ -1,7 +1,7 @@
 // HTTP messages and streams without a reader on top: reading by waiting, events on a run loop,
 // properties, and the limits of the module below.
 #include "cfnetwork/HttpTransfer.h"
-#include "tests/mac/LoopbackServer.h"
+#include "tests/support/LoopbackServer.h"
 
 #include <CFNetwork/CFNetwork.h>
 #include <CoreFoundation/CoreFoundation.h>

@@ -1,7 +1,7 @@
 // Short ways to make and to read URLs, paths and preferences in tests.
 #pragma once
 
-#include "tests/platform/CFTestSupport.h"
+#include "tests/support/PlatformValues.h"
 
 #include <CoreServices/CoreServices.h>
 

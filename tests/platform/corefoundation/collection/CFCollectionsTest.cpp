@@ -1,5 +1,5 @@
 // Arrays and data.
-#include "tests/platform/CFTestSupport.h"
+#include "tests/support/PlatformValues.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tests/platform/CFTestSupport.h"
+#include "tests/support/PlatformValues.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tests/mac/LoopbackServer.h"
+#include "tests/support/LoopbackServer.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
