@@ -1,7 +1,7 @@
 // Reads the input as a registry file and checks the tree against what holds for every tree.
 #include "fuzz/FuzzTarget.h"
 #include "registry/CRegistry.h"
-#include "tests/streams/MemoryStream.h"
+#include "streams/CMemoryStream.h"
 
 #include <string>
 
@@ -37,9 +37,9 @@ void Describe(const Tova::CRegNode& directory, int depth, std::string& out) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(data, data + size);
+    std::string text(data, data + size);
     for (const unsigned flags : {Tova::CStream::cTranslate, 0U}) {
-        tvtest::MemoryStream stream(flags, text);
+        Tova::CMemoryStream stream(flags, text);
         stream.ReadUnicodeHeader();
         Tova::CMemRegistry tree, copy;
         const Tova::RStatus status = tree.ReadFromStream(stream);

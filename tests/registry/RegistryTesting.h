@@ -17,18 +17,6 @@ public:
         : MemoryStream(flags, std::string(text)) {
         ReadUnicodeHeader();
     }
-    bool AtEOF() override { return indicatesEnd && atEnd && !SetEOF(); }
-    bool InternalRead(unsigned long count, void* buffer, unsigned long* done) override {
-        return pos == failAt ? SetError(Tova::ErrAccessDenied)
-                             : MemoryStream::InternalRead(count, buffer, done);
-    }
-    bool InternalSetPos(unsigned long to) override {
-        return seekable && MemoryStream::InternalSetPos(to);
-    }
-
-    bool seekable = true;
-    bool indicatesEnd = true;
-    unsigned long failAt = std::string::npos;
 };
 
 inline void AppendDump(const Tova::CRegNode& directory, std::string& out) {

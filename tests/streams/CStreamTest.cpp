@@ -37,7 +37,7 @@ TEST(CStream, ScramblesAndSumsPlainBytesSinglyAndStoredBytesInBulk) {
     EXPECT_EQ(stream.bytes[2], '\xB5');
     EXPECT_EQ(stream.bytes[2 + 0xA5], '\0');
 
-    stream.pos = 258;
+    EXPECT_TRUE(stream.SetPos(258));
     std::string back(300, '?');
     unsigned long done = 0;
     const std::uint32_t before = stream.GetCheckValue();
@@ -45,7 +45,7 @@ TEST(CStream, ScramblesAndSumsPlainBytesSinglyAndStoredBytesInBulk) {
     EXPECT_EQ(back.substr(0, done), plain);
     EXPECT_TRUE(stream.Read(1, back.data(), &done)) << "nor is none";
     EXPECT_EQ(stream.GetCheckValue() - before, 255U * 128);
-    stream.pos = 0;
+    EXPECT_TRUE(stream.SetPos(0));
     EXPECT_EQ(readChars(stream), "AA" + plain + plain);
     EXPECT_EQ(stream.GetCheckValue() - before, 255U * 128 * 3 + 0x82) << "the end adds nothing";
 }
@@ -78,7 +78,7 @@ TEST(CStream, ReadToDelimStopsWhereItSays) {
         int count = -1;
         const bool found = stream.ReadToDelim(out, delimiter, maxLength, &count);
         return std::to_string(found) + std::string(out.CStr(), static_cast<std::size_t>(count)) +
-               std::to_string(stream.pos);
+               std::to_string(stream.Pos());
     };
     EXPECT_EQ(read("ab", 0, -1), "1ab2") << "the end is a NUL";
     EXPECT_EQ(read("ab\0cd"s, 0, -1), "1ab3");
@@ -98,7 +98,7 @@ TEST(CStream, RecognisesByteOrderMarks) {
         const bool bigEndian = (stream.GetFlags() & CStream::cBigEndian) != 0;
         std::string seen = std::to_string(found) +
                            std::to_string(static_cast<int>(stream.GetEncoding())) +
-                           std::to_string(bigEndian) + std::to_string(stream.pos);
+                           std::to_string(bigEndian) + std::to_string(stream.Pos());
         return seen + readChars(stream);
     };
     EXPECT_EQ(examine(0, "\xFE\xFF!"), "1212");

@@ -1,9 +1,9 @@
 #include "tvtool/registry/RegistryFile.h"
 
 #include "registry/CNWRegistry.h"
+#include "streams/CMemoryStream.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
-#include "tvtool/base/MemoryStream.h"
 #include "tvtool/config/Variables.h"
 #include "vars/GlobalVars.h"
 
@@ -52,7 +52,7 @@ std::string excerpt(std::string_view line, std::size_t offset) {
 
 RegistryFile::RegistryFile(const std::string& path)
     : name_(InputName(path)), bytes_(ReadInput(path)) {
-    MemoryStream stream(Tova::CStream::cTranslate, bytes_);
+    Tova::CMemoryStream stream(Tova::CStream::cTranslate, bytes_);
     isUnicode_ = stream.ReadUnicodeHeader();
     Describe(tree_.ReadFromStream(stream, report_));
 }
