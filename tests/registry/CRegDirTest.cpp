@@ -1,9 +1,7 @@
-#include "registry/CRegPrefixTree.h"
 #include "tests/registry/RegistryTesting.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <random>
 #include <vector>
 
@@ -101,37 +99,6 @@ TEST(CRegDir, LongListsAnswerAsShortOnes) {
             }
             ASSERT_EQ(root.Index(-1), nullptr);
         }
-    }
-}
-
-TEST(CRegPrefixTree, StaysShallow) {
-    for (const char* order : {"abc", "acb", "bac", "bca", "cab", "cba"}) {
-        CRegPrefixTree three;
-        for (unsigned i = 0; i < 3; ++i) {
-            three.Insert({{order + i, 1}, i, nullptr});
-        }
-        EXPECT_EQ(three.Depth(), 2) << order;
-    }
-    const auto mixed = [](unsigned i) { return i % 2 == 0 ? i / 2 : 8191 - i / 2; };
-    for (const auto& order :
-         {std::function<unsigned(unsigned)>([](unsigned i) { return i; }),
-          std::function<unsigned(unsigned)>([](unsigned i) { return 8191 - i; }),
-          std::function<unsigned(unsigned)>(mixed)}) {
-        CRegPrefixTree tree;
-        std::vector<CRegPrefixTree::Item> items;
-        std::vector<std::string> names;
-        for (unsigned i = 0; i < 8192; ++i) {
-            names.push_back(std::to_string(10000 + order(i)));
-        }
-        for (unsigned i = 0; i < 8192; ++i) {
-            items.push_back({names[i], i, nullptr});
-            tree.Insert(items.back());
-        }
-        EXPECT_LE(tree.Depth(), 18);
-        for (unsigned i = 0; i < 8192 - 64; ++i) {
-            tree.Remove(items[i * 5 % 8192]);
-        }
-        EXPECT_LE(tree.Depth(), 8);
     }
 }
 
