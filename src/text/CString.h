@@ -3,7 +3,7 @@
 // owns nothing; capacity grows in steps of 100 bytes and never shrinks.
 #pragma once
 
-#include "text/Ch.h"
+#include "text/URI.h"
 
 #include <cstddef>
 #include <string>

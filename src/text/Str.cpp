@@ -23,7 +23,7 @@ namespace Str {
 
 namespace {
 
-int Fold(char c) {
+int fold(char c) {
     return static_cast<unsigned char>(Ch::ToLower(c));
 }
 
@@ -74,10 +74,10 @@ int ICompare(const char* a, const char* b, int n) {
         return 0;
     }
     std::ptrdiff_t i = 0;
-    while (Fold(a[i]) == Fold(b[i]) && a[i] != '\0' && i + 1 != n) {
+    while (fold(a[i]) == fold(b[i]) && a[i] != '\0' && i + 1 != n) {
         ++i;
     }
-    return Fold(a[i]) - Fold(b[i]);
+    return fold(a[i]) - fold(b[i]);
 }
 
 const char* IFind(const char* haystack, const char* needle) {

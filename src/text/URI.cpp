@@ -1,11 +1,53 @@
-// The members of CString that escape text for URIs.
+#include "text/URI.h"
+
 #include "text/CFRef.h"
 #include "text/CString.h"
 #include "text/Ch.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <array>
 #include <cstring>
+#include <string_view>
+
+namespace Tova::Ch {
+
+namespace {
+
+constexpr std::array<bool, 0x80> makeLegalSet() {
+    std::array<bool, 0x80> legal{};
+    for (int c = 0; c < 0x80; ++c) {
+        legal[static_cast<unsigned>(c)] = IsAlnum(static_cast<char>(c));
+    }
+    for (const char c : std::string_view("-._<>\"\\^`{|}~")) {
+        legal[static_cast<unsigned char>(c)] = true;
+    }
+    return legal;
+}
+
+constexpr std::array<bool, 0x80> cLegal = makeLegalSet();
+
+// The NULs in front are what the negative nibbles of bytes from 0x80 read.
+constexpr char cHexDigits[] = "\0\0\0\0\0\0\0\0"
+                              "0123456789ABCDEF";
+constexpr int cHexZero = 8;
+
+}  // namespace
+
+bool IsCommonUnreservedInURI(char c) {
+    return IsAlnum(c) || c == '-' || c == '.' || c == '_';
+}
+
+bool IsLegalInURI(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < cLegal.size() && cLegal[byte];
+}
+
+char HexChar(int n) {
+    return cHexDigits[n + cHexZero];
+}
+
+}  // namespace Tova::Ch
 
 namespace Tova {
 
@@ -49,6 +91,8 @@ CFRef<CFStringRef> normaliseEscapes(const char* source) {
 }
 
 }  // namespace
+
+// The members of CString that escape.
 
 template <>
 void CString::ToURIEscapedString(const char* source, Ch::URIComponent /*component*/,

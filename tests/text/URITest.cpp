@@ -1,3 +1,4 @@
+#include "text/URI.h"
 #include "text/CString.h"
 
 #include <gtest/gtest.h>
