@@ -1,6 +1,7 @@
 #include "streams/CStream.h"
 
 #include "streams/Scrambling.h"
+#include "streams/ScratchBuffer.h"
 
 #include <algorithm>
 #include <climits>

@@ -185,8 +185,4 @@ private:
     IStreamFilter* writeFilter_ = nullptr;
 };
 
-// The process-wide scratch buffer, of at least `size` bytes. What an earlier call returned becomes
-// invalid when a later one has to grow it. No lock: one thread at a time.
-unsigned char* GetTempBuffer(unsigned long size);
-
 }  // namespace Tova

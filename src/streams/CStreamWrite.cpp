@@ -2,6 +2,7 @@
 #include "streams/CStream.h"
 
 #include "streams/Scrambling.h"
+#include "streams/ScratchBuffer.h"
 #include "text/Ch.h"
 
 #include <bit>

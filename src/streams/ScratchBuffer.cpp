@@ -1,4 +1,4 @@
-#include "streams/CStream.h"
+#include "streams/ScratchBuffer.h"
 
 namespace Tova {
 
