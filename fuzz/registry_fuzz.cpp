@@ -10,7 +10,7 @@ namespace {
 using tvfuzz::Require;
 
 // The entries below `directory`, comments left out; checks each on the way.
-void Describe(const Tova::CRegNode& directory, int depth, std::string& out) {
+void describe(const Tova::CRegNode& directory, int depth, std::string& out) {
     int entries = 0;
     for (const Tova::CRegNode* node = directory.FirstChild(); node; node = node->NextSibling()) {
         if (node->GetType() == Tova::RegNodeType::Comment) {
@@ -27,7 +27,7 @@ void Describe(const Tova::CRegNode& directory, int depth, std::string& out) {
         out += name + (node->IsDirectory() ? "{" : "=" + std::string(node->GetValue()) + "\n");
         // Deep trees are the business of the tests: this walk recurses.
         if (node->IsDirectory() && depth < 500) {
-            Describe(*node, depth + 1, out);
+            describe(*node, depth + 1, out);
         }
         out += node->IsDirectory() ? "}" : "";
     }
@@ -46,9 +46,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         Require(status == Tova::Ok || status == Tova::ErrSyntax || status == Tova::Failure,
                 "status");
         std::string entries, copied;
-        Describe(*tree.GetNode(), 0, entries);
+        describe(*tree.GetNode(), 0, entries);
         Require(copy.CopyDir(tree), "a tree that was read can be copied");
-        Describe(*copy.GetNode(), 0, copied);
+        describe(*copy.GetNode(), 0, copied);
         Require(entries == copied, "the copy is equal");
     }
     return 0;

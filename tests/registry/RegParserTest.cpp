@@ -12,7 +12,7 @@ using tvtest::Dump;
 using tvtest::TextStream;
 
 // The text without its last line end, as one line: status, place of the fault, tree.
-std::string Read(const std::string& text, unsigned flags = CStream::cTranslate) {
+std::string readText(const std::string& text, unsigned flags = CStream::cTranslate) {
     TextStream stream(text, flags);
     CMemRegistry root;
     RegReadReport report;
@@ -67,12 +67,12 @@ TEST(RegParser, CurrentFormat) {
         {"n\xE9\x80=\xE9", "C n\xE9\x80='\xE9'"},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(Read("!NWREG 1.0 {ignored } =\n" + c.text), c.expected) << c.text;
+        EXPECT_EQ(readText("!NWREG 1.0 {ignored } =\n" + c.text), c.expected) << c.text;
     }
-    EXPECT_EQ(Read("!NWREG 1.0 {\r\na\r=1\r\n\r\n", 0), "syntax@3:1 C a\r='1\r'")
+    EXPECT_EQ(readText("!NWREG 1.0 {\r\na\r=1\r\n\r\n", 0), "syntax@3:1 C a\r='1\r'")
         << "no line-end translation";
-    EXPECT_EQ(Read("!NWREG 1.0 {"), "C ");
-    EXPECT_EQ(Read("!NWREG 1.0 {\r\rd{\rx=1\r}"), "C d{x='1'}");
+    EXPECT_EQ(readText("!NWREG 1.0 {"), "C ");
+    EXPECT_EQ(readText("!NWREG 1.0 {\r\rd{\rx=1\r}"), "C d{x='1'}");
 }
 
 TEST(RegParser, SectionedFormat) {
@@ -94,20 +94,20 @@ TEST(RegParser, SectionedFormat) {
         {"[" + longName + "]\n" + longName + "=1", "S " + name64 + "{" + name64 + "='1'}"},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(Read(c.text), c.expected) << c.text;
+        EXPECT_EQ(readText(c.text), c.expected) << c.text;
     }
-    EXPECT_EQ(Read("[s]\r\na=1\r\n", 0), "S s{a='1\r'}") << "no line-end translation";
+    EXPECT_EQ(readText("[s]\r\na=1\r\n", 0), "S s{a='1\r'}") << "no line-end translation";
 }
 
 // A mark makes the stream a Unicode one, of which the reader sees nothing.
 TEST(RegParser, ByteOrderMarks) {
     using namespace std::string_literals;
     for (const std::string& mark : {"\xEF\xBB\xBF"s, "\xFF\xFE"s, "\xFE\xFF"s}) {
-        EXPECT_EQ(Read(mark + "[s]\na=1\n"), "S ");
-        EXPECT_EQ(Read(mark + "!NWREG 1.0 {\na=1\n"), "S ");
+        EXPECT_EQ(readText(mark + "[s]\na=1\n"), "S ");
+        EXPECT_EQ(readText(mark + "!NWREG 1.0 {\na=1\n"), "S ");
     }
     EXPECT_EQ(
-        Read("\xEF\xBB\xBF!NWREG 1.0 {\n[s]\na=1\n", CStream::cTranslate | CStream::cNoHeader),
+        readText("\xEF\xBB\xBF!NWREG 1.0 {\n[s]\na=1\n", CStream::cTranslate | CStream::cNoHeader),
         "S s{a='1'}");
 }
 
