@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <future>
 #include <thread>
+#include <tuple>
 
 using State = Tova::CStream::State;
 using Tova::CFileStream;
@@ -38,10 +39,6 @@ public:
 
 class CFileStreamTest : public testing::Test {
 protected:
-    RStatus StatusOf(const std::string& path, unsigned flags) {
-        return TestStream().OpenText(path, flags);
-    }
-
     tvtest::TempDir dir_;
     const std::string path_ = dir_.Path("f");
     TestStream stream_;
@@ -50,9 +47,17 @@ protected:
 };
 
 TEST_F(CFileStreamTest, DispositionsChooseStatusAndMode) {
-    // Checks one opening, with and without the file, for its status and the mode it opens in.
-    const auto check = [this](unsigned flags, RStatus ifMissing, RStatus ifThere, int mode,
-                              int modeIfThere) {
+    // Statuses and modes without and with the file.
+    for (const auto& [flags, ifMissing, ifThere, mode, modeIfThere] :
+         {std::tuple(0U, Tova::ErrNotFound, Tova::Ok, 0, O_RDWR),
+          {cRO | cWO, Tova::ErrNotFound, Tova::Ok, 0, O_RDONLY},
+          {0x1000000U, Tova::Ok, Tova::ErrAlreadyExists, O_RDWR, 0},
+          {0x2000000U | cRO, Tova::Ok, Tova::Ok, O_RDWR, O_RDWR},
+          {0x2000000U | cWO, Tova::Ok, Tova::Ok, O_WRONLY, O_WRONLY},
+          {0x3000000U | cRO, Tova::Ok, Tova::Ok, O_RDWR, O_RDONLY},
+          {0x4000000U | cWO, Tova::Ok, Tova::ErrNotFound, O_WRONLY, 0},
+          {0x5000000U, Tova::ErrBadParameter, Tova::ErrBadParameter, 0, 0},
+          {0x7000000U, Tova::ErrBadParameter, Tova::ErrBadParameter, 0, 0}}) {
         for (const bool there : {false, true}) {
             std::filesystem::remove(path_);
             if (there) {
@@ -65,30 +70,47 @@ TEST_F(CFileStreamTest, DispositionsChooseStatusAndMode) {
             EXPECT_EQ(std::filesystem::exists(path_), there || status >= 0);
             EXPECT_EQ(tvtest::ReadFile(path_), there && (flags >> 24) != 2 ? "old" : "");
             if (status >= 0) {
-                EXPECT_EQ(fcntl(stream.Descriptor(), F_GETFL) & O_ACCMODE,
-                          there ? modeIfThere : mode);
-                EXPECT_NE(fcntl(stream.Descriptor(), F_GETFD) & FD_CLOEXEC, 0);
+                const int file = stream.Descriptor();
+                EXPECT_EQ(fcntl(file, F_GETFL) & O_ACCMODE, there ? modeIfThere : mode);
+                EXPECT_NE(fcntl(file, F_GETFD) & FD_CLOEXEC, 0);
             }
         }
-    };
-    check(0, Tova::ErrNotFound, Tova::Ok, 0, O_RDWR);
-    check(cRO | cWO, Tova::ErrNotFound, Tova::Ok, 0, O_RDONLY);
-    check(0x1000000, Tova::Ok, Tova::ErrAlreadyExists, O_RDWR, 0);
-    check(0x2000000 | cRO, Tova::Ok, Tova::Ok, O_RDWR, O_RDWR);
-    check(0x2000000 | cWO, Tova::Ok, Tova::Ok, O_WRONLY, O_WRONLY);
-    check(0x3000000 | cRO, Tova::Ok, Tova::Ok, O_RDWR, O_RDONLY);
-    check(0x4000000 | cWO, Tova::Ok, Tova::ErrNotFound, O_WRONLY, 0);
-    check(0x5000000, Tova::ErrBadParameter, Tova::ErrBadParameter, 0, 0);
-    check(0x7000000, Tova::ErrBadParameter, Tova::ErrBadParameter, 0, 0);
+    }
 }
 
-TEST_F(CFileStreamTest, FolderCreationIsTheFileSystems) {
-    EXPECT_EQ(StatusOf(path_, cAlways | cFolder), Tova::Ok) << "an existing folder is no error";
-    EXPECT_EQ(StatusOf(dir_.Path("no/f"), cAlways | cFolder), Tova::Failure);
-    EXPECT_EQ(StatusOf(dir_.Path("no/f"), cAlways), Tova::ErrBadName);
-    EXPECT_EQ(StatusOf(dir_.Path("no/f"), CFileStream::cOpenMissing | cFolder), Tova::ErrBadName);
-    EXPECT_EQ(StatusOf(path_ + "/g", cAlways | cFolder), Tova::ErrBadName);
+TEST_F(CFileStreamTest, PathsThatCannotBeOpened) {
+    const std::string missing = dir_.Path("no/f");
+    const auto longPath = [this](size_t n) { return dir_.Path(std::string(n, 'n')); };
+    for (const auto& [path, flags, expected] :
+         {std::tuple(path_, cAlways | cFolder, Tova::Ok),
+          {missing, cAlways | cFolder, Tova::Failure},  // the file system makes no folders
+          {missing, cAlways, Tova::ErrBadName},
+          {missing, CFileStream::cOpenMissing | cFolder, Tova::ErrBadName},
+          {path_ + "/g", cAlways | cFolder, Tova::ErrBadName},
+          {longPath(300), cAlways, Tova::ErrBadName},
+          {longPath(1023), cAlways, Tova::Failure},  // has no text
+          {longPath(5000), 0U, Tova::ErrNotFound},
+          {dir_.Path(), cAlways, Tova::Failure}}) {
+        EXPECT_EQ(TestStream().OpenText(path, flags), expected) << path << std::hex << flags;
+    }
     EXPECT_FALSE(std::filesystem::exists(dir_.Path("no")));
+}
+
+// Reading a folder is an error of the system: the stream fails, and with delimiter 0 that is an
+// end.
+TEST_F(CFileStreamTest, AReadErrorFailsTheStream) {
+    for (const unsigned flag : {0U, Tova::CStream::cThrowOnError}) {
+        TestStream stream;
+        ASSERT_EQ(stream.OpenText("/", cRO | flag | Tova::CStream::cNoHeaderToo), Tova::Ok);
+        if (flag != 0) {
+            EXPECT_THROW(stream.ReadToDelim(out_, 10, -1, nullptr), RStatus);
+            EXPECT_THROW(stream.ReadRawByte(eof_), RStatus);
+        } else {
+            EXPECT_FALSE(stream.ReadToDelim(out_, 10, -1, nullptr));
+            EXPECT_TRUE(stream.ReadToDelim(out_, 0, -1, nullptr));
+        }
+        EXPECT_EQ(stream.GetState(), State::Failed);
+    }
 }
 
 TEST_F(CFileStreamTest, OpeningExaminesTheMarkAndAppendsOnRequest) {
@@ -198,13 +220,6 @@ TEST_F(CFileStreamTest, AFifoIsReadAsItComes) {
     EXPECT_EQ(out_.Length(), 2);
     EXPECT_TRUE(stream_.AtEOF());
     writer.join();
-}
-
-TEST_F(CFileStreamTest, NamesThatCannotBeOpened) {
-    EXPECT_EQ(StatusOf(dir_.Path(std::string(300, 'n')), cAlways), Tova::ErrBadName);
-    EXPECT_EQ(StatusOf(dir_.Path(std::string(1023, 'n')), cAlways), Tova::Failure) << "no text";
-    EXPECT_EQ(StatusOf(dir_.Path(std::string(5000, 'n')), 0), Tova::ErrNotFound);
-    EXPECT_EQ(StatusOf(dir_.Path(), cAlways), Tova::Failure);
 }
 
 class Info final : public Tova::ILocalFileInfo {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <numeric>
+#include <tuple>
 
 using namespace std::string_literals;
 using Tova::CStream;
@@ -27,15 +28,11 @@ TEST(CStream, ScramblesAndSumsPlainBytesSinglyAndStoredBytesInBulk) {
     std::string plain(256, '\0');
     std::iota(plain.begin(), plain.end(), '\0');
     MemoryStream stream(CStream::cScramble | CStream::cCheckValue);
-    EXPECT_TRUE(stream.WriteRawByte('A'));
-    EXPECT_EQ(stream.GetCheckValue(), 0x41U);
-    EXPECT_TRUE(stream.Write(1, "A", nullptr));
+    EXPECT_TRUE(stream.WriteRawByte('A') && stream.Write(1, "A", nullptr));
     EXPECT_EQ(stream.GetCheckValue(), 0x41U + 0xC9U);
-    EXPECT_TRUE(stream.WriteString(plain.data(), 256));
-    EXPECT_TRUE(stream.Write(256, plain.data(), nullptr));
+    EXPECT_TRUE(stream.WriteString(plain.data(), 256) && stream.Write(256, plain.data(), nullptr));
     EXPECT_EQ(stream.bytes.substr(2, 256), stream.bytes.substr(258));
-    EXPECT_EQ(stream.bytes[2], '\xB5');
-    EXPECT_EQ(stream.bytes[2 + 0xA5], '\0');
+    EXPECT_EQ(stream.bytes[2] + 256 * stream.bytes[2 + 0xA5], '\xB5');
 
     EXPECT_TRUE(stream.SetPos(258));
     std::string back(300, '?');
@@ -68,26 +65,35 @@ TEST(CStream, PushedBackCharacterComesFirstAndCountsAgain) {
     stream.SetPushedBack('\n');
     EXPECT_EQ(readChars(stream), "\nb") << "the pair was still under way";
     EXPECT_EQ(stream.GetLineCount(), 2U);
+    EXPECT_TRUE(stream.SetPos(0));
+    EXPECT_EQ(stream.ReadChar(eof), '\n');
+    stream.SetPushedBack('x');
+    EXPECT_TRUE(stream.SetPos(1));
+    EXPECT_EQ(readChars(stream), "\nb") << "a new position ends the pair and drops the character";
+    EXPECT_FALSE(stream.SetPos(4));
 }
 
 TEST(CStream, ReadToDelimStopsWhereItSays) {
-    // Result, text and position.
-    const auto read = [](const std::string& stored, int delimiter, int maxLength) {
-        MemoryStream stream(0, stored);
-        CString out("old");
-        int count = -1;
-        const bool found = stream.ReadToDelim(out, delimiter, maxLength, &count);
-        return std::to_string(found) + std::string(out.CStr(), static_cast<std::size_t>(count)) +
-               std::to_string(stream.Pos());
-    };
-    EXPECT_EQ(read("ab", 0, -1), "1ab2") << "the end is a NUL";
-    EXPECT_EQ(read("ab\0cd"s, 0, -1), "1ab3");
-    EXPECT_EQ(read("", 10, -1), "00");
-    EXPECT_EQ(read("abcdef", 10, 3), "1abc3");
-    EXPECT_EQ(read("a\0b\n"s, 10, 0), "1a\0b4"s);
-    EXPECT_EQ(read("a\xFF", -1, -1), "1a2");
-    EXPECT_EQ(read("a\xFF", 255, -1), "0a\xFF"
-                                      "2");
+    // With delimiter 0 the end is a delimiter. Expected are result, text and position.
+    for (const auto& [stored, delimiter, maxLength, expected] :
+         {std::tuple("ab"s, 0, -1, "1ab2"s),
+          {"ab\0cd"s, 0, -1, "1ab3"s},
+          {""s, 10, -1, "00"s},
+          {"abcdef"s, 10, 3, "1abc3"s},
+          {"a\0b\n"s, 10, 0, "1a\0b4"s},
+          {"a\xFF"s, -1, -1, "1a2"s},
+          {"a\xFF"s, 255, -1, "0a\xFF" + "2"s}}) {
+        for (const unsigned long block : {0UL, 1UL, 2UL, 3UL, 9UL}) {
+            MemoryStream stream(0, stored);
+            stream.block = block;
+            CString out("old");
+            int count = -1;
+            const bool found = stream.ReadToDelim(out, delimiter, maxLength, &count);
+            EXPECT_EQ(std::to_string(found) + std::string(out.CStr(), size_t(count)) +
+                          std::to_string(stream.Pos()),
+                      expected);
+        }
+    }
 }
 
 TEST(CStream, RecognisesByteOrderMarks) {
