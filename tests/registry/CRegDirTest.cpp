@@ -69,8 +69,9 @@ TEST(CRegDir, InnerSegmentsMatchByPrefixInListOrder) {
     EXPECT_EQ(edit(root, "abc/d=1st ab/d=2nd $ab/d $a/d $abcd/d >ab ab/d=made -ab/d"),
               "1 1 1st 1st - (d='2nd') 1 1 | abc{} ab{d='made'}");
     std::string found;
-    for (const auto& [name, length] :
-         {std::pair("abx", 2), {"ab", 0}, {"ab", 9}, {"abx", 3}, {"abc", -1}, {"b", 1}}) {
+    const std::pair<const char*, int> names[] = {{"abx", 2}, {"ab", 0},   {"ab", 9},
+                                                 {"abx", 3}, {"abc", -1}, {"b", 1}};
+    for (const auto& [name, length] : names) {
         found += nameOf(root.GetNode()->Find(name, length)) + " ";
     }
     EXPECT_EQ(found, "abc ab ab - abc - ");
@@ -124,12 +125,10 @@ TEST(CRegDir, ValuesAsTextsAndNumbers) {
     EXPECT_EQ(Dump(root), "n='-18446744069414584325' w='5' u='18446744073709551615'");
     int number = 7;
     unsigned plain = 7;
-    for (const auto& [text, asInt, asUnsigned] : {std::tuple("12x", 12, 12U),
-                                                  {"abc", 0, 0U},
-                                                  {"", 0, 0U},
-                                                  {" -1", -1, 4294967295U},
-                                                  {"4294967297", 1, 1U},
-                                                  {"9223372036854775808", -1, 0U}}) {
+    const std::tuple<const char*, int, unsigned> numbers[] = {
+        {"12x", 12, 12U},         {"abc", 0, 0U},        {"", 0, 0U},
+        {" -1", -1, 4294967295U}, {"4294967297", 1, 1U}, {"9223372036854775808", -1, 0U}};
+    for (const auto& [text, asInt, asUnsigned] : numbers) {
         root.SetValue("n", text);
         EXPECT_TRUE(root.GetValue("n", number) && root.GetValue("n", plain)) << text;
         EXPECT_EQ(std::pair(number, plain), std::pair(asInt, asUnsigned)) << text;
@@ -160,12 +159,14 @@ TEST(CRegDir, NameRules) {
         invalid += CRegDir::ValidNameChar(c) ? "" : std::to_string(c) + " ";
     }
     EXPECT_EQ(invalid, "-1 0 9 10 32 59 61 92 123 125 ");
-    for (const auto& [from, to] : {std::pair<std::string, std::string>{"9 a;b", "X_a_b"},
-                                   {"", "X"},
-                                   {" ", "X"},
-                                   {"ok\r", "ok\r"},
-                                   {longest + "tail", longest},
-                                   {std::string(80, '\xFF'), "X" + std::string(63, '_')}}) {
+    const std::pair<std::string, std::string> repairs[] = {
+        {"9 a;b", "X_a_b"},
+        {"", "X"},
+        {" ", "X"},
+        {"ok\r", "ok\r"},
+        {longest + "tail", longest},
+        {std::string(80, '\xFF'), "X" + std::string(63, '_')}};
+    for (const auto& [from, to] : repairs) {
         CString name(from.c_str());
         CRegDir::FixName(name);
         EXPECT_EQ(std::string(name.CStr(), static_cast<std::size_t>(name.Length())), to);

@@ -53,22 +53,28 @@ TEST_F(RegistryTest, WithoutAFileNothingIsFoundOrMade) {
 }
 
 TEST_F(RegistryTest, SharedRegistryInBothFormats) {
-    home_.Write(cShared, cText);
-    EXPECT_EQ(AppValue("Calyx"), "https://x.test/r");
-    EXPECT_EQ(AppValue("Calyx", "sub/v") + AppValue("Calyx/sub", "v"), "11");
-    EXPECT_EQ(AppValue("Cal/sub", "v"), "1") << "inner segments match by prefix";
-    for (const char* none : {"Cal", "", "plain", "9", static_cast<const char*>(nullptr)}) {
-        EXPECT_EQ(AppValue(none), "- none") << (none ? none : "null");
-    }
-    EXPECT_TRUE(CNWRegistry("").AppDir().IsEmpty() && CNWRegistry("").HasApplication());
-    home_.Write(cShared, "[Calyx]\r\nURL=two\r\n");
-    EXPECT_EQ(AppValue("Calyx"), "two");
+    // Damage keeps what was read before it, but then a directory is made rather than found.
     const std::string damaged = "!NWREG 1.0 {\nCalyx {\nURL=three\nsub{v=1\n}9";
-    home_.Write(cShared, damaged);
-    EXPECT_EQ(AppValue("Calyx"), "three") << "what was read before an error stays";
-    EXPECT_EQ(AppValue("Cal/sub", "v"), "- none") << "then made rather than found";
+    const std::tuple<std::string, const char*, const char*, const char*> cases[] = {
+        {std::string(cText), "Calyx", "URL", "https://x.test/r"},
+        {cText, "Calyx", "sub/v", "1"},
+        {cText, "Calyx/sub", "v", "1"},
+        {cText, "Cal/sub", "v", "1"},
+        {cText, "Cal", "URL", "- none"},
+        {cText, "", "URL", "- none"},
+        {cText, "plain", "URL", "- none"},
+        {cText, "9", "URL", "- none"},
+        {cText, nullptr, "URL", "- none"},
+        {"[Calyx]\r\nURL=two\r\n", "Calyx", "URL", "two"},
+        {damaged, "Calyx", "URL", "three"},
+        {damaged, "Cal/sub", "v", "- none"}};
+    for (const auto& [text, key, name, expected] : cases) {
+        home_.Write(cShared, text);
+        EXPECT_EQ(AppValue(key, name), expected) << text << name;
+        EXPECT_EQ(tvtest::ReadFile(home_.Path(cShared)), text);
+    }
     EXPECT_FALSE(CNWRegistry("Calyx").IsRead());
-    EXPECT_EQ(tvtest::ReadFile(home_.Path(cShared)), damaged);
+    EXPECT_TRUE(CNWRegistry("").AppDir().IsEmpty() && CNWRegistry("").HasApplication());
 }
 
 TEST_F(RegistryTest, AVariableNamesAnotherFile) {

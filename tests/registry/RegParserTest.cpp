@@ -138,15 +138,16 @@ TEST(RegParser, StreamFailuresEndReading) {
     const std::string current = "!NWREG 1.0 {\na=1\nb=2\n", sectioned = "[s]\na=1\nb=2\n";
     const std::size_t never = std::string::npos;
     const unsigned throws = CStream::cThrowOnError, throwsAtEnd = CStream::cThrowAtEnd;
-    for (const auto& [text, failAt, flags, seekable, expected, dump] :
-         {std::tuple(current, 18UL, throws, true, ErrAccessDenied, "a='1'"),
-          {current, 18UL, 0U, true, ErrSyntax, "a='1'"},
-          {sectioned, 10UL, throws, true, ErrAccessDenied, "s{a='1'}"},
-          {sectioned, 10UL, 0U, true, Ok, "s{a='1' b=''}"},
-          {sectioned, 0UL, 0U, true, Ok, ""},
-          {sectioned, never, throwsAtEnd, true, ErrEndOfStream, "s{a='1' b='2'}"},
-          {sectioned, never, 0U, false, Ok, ""},
-          {current, never, 0U, false, Ok, "a='1' b='2'"}}) {
+    const std::tuple<std::string, std::size_t, unsigned, bool, RStatus, const char*> cases[] = {
+        {current, 18UL, throws, true, ErrAccessDenied, "a='1'"},
+        {current, 18UL, 0U, true, ErrSyntax, "a='1'"},
+        {sectioned, 10UL, throws, true, ErrAccessDenied, "s{a='1'}"},
+        {sectioned, 10UL, 0U, true, Ok, "s{a='1' b=''}"},
+        {sectioned, 0UL, 0U, true, Ok, ""},
+        {sectioned, never, throwsAtEnd, true, ErrEndOfStream, "s{a='1' b='2'}"},
+        {sectioned, never, 0U, false, Ok, ""},
+        {current, never, 0U, false, Ok, "a='1' b='2'"}};
+    for (const auto& [text, failAt, flags, seekable, expected, dump] : cases) {
         for (const bool indicates : {true, false}) {
             TextStream stream(text, flags | CStream::cTranslate);
             stream.failAt = failAt;

@@ -48,16 +48,17 @@ protected:
 
 TEST_F(CFileStreamTest, DispositionsChooseStatusAndMode) {
     // Statuses and modes without and with the file.
-    for (const auto& [flags, ifMissing, ifThere, mode, modeIfThere] :
-         {std::tuple(0U, Tova::ErrNotFound, Tova::Ok, 0, O_RDWR),
-          {cRO | cWO, Tova::ErrNotFound, Tova::Ok, 0, O_RDONLY},
-          {0x1000000U, Tova::Ok, Tova::ErrAlreadyExists, O_RDWR, 0},
-          {0x2000000U | cRO, Tova::Ok, Tova::Ok, O_RDWR, O_RDWR},
-          {0x2000000U | cWO, Tova::Ok, Tova::Ok, O_WRONLY, O_WRONLY},
-          {0x3000000U | cRO, Tova::Ok, Tova::Ok, O_RDWR, O_RDONLY},
-          {0x4000000U | cWO, Tova::Ok, Tova::ErrNotFound, O_WRONLY, 0},
-          {0x5000000U, Tova::ErrBadParameter, Tova::ErrBadParameter, 0, 0},
-          {0x7000000U, Tova::ErrBadParameter, Tova::ErrBadParameter, 0, 0}}) {
+    const std::tuple<unsigned, RStatus, RStatus, int, int> cases[] = {
+        {0U, Tova::ErrNotFound, Tova::Ok, 0, O_RDWR},
+        {cRO | cWO, Tova::ErrNotFound, Tova::Ok, 0, O_RDONLY},
+        {0x1000000U, Tova::Ok, Tova::ErrAlreadyExists, O_RDWR, 0},
+        {0x2000000U | cRO, Tova::Ok, Tova::Ok, O_RDWR, O_RDWR},
+        {0x2000000U | cWO, Tova::Ok, Tova::Ok, O_WRONLY, O_WRONLY},
+        {0x3000000U | cRO, Tova::Ok, Tova::Ok, O_RDWR, O_RDONLY},
+        {0x4000000U | cWO, Tova::Ok, Tova::ErrNotFound, O_WRONLY, 0},
+        {0x5000000U, Tova::ErrBadParameter, Tova::ErrBadParameter, 0, 0},
+        {0x7000000U, Tova::ErrBadParameter, Tova::ErrBadParameter, 0, 0}};
+    for (const auto& [flags, ifMissing, ifThere, mode, modeIfThere] : cases) {
         for (const bool there : {false, true}) {
             std::filesystem::remove(path_);
             if (there) {
@@ -81,16 +82,17 @@ TEST_F(CFileStreamTest, DispositionsChooseStatusAndMode) {
 TEST_F(CFileStreamTest, PathsThatCannotBeOpened) {
     const std::string missing = dir_.Path("no/f");
     const auto longPath = [this](size_t n) { return dir_.Path(std::string(n, 'n')); };
-    for (const auto& [path, flags, expected] :
-         {std::tuple(path_, cAlways | cFolder, Tova::Ok),
-          {missing, cAlways | cFolder, Tova::Failure},  // the file system makes no folders
-          {missing, cAlways, Tova::ErrBadName},
-          {missing, CFileStream::cOpenMissing | cFolder, Tova::ErrBadName},
-          {path_ + "/g", cAlways | cFolder, Tova::ErrBadName},
-          {longPath(300), cAlways, Tova::ErrBadName},
-          {longPath(1023), cAlways, Tova::Failure},  // has no text
-          {longPath(5000), 0U, Tova::ErrNotFound},
-          {dir_.Path(), cAlways, Tova::Failure}}) {
+    const std::tuple<std::string, unsigned, RStatus> cases[] = {
+        {path_, cAlways | cFolder, Tova::Ok},
+        {missing, cAlways | cFolder, Tova::Failure},  // the file system makes no folders
+        {missing, cAlways, Tova::ErrBadName},
+        {missing, CFileStream::cOpenMissing | cFolder, Tova::ErrBadName},
+        {path_ + "/g", cAlways | cFolder, Tova::ErrBadName},
+        {longPath(300), cAlways, Tova::ErrBadName},
+        {longPath(1023), cAlways, Tova::Failure},  // has no text
+        {longPath(5000), 0U, Tova::ErrNotFound},
+        {dir_.Path(), cAlways, Tova::Failure}};
+    for (const auto& [path, flags, expected] : cases) {
         EXPECT_EQ(TestStream().OpenText(path, flags), expected) << path << std::hex << flags;
     }
     EXPECT_FALSE(std::filesystem::exists(dir_.Path("no")));
@@ -129,11 +131,9 @@ TEST_F(CFileStreamTest, EndOfFileIsNoError) {
     ASSERT_EQ(stream_.OpenText(path_, cRO | Tova::CStream::cThrowAtEnd), Tova::Ok);
     char two[2] = {};
     unsigned long done = 9;
-    EXPECT_TRUE(stream_.InternalRead(2, two, &done)) << "short, but something";
-    EXPECT_EQ(done, 1U);
+    EXPECT_TRUE(stream_.InternalRead(2, two, &done) && done == 1) << "short, but something";
     EXPECT_THROW(stream_.AtEOF(), RStatus);
-    EXPECT_TRUE(stream_.SetPos(0));
-    EXPECT_EQ(stream_.ReadRawByte(eof_), 'a');
+    EXPECT_TRUE(stream_.SetPos(0) && stream_.ReadRawByte(eof_) == 'a');
     EXPECT_FALSE(stream_.AtEOF()) << "not before a read has met the end";
     EXPECT_EQ(stream_.GetState(), State::Open);
 }
@@ -144,14 +144,13 @@ TEST_F(CFileStreamTest, WithoutAFileEverythingIsFalse) {
     ASSERT_TRUE(closed.Close());
     for (CFileStream* stream : {&stream_, &closed}) {
         char b = 0;
-        unsigned long n = 7;
-        EXPECT_FALSE(stream->InternalRead(1, &b, &n) || stream->InternalWrite(1, &b, &n));
-        EXPECT_EQ(n, 0U);
-        EXPECT_FALSE(stream->InternalSetPos(0) || stream->InternalGetPos(n));
-        EXPECT_FALSE(stream->InternalSetLength(0) || stream->InternalGetLength(n));
-        EXPECT_FALSE(stream->Flush() || stream->Close());
-        EXPECT_TRUE(stream->AtEOF());
-        EXPECT_NE(stream->GetState(), State::Failed);
+        unsigned long read = 7, written = 7, n = 0;
+        EXPECT_FALSE(stream->InternalRead(1, &b, &read) || stream->InternalWrite(1, &b, &written) ||
+                     stream->InternalSetPos(0) || stream->InternalGetPos(n) ||
+                     stream->InternalSetLength(0) || stream->InternalGetLength(n) ||
+                     stream->Flush() || stream->Close());
+        EXPECT_EQ(read + written, 0U);
+        EXPECT_TRUE(stream->AtEOF() && stream->GetState() != State::Failed);
     }
 }
 
@@ -160,18 +159,13 @@ TEST_F(CFileStreamTest, ReadingAndWritingAlternate) {
     ASSERT_EQ(stream_.OpenText(path_, 0), Tova::Ok);
     unsigned long n = 0;
     EXPECT_EQ(stream_.ReadChar(eof_), 'a');
-    EXPECT_TRUE(stream_.WriteString("BC", -1));
-    EXPECT_EQ(stream_.ReadChar(eof_), 'd');
-    EXPECT_TRUE(stream_.WriteChar('E'));
-    EXPECT_TRUE(stream_.ReadToDelim(out_, 'g', -1, nullptr));
+    EXPECT_TRUE(stream_.WriteString("BC", -1) && stream_.ReadChar(eof_) == 'd');
+    EXPECT_TRUE(stream_.WriteChar('E') && stream_.ReadToDelim(out_, 'g', -1, nullptr));
     EXPECT_STREQ(out_.CStr(), "f");
     EXPECT_TRUE(stream_.SetPosToEnd() && stream_.WriteString("ij", -1));
-    EXPECT_TRUE(stream_.InternalGetLength(n));
-    EXPECT_EQ(n, 10U) << "what is still buffered counts";
-    EXPECT_TRUE(stream_.SetPos(1));
-    EXPECT_EQ(stream_.ReadChar(eof_), 'B');
-    EXPECT_TRUE(stream_.InternalSetLength(3));
-    EXPECT_TRUE(stream_.ReadToDelim(out_, 0, -1, nullptr));
+    EXPECT_TRUE(stream_.InternalGetLength(n) && n == 10) << "what is still buffered counts";
+    EXPECT_TRUE(stream_.SetPos(1) && stream_.ReadChar(eof_) == 'B');
+    EXPECT_TRUE(stream_.InternalSetLength(3) && stream_.ReadToDelim(out_, 0, -1, nullptr));
     EXPECT_STREQ(out_.CStr(), "C") << "bytes read ahead are gone with the file's end";
     EXPECT_TRUE(stream_.WriteChar('z')) << "writing goes on after the end was met";
     EXPECT_FALSE(stream_.InternalSetLength(~0UL));
@@ -183,11 +177,11 @@ TEST_F(CFileStreamTest, ReadingAndWritingAlternate) {
 
 TEST_F(CFileStreamTest, AFullDeviceFailsFlushAndClose) {
     const std::string large(100000, 'x');
+    const unsigned throws = Tova::CStream::cThrowOnError;
     int descriptor = -1;
     {
         TestStream loud;
-        ASSERT_EQ(loud.OpenText("/dev/full", cAlways | cWO | Tova::CStream::cThrowOnError),
-                  Tova::Ok);
+        ASSERT_EQ(loud.OpenText("/dev/full", cAlways | cWO | throws), Tova::Ok);
         descriptor = loud.Descriptor();
         EXPECT_TRUE(loud.WriteChar('x'));
         EXPECT_THROW(loud.Flush(), RStatus);
@@ -195,8 +189,7 @@ TEST_F(CFileStreamTest, AFullDeviceFailsFlushAndClose) {
     }
     EXPECT_EQ(fcntl(descriptor, F_GETFD), -1) << "closed by the destructor, without a throw";
     ASSERT_EQ(stream_.OpenText("/dev/full", cAlways | cWO), Tova::Ok);
-    EXPECT_TRUE(stream_.WriteChar('x'));
-    EXPECT_FALSE(stream_.Close());
+    EXPECT_TRUE(stream_.WriteChar('x') && !stream_.Close());
 }
 
 // The writer waits for its first text to arrive: a reader that read ahead would never end.
@@ -210,20 +203,17 @@ TEST_F(CFileStreamTest, AFifoIsReadAsItComes) {
         EXPECT_EQ(write(out, "cd", 2), 2);
         close(out);
     });
-    EXPECT_EQ(stream_.OpenText(path_, cRO | 0x28), Tova::Ok);
-    EXPECT_TRUE(
-        stream_.ReadToDelim(out_, static_cast<signed char>(Tova::Unscramble(0)), -1, nullptr));
-    EXPECT_EQ(out_.Length(), 2);
+    ASSERT_EQ(stream_.OpenText(path_, cRO | Tova::CStream::cScramble), Tova::Ok);
+    const auto nul = static_cast<signed char>(Tova::Unscramble(0));
+    EXPECT_TRUE(stream_.ReadToDelim(out_, nul, -1, nullptr) && out_.Length() == 2);
     EXPECT_FALSE(stream_.AtEOF());
     arrived.set_value();
-    EXPECT_TRUE(stream_.ReadToDelim(out_, 0, -1, nullptr));
-    EXPECT_EQ(out_.Length(), 2);
+    EXPECT_TRUE(stream_.ReadToDelim(out_, 0, -1, nullptr) && out_.Length() == 2);
     EXPECT_TRUE(stream_.AtEOF());
     writer.join();
 }
 
-class Info final : public Tova::ILocalFileInfo {
-public:
+struct Info final : Tova::ILocalFileInfo {
     unsigned GetCreator() const override { return 0x43524541; }
     unsigned GetType() const override { return 0x54595045; }
 };
