@@ -12,7 +12,7 @@ wchar_t ToWChar(char c) {
     if (static_cast<signed char>(c) >= 0) {
         return static_cast<wchar_t>(c);
     }
-    // Some encodings make several units of one byte, and a zero slot follows them.
+    // Some encodings make several units of one byte, and a zero slot follows the units.
     constexpr int cSlots = 8;
     wchar_t slots[cSlots] = {};
     const char text[] = {c, '\0'};

@@ -1,5 +1,6 @@
-// Tests and conversions of single characters. ASCII alone has classes and case: a byte of 0x80 to
-// 0xFF is never a letter, digit or white space, whatever the locale. Any thread.
+// Tests and conversions of single characters. Only ASCII characters have classes and case. A byte
+// of 0x80 to 0xFF is never a letter, digit or white space, and the locale has no effect. Any thread
+// may call these functions.
 #pragma once
 
 namespace Tova::Ch {

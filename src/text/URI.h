@@ -1,5 +1,5 @@
 // How text is escaped for URIs: what the escaping operations of CString are told, and the
-// characters that they keep. Any thread.
+// characters that they keep. Any thread may call these functions.
 #pragma once
 
 namespace Tova::Ch {
