@@ -1,4 +1,4 @@
-// Reads the input as a registry file and checks the tree against what holds for every tree.
+// Reads the input as a registry file and checks the rules that hold for every tree.
 #include "fuzz/FuzzTarget.h"
 #include "registry/CRegistry.h"
 #include "streams/CMemoryStream.h"
@@ -9,7 +9,7 @@ namespace {
 
 using tvfuzz::Require;
 
-// The entries below `directory`, comments left out; checks each on the way.
+// Describes the entries below `directory`, comments left out, and checks each one.
 void describe(const Tova::CRegNode& directory, int depth, std::string& out) {
     int entries = 0;
     for (const Tova::CRegNode* node = directory.FirstChild(); node; node = node->NextSibling()) {
@@ -25,7 +25,7 @@ void describe(const Tova::CRegNode& directory, int depth, std::string& out) {
         const Tova::CRegNode* prefix = directory.Find(name.c_str(), 1);
         Require(prefix != nullptr && prefix->GetName()[0] == name[0], "prefixes are found");
         out += name + (node->IsDirectory() ? "{" : "=" + std::string(node->GetValue()) + "\n");
-        // Deep trees are the business of the tests: this walk recurses.
+        // This walk recurses, so it leaves deep trees to the tests.
         if (node->IsDirectory() && depth < 500) {
             describe(*node, depth + 1, out);
         }

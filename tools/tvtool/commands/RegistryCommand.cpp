@@ -1,4 +1,4 @@
-// tvtool registry: looks into registry files. Nothing is written.
+// tvtool registry: looks into registry files and writes none.
 #include "registry/CNWRegistry.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Json.h"
@@ -20,9 +20,9 @@ struct Arguments {
     bool shared = false;
     bool json = false;
 
-    // The file to read: that of the shared registry when none is named.
+    // Returns the file to read. It is the shared registry if none is named.
     std::string File() const { return file.empty() ? RegistryFile::SharedPath() : file; }
-    // With --shared, or when the only argument has to be a path, the first one is the path.
+    // The first argument is the path with --shared, and if the only argument has to be a path.
     void TakeFileForPath() { std::swap(file, path); }
 };
 
@@ -30,7 +30,7 @@ void addFlags(CLI::App& command, Arguments& arguments) {
     command.add_flag("--json", arguments.json, "Print JSON");
 }
 
-// The node, or an exit: what a damaged file lacks may stand behind the fault.
+// Returns the node, or exits. In a damaged file the node may stand behind the fault.
 const Tova::CRegNode& findNode(const RegistryFile& file, const std::string& path,
                                Session& session) {
     const Tova::CRegNode& root = *file.Tree().GetNode();
@@ -102,7 +102,7 @@ void verify(const Arguments& arguments, Session& session) {
 void showApplication(const std::string& key, const std::string& valueName, bool json,
                      Session& session) {
     const std::string name = RegistryFile::SharedPath();
-    // First, for what the framework does not say: why there is less to be found.
+    // Reads the file itself too, because the framework does not say why it finds less.
     const RegistryFile file(name);
     const Tova::CNWRegistry registry(key.c_str());
     const Tova::CRegNode* directory = registry.AppDir().GetNode();

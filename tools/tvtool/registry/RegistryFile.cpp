@@ -14,11 +14,11 @@ namespace tvtool {
 
 namespace {
 
-// How much of a long line is shown on either side of the fault, in bytes.
+// How many bytes of a long line are shown on each side of the fault.
 constexpr std::size_t cShownBefore = 50;
 constexpr std::size_t cShownAfter = 20;
 
-// The bytes of a line, counted from 1; LF, CR LF and CR each end one.
+// Returns the bytes of a line. Lines count from 1; LF, CR LF and CR each end one.
 std::string_view lineOf(std::string_view text, long number) {
     while (true) {
         const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
@@ -33,7 +33,7 @@ std::size_t characters(std::string_view text) {
     return PlaceOf(text, text.size()).column - 1;
 }
 
-// The part of a line around a place, and a caret below it.
+// Returns the part of a line around a place, with a caret below the place.
 std::string excerpt(std::string_view line, std::size_t offset) {
     if (line.empty()) {
         return {};
