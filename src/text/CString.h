@@ -138,7 +138,7 @@ private:
     // Exchanges everything except the lock mark.
     void Swap(TBaseString& other);
 
-    // Nothing writes to it: every operation that writes makes the buffer private first.
+    // No operation writes to it: each makes the buffer private first.
     static constexpr T* SharedEmpty() { return const_cast<T*>(cEmptyStr); }
 
     bool locked_ = false;

@@ -1,4 +1,4 @@
-// What the tests of the registry share: a stream on a text, and a tree as one line of text.
+// Shared by the tests of the registry: a stream on a text, and a tree as one line of text.
 #pragma once
 
 #include "registry/CRegDir.h"
