@@ -1,7 +1,8 @@
-// How the registry's cost grows: each kind of large file at several sizes, each twice the one
-// before, is read, looked up, enumerated, copied and destroyed. Prints milliseconds of processor
-// time (the best of several runs, in which the sizes take turns) and the factor from size to size:
-// 2 is growth in proportion, more than that where the tree outgrows a cache; 4 again and again
+// Shows how the registry's cost grows. It reads, looks up, enumerates, copies and destroys each
+// kind of large file at several sizes, each twice the one before. It also adds and deletes entries
+// with a look-up by prefix after each. It prints milliseconds of processor time (the best of
+// several runs, in which the sizes take turns) and the factor from size to size. A factor of 2 is
+// growth in proportion, somewhat more if the tree outgrows a cache. A factor of 4 again and again
 // would be quadratic.
 #include "registry/CRegistry.h"
 #include "streams/CFileStream.h"
@@ -35,7 +36,7 @@ struct Kind {
     const char* name;
     int size;
     std::function<std::string(int)> text;
-    // The path of the i-th value of n; empty when no more are to be looked up.
+    // Returns the path of the i-th value of n, or "" if no more are to be looked up.
     std::function<std::string(int, int)> path;
 };
 
@@ -76,7 +77,7 @@ const Kind cKinds[] = {
      }},
 };
 
-// Of this process: what else the machine does is of no interest.
+// Counts the processor time of this process alone.
 class Clock {
 public:
     double Milliseconds() {
@@ -108,7 +109,7 @@ Sample makeSample(const Kind& kind, int size, const std::string& file) {
     return sample;
 }
 
-// False when something was not read, found or copied.
+// Returns false if something was not read, found or copied.
 bool measure(Sample& sample) {
     Tova::CFSPath path;
     bool good = path.FromUnixPath(sample.file.c_str()) >= 0;
@@ -142,6 +143,29 @@ bool measure(Sample& sample) {
     return good;
 }
 
+// Adds n directories, and then deletes them from the front, with a look-up by prefix after each.
+// Two names begin alike, one in each half of the list. Returns false if something was not found.
+bool changeAndLookUp(int n, double& best) {
+    Clock clock;
+    CMemRegistry registry;
+    Tova::CRegDir directory;
+    bool good = true;
+    const auto nameOf = [n](int i) {
+        return "d" + std::to_string(100'000'000 + i % (n / 2)) + (i < n / 2 ? "a" : "b");
+    };
+    const auto find = [&registry](const std::string& name) {
+        return registry.GetNodeType((name.substr(0, 10) + "/v").c_str()) >= 0;
+    };
+    for (int i = 0; i < n; ++i) {
+        good = registry.SetValue((nameOf(i) + "/v").c_str(), "") && find(nameOf(i)) && good;
+    }
+    for (int i = 0; i < n; ++i) {
+        good = registry.Delete(nameOf(i).c_str()) && find(nameOf(i)) == (i < n / 2) && good;
+    }
+    best = std::min(best, clock.Milliseconds());
+    return good;
+}
+
 }  // namespace
 
 int main() {
@@ -172,6 +196,17 @@ int main() {
         std::printf("\n");
     }
     std::filesystem::remove_all(folder);
+    std::printf("adding and deleting with a look-up by prefix after each\n");
+    std::vector<double> best(cSizes, std::numeric_limits<double>::max());
+    for (int run = 0; run < cRuns; ++run) {
+        for (std::size_t i = 0; i < best.size(); ++i) {
+            good = changeAndLookUp(25'000 << i, best[i]) && good;
+        }
+    }
+    for (std::size_t i = 0; i < best.size(); ++i) {
+        std::printf("%12d %10.2f ms x%5.2f\n", 25'000 << i, best[i],
+                    i == 0 ? 1.0 : best[i] / best[i - 1]);
+    }
     if (!good) {
         std::fputs("registry_bench: not everything was found\n", stderr);
     }

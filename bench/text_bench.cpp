@@ -1,4 +1,4 @@
-// Strings against the standard string, escaping for URIs against libcurl's.
+// Compares strings with the standard string, and escaping for URIs with that of libcurl.
 #include "bench/ratios.h"
 #include "text/CString.h"
 #include "text/Str.h"
@@ -35,7 +35,7 @@ void compareAppend(const std::string& name, std::size_t size, std::size_t pieceS
         });
 }
 
-// `size` bytes, of which every eighth has to be escaped.
+// Returns `size` bytes. Every eighth of them has to be escaped.
 std::string textToEscape(std::size_t size) {
     std::string text;
     while (text.size() < size) {

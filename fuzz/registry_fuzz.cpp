@@ -1,7 +1,7 @@
-// Reads the input as a registry file and checks the tree against what holds for every tree.
+// Reads the input as a registry file and checks the rules that hold for every tree.
 #include "fuzz/FuzzTarget.h"
 #include "registry/CRegistry.h"
-#include "tests/streams/MemoryStream.h"
+#include "streams/CMemoryStream.h"
 
 #include <string>
 
@@ -9,8 +9,8 @@ namespace {
 
 using tvfuzz::Require;
 
-// The entries below `directory`, comments left out; checks each on the way.
-void Describe(const Tova::CRegNode& directory, int depth, std::string& out) {
+// Describes the entries below `directory`, comments left out, and checks each one.
+void describe(const Tova::CRegNode& directory, int depth, std::string& out) {
     int entries = 0;
     for (const Tova::CRegNode* node = directory.FirstChild(); node; node = node->NextSibling()) {
         if (node->GetType() == Tova::RegNodeType::Comment) {
@@ -25,9 +25,9 @@ void Describe(const Tova::CRegNode& directory, int depth, std::string& out) {
         const Tova::CRegNode* prefix = directory.Find(name.c_str(), 1);
         Require(prefix != nullptr && prefix->GetName()[0] == name[0], "prefixes are found");
         out += name + (node->IsDirectory() ? "{" : "=" + std::string(node->GetValue()) + "\n");
-        // Deep trees are the business of the tests: this walk recurses.
+        // This walk recurses, so it leaves deep trees to the tests.
         if (node->IsDirectory() && depth < 500) {
-            Describe(*node, depth + 1, out);
+            describe(*node, depth + 1, out);
         }
         out += node->IsDirectory() ? "}" : "";
     }
@@ -37,18 +37,18 @@ void Describe(const Tova::CRegNode& directory, int depth, std::string& out) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(data, data + size);
+    std::string text(data, data + size);
     for (const unsigned flags : {Tova::CStream::cTranslate, 0U}) {
-        tvtest::MemoryStream stream(flags, text);
+        Tova::CMemoryStream stream(flags, text);
         stream.ReadUnicodeHeader();
         Tova::CMemRegistry tree, copy;
         const Tova::RStatus status = tree.ReadFromStream(stream);
         Require(status == Tova::Ok || status == Tova::ErrSyntax || status == Tova::Failure,
                 "status");
         std::string entries, copied;
-        Describe(*tree.GetNode(), 0, entries);
+        describe(*tree.GetNode(), 0, entries);
         Require(copy.CopyDir(tree), "a tree that was read can be copied");
-        Describe(*copy.GetNode(), 0, copied);
+        describe(*copy.GetNode(), 0, copied);
         Require(entries == copied, "the copy is equal");
     }
     return 0;

@@ -17,7 +17,7 @@ constexpr char cDefaultLocation[] = "[MachineAppDataDir]/Nimbus Works/Nimbus Wor
 constexpr char cLocationVar[] = "NWRegistry";
 constexpr char cNoUserName[] = "NoUsername";
 
-// The name of the current user's directory, a valid one whatever the user is called.
+// Returns the name of the current user's directory. It is always a valid name.
 CString userDirName() {
     CString name;
     const CFRef<CFStringRef> user(CSCopyUserName(true));
@@ -32,10 +32,10 @@ CString userDirName() {
 
 CNWRegistry::CNWRegistry(const char* appKey)
     : CFileRegistry(CFSPath(), true), hasApplication_(appKey != nullptr) {
-    // Left empty by a location that cannot be expanded; then there is no file to read.
+    // The path stays empty if the location cannot be expanded; then there is no file to read.
     FindRegistry(registryPath_);
     filePath_.Copy(registryPath_);
-    Read();  // without a file, or with a damaged one, there is less to find and no more to do
+    Read();  // a missing or damaged file is no error: the object finds less
     if (hasApplication_) {
         OpenOrCreate(appKey, appDir_);
     }
@@ -55,7 +55,7 @@ RStatus CNWRegistry::FindRegistry(CFSPath& path) {
 
 void CNWRegistry::OpenOrCreate(const char* path, CRegDir& out) {
     if (!IsRead() || !OpenDir(path, out)) {
-        // Without success `out` stays on no node, where nothing is found.
+        // On failure `out` stays on no node, and finds nothing.
         CreateDir(path, out);
     }
 }

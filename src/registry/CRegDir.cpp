@@ -13,11 +13,11 @@ namespace Tova {
 
 namespace {
 
-// The most characters a valid name has.
+// A valid name has at most so many characters.
 constexpr int cMaxName = 64;
-// One segment of a path that is to be made, with its NUL.
+// The room for one segment of a path, with its NUL.
 constexpr std::size_t cSegmentSize = 80;
-// Any number as text, in any radix, with sign and NUL.
+// The room for any number as text, with sign and NUL.
 constexpr std::size_t cNumberSize = 66;
 
 }  // namespace
@@ -196,8 +196,8 @@ void CRegDir::AddComment(const char* text) {
     }
 }
 
-// Depth first, with the directories under way on a stack of our own. When the target is not below
-// the source at the start, none of its directories comes to be below the one it is copied from.
+// Copies depth first, with a stack of its own for the open directories. If the target is not below
+// the source at the start, no directory ever becomes a part of the one that it is copied from.
 bool CRegDir::CopyDir(const CRegDir& source) {
     if (node_ == nullptr || source.node_ == nullptr) {
         return false;
@@ -235,7 +235,7 @@ bool CRegDir::CopyDir(const CRegDir& source) {
         } else if (found->GetValue() == nullptr) {
             return false;
         } else {
-            // A name that is a directory's here is passed over: the rest is still worth copying.
+            // Deliberate: a name that is a directory's here is passed over, and the copy goes on.
             level.target.SetValue(entry->GetName(), found->GetValue());
         }
     }

@@ -1,5 +1,5 @@
-// A counted handle on a directory of a registry tree; every operation on a tree is made through
-// one. One thread at a time may use a tree and the handles on it.
+// A counted handle on a directory of a registry tree. Callers use a tree through handles. One
+// thread at a time may use a tree and the handles on it.
 #pragma once
 
 #include "registry/CRegNode.h"
@@ -11,101 +11,105 @@ namespace Tova {
 class CStream;
 struct RegReadReport;
 
-// Paths are relative to the handle's directory, with "/" between the names. Finding matches inner
-// segments by prefix (see CRegNode::Find), creating matches them exactly. A handle on no node, and
-// a null path, give false, null or ErrNotFound. The count of handles keeps no node alive: nodes go
-// with their tree or with Delete, and a handle must let go before that.
+// Paths are relative to the handle's directory, with "/" between the names. Operations that find
+// match inner segments by prefix (see CRegNode::Find); those that create match them exactly. A
+// handle on no node, and a null path, give false, null or ErrNotFound. The count of handles keeps
+// no node alive: a tree and Delete free nodes, and handles must have let go before.
 class CRegDir {
 public:
     CRegDir() = default;
     CRegDir(const CRegDir& other);
     virtual ~CRegDir();
-    // A handle on no node leaves this one as it is, on its node: relied on.
+    // Deliberate: assigning a handle on no node changes nothing. Callers rely on it.
     CRegDir& operator=(const CRegDir& other);
 
-    // Lets go of the present node and takes `node` (null: none). The present node comes back.
+    // Lets go of the present node and takes `node`, which may be null. Returns the former node.
     CRegNode* SetNode(CRegNode* node);
-    // Lets go of the node and returns it; null if there is none.
+    // Lets go of the node and returns it, or null if there is none.
     CRegNode* ReleaseNode();
     const CRegNode* GetNode() const { return node_; }
     bool IsEmpty() const { return node_ == nullptr; }
 
     const char* GetName() const;
-    // S_RegIsDirectory, S_RegIsValue or ErrNotFound.
+    // Returns S_RegIsDirectory, S_RegIsValue or ErrNotFound.
     RStatus GetNodeType(const char* path) const;
 
-    // `out` takes the directory; on failure it is left as it is. It may be this handle.
+    // `out` takes the directory; on failure it stays unchanged. It may be this handle.
     bool OpenDir(const char* path, CRegDir& out) const;
-    // Opens or makes a child directory, by its exact name ("/" is a character like others). False
-    // for the name of a value and for a name that is not valid.
+    // Opens or makes a child directory by its exact name; "/" is a character like others. Returns
+    // false if the name is a value's or is not valid.
     bool CreateSubDir(const char* name, CRegDir& out);
-    // Opens or makes the directory of every segment but the last. `path` then points at the last
-    // segment and `out` at the directory for it; on failure `path` points at the segment that
-    // failed, `out` is unchanged, and the directories before it stay. A segment of more than
-    // 79 characters fails.
+    // Opens or makes the directory of every segment but the last. On success `path` points at the
+    // last segment and `out` at the directory for it. On failure `path` points at the segment that
+    // failed, `out` is unchanged, and the directories before the segment stay. A segment of more
+    // than 79 characters fails.
     bool CreateParentDirs(const char*& path, CRegDir& out);
     bool CreateDir(const char* path, CRegDir& out);
 
-    // Makes or changes a value, and the directories on the way. False where a directory has the
-    // name, and for a name that is not valid. A null value text is stored as no text.
+    // Makes or changes a value, and makes the directories on the way. Returns false if the name is
+    // a directory's or is not valid. A null text is stored as no text.
     bool SetValue(const char* path, const char* value);
-    // As Str::ToString writes it in its signed form: only the low 32 bits count, and a negative
-    // number gives a text of 20 digits. Kept: other readers know the texts.
+    // Stores the text that the signed form of Str::ToString writes.
+    // Deliberate: only the low 32 bits count, and a negative number becomes a text of 20 digits.
+    // Other readers know these texts.
     bool SetValue(const char* path, long value);
     bool SetValue(const char* path, unsigned long value);
 
-    // The text of a value, valid until it is changed; null for a directory.
+    // Returns the text of a value, valid until it is changed. Returns null for a directory.
     const char* GetValue(const char* path) const;
-    // These leave `out` as it is unless there is a value with a text.
+    // These return false and leave `out` unchanged unless there is a value with a text.
     bool GetValue(const char* path, CString& out) const;
-    // The number at the start of the text, 0 when there is none, cut to 32 bits.
+    // These read the number at the start of the text and cut it to 32 bits. A text without a number
+    // is 0.
     bool GetValue(const char* path, int& out) const;
     bool GetValue(const char* path, unsigned& out) const;
 
-    // The name of the i-th entry from 0, comments not counted. False past the end.
+    // Stores the name of the i-th entry from 0, comments not counted. Returns false past the end.
     bool EnumEntry(int i, CString& out) const;
 
     void AddComment(const char* text);
-    // Copies the entries of `source` in order, comments left out, over what is here. False, with
-    // the entries before it copied, at a value without text, at a directory whose name is taken by
-    // a value, and at a name that its own directory does not find (one with "/" in it). False at
-    // once, with nothing copied, into a directory below `source`.
+    // Copies the entries of `source` into this directory, in order and without comments. Stops and
+    // returns false at the first value that has no text, at a directory whose name a value has
+    // here, and at a name with "/" that its own directory does not find. Entries copied before it
+    // stay. Copies nothing and returns false if this directory is below `source`.
     bool CopyDir(const CRegDir& source);
-    // Frees the node that the path finds, with everything below; inner segments match by prefix
-    // here too. Handles on it must have let go.
+    // Frees the node that the path finds, and everything below. Inner segments match by prefix.
+    // Handles on the node must have let go. Returns false if nothing is found.
     bool Delete(const char* path);
 
-    // A letter, then up to 63 characters that pass ValidNameChar.
+    // Returns true for a letter with up to 63 characters behind it that pass ValidNameChar.
     static bool ValidName(const char* name);
-    // `c` is a byte taken as signed. False for -1 (0xFF), NUL, tab, line feed, blank and ;=\{}.
+    // Takes a byte as a signed number. Returns false for -1 (0xFF), NUL, tab, line feed, blank and
+    // ;=\{}.
     static bool ValidNameChar(int c);
-    // Makes `name` a valid one in place: cut to 64 characters, "X" for a first character that is no
-    // letter, "_" for each that is not valid. Needs room for two bytes: "" becomes "X".
+    // Makes `name` valid in place. Cuts it to 64 characters, puts "X" for a first character that is
+    // no letter, and "_" for each character that is not valid. "" becomes "X", which needs two
+    // bytes.
     static char* FixName(char* name);
     static void FixName(CString& name);
 
-    // Merges a registry text into this directory, in the format that its first line tells.
-    // ErrSyntax or Failure for a text that breaks the rules of the current format, or what the
-    // stream throws; what was read before stays. Nothing is thrown. The stream should be open for
-    // reading text.
+    // Adds a registry text to this directory. The first line tells the format. Returns ErrSyntax or
+    // Failure if the text breaks the rules of the current format, or the status that the stream
+    // throws. Entries read before that stay. Throws nothing. The stream should be open for reading
+    // text.
     RStatus ReadFromStream(CStream& stream);
-    // The same, and says what was found.
+    // Does the same and fills `report`.
     RStatus ReadFromStream(CStream& stream, RegReadReport& report);
-    // The current format from behind its header line, up to the "}" that closes it or the end.
-    // Throws an RStatus.
+    // Reads the current format from behind its header line to the "}" that closes it, or to the
+    // end. Throws an RStatus.
     void Parse(CStream& stream);
-    // The sectioned format, up to the end. Throws only what the stream throws.
+    // Reads the sectioned format to the end. Throws only what the stream throws.
     void ParseOldFormat(CStream& stream);
-    // The next token of the current format: 0 at the end, the character for one of ; = { }, or
-    // 256 for a name, which is put into `text`. Throws ErrSyntax.
+    // Returns the next token of the current format: 0 at the end, the character for one of ; = { },
+    // or 256 for a name, which it stores in `text`. Throws ErrSyntax.
     static int GetNextToken(CStream& stream, CString& text);
-    // The rest of the line, verbatim. Always true.
+    // Stores the rest of the line, verbatim. Always returns true.
     static bool ScanValue(CStream& stream, CString& text);
 
 protected:
     CRegNode* Node() { return node_; }
 
-    // Saved, cleared and restored around a registry's Read; nothing else looks at it.
+    // A registry's Read saves, clears and restores it. Nothing else reads it.
     bool flag_ = false;
 
 private:

@@ -2,7 +2,7 @@
 
 #include "registry/CRegNode.h"
 
-#include <utility>
+#include <algorithm>
 
 namespace Tova {
 
@@ -21,17 +21,17 @@ CRegIndex::CRegIndex(const CRegNode& directory) : directory_(directory) {
     }
 }
 
-CRegPrefixTree::Item CRegIndex::ItemOf(CRegNode* child) {
-    return {.name = child->GetName(), .position = child->position_, .node = child};
-}
-
 void CRegIndex::Add(CRegNode* child) {
     if (!hasFindableName(*child)) {
         return;
     }
-    ++byName_.try_emplace(child->GetName(), Namesakes{child, 0}).first->second.count;
-    if (byPrefix_) {
-        byPrefix_->Insert(ItemOf(child));
+    const std::string_view name = child->GetName();
+    ++byName_.try_emplace(name, Namesakes{child, 0}).first->second.count;
+    longestName_ = std::max(longestName_, name.size());
+    for (auto& [length, beginnings] : byBeginning_) {
+        if (name.size() >= length) {
+            beginnings.emplace(std::pair(name.substr(0, length), child->position_), child);
+        }
     }
 }
 
@@ -40,10 +40,11 @@ void CRegIndex::Remove(CRegNode* child) noexcept {
     if (!hasFindableName(*child)) {
         return;
     }
-    if (byPrefix_) {
-        byPrefix_->Remove(ItemOf(child));
+    const std::string_view name = child->GetName();
+    for (auto& [length, beginnings] : byBeginning_) {
+        beginnings.erase({name.substr(0, length), child->position_});
     }
-    const auto found = byName_.find(child->GetName());
+    const auto found = byName_.find(name);
     const int left = --found->second.count;
     if (found->second.first != child) {
         return;
@@ -67,18 +68,31 @@ CRegNode* CRegIndex::FindExact(std::string_view name) const {
     return found == byName_.end() ? nullptr : found->second.first;
 }
 
-CRegNode* CRegIndex::FindPrefix(std::string_view prefix) {
-    if (!byPrefix_) {
-        auto tree = std::make_unique<CRegPrefixTree>();
-        for (CRegNode* child = directory_.firstChild_; child != nullptr;
-             child = child->nextSibling_) {
-            if (hasFindableName(*child)) {
-                tree->Insert(ItemOf(child));
-            }
+CRegIndex::Beginnings CRegIndex::BeginningsOf(std::size_t length) const {
+    Beginnings beginnings;
+    for (CRegNode* child = directory_.firstChild_; child != nullptr; child = child->nextSibling_) {
+        if (!hasFindableName(*child)) {
+            continue;
         }
-        byPrefix_ = std::move(tree);
+        if (const std::string_view name = child->GetName(); name.size() >= length) {
+            beginnings.emplace(std::pair(name.substr(0, length), child->position_), child);
+        }
     }
-    return byPrefix_->FindFirst(prefix);
+    return beginnings;
+}
+
+CRegNode* CRegIndex::FindPrefix(std::string_view prefix) {
+    if (prefix.size() > longestName_) {
+        return nullptr;
+    }
+    auto known = byBeginning_.find(prefix.size());
+    if (known == byBeginning_.end()) {
+        known = byBeginning_.emplace(prefix.size(), BeginningsOf(prefix.size())).first;
+    }
+    const Beginnings& beginnings = known->second;
+    const auto earliest = beginnings.lower_bound({prefix, 0});
+    return earliest != beginnings.end() && earliest->first.first == prefix ? earliest->second
+                                                                           : nullptr;
 }
 
 CRegNode* CRegIndex::Entry(int i) {

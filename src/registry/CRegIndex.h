@@ -1,31 +1,38 @@
-// What a directory with many children keeps so as to find them without walking its list. It changes
-// no answer: it can be dropped at any time and made again. One thread at a time may use it.
+// The index that a directory with many children keeps, so that it finds them without walking its
+// list. The index changes no answer: a directory may drop it at any time and make it again. One
+// thread at a time may use it.
 #pragma once
 
-#include "registry/CRegPrefixTree.h"
-
-#include <memory>
+#include <cstddef>
+#include <cstdint>
+#include <map>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 namespace Tova {
 
+class CRegNode;
+
 class CRegIndex {
 public:
-    // Takes in the children that `directory` has now. It must outlive the index and report every
-    // later change. Throws std::bad_alloc.
+    // Takes in the children that `directory` has now. The directory must outlive the index and
+    // report every later change. Throws std::bad_alloc.
     explicit CRegIndex(const CRegNode& directory);
 
-    // The last child, which was just linked. After std::bad_alloc drop the index.
+    // Takes in the last child, which was just linked. Throws std::bad_alloc; the owner must then
+    // drop the index.
     void Add(CRegNode* child);
-    // A child that is about to be unlinked.
+    // Forgets a child that is about to be unlinked.
     void Remove(CRegNode* child) noexcept;
 
-    // The first child in list order with exactly that name, or null.
+    // Returns the first child in list order that has exactly this name, or null.
     CRegNode* FindExact(std::string_view name) const;
-    // The first child in list order whose name begins with `prefix`, or null.
+    // Returns the first child in list order whose name begins with `prefix`, or null. The first
+    // look-up with a prefix of a new length takes time in proportion to the list.
     CRegNode* FindPrefix(std::string_view prefix);
-    // The i-th child that is no comment, or null; constant time beside the one asked for last.
+    // Returns the i-th child that is no comment, or null. Takes constant time beside the child that
+    // was asked for last.
     CRegNode* Entry(int i);
 
 private:
@@ -33,14 +40,18 @@ private:
         CRegNode* first;
         int count;
     };
+    // Children by the first characters of their names; those that begin alike are in list order.
+    // Only names that have so many characters are in it.
+    using Beginnings = std::map<std::pair<std::string_view, std::uint64_t>, CRegNode*>;
 
-    static CRegPrefixTree::Item ItemOf(CRegNode* child);
+    Beginnings BeginningsOf(std::size_t length) const;
     void MoveOffCursor(const CRegNode* child);
 
     const CRegNode& directory_;
     std::unordered_map<std::string_view, Namesakes> byName_;
-    // Made by the first look-up by prefix.
-    std::unique_ptr<CRegPrefixTree> byPrefix_;
+    std::size_t longestName_ = 0;
+    // For each prefix length that was asked for.
+    std::map<std::size_t, Beginnings> byBeginning_;
     CRegNode* cursor_ = nullptr;
     int cursorIndex_ = 0;
 };

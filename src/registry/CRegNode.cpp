@@ -9,7 +9,7 @@ namespace Tova {
 
 namespace {
 
-// From how many children on a directory keeps an index.
+// A directory with more children keeps an index.
 constexpr int cLongList = 16;
 
 std::unique_ptr<char[]> copyText(const char* text) {
@@ -51,8 +51,8 @@ CRegNode* CRegNode::AddChild(RegNodeType type, const char* name, const char* val
     return new CRegNode(type, this, name, value);
 }
 
-// Frees everything below in a loop: the tree may be as deep as its file made it. Each node that is
-// deleted has neither children nor a parent by then.
+// Frees everything below in a loop, because a tree may be as deep as its file made it. Each node
+// that is deleted has neither children nor a parent by then.
 void CRegNode::DestroyChildren() {
     CRegNode* node = this;
     while (true) {
@@ -150,8 +150,7 @@ CRegNode* CRegNode::Find(const char* name, int length) const {
     if (length < 1) {
         return FindExact(name);
     }
-    // Both texts compare equal up to `length` only when the one that ends before it ends there in
-    // the other too.
+    // If one of the texts ends before `length`, they are equal only if both end there.
     const std::size_t limit = static_cast<std::size_t>(length);
     const std::size_t size = strnlen(name, limit);
     return size < limit ? FindExact({name, size}) : FindPrefix({name, size});
@@ -197,9 +196,9 @@ void CRegNode::SetValue(const char* text) {
     SetModified();
 }
 
-// A modified node's ancestors are all modified: making a node and changing it marks them, and the
-// mark is only ever taken from a whole subtree. So the walk may end at the first marked ancestor,
-// and building a deep tree does not walk its depth for each node.
+// The ancestors of a modified node are all modified: a change marks them, and marks are only taken
+// from a whole subtree. So the walk may end at the first marked ancestor, and building a deep tree
+// does not walk its depth for each node.
 void CRegNode::SetModified() {
     modified_ = true;
     for (CRegNode* node = parent_; node != nullptr && !node->modified_; node = node->parent_) {

@@ -41,7 +41,7 @@ CRegistry* CRegistry::Create(const char* spec) {
         return nullptr;
     }
     CFSPath path;
-    // A path that cannot be expanded stays empty, and reading it says so.
+    // A path that cannot be expanded stays empty, and reading then fails.
     LFS.MakePath(spec + prefixLength, path);
     return new CFileRegistry(path, true);
 }
@@ -57,7 +57,7 @@ RStatus CFileRegistry::DoRead() {
         return status;
     }
     status = ReadFromStream(stream);
-    stream.Close();  // nothing was written, so nothing can be lost here
+    stream.Close();  // nothing was written, so a failure loses nothing
     return status;
 }
 

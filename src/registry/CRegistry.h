@@ -1,6 +1,6 @@
-// Registries: objects that own a registry tree and, above the one in memory, fill it from a store.
-// Nothing is ever written back. One thread at a time may use a registry and the handles on its
-// tree, which must let go before it is destroyed.
+// Registries: objects that own a registry tree, some of which fill it from a store. Nothing is
+// written back. One thread at a time may use a registry and the handles on its tree. The handles
+// must let go before the registry is destroyed.
 #pragma once
 
 #include "fs/CFSPath.h"
@@ -8,8 +8,8 @@
 
 namespace Tova {
 
-// A tree in memory, beginning with a root directory named "(root)". The registry is itself the
-// handle on the root, so another handle may be assigned from it, but not it from another.
+// A tree in memory with a root directory named "(root)". The registry is itself the handle on the
+// root: it can be assigned to another handle, but not the other way round.
 class CMemRegistry : public CRegDir {
 public:
     CMemRegistry();
@@ -27,15 +27,15 @@ public:
     // The argument has no effect.
     explicit CRegistry(bool);
 
-    // Reads the store over what is in the tree, which then counts as unmodified, also when reading
-    // fails part of the way. The status is that of the store.
+    // Adds the contents of the store to the tree and returns the store's status. The tree then
+    // counts as unmodified, also if reading fails half-way.
     RStatus Read();
-    // Whether a Read succeeded.
+    // Returns true if a Read has succeeded.
     bool IsRead() const { return read_; }
 
-    // A registry on what `spec` names, not yet read, which the caller owns: "FILE:" and a path that
-    // begins with a folder name in brackets. Null for anything else. A path that cannot be expanded
-    // shows when the registry is read.
+    // Makes the registry that `spec` names: "FILE:" and a path that begins with a folder name in
+    // brackets. Returns null for any other text. The registry is not read yet, and the caller owns
+    // it. If the path cannot be expanded, Read fails.
     static CRegistry* Create(const char* spec);
 
 protected:
@@ -52,7 +52,7 @@ public:
     CFileRegistry(const CFSPath& path, bool);
 
 protected:
-    // The status of opening the file, else that of ReadFromStream.
+    // Returns the status of opening the file if that fails, else the status of ReadFromStream.
     RStatus DoRead() override;
 
     CFSPath filePath_;

@@ -5,8 +5,8 @@
 
 namespace Tova {
 
-// Filled and registered during static initialisation; defined beside CNWRegistry, so that whoever
-// links the shared registry has the names too.
+// Static initialisation fills and registers the table. CNWRegistry.cpp defines it, so that a
+// program that links the shared registry has the names too.
 extern CErrorTableEntry RegErrors[2];
 extern CErrorTable RegErrorTable;
 

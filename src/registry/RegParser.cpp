@@ -11,7 +11,7 @@ namespace Tova {
 
 namespace {
 
-// One fewer than a name may have elsewhere: files are read so by every reader there is.
+// Deliberate: one fewer than a name may have elsewhere. Every reader of the files has this limit.
 constexpr int cMaxNameInText = 63;
 
 constexpr char cBadCharacter[] = "this character cannot stand here";
@@ -20,7 +20,7 @@ constexpr char cNoName[] = "a name is expected before this";
 constexpr char cNothingNamed[] = "\"=\" or \"{\" is expected after a name";
 constexpr char cNotStored[] = "this name is taken by an entry of the other kind, or is not valid";
 
-// The characters from `begin` to `end`, made into a valid name.
+// Makes a valid name of the characters from `begin` to `end`.
 CString nameOf(const char* begin, const char* end) {
     CString name;
     name.Append(begin, static_cast<int>(end - begin));
@@ -45,7 +45,7 @@ bool RegParser::ReadChar(signed char& c) {
 
 void RegParser::PushBack(signed char c) {
     stream_.SetPushedBack(c);
-    // A stream keeps no character of 0 or less, so a NUL or 0xFF that ends a name is gone with it.
+    // A stream keeps no character of 0 or less, so a NUL or 0xFF that ends a name is lost.
     if (c > 0) {
         next_ = last_;
     }
@@ -116,7 +116,7 @@ void RegParser::Read(CRegDir& into) {
         return;
     }
     report_.format = RegFormat::Sectioned;
-    // Where that fails, reading goes on behind the first line: a pipe cannot be read again.
+    // If that fails, reading goes on behind the first line, because a pipe cannot be read again.
     stream_.SetPos(0);
     next_ = {};
     ParseOldFormat(into);
@@ -167,8 +167,8 @@ void RegParser::ParseEntry(const CString& name, std::vector<CRegDir>& open) {
     }
 }
 
-// Besides the end-of-file indicator, a read that meets the end ends the loop: the indicator is
-// never set for a stream that cannot be read.
+// The loop also ends after a read that met the end, because a stream that cannot be read never sets
+// the end-of-file indicator.
 void RegParser::ParseOldFormat(CRegDir& into) {
     Section section;
     CString line;
@@ -185,13 +185,14 @@ void RegParser::ParseOldLine(const char* line, CRegDir& into, Section& section) 
     } else if (*line == '[') {
         line = Str::SkipWhite(line + 1);
         if (const char* end = std::strchr(line, ']'); end != nullptr) {
-            // What follows a section that cannot be made is dropped: it must not land elsewhere.
+            // The lines under a section that cannot be made are dropped; they belong nowhere else.
             section.begun = true;
             section.directory.ReleaseNode();
             into.CreateDir(nameOf(line, end).CStr(), section.directory);
         }
     } else if (const char* equals = std::strchr(line, '='); equals != nullptr) {
-        // Fails before the first section, and where the name is a directory's: then dropped.
+        // Fails before the first section, and if the name is a directory's. The line is then
+        // dropped.
         section.directory.SetValue(nameOf(line, equals).CStr(), equals + 1);
     }
 }

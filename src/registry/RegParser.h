@@ -1,5 +1,5 @@
-// Reads the two text formats of the registry into a tree. CRegDir offers it; whoever wants to know
-// where a text is at fault uses the report.
+// Reads the two text formats of the registry into a tree. Callers use it through CRegDir; a report
+// tells where a text is at fault. One thread at a time may use a parser.
 #pragma once
 
 #include "registry/CRegDir.h"
@@ -10,17 +10,17 @@ namespace Tova {
 
 enum class RegFormat { Current, Sectioned };
 
-// A place in the text; both count from 1. The column counts bytes. A line ends where the stream
-// says so: with line-end translation at LF, CR LF and CR.
+// A place in the text. Line and column count from 1; the column counts bytes. With line-end
+// translation LF, CR LF and CR each end a line.
 struct RegPosition {
     long line = 1;
     long column = 1;
 };
 
-// What ReadFromStream found.
+// The findings of ReadFromStream.
 struct RegReadReport {
     RegFormat format = RegFormat::Sectioned;
-    // What breaks the rules and where; null if nothing does. Static text, not owned.
+    // Says what breaks the rules, or is null. The text is static and not owned.
     const char* problem = nullptr;
     RegPosition position;
 };
@@ -31,12 +31,12 @@ public:
     // The token codes besides the four characters that stand for themselves.
     static constexpr int cEndToken = 0;
     static constexpr int cNameToken = 256;
-    // A file in the current format begins with exactly this.
+    // A file in the current format begins with exactly this text.
     static constexpr char cNWRegKey[] = "!NWREG 1.0 {";
 
     RegParser(CStream& stream, RegReadReport& report) : stream_(stream), report_(report) {}
 
-    // Chooses the format and reads. These throw an RStatus.
+    // Chooses the format and reads. This and the following operations throw an RStatus.
     void Read(CRegDir& into);
     void Parse(CRegDir& into);
     void ParseOldFormat(CRegDir& into);
@@ -44,7 +44,8 @@ public:
     bool ScanValue(CString& text);
 
 private:
-    // The current section of the sectioned format; without a node once one could not be made.
+    // The current section of the sectioned format. It has no node if the directory could not be
+    // made.
     struct Section {
         bool begun = false;
         CRegDir directory;

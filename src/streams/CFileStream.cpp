@@ -15,10 +15,8 @@ namespace Tova {
 
 namespace {
 
-constexpr unsigned cDispositionBits = 0x7000000;
-
-// fopen for the modes of a stream, close-on-exec from the start: the process may be forking on
-// another thread. Null with errno on failure.
+// Does fopen for the modes of a stream, with close-on-exec from the start, because another thread
+// may be forking. Returns null and sets errno on failure.
 std::FILE* openFile(const char* path, const char* mode) {
     int how = std::strchr(mode, '+') != nullptr ? O_RDWR : mode[0] == 'r' ? O_RDONLY : O_WRONLY;
     if (mode[0] == 'w') {
@@ -95,7 +93,7 @@ CFileStream::~CFileStream() {
     }
 }
 
-// Closes without a word about what could not be written.
+// Closes the file and drops errors.
 void CFileStream::Discard() {
     if (std::FILE* file = std::exchange(file_, nullptr); file != nullptr) {
         std::fclose(file);
@@ -193,14 +191,14 @@ bool CFileStream::Flush() {
     return true;
 }
 
-// Makes the file ready for reading or writing. False without a file, and when what was written
-// before could not be stored.
+// Makes the file ready for reading or writing. Returns false if there is no file, or if bytes that
+// were written before could not be stored.
 bool CFileStream::Turn(Direction direction) {
     if (direction_ == Direction::Writing && direction == Direction::Reading && !Flush()) {
         return false;
     }
     if (direction_ == Direction::Reading && direction == Direction::Writing && file_ != nullptr) {
-        // What has no position, such as a FIFO, cannot and needs not be positioned.
+        // A file without a position, such as a FIFO, cannot be positioned and does not need it.
         fseeko(file_, 0, SEEK_CUR);
     }
     direction_ = direction;
@@ -216,7 +214,7 @@ bool CFileStream::InternalRead(unsigned long count, void* buffer, unsigned long*
     }
     unsigned long got = 0;
     if (count == 1) {
-        // The everyday case, without the cost of a general read and of the file's lock.
+        // The everyday case avoids the cost of a general read and of the file's lock.
         if (const int b = getc_unlocked(file_); b != EOF) {
             *static_cast<unsigned char*>(buffer) = static_cast<unsigned char>(b);
             got = 1;
@@ -276,7 +274,7 @@ bool CFileStream::InternalSetPos(unsigned long pos) {
     if (file_ == nullptr) {
         return false;
     }
-    // A position beyond the range of off_t turns negative, which the C library refuses.
+    // A position beyond the range of off_t becomes negative, and the C library refuses it.
     if (fseeko(file_, static_cast<off_t>(pos), SEEK_SET) != 0) {
         return SetError(Failure);
     }
@@ -298,7 +296,7 @@ bool CFileStream::InternalGetPos(unsigned long& pos) {
 }
 
 bool CFileStream::InternalSetLength(unsigned long length) {
-    // The flush also makes the C library forget bytes that it read ahead and that go away now.
+    // The flush also makes the C library forget bytes that it read ahead and that now go away.
     return file_ != nullptr && std::fflush(file_) == 0 &&
            ftruncate(fileno(file_), static_cast<off_t>(length)) == 0;
 }

@@ -1,4 +1,4 @@
-// A file as a stream, on the C library's buffered files. One thread at a time may use it.
+// A file as a stream, on a buffered file of the C library. One thread at a time may use a stream.
 #pragma once
 
 #include "fs/CFSPath.h"
@@ -18,45 +18,48 @@ protected:
     ~ILocalFileInfo() = default;
 };
 
-// Before Open and after Close every raw operation is false, and AtEOF true. Blocking is the
-// system's: opening and reading a FIFO waits for its writer. A FIFO has no position, so that
-// looking for a byte-order mark in one fails the stream, though Open is `Ok`.
+// Before Open and after Close every raw operation returns false, and AtEOF returns true. Opening
+// and reading block as the system does: a FIFO waits for its writer. A FIFO has no position, so
+// that looking for a byte-order mark in one fails the stream, though Open returns `Ok`.
 class CFileStream : public CStream {
 public:
-    // Bits of the flag word beside those of CStream.
+    // The bits of the flag word beside those of CStream.
     static constexpr unsigned cReadOnly = 0x800;        // open an existing file for reading only
-    static constexpr unsigned cWriteOnly = 0x400;       // open a created file for writing only
+    static constexpr unsigned cWriteOnly = 0x400;       // create a file for writing only
     static constexpr unsigned cAppend = 0x20000;        // start at the end
     static constexpr unsigned cCreateFolder = 0x40000;  // make the containing folder, unless the
                                                         // file must exist
-    // Dispositions, one of which is part of the flag word. Others are ErrBadParameter.
-    static constexpr unsigned cOpenExisting = 0x0000000;  // ErrNotFound without one
-    static constexpr unsigned cCreateNew = 0x1000000;     // ErrAlreadyExists with one
+    // The dispositions. One of them is part of the flag word; any other value of these bits is
+    // ErrBadParameter.
+    static constexpr unsigned cDispositionBits = 0x7000000;
+    static constexpr unsigned cOpenExisting = 0x0000000;  // ErrNotFound if there is no file
+    static constexpr unsigned cCreateNew = 0x1000000;     // ErrAlreadyExists if there is one
     static constexpr unsigned cCreateAlways = 0x2000000;  // empties an existing file
     static constexpr unsigned cOpenOrCreate = 0x3000000;
-    // Odd on purpose: refuses an existing file with ErrNotFound and creates a missing one (without
-    // its folder). Callers rely on the number, so it is not to be mended.
+    // Deliberate: refuses an existing file with ErrNotFound and creates a missing one, without its
+    // folder. Callers rely on the number.
     static constexpr unsigned cOpenMissing = 0x4000000;
 
     CFileStream();
-    // Closes what is open, also after a failure; drops what then goes wrong.
+    // Closes the file, also after a failure. Drops errors.
     ~CFileStream() override;
 
-    // Opens `path`, looks for a byte-order mark where `flags` allow it, and stamps a file opened
-    // for writing with what `info` (may be null, not kept) says. On failure the state is NotOpen
-    // and nothing is open. What fopen refuses is ErrBadName (no such file or folder, name too
-    // long), ErrAccessDenied or `Failure`. A stream is meant for one file: opened again, it
-    // closes the first and goes on with its check value and encoding.
+    // Opens `path` and looks for a byte-order mark if `flags` allow it. Stamps a file that is open
+    // for writing with the codes of `info`, which may be null and is not kept. On failure the state
+    // is NotOpen and no file is open. If the system refuses to open the file, the status is
+    // ErrBadName (no such file or folder, name too long), ErrAccessDenied or `Failure`. A stream is
+    // meant for one file: a second Open closes the first file and keeps the check value and the
+    // encoding.
     RStatus Open(const CFSPath& path, unsigned flags, const ILocalFileInfo* info);
-    // Opens the file in the fopen mode "rb", "r+b", "wb" or "w+b" and stamps it, no more; the state
-    // stays as it is.
+    // Opens the file in the fopen mode "rb", "r+b", "wb" or "w+b" and stamps it. Does not change
+    // the state.
     RStatus _Open(const CFSPath& path, const char* mode, unsigned flags,
                   const ILocalFileInfo* info);
-    // False when nothing is open, or when what was still to be written could not be: the file is
-    // then closed and the stream failed.
+    // Returns false if no file is open. Also returns false if buffered bytes could not be written;
+    // the file is then closed and the stream has failed.
     bool Close();
 
-    // True once a read has met the end, until the position is set.
+    // Returns true once a read has met the end, until the position is set.
     bool AtEOF() override;
     bool Flush() override;
     bool InternalRead(unsigned long count, void* buffer, unsigned long* done) override;
@@ -70,7 +73,8 @@ protected:
     RunEnd InternalReadRun(const unsigned char (&stop)[2], unsigned long count,
                            unsigned char* buffer, unsigned long& done) override;
 
-    // Owned unless a subclass that passes the file on clears ownsFile_; null while none is open.
+    // The open file, or null. The stream owns it, unless a subclass that passes the file on clears
+    // ownsFile_.
     std::FILE* file_ = nullptr;
     bool ownsFile_ = true;
 

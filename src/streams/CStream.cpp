@@ -1,6 +1,7 @@
 #include "streams/CStream.h"
 
 #include "streams/Scrambling.h"
+#include "streams/ScratchBuffer.h"
 
 #include <algorithm>
 #include <climits>
@@ -16,8 +17,8 @@ std::uint32_t sum(const unsigned char* bytes, std::size_t count) {
     return std::accumulate(bytes, bytes + count, std::uint32_t{0});
 }
 
-// Appends `count` bytes, NULs included. The capacity doubles, since nobody knows how long the text
-// will be. There must be room for one more byte behind them.
+// Appends `count` bytes, NULs included. Doubles the capacity, because the length of the text is not
+// known yet. There must be room for one more byte behind the bytes.
 void appendBytes(CString& out, char* bytes, int count) {
     const int length = out.Length();
     if (count >= out.Capacity() - length && out.Capacity() <= INT_MAX / 2 &&
@@ -120,7 +121,7 @@ char CStream::ReadRawChar(int& eof) {
     return static_cast<char>(ReadRawByte(eof));
 }
 
-// True for the line feed of a pair whose carriage return was already delivered as a line feed.
+// Returns true for the line feed of a pair whose carriage return was already read as a line feed.
 bool CStream::CompletesPair(char c) {
     if (c != '\n' || !lastWasReturn_) {
         return false;
@@ -129,7 +130,7 @@ bool CStream::CompletesPair(char c) {
     return true;
 }
 
-// Line-end translation and counting of one character; `fresh`: it was not pushed back.
+// Translates and counts the line ends of one character. `fresh` means that it was not pushed back.
 char CStream::Fold(char c, bool fresh) {
     if (Has(cTranslate)) {
         if (fresh) {
@@ -201,7 +202,7 @@ bool CStream::ReadToDelim(CString& out, int delimiter, int maxLength, int* count
 CStream::Step CStream::ReadOne(DelimRead& read) {
     int eof = 0;
     char c[2] = {ReadChar(eof)};
-    // Before the test for the end: with delimiter 0 the end is a delimiter too.
+    // Deliberate: stands before the test for the end, because with delimiter 0 the end is one too.
     if (read.Matches(c[0])) {
         return Step::Found;
     }
@@ -213,7 +214,7 @@ CStream::Step CStream::ReadOne(DelimRead& read) {
     return read.IsFull() ? Step::Found : Step::More;
 }
 
-// ReadOne for as many characters as the concrete stream has at hand.
+// Does ReadOne for as many characters as the concrete stream has at hand.
 CStream::Step CStream::ReadRun(DelimRead& read) {
     if (encoding_ != Encoding::Raw || pushedBack_ > 0 || readFilter_ != nullptr) {
         return Step::NotOffered;
@@ -226,7 +227,7 @@ CStream::Step CStream::ReadRun(DelimRead& read) {
             ? std::min(cRunSize, static_cast<unsigned long>(read.maxLength - read.count))
             : cRunSize;
     const auto delimiter = static_cast<unsigned char>(read.delimiter);
-    // A carriage return may turn out to be the line feed that is looked for.
+    // A carriage return may become the line feed that is looked for.
     const unsigned char other = read.delimiter == '\n' && Has(cTranslate) ? '\r' : delimiter;
     const bool scrambled = Has(cScramble);
     const unsigned char stop[2] = {scrambled ? Scramble(delimiter) : delimiter,
@@ -246,7 +247,7 @@ CStream::Step CStream::ReadRun(DelimRead& read) {
     return read.delimiter == 0 ? Step::Found : Step::Ended;
 }
 
-// Takes over stored bytes of which only the last can be the delimiter.
+// Takes over stored bytes. Only the last one can be the delimiter.
 CStream::Step CStream::TakeRun(DelimRead& read, char* run, unsigned long count) {
     auto* bytes = reinterpret_cast<unsigned char*>(run);
     if (Has(cScramble)) {

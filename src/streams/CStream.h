@@ -17,28 +17,30 @@ class CStream;
 class IStreamFilter {
 public:
     virtual ~IStreamFilter() = default;
-    // May change `character` (0 to 255, or a wide character when it came as one) while reading, and
-    // drop it by setting -1 while writing. False refuses it, which is an error of the stream.
+    // May change `character` (0 to 255, or a wide character if it came as one) while reading. May
+    // drop it while writing, by setting it to -1. Returns false to refuse it, which fails the
+    // stream.
     virtual bool Filter(int& character, CStream& stream) = 0;
 };
 
 class CStream {
 public:
-    // Flags. A concrete stream may use the other bits.
-    static constexpr unsigned cThrowOnError = 0x1;  // SetError throws its status
-    static constexpr unsigned cThrowAtEnd = 0x2;    // SetEOF throws ErrEndOfStream
-    static constexpr unsigned cTranslate = 0x4;     // line ends
-    static constexpr unsigned cCheckValue = 0x8;    // keep the check value
-    static constexpr unsigned cScramble = 0x20;     // what passes the raw operations
-    static constexpr unsigned cCountLines = 0x40;
-    static constexpr unsigned cBigEndian = 0x80;      // UTF-16; otherwise little-endian
+    // The bits of the flag word. A concrete stream may use the others.
+    static constexpr unsigned cThrowOnError = 0x1;    // SetError throws its status
+    static constexpr unsigned cThrowAtEnd = 0x2;      // SetEOF throws ErrEndOfStream
+    static constexpr unsigned cTranslate = 0x4;       // translate line ends
+    static constexpr unsigned cCheckValue = 0x8;      // keep the check value
+    static constexpr unsigned cScramble = 0x20;       // scramble the stored bytes
+    static constexpr unsigned cCountLines = 0x40;     // count line feeds
+    static constexpr unsigned cBigEndian = 0x80;      // UTF-16 is big-endian, else little-endian
     static constexpr unsigned cNoHeader = 0x400;      // never look for a byte-order mark
-    static constexpr unsigned cNoHeaderToo = 0x1000;  // likewise
+    static constexpr unsigned cNoHeaderToo = 0x1000;  // never look for one either
     enum class State : std::int32_t { NotOpen, Open, Closed, Failed };
-    // What a line feed becomes when it is written with cTranslate. Writing it fails for any value
-    // without a name.
+    // Says what a line feed becomes when it is written with cTranslate. Writing it fails for a
+    // value without a name.
     enum class LineEnd : std::int32_t { CrLf, Cr, Lf };
-    // Only Raw can be read: the others are at their end for every operation on characters.
+    // Deliberate: only Raw can be read. With the others, every operation that reads characters is
+    // at the end.
     enum class Encoding : std::int32_t { Raw, Utf8, Utf16 };
     enum class ByteOrder : std::int32_t { BigEndian, LittleEndian };
 
@@ -47,13 +49,13 @@ public:
     CStream& operator=(const CStream&) = delete;
     virtual ~CStream() = default;
 
-    // True at the end; here: when position and length are known and equal.
+    // Returns true at the end. Here that means: position and length are known and equal.
     virtual bool AtEOF();
     virtual bool Flush();
 
-    // The raw operations: stored bytes, positions and lengths in bytes. Each returns false when it
-    // failed; `done`, where it is not null, receives how many bytes were moved, also then. Reading
-    // at the end moves none and is false.
+    // The raw operations work on stored bytes, with positions and lengths in bytes. Each returns
+    // false if it fails. `done` may be null; it receives how many bytes were moved, also after a
+    // failure. Reading at the end moves none and returns false.
     virtual bool InternalRead(unsigned long count, void* buffer, unsigned long* done);
     virtual bool InternalWrite(unsigned long count, const void* buffer, unsigned long* done);
     virtual bool InternalSetPos(unsigned long pos);
@@ -61,61 +63,66 @@ public:
     virtual bool InternalSetLength(unsigned long length);
     virtual bool InternalGetLength(unsigned long& length);
 
-    // Bulk operations add the stored bytes to the check value, where those on single bytes and
-    // characters add the plain ones; without cScramble that is the same. With it they share
-    // GetTempBuffer, and so must not run on two threads at once. `done` may be null. Read is false
-    // only when the stream has failed: what was read, `done` says.
+    // The bulk operations. `done` may be null. Read returns false only if the stream has failed;
+    // `done` tells how much was read. With cScramble they share GetTempBuffer, so two threads must
+    // not use them at once. Deliberate: they add the stored bytes to the check value, while the
+    // operations on single bytes and characters add the plain bytes. Without cScramble there is no
+    // difference.
     bool Read(unsigned long count, void* buffer, unsigned long* done);
     bool Write(unsigned long count, const void* buffer, unsigned long* done);
 
-    // Reading single bytes and characters: `eof` becomes 0, or -1 (with 0 as the result) at the end
-    // and when the raw operation fails.
+    // These read single bytes and characters. `eof` becomes 0. At the end, and if the raw operation
+    // fails, it becomes -1 and the result is 0.
     unsigned char ReadRawByte(int& eof);
     char ReadRawChar(int& eof);
-    // A pushed-back character comes first. With cTranslate every carriage return, with or without a
-    // line feed, is read as one line feed. What the filter refuses is 0, with `eof` 0.
+    // Returns a pushed-back character first. With cTranslate it reads every carriage return, with
+    // or without a line feed, as one line feed. Returns 0, with `eof` 0, if the filter refuses.
     char ReadChar(int& eof);
-    // Puts the characters up to `delimiter`, which is consumed and not stored, into `out` and their
-    // number into `count` (which may be null). True when the delimiter was found or `maxLength`
-    // characters were read (0 or less: no limit), false at the end. With delimiter 0 the end counts
-    // as one. A byte of 0x80 or more equals only a negative delimiter.
+    // Stores the characters up to `delimiter` in `out` and their number in `count`, which may be
+    // null. Consumes the delimiter and does not store it. Returns true if it finds the delimiter or
+    // has read `maxLength` characters (0 or less means no limit), and false at the end. A byte of
+    // 0x80 or more equals only a negative delimiter. Deliberate: with delimiter 0 the end counts as
+    // a delimiter; the configuration file relies on it.
     bool ReadToDelim(CString& out, int delimiter, int maxLength, int* count);
 
-    // Recognises and skips a byte-order mark, setting the encoding; otherwise puts the position
-    // back. False without reading with cNoHeader, cNoHeaderToo, cCountLines, cScramble, cCheckValue
-    // or after a failure. A UTF-16 mark with nothing behind it is not recognised.
+    // Recognises and skips a byte-order mark, and sets the encoding. Returns false and restores the
+    // position if there is none. Returns false without reading after a failure and with cNoHeader,
+    // cNoHeaderToo, cCountLines, cScramble or cCheckValue. It does not recognise a UTF-16 mark that
+    // has nothing behind it.
     bool ReadUnicodeHeader();
     void SetUTF16ByteOrder(ByteOrder order);
 
-    // Writing single bytes and characters. Nothing marks the stream as failed but the raw operation
-    // itself.
+    // These write single bytes and characters. Only the raw operation itself marks the stream as
+    // failed.
     bool WriteRawByte(unsigned char b);
-    // In the stream's encoding; only ASCII is meaningful in a Unicode one.
+    // Writes c in the stream's encoding. In a Unicode one only ASCII is meaningful.
     bool WriteRawChar(char c);
-    // False for a raw stream. Beyond the Basic Multilingual Plane the result is not valid text.
+    // Returns false for a raw stream. A character beyond the Basic Multilingual Plane gives text
+    // that is not valid.
     bool WriteRawWChar(wchar_t w);
-    // With the filter, indentation (also of an empty line), line ends and counting.
+    // These apply the filter, the indentation (also of an empty line), line ends and counting.
     bool WriteChar(char c);
     bool WriteWChar(wchar_t w);
-    // `length` characters; all of `s` when it is negative. Stops at the first that fails.
+    // Writes `length` characters, or all of `s` if it is negative. Stops at the first that fails.
     bool WriteString(const char* s, int length);
-    // printf-style, up to 1,999 characters; a longer result writes nothing and is false.
+    // Writes a printf-style text of up to 1,999 characters. Writes nothing and returns false if the
+    // text is longer.
     bool Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
     bool VFormat(const char* format, va_list arguments) __attribute__((format(printf, 2, 0)));
-    // The indentation of one line.
+    // Writes the indentation of one line.
     bool DoIndent();
 
-    // Marks the stream as failed; throws `status` with cThrowOnError, else returns false.
+    // Marks the stream as failed. Throws `status` with cThrowOnError, else returns false.
     bool SetError(RStatus status);
     // Throws ErrEndOfStream with cThrowAtEnd, else returns false.
     bool SetEOF();
 
-    // Moves to a byte position and forgets what belongs to the old one: a pushed-back character and
-    // a carriage return whose line feed may follow.
+    // Moves to a byte position. Forgets the pushed-back character, and the carriage return whose
+    // line feed may follow, because they belong to the old position.
     bool SetPos(unsigned long pos);
-    // The position of the raw operations, a pushed-back character notwithstanding.
+    // Stores the position of the raw operations. A pushed-back character does not change it.
     bool GetPos(unsigned long& pos) { return InternalGetPos(pos); }
-    // False when the length is unknown.
+    // Returns false if the length is unknown.
     bool SetPosToEnd();
 
     unsigned GetFlags() const { return flags_; }
@@ -123,34 +130,33 @@ public:
     Encoding GetEncoding() const { return encoding_; }
     void SetEncoding(Encoding encoding) { encoding_ = encoding; }
     void SetLineEnd(LineEnd lineEnd) { lineEnd_ = lineEnd; }
-    // `width` spaces for each of `level` steps; a tab each for a width of 0 or less.
+    // Sets `level` steps of `width` spaces each. A width of 0 or less means one tab for each step.
     void SetIndent(int level, int width) {
         indentLevel_ = level;
         indentWidth_ = width;
     }
-    // Line feeds read and written, with cCountLines.
+    // Returns the number of line feeds read and written, with cCountLines.
     std::uint32_t GetLineCount() const { return lineCount_; }
-    // The sum of the bytes read and written, with cCheckValue.
+    // Returns the sum of the bytes read and written, with cCheckValue.
     std::uint32_t GetCheckValue() const { return checkValue_; }
-    // The next character that ReadChar gives, once; none for a value of 0 or less.
+    // Sets the character that ReadChar returns next, once. A value of 0 or less means none.
     void SetPushedBack(std::int32_t character) { pushedBack_ = character; }
-    // Not owned; null removes the filter.
+    // Borrows the filter; null removes it.
     void SetReadFilter(IStreamFilter* filter) { readFilter_ = filter; }
     void SetWriteFilter(IStreamFilter* filter) { writeFilter_ = filter; }
 
 protected:
-    // How InternalReadRun ended.
+    // Tells how InternalReadRun ended.
     enum class RunEnd {
-        NotOffered,  // nothing was read: the caller reads byte by byte
-        Complete,    // a stop byte was read, or `count` bytes were
+        NotOffered,  // it read nothing, and the caller reads byte by byte
+        Complete,    // it read a stop byte, or `count` bytes
         AtEnd,       // a further InternalRead would have found the end
         Failed,      // a further InternalRead would have failed with `Failure`
     };
-    // Reads stored bytes, one after another just as InternalRead(1) would, until one equals a
-    // `stop` byte (which is then the last in `buffer`) or there are `count` of them, and puts their
-    // number into `done`. Leaves position and end-of-file indicator where InternalRead(1) would,
-    // but reports nothing: no SetError, no exception. A stream that can do this faster than byte by
-    // byte overrides it.
+    // Reads stored bytes, as InternalRead(1) does, until one equals a `stop` byte (which is then
+    // the last in `buffer`) or there are `count` of them. Stores their number in `done`. Leaves
+    // position and end-of-file indicator where InternalRead(1) would, but calls no SetError and
+    // throws nothing. A stream overrides it if it is faster than byte by byte.
     virtual RunEnd InternalReadRun(const unsigned char (&stop)[2], unsigned long count,
                                    unsigned char* buffer, unsigned long& done);
 
@@ -161,7 +167,7 @@ private:
     bool Has(unsigned flag) const { return (flags_ & flag) != 0; }
     bool CompletesPair(char c);
     char Fold(char c, bool fresh);
-    // ReadToDelim, in steps.
+    // The steps of ReadToDelim.
     enum class Step { NotOffered, More, Found, Ended };
     struct DelimRead;
     Step ReadOne(DelimRead& read);
@@ -184,9 +190,5 @@ private:
     IStreamFilter* readFilter_ = nullptr;
     IStreamFilter* writeFilter_ = nullptr;
 };
-
-// The process-wide scratch buffer, of at least `size` bytes. What an earlier call returned becomes
-// invalid when a later one has to grow it. No lock: one thread at a time.
-unsigned char* GetTempBuffer(unsigned long size);
 
 }  // namespace Tova

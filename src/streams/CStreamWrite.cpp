@@ -2,6 +2,7 @@
 #include "streams/CStream.h"
 
 #include "streams/Scrambling.h"
+#include "streams/ScratchBuffer.h"
 #include "text/Ch.h"
 
 #include <bit>
@@ -56,7 +57,7 @@ bool CStream::WriteRawWChar(wchar_t w) {
     case Encoding::Utf8:
         break;
     }
-    // A plain character of 0x80 or more arrives as a negative value, and is one byte again.
+    // A plain character of 0x80 or more arrives as a negative value and becomes one byte again.
     if (value <= 0x7F || value > 0x7FFFFFFF) {
         return WriteRawByte(low(0));
     }

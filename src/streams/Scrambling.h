@@ -1,4 +1,4 @@
-// The scrambling of stored bytes. Any thread.
+// The scrambling of stored bytes. Any thread may call these functions.
 #pragma once
 
 #include <cstddef>

@@ -1,11 +1,11 @@
-#include "streams/CStream.h"
+#include "streams/ScratchBuffer.h"
 
 namespace Tova {
 
 namespace {
 
-// Never freed: streams with static storage, and whatever else runs while the process exits, may
-// still scramble after every destructor of ours has run.
+// Deliberate: is never freed, because a stream with static storage may still scramble after every
+// destructor of this library has run.
 struct ScratchBuffer {
     unsigned char* bytes = nullptr;
     unsigned long length = 0;

@@ -6,7 +6,8 @@ namespace Tova {
 
 namespace {
 
-// White space, control characters and every byte of 0x80 or more, which is negative as signed.
+// Returns true for white space, control characters and every byte of 0x80 or more, which is
+// negative as a signed byte.
 bool isForbidden(char c) {
     return static_cast<signed char>(c) < 0x21 || c == 0x7F;
 }
@@ -15,8 +16,8 @@ bool isSpecial(char c) {
     return c != '\0' && std::strchr("()<>@,;:\\\"[]", c) != nullptr;
 }
 
-// The place after the quote that closes the string begun before `at`; null when nothing closes it
-// or a byte in it is not accepted.
+// Returns the place after the quote that closes the string begun before `at`. Returns null if
+// nothing closes it or a byte in it is not accepted.
 const char* skipQuoted(const char* at, const char* end) {
     while (at != end && *at != '"') {
         const bool escaped = *at == '\\';
@@ -31,7 +32,7 @@ const char* skipQuoted(const char* at, const char* end) {
     return at != end ? at + 1 : nullptr;
 }
 
-// The place of the "@" that ends the local part; null when the part is not valid.
+// Returns the place of the "@" that ends the local part, or null if the part is not valid.
 const char* skipLocalPart(const char* begin, const char* end) {
     const char* at = begin;
     while (at != end && *at != '@') {

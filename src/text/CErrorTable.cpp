@@ -12,7 +12,7 @@ int moduleOf(RStatus status) {
 
 }  // namespace
 
-// Before any table can register, in whatever order the sources are initialised.
+// Initialised at compile time, because tables register in any order of the sources.
 constinit CErrorTable* CErrorTable::cFirstTable = nullptr;
 
 CErrorTable::CErrorTable(const char* name, int module, int count, const CErrorTableEntry* entries)

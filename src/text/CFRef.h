@@ -7,7 +7,7 @@
 
 namespace Tova {
 
-// Takes over the caller's reference (the "create rule"); `Retain` makes one of its own.
+// The constructor takes over the caller's reference (the "create rule").
 template <class T>
 class CFRef {
 public:
@@ -24,7 +24,7 @@ public:
     }
     ~CFRef() { Reset(nullptr); }
 
-    // A holder with a reference of its own on a borrowed object (which may be null).
+    // Returns a holder with a new reference to a borrowed object, which may be null.
     static CFRef Retain(T borrowed) {
         if (borrowed != nullptr) {
             CFRetain(borrowed);
@@ -32,7 +32,7 @@ public:
         return CFRef(borrowed);
     }
 
-    // Releases what is held and adopts `adopted`.
+    // Releases the held reference and takes over `adopted`.
     void Reset(T adopted) {
         if (T old = std::exchange(ref_, adopted); old != nullptr) {
             CFRelease(old);

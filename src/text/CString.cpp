@@ -266,7 +266,7 @@ bool CString::CopyFromCFString(const __CFString* s, unsigned int encoding) {
         return false;
     }
     const int size = CheckedSize(static_cast<std::size_t>(room)) + 1;
-    // Aside, since a conversion that fails half-way would have spoilt the contents.
+    // Converts into another string, because a failing conversion would spoil the contents.
     TBaseString converted;
     converted.Alloc(std::max(size, capacity_));
     if (CFStringGetCString(s, converted.Lock(0), size, encoding) == 0) {

@@ -1,9 +1,9 @@
 // The 8-bit string of the class library: growable, NUL-terminated, owned by value. One thread at a
-// time may use a string. A string that was never written to points at one shared empty buffer and
-// owns nothing; capacity grows in steps of 100 bytes and never shrinks.
+// time may use a string. A string that was never written to owns nothing: it points at one shared
+// empty buffer. The capacity grows in steps of 100 bytes and never shrinks.
 #pragma once
 
-#include "text/Ch.h"
+#include "text/URI.h"
 
 #include <cstddef>
 #include <string>
@@ -12,11 +12,10 @@ struct __CFString;
 
 namespace Tova {
 
-// Positions and counts are in characters (bytes here); -1 as a count means "to the end" where a
-// comment says so. Nothing but allocation fails: out of memory, or a size beyond the range of int,
-// is std::bad_alloc, after which the string may only be destroyed. Null is no text except where a
-// comment allows it. A null text elsewhere, and a negative position or count other than those
-// named, are the caller's mistake and are not checked.
+// Positions and counts are in characters (bytes here). Only allocation fails: a lack of memory, or
+// a size beyond the range of int, throws std::bad_alloc. After that the string may only be
+// destroyed. The operations do not check for a null text, or for a negative position or count,
+// unless a comment gives it a meaning.
 template <class T>
 class TBaseString {
 public:
@@ -39,7 +38,7 @@ public:
         }
     }
 
-    // The characters with their NUL; valid until the next operation that changes the string.
+    // Returns the characters with their NUL, valid until an operation changes the string.
     const T* CStr() const { return buffer_; }
     int Length() const { return length_; }
     int Capacity() const { return capacity_; }
@@ -55,67 +54,72 @@ public:
 
     // Makes room for at least n bytes, the NUL included.
     void Alloc(int n);
-    // Hands out the writable buffer of at least n bytes. The caller leaves a NUL-terminated text
-    // of at most n - 1 characters in it and calls Unlock.
+    // Returns the writable buffer of at least n bytes. The caller leaves a NUL-terminated text of
+    // at most n - 1 characters in it and calls Unlock.
     T* Lock(int n);
-    // Ends Lock: the length is that of the text up to its NUL.
+    // Ends Lock. The length becomes that of the text up to its NUL.
     void Unlock() {
         locked_ = false;
         length_ = static_cast<int>(std::char_traits<T>::length(buffer_));
     }
 
-    // Replaces the contents; null is an empty text. The string's own buffer changes nothing; a text
-    // further back in it is what remains.
+    // Replaces the contents; a null s empties the string. `s` may lie in the string's own buffer.
     void Copy(const T* s);
     void Copy(const TBaseString& s);
-    // Appends the first `count` characters of s; all of it for a negative or larger count. `s` may
-    // lie in the string's own buffer.
+    // Appends the first `count` characters of s, or all of s if the count is negative or larger.
+    // `s` may lie in the string's own buffer.
     void Append(const T* s, int count = -1);
-    // Appends c `count` times. Zero times still makes the buffer private.
+    // Appends c `count` times.
+    // Deliberate: zero times still makes the buffer private.
     void Append(T c, int count);
-    // Inserts before `pos` (0 to the length; -1: at the end); `count` and `s` as for Append.
+    // Inserts s before `pos` (0 to the length, or -1 for the end). `count` and `s` are as for
+    // Append.
     void Insert(const T* s, int pos, int count = -1);
-    // Removes `count` characters from `pos`; -1, or more than there are: to the end.
+    // Removes `count` characters from `pos`. A count of -1 or beyond the end removes the whole
+    // rest.
     void Delete(int pos, int count);
-    // Replaces the contents by `count` characters of s from `start` (-1, or more than there are: to
-    // its end; a start beyond its end: none). `s` may lie in the string's own buffer. A null s with
-    // a negative start changes nothing.
+    // Replaces the contents by `count` characters of s from `start`. A count of -1 or beyond the
+    // end takes the whole rest; a start beyond the end takes nothing. `s` may lie in the string's
+    // own buffer. A null s with a negative start changes nothing.
     void MidOf(const T* s, int start, int count);
-    // Replaces the contents by the last `count` characters of s, or all of it. `s` may lie in the
-    // string's own buffer.
+    // Replaces the contents by the last `count` characters of s, or all of s if it is shorter. `s`
+    // may lie in the string's own buffer.
     void RightOf(const T* s, int count);
 
-    // The index of the first c at or after `start`, or -1. For c = NUL the case-sensitive search
-    // finds the terminator, the other one `start` itself.
+    // Returns the index of the first c at or after `start`, or -1.
+    // Deliberate: for a NUL the case-sensitive search finds the terminator, the other finds
+    // `start`.
     int Find(T c, int start, bool caseSensitive) const;
-    // How many c stand from `start` to `end`, both included. An `end` of -1 counts nothing.
+    // Returns how many c stand from `start` to `end`, both included. An `end` of -1 gives 0.
     int Count(T c, int start, int end, bool caseSensitive) const;
 
     void TrimLeft();
-    // Never removes the first character, unlike TrimLeft: three blanks become one. Callers rely on
-    // the difference.
+    // Deliberate: never removes the first character, so that three blanks become one. Callers rely
+    // on it.
     void TrimRight();
     void ToUpper();
 
-    // The contents become `s` in `encoding` (kCFStringEncodingInvalidId: the system encoding).
-    // False, with the contents unchanged, for null or a text the encoding cannot hold.
+    // Replaces the contents by `s` in `encoding`; kCFStringEncodingInvalidId means the system
+    // encoding. Returns false and leaves the contents unchanged if `s` is null or the encoding
+    // cannot hold it.
     bool CopyFromCFString(const __CFString* s, unsigned int encoding);
-    // A new platform string, which the caller releases; null when the bytes are not valid in
-    // `encoding` (as above).
+    // Returns a new platform string, which the caller releases. Returns null if the bytes are not
+    // valid in `encoding`, which is as above.
     const __CFString* CreateCFString(unsigned int encoding) const;
 
-    // The contents become `source` escaped for a URI; `component` has no effect.
+    // Replaces the contents by `source`, escaped for a URI. `component` has no effect. The source
+    // of this and of the next two may lie in the string's own buffer.
     void ToURIEscapedString(const T* source, Ch::URIComponent component, Ch::URIEncodeLevel level,
                             Ch::URIFormat format);
-    // Characters of `from` become those at the same place in `to`; others are kept when legal
-    // (`strict`: only unreserved ones) and percent-escaped otherwise. A byte of 0x80 or more that
-    // has to be escaped ends the result after its "%", and a source in the string's own buffer
-    // loses `keepEscapes`: both are relied on.
+    // Replaces each character of `from` by the one at the same place in `to`. Keeps other
+    // characters that are legal (only unreserved ones if `strict`), and escapes the rest. With
+    // `keepEscapes` it copies each "%" and the two bytes behind it. Deliberate: a byte of 0x80 or
+    // more that has to be escaped ends the result after its "%", and a source in the string's own
+    // buffer loses `keepEscapes`. Callers rely on both.
     void TranslateToURIString(const T* source, bool strict, const T* from, const T* to,
                               bool keepEscapes);
-    // Normalises the escapes of a whole address through the platform, then escapes what is left.
-    // The result is empty when `source` is not valid in the system encoding or has a malformed
-    // escape.
+    // Normalises the escapes of a whole address through the platform, then escapes the rest. The
+    // result is empty if `source` is not valid in the system encoding or has a malformed escape.
     void TranslateToMacURIString(const T* source);
 
     friend bool operator==(const TBaseString& a, const TBaseString& b) {
@@ -127,14 +131,14 @@ public:
     static constexpr T cEmptyStr[4] = {};
 
 private:
-    // A count as int; throws std::bad_alloc where a buffer for it and a NUL would exceed the range.
+    // Returns the count as int. Throws std::bad_alloc if it and a NUL exceed the range of a buffer.
     static int CheckedSize(std::size_t count);
-    // Whether s points into the private buffer.
+    // Returns true if s points into the private buffer.
     bool Owns(const T* s) const;
-    // Exchanges everything but the lock mark.
+    // Exchanges everything except the lock mark.
     void Swap(TBaseString& other);
 
-    // Never written to: every operation that writes makes the buffer private first.
+    // No operation writes to it: each makes the buffer private first.
     static constexpr T* SharedEmpty() { return const_cast<T*>(cEmptyStr); }
 
     bool locked_ = false;
@@ -145,7 +149,7 @@ private:
 
 using CString = TBaseString<char>;
 
-// What only the 8-bit string has.
+// These members exist for the 8-bit string alone.
 template <>
 bool CString::CopyFromCFString(const __CFString* s, unsigned int encoding);
 template <>

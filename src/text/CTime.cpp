@@ -8,7 +8,7 @@
 namespace Tova {
 
 CTime::CTime(int year, int month, int day, int hour, int minute, int second) {
-    // Months are carried into years here, since neither difference need fit an int by itself.
+    // Months are carried into years here, because neither difference always fits an int.
     constexpr long long cMonths = 12;
     const long long monthsFromJanuary = month - 1LL;
     const long long yearsSince1900 = year - 1900LL + monthsFromJanuary / cMonths;
@@ -22,12 +22,12 @@ CTime::CTime(int year, int month, int day, int hour, int minute, int second) {
     fields.tm_mday = day;
     fields.tm_mon = static_cast<int>(monthsFromJanuary % cMonths);
     fields.tm_year = static_cast<int>(yearsSince1900);
-    fields.tm_isdst = -1;  // the library knows when daylight saving time holds
+    fields.tm_isdst = -1;  // the C library decides about daylight saving time
     value_ = std::mktime(&fields);
 }
 
 bool CTime::GetTimeComponents(std::tm& out) const {
-    // Unlike localtime, localtime_r need not notice that the zone was set anew.
+    // localtime reads the zone each time; localtime_r does not have to.
     tzset();
     std::tm fields = {};
     if (localtime_r(&value_, &fields) == nullptr) {
@@ -37,7 +37,7 @@ bool CTime::GetTimeComponents(std::tm& out) const {
     return true;
 }
 
-// The format is the caller's; where it is a literal, it was checked there.
+// The format is the caller's; the compiler checked it there if it is a literal.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 
@@ -53,8 +53,8 @@ void CTime::Format(const char* format, CString& out) const {
         throw std::bad_alloc();
     }
     char* buffer = out.Lock(static_cast<int>(size));
-    // What stands behind the old text was never set, and not every C library ends what does not
-    // fit.
+    // The bytes behind the old text were never set, and not every C library ends a result that does
+    // not fit.
     const std::size_t used = std::min(static_cast<std::size_t>(out.Length()), size);
     std::memset(buffer + used, 0, size - used);
     Format(format, buffer, static_cast<unsigned int>(size));

@@ -1,4 +1,4 @@
-// For the places that drop every exception.
+// A guard for code that drops every exception. Any thread may use it.
 #pragma once
 
 #include <utility>
@@ -9,10 +9,10 @@
 
 namespace Tova {
 
-// Runs `body` and drops whatever it throws; false when it threw. Thread cancellation, where the C++
-// library unwinds for it with an exception of its own, passes through: swallowing it would end the
-// process. (That exception is no object, and binding it is what the attribute permits, as long as
-// the function is not made part of its caller.)
+// Runs `body` and drops every exception. Returns false if it threw. The cancellation of a thread
+// passes through, because catching it would end the process. (The C++ library unwinds for it with
+// an exception that is no object. The attribute permits binding it, if the function is not
+// inlined.)
 template <class Body>
 __attribute__((no_sanitize("null"), noinline)) bool CatchAll(Body&& body) {
     try {

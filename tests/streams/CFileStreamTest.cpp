@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <future>
 #include <thread>
+#include <tuple>
 
 using State = Tova::CStream::State;
 using Tova::CFileStream;
@@ -38,10 +39,6 @@ public:
 
 class CFileStreamTest : public testing::Test {
 protected:
-    RStatus StatusOf(const std::string& path, unsigned flags) {
-        return TestStream().OpenText(path, flags);
-    }
-
     tvtest::TempDir dir_;
     const std::string path_ = dir_.Path("f");
     TestStream stream_;
@@ -50,9 +47,18 @@ protected:
 };
 
 TEST_F(CFileStreamTest, DispositionsChooseStatusAndMode) {
-    // Checks one opening, with and without the file, for its status and the mode it opens in.
-    const auto check = [this](unsigned flags, RStatus ifMissing, RStatus ifThere, int mode,
-                              int modeIfThere) {
+    // Statuses and modes without and with the file.
+    const std::tuple<unsigned, RStatus, RStatus, int, int> cases[] = {
+        {0U, Tova::ErrNotFound, Tova::Ok, 0, O_RDWR},
+        {cRO | cWO, Tova::ErrNotFound, Tova::Ok, 0, O_RDONLY},
+        {0x1000000U, Tova::Ok, Tova::ErrAlreadyExists, O_RDWR, 0},
+        {0x2000000U | cRO, Tova::Ok, Tova::Ok, O_RDWR, O_RDWR},
+        {0x2000000U | cWO, Tova::Ok, Tova::Ok, O_WRONLY, O_WRONLY},
+        {0x3000000U | cRO, Tova::Ok, Tova::Ok, O_RDWR, O_RDONLY},
+        {0x4000000U | cWO, Tova::Ok, Tova::ErrNotFound, O_WRONLY, 0},
+        {0x5000000U, Tova::ErrBadParameter, Tova::ErrBadParameter, 0, 0},
+        {0x7000000U, Tova::ErrBadParameter, Tova::ErrBadParameter, 0, 0}};
+    for (const auto& [flags, ifMissing, ifThere, mode, modeIfThere] : cases) {
         for (const bool there : {false, true}) {
             std::filesystem::remove(path_);
             if (there) {
@@ -65,30 +71,48 @@ TEST_F(CFileStreamTest, DispositionsChooseStatusAndMode) {
             EXPECT_EQ(std::filesystem::exists(path_), there || status >= 0);
             EXPECT_EQ(tvtest::ReadFile(path_), there && (flags >> 24) != 2 ? "old" : "");
             if (status >= 0) {
-                EXPECT_EQ(fcntl(stream.Descriptor(), F_GETFL) & O_ACCMODE,
-                          there ? modeIfThere : mode);
-                EXPECT_NE(fcntl(stream.Descriptor(), F_GETFD) & FD_CLOEXEC, 0);
+                const int file = stream.Descriptor();
+                EXPECT_EQ(fcntl(file, F_GETFL) & O_ACCMODE, there ? modeIfThere : mode);
+                EXPECT_NE(fcntl(file, F_GETFD) & FD_CLOEXEC, 0);
             }
         }
-    };
-    check(0, Tova::ErrNotFound, Tova::Ok, 0, O_RDWR);
-    check(cRO | cWO, Tova::ErrNotFound, Tova::Ok, 0, O_RDONLY);
-    check(0x1000000, Tova::Ok, Tova::ErrAlreadyExists, O_RDWR, 0);
-    check(0x2000000 | cRO, Tova::Ok, Tova::Ok, O_RDWR, O_RDWR);
-    check(0x2000000 | cWO, Tova::Ok, Tova::Ok, O_WRONLY, O_WRONLY);
-    check(0x3000000 | cRO, Tova::Ok, Tova::Ok, O_RDWR, O_RDONLY);
-    check(0x4000000 | cWO, Tova::Ok, Tova::ErrNotFound, O_WRONLY, 0);
-    check(0x5000000, Tova::ErrBadParameter, Tova::ErrBadParameter, 0, 0);
-    check(0x7000000, Tova::ErrBadParameter, Tova::ErrBadParameter, 0, 0);
+    }
 }
 
-TEST_F(CFileStreamTest, FolderCreationIsTheFileSystems) {
-    EXPECT_EQ(StatusOf(path_, cAlways | cFolder), Tova::Ok) << "an existing folder is no error";
-    EXPECT_EQ(StatusOf(dir_.Path("no/f"), cAlways | cFolder), Tova::Failure);
-    EXPECT_EQ(StatusOf(dir_.Path("no/f"), cAlways), Tova::ErrBadName);
-    EXPECT_EQ(StatusOf(dir_.Path("no/f"), CFileStream::cOpenMissing | cFolder), Tova::ErrBadName);
-    EXPECT_EQ(StatusOf(path_ + "/g", cAlways | cFolder), Tova::ErrBadName);
+TEST_F(CFileStreamTest, PathsThatCannotBeOpened) {
+    const std::string missing = dir_.Path("no/f");
+    const auto longPath = [this](size_t n) { return dir_.Path(std::string(n, 'n')); };
+    const std::tuple<std::string, unsigned, RStatus> cases[] = {
+        {path_, cAlways | cFolder, Tova::Ok},
+        {missing, cAlways | cFolder, Tova::Failure},  // the file system makes no folders
+        {missing, cAlways, Tova::ErrBadName},
+        {missing, CFileStream::cOpenMissing | cFolder, Tova::ErrBadName},
+        {path_ + "/g", cAlways | cFolder, Tova::ErrBadName},
+        {longPath(300), cAlways, Tova::ErrBadName},
+        {longPath(1023), cAlways, Tova::Failure},  // has no text
+        {longPath(5000), 0U, Tova::ErrNotFound},
+        {dir_.Path(), cAlways, Tova::Failure}};
+    for (const auto& [path, flags, expected] : cases) {
+        EXPECT_EQ(TestStream().OpenText(path, flags), expected) << path << std::hex << flags;
+    }
     EXPECT_FALSE(std::filesystem::exists(dir_.Path("no")));
+}
+
+// Reading a folder is an error of the system: the stream fails, and with delimiter 0 that is an
+// end.
+TEST_F(CFileStreamTest, AReadErrorFailsTheStream) {
+    for (const unsigned flag : {0U, Tova::CStream::cThrowOnError}) {
+        TestStream stream;
+        ASSERT_EQ(stream.OpenText("/", cRO | flag | Tova::CStream::cNoHeaderToo), Tova::Ok);
+        if (flag != 0) {
+            EXPECT_THROW(stream.ReadToDelim(out_, 10, -1, nullptr), RStatus);
+            EXPECT_THROW(stream.ReadRawByte(eof_), RStatus);
+        } else {
+            EXPECT_FALSE(stream.ReadToDelim(out_, 10, -1, nullptr));
+            EXPECT_TRUE(stream.ReadToDelim(out_, 0, -1, nullptr));
+        }
+        EXPECT_EQ(stream.GetState(), State::Failed);
+    }
 }
 
 TEST_F(CFileStreamTest, OpeningExaminesTheMarkAndAppendsOnRequest) {
@@ -107,11 +131,9 @@ TEST_F(CFileStreamTest, EndOfFileIsNoError) {
     ASSERT_EQ(stream_.OpenText(path_, cRO | Tova::CStream::cThrowAtEnd), Tova::Ok);
     char two[2] = {};
     unsigned long done = 9;
-    EXPECT_TRUE(stream_.InternalRead(2, two, &done)) << "short, but something";
-    EXPECT_EQ(done, 1U);
+    EXPECT_TRUE(stream_.InternalRead(2, two, &done) && done == 1) << "short, but something";
     EXPECT_THROW(stream_.AtEOF(), RStatus);
-    EXPECT_TRUE(stream_.SetPos(0));
-    EXPECT_EQ(stream_.ReadRawByte(eof_), 'a');
+    EXPECT_TRUE(stream_.SetPos(0) && stream_.ReadRawByte(eof_) == 'a');
     EXPECT_FALSE(stream_.AtEOF()) << "not before a read has met the end";
     EXPECT_EQ(stream_.GetState(), State::Open);
 }
@@ -122,14 +144,13 @@ TEST_F(CFileStreamTest, WithoutAFileEverythingIsFalse) {
     ASSERT_TRUE(closed.Close());
     for (CFileStream* stream : {&stream_, &closed}) {
         char b = 0;
-        unsigned long n = 7;
-        EXPECT_FALSE(stream->InternalRead(1, &b, &n) || stream->InternalWrite(1, &b, &n));
-        EXPECT_EQ(n, 0U);
-        EXPECT_FALSE(stream->InternalSetPos(0) || stream->InternalGetPos(n));
-        EXPECT_FALSE(stream->InternalSetLength(0) || stream->InternalGetLength(n));
-        EXPECT_FALSE(stream->Flush() || stream->Close());
-        EXPECT_TRUE(stream->AtEOF());
-        EXPECT_NE(stream->GetState(), State::Failed);
+        unsigned long read = 7, written = 7, n = 0;
+        EXPECT_FALSE(stream->InternalRead(1, &b, &read) || stream->InternalWrite(1, &b, &written) ||
+                     stream->InternalSetPos(0) || stream->InternalGetPos(n) ||
+                     stream->InternalSetLength(0) || stream->InternalGetLength(n) ||
+                     stream->Flush() || stream->Close());
+        EXPECT_EQ(read + written, 0U);
+        EXPECT_TRUE(stream->AtEOF() && stream->GetState() != State::Failed);
     }
 }
 
@@ -138,18 +159,13 @@ TEST_F(CFileStreamTest, ReadingAndWritingAlternate) {
     ASSERT_EQ(stream_.OpenText(path_, 0), Tova::Ok);
     unsigned long n = 0;
     EXPECT_EQ(stream_.ReadChar(eof_), 'a');
-    EXPECT_TRUE(stream_.WriteString("BC", -1));
-    EXPECT_EQ(stream_.ReadChar(eof_), 'd');
-    EXPECT_TRUE(stream_.WriteChar('E'));
-    EXPECT_TRUE(stream_.ReadToDelim(out_, 'g', -1, nullptr));
+    EXPECT_TRUE(stream_.WriteString("BC", -1) && stream_.ReadChar(eof_) == 'd');
+    EXPECT_TRUE(stream_.WriteChar('E') && stream_.ReadToDelim(out_, 'g', -1, nullptr));
     EXPECT_STREQ(out_.CStr(), "f");
     EXPECT_TRUE(stream_.SetPosToEnd() && stream_.WriteString("ij", -1));
-    EXPECT_TRUE(stream_.InternalGetLength(n));
-    EXPECT_EQ(n, 10U) << "what is still buffered counts";
-    EXPECT_TRUE(stream_.SetPos(1));
-    EXPECT_EQ(stream_.ReadChar(eof_), 'B');
-    EXPECT_TRUE(stream_.InternalSetLength(3));
-    EXPECT_TRUE(stream_.ReadToDelim(out_, 0, -1, nullptr));
+    EXPECT_TRUE(stream_.InternalGetLength(n) && n == 10) << "what is still buffered counts";
+    EXPECT_TRUE(stream_.SetPos(1) && stream_.ReadChar(eof_) == 'B');
+    EXPECT_TRUE(stream_.InternalSetLength(3) && stream_.ReadToDelim(out_, 0, -1, nullptr));
     EXPECT_STREQ(out_.CStr(), "C") << "bytes read ahead are gone with the file's end";
     EXPECT_TRUE(stream_.WriteChar('z')) << "writing goes on after the end was met";
     EXPECT_FALSE(stream_.InternalSetLength(~0UL));
@@ -161,11 +177,11 @@ TEST_F(CFileStreamTest, ReadingAndWritingAlternate) {
 
 TEST_F(CFileStreamTest, AFullDeviceFailsFlushAndClose) {
     const std::string large(100000, 'x');
+    const unsigned throws = Tova::CStream::cThrowOnError;
     int descriptor = -1;
     {
         TestStream loud;
-        ASSERT_EQ(loud.OpenText("/dev/full", cAlways | cWO | Tova::CStream::cThrowOnError),
-                  Tova::Ok);
+        ASSERT_EQ(loud.OpenText("/dev/full", cAlways | cWO | throws), Tova::Ok);
         descriptor = loud.Descriptor();
         EXPECT_TRUE(loud.WriteChar('x'));
         EXPECT_THROW(loud.Flush(), RStatus);
@@ -173,8 +189,7 @@ TEST_F(CFileStreamTest, AFullDeviceFailsFlushAndClose) {
     }
     EXPECT_EQ(fcntl(descriptor, F_GETFD), -1) << "closed by the destructor, without a throw";
     ASSERT_EQ(stream_.OpenText("/dev/full", cAlways | cWO), Tova::Ok);
-    EXPECT_TRUE(stream_.WriteChar('x'));
-    EXPECT_FALSE(stream_.Close());
+    EXPECT_TRUE(stream_.WriteChar('x') && !stream_.Close());
 }
 
 // The writer waits for its first text to arrive: a reader that read ahead would never end.
@@ -188,27 +203,17 @@ TEST_F(CFileStreamTest, AFifoIsReadAsItComes) {
         EXPECT_EQ(write(out, "cd", 2), 2);
         close(out);
     });
-    EXPECT_EQ(stream_.OpenText(path_, cRO | 0x28), Tova::Ok);
-    EXPECT_TRUE(
-        stream_.ReadToDelim(out_, static_cast<signed char>(Tova::Unscramble(0)), -1, nullptr));
-    EXPECT_EQ(out_.Length(), 2);
+    ASSERT_EQ(stream_.OpenText(path_, cRO | Tova::CStream::cScramble), Tova::Ok);
+    const auto nul = static_cast<signed char>(Tova::Unscramble(0));
+    EXPECT_TRUE(stream_.ReadToDelim(out_, nul, -1, nullptr) && out_.Length() == 2);
     EXPECT_FALSE(stream_.AtEOF());
     arrived.set_value();
-    EXPECT_TRUE(stream_.ReadToDelim(out_, 0, -1, nullptr));
-    EXPECT_EQ(out_.Length(), 2);
+    EXPECT_TRUE(stream_.ReadToDelim(out_, 0, -1, nullptr) && out_.Length() == 2);
     EXPECT_TRUE(stream_.AtEOF());
     writer.join();
 }
 
-TEST_F(CFileStreamTest, NamesThatCannotBeOpened) {
-    EXPECT_EQ(StatusOf(dir_.Path(std::string(300, 'n')), cAlways), Tova::ErrBadName);
-    EXPECT_EQ(StatusOf(dir_.Path(std::string(1023, 'n')), cAlways), Tova::Failure) << "no text";
-    EXPECT_EQ(StatusOf(dir_.Path(std::string(5000, 'n')), 0), Tova::ErrNotFound);
-    EXPECT_EQ(StatusOf(dir_.Path(), cAlways), Tova::Failure);
-}
-
-class Info final : public Tova::ILocalFileInfo {
-public:
+struct Info final : Tova::ILocalFileInfo {
     unsigned GetCreator() const override { return 0x43524541; }
     unsigned GetType() const override { return 0x54595045; }
 };

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <numeric>
+#include <tuple>
 
 using namespace std::string_literals;
 using Tova::CStream;
@@ -27,17 +28,13 @@ TEST(CStream, ScramblesAndSumsPlainBytesSinglyAndStoredBytesInBulk) {
     std::string plain(256, '\0');
     std::iota(plain.begin(), plain.end(), '\0');
     MemoryStream stream(CStream::cScramble | CStream::cCheckValue);
-    EXPECT_TRUE(stream.WriteRawByte('A'));
-    EXPECT_EQ(stream.GetCheckValue(), 0x41U);
-    EXPECT_TRUE(stream.Write(1, "A", nullptr));
+    EXPECT_TRUE(stream.WriteRawByte('A') && stream.Write(1, "A", nullptr));
     EXPECT_EQ(stream.GetCheckValue(), 0x41U + 0xC9U);
-    EXPECT_TRUE(stream.WriteString(plain.data(), 256));
-    EXPECT_TRUE(stream.Write(256, plain.data(), nullptr));
+    EXPECT_TRUE(stream.WriteString(plain.data(), 256) && stream.Write(256, plain.data(), nullptr));
     EXPECT_EQ(stream.bytes.substr(2, 256), stream.bytes.substr(258));
-    EXPECT_EQ(stream.bytes[2], '\xB5');
-    EXPECT_EQ(stream.bytes[2 + 0xA5], '\0');
+    EXPECT_EQ(stream.bytes[2] + 256 * stream.bytes[2 + 0xA5], '\xB5');
 
-    stream.pos = 258;
+    EXPECT_TRUE(stream.SetPos(258));
     std::string back(300, '?');
     unsigned long done = 0;
     const std::uint32_t before = stream.GetCheckValue();
@@ -45,20 +42,20 @@ TEST(CStream, ScramblesAndSumsPlainBytesSinglyAndStoredBytesInBulk) {
     EXPECT_EQ(back.substr(0, done), plain);
     EXPECT_TRUE(stream.Read(1, back.data(), &done)) << "nor is none";
     EXPECT_EQ(stream.GetCheckValue() - before, 255U * 128);
-    stream.pos = 0;
+    EXPECT_TRUE(stream.SetPos(0));
     EXPECT_EQ(readChars(stream), "AA" + plain + plain);
     EXPECT_EQ(stream.GetCheckValue() - before, 255U * 128 * 3 + 0x82) << "the end adds nothing";
 }
 
 TEST(CStream, ReadCharTranslatesAndCountsLineEnds) {
-    const auto read = [](unsigned flags, const char* stored) {
+    for (const auto& [flags, stored, expected, lines] :
+         {std::tuple(cText, "a\r\nb\rc\n\n\r", "a\nb\nc\n\n\n", 5U),
+          {cText, "\r\n\n\r\r\n", "\n\n\n\n", 4U},
+          {CStream::cCountLines, "a\r\nb\n", "a\r\nb\n", 2U}}) {
         MemoryStream stream(flags, stored);
-        const std::string chars = readChars(stream);
-        return chars + std::to_string(stream.GetLineCount());
-    };
-    EXPECT_EQ(read(cText, "a\r\nb\rc\n\n\r"), "a\nb\nc\n\n\n5");
-    EXPECT_EQ(read(cText, "\r\n\n\r\r\n"), "\n\n\n\n4");
-    EXPECT_EQ(read(CStream::cCountLines, "a\r\nb\n"), "a\r\nb\n2");
+        EXPECT_EQ(readChars(stream), expected);
+        EXPECT_EQ(stream.GetLineCount(), lines);
+    }
 }
 
 TEST(CStream, PushedBackCharacterComesFirstAndCountsAgain) {
@@ -68,46 +65,58 @@ TEST(CStream, PushedBackCharacterComesFirstAndCountsAgain) {
     stream.SetPushedBack('\n');
     EXPECT_EQ(readChars(stream), "\nb") << "the pair was still under way";
     EXPECT_EQ(stream.GetLineCount(), 2U);
+    EXPECT_TRUE(stream.SetPos(0));
+    EXPECT_EQ(stream.ReadChar(eof), '\n');
+    stream.SetPushedBack('x');
+    EXPECT_TRUE(stream.SetPos(1));
+    EXPECT_EQ(readChars(stream), "\nb") << "a new position ends the pair and drops the character";
+    EXPECT_FALSE(stream.SetPos(4));
 }
 
 TEST(CStream, ReadToDelimStopsWhereItSays) {
-    // Result, text and position.
-    const auto read = [](const std::string& stored, int delimiter, int maxLength) {
-        MemoryStream stream(0, stored);
-        CString out("old");
-        int count = -1;
-        const bool found = stream.ReadToDelim(out, delimiter, maxLength, &count);
-        return std::to_string(found) + std::string(out.CStr(), static_cast<std::size_t>(count)) +
-               std::to_string(stream.pos);
-    };
-    EXPECT_EQ(read("ab", 0, -1), "1ab2") << "the end is a NUL";
-    EXPECT_EQ(read("ab\0cd"s, 0, -1), "1ab3");
-    EXPECT_EQ(read("", 10, -1), "00");
-    EXPECT_EQ(read("abcdef", 10, 3), "1abc3");
-    EXPECT_EQ(read("a\0b\n"s, 10, 0), "1a\0b4"s);
-    EXPECT_EQ(read("a\xFF", -1, -1), "1a2");
-    EXPECT_EQ(read("a\xFF", 255, -1), "0a\xFF"
-                                      "2");
+    // With delimiter 0 the end is a delimiter. Expected are result, text and position.
+    const std::tuple<std::string, int, int, std::string> cases[] = {
+        {"ab"s, 0, -1, "1ab2"s},
+        {"ab\0cd"s, 0, -1, "1ab3"s},
+        {""s, 10, -1, "00"s},
+        {"abcdef"s, 10, 3, "1abc3"s},
+        {"a\0b\n"s, 10, 0, "1a\0b4"s},
+        {"a\xFF"s, -1, -1, "1a2"s},
+        {"a\xFF"s, 255, -1, "0a\xFF" + "2"s}};
+    for (const auto& [stored, delimiter, maxLength, expected] : cases) {
+        for (const unsigned long block : {0UL, 1UL, 2UL, 3UL, 9UL}) {
+            MemoryStream stream(0, stored);
+            stream.block = block;
+            CString out("old");
+            int count = -1;
+            const bool found = stream.ReadToDelim(out, delimiter, maxLength, &count);
+            EXPECT_EQ(std::to_string(found) + std::string(out.CStr(), size_t(count)) +
+                          std::to_string(stream.Pos()),
+                      expected);
+        }
+    }
 }
 
 TEST(CStream, RecognisesByteOrderMarks) {
-    // Result, encoding, whether big-endian, position and what can be read then.
-    const auto examine = [](unsigned flags, const char* stored) {
+    // Expected are result, encoding, whether big-endian, position and what can be read then.
+    const std::string mark = "\xEF\xBB\xBF";
+    const std::tuple<unsigned, std::string, std::string> cases[] = {
+        {0U, "\xFE\xFF!"s, "1212"s},
+        {CStream::cBigEndian, "\xFF\xFE!"s, "1202"s},
+        {0U, mark + "!", "1103"s},
+        {0U, "\xFF\xFE"s, "0000\xFF\xFE"s},
+        {0U, "\xEF\xBB!"s, "0000\xEF\xBB!"s},
+        {CStream::cCheckValue, mark, "0000" + mark},
+        {CStream::cCountLines, mark, "0000" + mark},
+        {CStream::cNoHeader, mark, "0000" + mark},
+        {CStream::cNoHeaderToo, mark, "0000" + mark}};
+    for (const auto& [flags, stored, expected] : cases) {
         MemoryStream stream(flags, stored);
-        const bool found = stream.ReadUnicodeHeader();
-        const bool bigEndian = (stream.GetFlags() & CStream::cBigEndian) != 0;
-        std::string seen = std::to_string(found) +
-                           std::to_string(static_cast<int>(stream.GetEncoding())) +
-                           std::to_string(bigEndian) + std::to_string(stream.pos);
-        return seen + readChars(stream);
-    };
-    EXPECT_EQ(examine(0, "\xFE\xFF!"), "1212");
-    EXPECT_EQ(examine(CStream::cBigEndian, "\xFF\xFE!"), "1202");
-    EXPECT_EQ(examine(0, "\xEF\xBB\xBF!"), "1103");
-    EXPECT_EQ(examine(0, "\xFF\xFE"), "0000\xFF\xFE");
-    EXPECT_EQ(examine(0, "\xEF\xBB!"), "0000\xEF\xBB!");
-    for (const unsigned flag : {0x8U, 0x40U, 0x400U, 0x1000U}) {
-        EXPECT_EQ(examine(flag, "\xEF\xBB\xBF"), "0000\xEF\xBB\xBF");
+        std::string seen = std::to_string(stream.ReadUnicodeHeader());
+        seen += std::to_string(static_cast<int>(stream.GetEncoding()));
+        seen += (stream.GetFlags() & CStream::cBigEndian) != 0 ? '1' : '0';
+        seen += std::to_string(stream.Pos());
+        EXPECT_EQ(seen + readChars(stream), expected);
     }
 }
 

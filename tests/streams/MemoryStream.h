@@ -1,47 +1,49 @@
-// A stream over bytes in memory, with an end-of-file indicator like the C library's.
+// A memory stream that a test can make difficult.
 #pragma once
 
-#include "streams/CStream.h"
+#include "streams/CMemoryStream.h"
 
+#include <algorithm>
 #include <string>
 
 namespace tvtest {
 
-class MemoryStream : public Tova::CStream {
+struct StoredBytes {
+    std::string bytes;
+};
+
+// Owns its bytes. As it is made, it can only be read byte by byte.
+class MemoryStream : public StoredBytes, public Tova::CMemoryStream {
 public:
     explicit MemoryStream(unsigned flags, const std::string& stored = "")
-        : CStream(flags), bytes(stored) {
-        SetState(State::Open);
-    }
+        : StoredBytes{stored}, CMemoryStream(flags, StoredBytes::bytes) {}
 
-    bool AtEOF() override { return atEnd; }
+    bool AtEOF() override { return indicatesEnd && CMemoryStream::AtEOF() && !SetEOF(); }
     bool InternalRead(unsigned long count, void* buffer, unsigned long* done) override {
-        const unsigned long got = bytes.copy(static_cast<char*>(buffer), count, pos);
-        pos += got;
-        atEnd = atEnd || got < count;
-        if (done != nullptr) {
-            *done = got;
-        }
-        return got > 0;
-    }
-    bool InternalWrite(unsigned long count, const void* buffer, unsigned long*) override {
-        bytes.replace(pos, count, static_cast<const char*>(buffer), count);
-        pos += count;
-        return true;
+        return Pos() == failAt ? SetError(Tova::ErrAccessDenied)
+                               : CMemoryStream::InternalRead(count, buffer, done);
     }
     bool InternalSetPos(unsigned long to) override {
-        pos = to;
-        atEnd = false;
-        return true;
+        return seekable && CMemoryStream::InternalSetPos(to);
     }
-    bool InternalGetPos(unsigned long& at) override {
-        at = pos;
-        return true;
+    unsigned long Pos() {
+        unsigned long pos = 0;
+        InternalGetPos(pos);
+        return pos;
     }
 
-    std::string bytes;
-    unsigned long pos = 0;
-    bool atEnd = false;
+    unsigned long block = 0;  // how many bytes a run holds; 0: the stream offers no runs
+    unsigned long failAt = std::string::npos;
+    bool seekable = true;
+    bool indicatesEnd = true;
+
+protected:
+    RunEnd InternalReadRun(const unsigned char (&stop)[2], unsigned long count,
+                           unsigned char* buffer, unsigned long& done) override {
+        return block == 0
+                   ? RunEnd::NotOffered
+                   : CMemoryStream::InternalReadRun(stop, std::min(count, block), buffer, done);
+    }
 };
 
 }  // namespace tvtest

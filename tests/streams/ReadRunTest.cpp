@@ -14,13 +14,6 @@ using Tova::CStream;
 
 namespace {
 
-class ByteWiseFileStream : public CFileStream {
-    RunEnd InternalReadRun(const unsigned char (&)[2], unsigned long, unsigned char*,
-                           unsigned long&) override {
-        return RunEnd::NotOffered;
-    }
-};
-
 struct Request {
     int delimiter, maxLength, pushedBack = -1;
 };
@@ -33,11 +26,7 @@ std::string trace(CStream& stream, const std::vector<Request>& requests) {
         int count = -1;
         unsigned long pos = 0;
         stream.SetPushedBack(request.pushedBack);
-        try {
-            seen << stream.ReadToDelim(out, request.delimiter, request.maxLength, &count);
-        } catch (const Tova::RStatus& status) {
-            seen << "thrown " << status;
-        }
+        seen << stream.ReadToDelim(out, request.delimiter, request.maxLength, &count);
         seen << ' ' << static_cast<int>(stream.GetState()) << ' ' << stream.GetPos(pos) << pos
              << ' ' << stream.AtEOF() << ' ' << stream.GetCheckValue() << ' '
              << stream.GetLineCount() << ' ' << count << ' '
@@ -46,19 +35,25 @@ std::string trace(CStream& stream, const std::vector<Request>& requests) {
     return seen.str();
 }
 
-// Compares reading the same plain text with and without runs.
+// Compares reading the same plain text with and without runs, from memory and from a file.
 void compare(const std::string& plain, const std::vector<Request>& requests) {
     const tvtest::TempDir dir;
-    for (const unsigned flags : {0x28U, 0x44U, 0x48U, 0x6CU}) {
-        tvtest::MemoryStream memory(flags);
-        ASSERT_TRUE(memory.Write(plain.size(), plain.data(), nullptr));
+    for (const unsigned base : {0x28U, 0x44U, 0x48U, 0x6CU}) {
+        const unsigned flags = base | CStream::cNoHeaderToo;
+        tvtest::MemoryStream stored(flags);
+        ASSERT_TRUE(stored.Write(plain.size(), plain.data(), nullptr));
         Tova::CFSPath path;
-        ASSERT_EQ(path.FromUnixPath(dir.Write("f", memory.bytes).c_str()), Tova::Ok);
-        CFileStream runs;
-        ByteWiseFileStream bytes;
-        ASSERT_EQ(runs.Open(path, flags | CStream::cNoHeaderToo, nullptr), Tova::Ok);
-        ASSERT_EQ(bytes.Open(path, flags | CStream::cNoHeaderToo, nullptr), Tova::Ok);
-        ASSERT_EQ(trace(runs, requests), trace(bytes, requests)) << flags;
+        ASSERT_EQ(path.FromUnixPath(dir.Write("f", stored.bytes).c_str()), Tova::Ok);
+        CFileStream file;
+        ASSERT_EQ(file.Open(path, flags, nullptr), Tova::Ok);
+        tvtest::MemoryStream byteWise(flags, stored.bytes);
+        const std::string expected = trace(byteWise, requests);
+        ASSERT_EQ(trace(file, requests), expected) << flags;
+        for (const unsigned long block : {1UL, 2UL, 3UL, 700UL, ~0UL}) {
+            tvtest::MemoryStream blocks(flags, stored.bytes);
+            blocks.block = block;
+            ASSERT_EQ(trace(blocks, requests), expected) << flags << " by " << block;
+        }
     }
 }
 
@@ -93,21 +88,6 @@ TEST(ReadRun, AgreesOnRandomTexts) {
             request = {oneOf(delimiters), oneOf(limits), oneOf(pushedBack)};
         }
         compare(plain, requests);
-    }
-}
-
-TEST(ReadRun, ReportsAReadErrorLikeAByteWiseRead) {
-    Tova::CFSPath folder;
-    ASSERT_EQ(folder.FromUnixPath("/"), Tova::Ok);
-    for (const unsigned flags : {0x1800U, 0x1801U}) {
-        CFileStream runs;
-        ByteWiseFileStream bytes;
-        ASSERT_EQ(runs.Open(folder, flags, nullptr), Tova::Ok);
-        ASSERT_EQ(bytes.Open(folder, flags, nullptr), Tova::Ok);
-        const std::string expected = trace(bytes, {{10, -1}, {0, -1}});
-        EXPECT_EQ(trace(runs, {{10, -1}, {0, -1}}), expected);
-        EXPECT_EQ(runs.GetState(), CStream::State::Failed);
-        EXPECT_EQ(expected.find("thrown") == 0, flags == 0x1801U) << expected;
     }
 }
 

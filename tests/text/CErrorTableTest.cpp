@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 using namespace Tova;
 
 namespace {
@@ -32,11 +34,10 @@ TEST(CErrorTable, FindsByModuleAndExactStatus) {
 }
 
 TEST(RStatus, TranslatesSignExtendedPlatformErrors) {
-    EXPECT_EQ(ToRStatus(0), Ok);
-    EXPECT_EQ(ToRStatus(-43), ErrNotFound);
-    EXPECT_EQ(ToRStatus(-34), ErrDiskFull);
-    for (const int unknown : {-36, 43, 65493}) {
-        EXPECT_EQ(ToRStatus(unknown), Failure) << unknown;
+    const std::pair<int, RStatus> cases[] = {{0, Ok},        {-43, ErrNotFound}, {-34, ErrDiskFull},
+                                             {-36, Failure}, {43, Failure},      {65493, Failure}};
+    for (const auto& [error, status] : cases) {
+        EXPECT_EQ(ToRStatus(error), status) << error;
     }
 }
 

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <tuple>
 
 namespace Ch = Tova::Ch;
 namespace Str = Tova::Str;
@@ -15,16 +16,12 @@ namespace Str = Tova::Str;
 namespace {
 
 TEST(Str, ComparesWithoutCase) {
-    const struct {
-        const char *a, *b;
-        int n, expected;
-    } cases[] = {
+    const std::tuple<const char*, const char*, int, int> cases[] = {
         {"abc", "ABD", 2, 0},      {"abc", "ABD", 3, -1},      {"a", "b", 0, 0},
         {"Hello", "hello", -1, 0}, {"[@", "{`", 2, '[' - '{'}, {"ab", "abc", -1, -'c'},
-        {"abc", "ab", -1, 'c'},    {"\xC4", "\xE4", 1, -0x20}, {"a", "ab", INT_MIN, -'b'},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(Str::ICompare(c.a, c.b, c.n), c.expected) << c.a << " " << c.b << " " << c.n;
+        {"abc", "ab", -1, 'c'},    {"\xC4", "\xE4", 1, -0x20}, {"a", "ab", INT_MIN, -'b'}};
+    for (const auto& [a, b, n, expected] : cases) {
+        EXPECT_EQ(Str::ICompare(a, b, n), expected) << a << " " << b << " " << n;
     }
     EXPECT_STREQ(Str::IFind("xhXHeLLo", "hello"), "HeLLo");
     EXPECT_STREQ(Str::IFind("ab", ""), "ab");
@@ -47,18 +44,13 @@ TEST(Str, SkipsTrimsAndRaises) {
 
 TEST(Str, WritesNumbers) {
     char buffer[Str::cMaxNumberText];
-    const struct {
-        long value;
-        unsigned radix;
-        const char* expected;
-    } cases[] = {
-        {0, 10, "0"},          {255, 16, "ff"},
-        {35, 36, "z"},         {-1, 16, "ffffffff"},
-        {4294967296, 10, "0"}, {2147483648, 10, "2147483648"},
-        {LONG_MIN, 10, "-0"},  {-5, 10, "-18446744069414584325"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_STREQ(Str::ToString(c.value, buffer, c.radix), c.expected) << c.value;
+    const std::tuple<long, unsigned, const char*> cases[] = {
+        {0L, 10U, "0"},          {255L, 16U, "ff"},
+        {35L, 36U, "z"},         {-1L, 16U, "ffffffff"},
+        {4294967296L, 10U, "0"}, {2147483648L, 10U, "2147483648"},
+        {LONG_MIN, 10U, "-0"},   {-5L, 10U, "-18446744069414584325"}};
+    for (const auto& [value, radix, expected] : cases) {
+        EXPECT_STREQ(Str::ToString(value, buffer, radix), expected) << value;
     }
     EXPECT_STREQ(Str::ToString(ULONG_MAX, buffer, 10, false), "18446744073709551615");
     EXPECT_STREQ(Str::ToString(5UL, buffer, 10, true), "-18446744073709551611");
@@ -88,17 +80,14 @@ TEST(Str, PacksWideUnitsTwoToASlot) {
 }
 
 TEST(Ch, WidensInTheSystemEncoding) {
-    const struct {
-        const char* encoding;
-        char byte;
-        wchar_t expected;
-    } cases[] = {{"ISO-8859-15", '\xA4', 0x20AC},
-                 {"ISO-8859-15", 'A', 'A'},
-                 {"UTF-8", '\xE4', 0},
-                 {"TSCII", '\x82', 0x0BB8}};  // four units from one byte
-    for (const auto& c : cases) {
-        setenv("TV_SYSTEM_ENCODING", c.encoding, 1);
-        EXPECT_EQ(Ch::ToWChar(c.byte), c.expected) << c.encoding;
+    // One byte of the last gives four units.
+    const std::tuple<const char*, char, wchar_t> cases[] = {{"ISO-8859-15", '\xA4', 0x20AC},
+                                                            {"ISO-8859-15", 'A', 'A'},
+                                                            {"UTF-8", '\xE4', 0},
+                                                            {"TSCII", '\x82', 0x0BB8}};
+    for (const auto& [encoding, byte, expected] : cases) {
+        setenv("TV_SYSTEM_ENCODING", encoding, 1);
+        EXPECT_EQ(Ch::ToWChar(byte), expected) << encoding;
     }
     unsetenv("TV_SYSTEM_ENCODING");
 }

@@ -1,8 +1,10 @@
+#include "text/URI.h"
 #include "text/CString.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 using Tova::CString;
 namespace Ch = Tova::Ch;
@@ -12,19 +14,15 @@ namespace {
 TEST(URI, LegalSet) {
     std::string legal;
     for (int i = 0; i < 256; ++i) {
-        const std::string c(1, static_cast<char>(i));
-        legal += Ch::IsLegalInURI(c[0]) ? c : "";
+        const char c = static_cast<char>(i);
+        legal += Ch::IsLegalInURI(c) ? std::string(1, c) : "";
     }
     EXPECT_EQ(legal,
               "\"-.0123456789<>ABCDEFGHIJKLMNOPQRSTUVWXYZ\\^_`abcdefghijklmnopqrstuvwxyz{|}~");
 }
 
 TEST(URI, EscapesByLevelAndFormat) {
-    const struct {
-        const char* source;
-        int level, format;
-        const char* expected;
-    } cases[] = {
+    const std::tuple<const char*, int, int, const char*> cases[] = {
         {"John Smith", 0, 2, "John+Smith"},
         {"John Smith", 0, 7, "John%20Smith"},
         {"a+b@c&", 0, 2, "a%2Bb%40c%26"},
@@ -38,33 +36,28 @@ TEST(URI, EscapesByLevelAndFormat) {
         {"\xC3\xA4%C3%A4<~%22", 1, 0, "%C3%A4%C3%A4%3C~%22"},
         {"50%", 0, 0, ""},
         {"%FF", 0, 0, ""},
-        {"a\xFF", 0, 0, ""},
-    };
-    for (const auto& c : cases) {
+        {"a\xFF", 0, 0, ""}};
+    for (const auto& [source, level, format, expected] : cases) {
         CString s("old");
-        s.ToURIEscapedString(c.source, {}, Ch::URIEncodeLevel(c.level), Ch::URIFormat(c.format));
-        EXPECT_EQ(s, CString(c.expected)) << s.CStr() << " from " << c.source;
+        s.ToURIEscapedString(source, {}, Ch::URIEncodeLevel(level), Ch::URIFormat(format));
+        EXPECT_EQ(s, CString(expected)) << s.CStr() << " from " << source;
     }
 }
 
 TEST(URI, TranslatesAndKeepsEscapes) {
-    const struct {
-        const char *source, *from, *to;
-        bool keepEscapes;
-        const char* expected;
-    } cases[] = {
-        {"%41/%zz&", nullptr, nullptr, true, "%41%2F%zz%26"},
-        {"ab%", nullptr, nullptr, true, "ab%"},
-        {"%\xE9\xE9/", nullptr, nullptr, true, "%\xE9\xE9%2F"},
+    const char* const none = nullptr;
+    const std::tuple<const char*, const char*, const char*, bool, const char*> cases[] = {
+        {"%41/%zz&", none, none, true, "%41%2F%zz%26"},
+        {"ab%", none, none, true, "ab%"},
+        {"%\xE9\xE9/", none, none, true, "%\xE9\xE9%2F"},
         {"a%bc", "%", "!", true, "a%bc"},
         {"a%b\xE9", "%\xE9", "!?", false, "a!b?"},
         {"abab", "aba", "12x", false, "1212"},
-        {"xyz", "yaz", "1", false, "x1"},
-    };
-    for (const auto& c : cases) {
+        {"xyz", "yaz", "1", false, "x1"}};
+    for (const auto& [source, from, to, keepEscapes, expected] : cases) {
         CString s;
-        s.TranslateToURIString(c.source, false, c.from, c.to, c.keepEscapes);
-        EXPECT_EQ(s, CString(c.expected)) << s.CStr() << " from " << c.source;
+        s.TranslateToURIString(source, false, from, to, keepEscapes);
+        EXPECT_EQ(s, CString(expected)) << s.CStr() << " from " << source;
     }
 }
 

@@ -1,4 +1,4 @@
-// tvtool registry: looks into registry files. Nothing is written.
+// tvtool registry: looks into registry files and writes none.
 #include "registry/CNWRegistry.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Json.h"
@@ -20,9 +20,9 @@ struct Arguments {
     bool shared = false;
     bool json = false;
 
-    // The file to read: that of the shared registry when none is named.
+    // Returns the file to read. It is the shared registry if none is named.
     std::string File() const { return file.empty() ? RegistryFile::SharedPath() : file; }
-    // With --shared, or when the only argument has to be a path, the first one is the path.
+    // The first argument is the path with --shared, and if the only argument has to be a path.
     void TakeFileForPath() { std::swap(file, path); }
 };
 
@@ -30,7 +30,7 @@ void addFlags(CLI::App& command, Arguments& arguments) {
     command.add_flag("--json", arguments.json, "Print JSON");
 }
 
-// The node, or an exit: what a damaged file lacks may stand behind the fault.
+// Returns the node, or exits. In a damaged file the node may stand behind the fault.
 const Tova::CRegNode& findNode(const RegistryFile& file, const std::string& path,
                                Session& session) {
     const Tova::CRegNode& root = *file.Tree().GetNode();
@@ -43,7 +43,7 @@ const Tova::CRegNode& findNode(const RegistryFile& file, const std::string& path
     return *found;
 }
 
-void Show(Arguments arguments, Session& session) {
+void show(Arguments arguments, Session& session) {
     if (arguments.shared) {
         if (!arguments.path.empty()) {
             throw CLI::ValidationError("--shared", "takes a PATH and no FILE");
@@ -62,7 +62,7 @@ void Show(Arguments arguments, Session& session) {
     file.ReportProblem(session);
 }
 
-void Get(Arguments arguments, Session& session) {
+void get(Arguments arguments, Session& session) {
     if (arguments.path.empty()) {
         arguments.TakeFileForPath();
     }
@@ -76,7 +76,7 @@ void Get(Arguments arguments, Session& session) {
     file.ReportProblem(session);
 }
 
-void Verify(const Arguments& arguments, Session& session) {
+void verify(const Arguments& arguments, Session& session) {
     const RegistryFile file(arguments.File());
     const TreeCounts counts = CountTree(*file.Tree().GetNode());
     if (arguments.json) {
@@ -99,9 +99,10 @@ void Verify(const Arguments& arguments, Session& session) {
 }
 
 // Asks the framework's own object, so that the answer is the one that the framework gets.
-void App(const std::string& key, const std::string& valueName, bool json, Session& session) {
+void showApplication(const std::string& key, const std::string& valueName, bool json,
+                     Session& session) {
     const std::string name = RegistryFile::SharedPath();
-    // First, for what the framework does not say: why there is less to be found.
+    // Reads the file itself too, because the framework does not say why it finds less.
     const RegistryFile file(name);
     const Tova::CNWRegistry registry(key.c_str());
     const Tova::CRegNode* directory = registry.AppDir().GetNode();
@@ -138,7 +139,7 @@ void addShow(CLI::App& registry, Session& session) {
     AddText(*command, "PATH", arguments->path, "Show what is there, such as Calyx/Paths");
     command->add_flag("--shared", arguments->shared, "Show PATH of the shared registry");
     addFlags(*command, *arguments);
-    command->callback([arguments, &session] { Show(*arguments, session); });
+    command->callback([arguments, &session] { show(*arguments, session); });
 }
 
 void addGet(CLI::App& registry, Session& session) {
@@ -152,7 +153,7 @@ void addGet(CLI::App& registry, Session& session) {
     AddText(*command, "PATH", arguments->path,
             "The names of directories and of the value, with \"/\" between them; a directory's "
             "may be cut short");
-    command->callback([arguments, &session] { Get(*arguments, session); });
+    command->callback([arguments, &session] { get(*arguments, session); });
 }
 
 void addVerify(CLI::App& registry, Session& session) {
@@ -163,7 +164,7 @@ void addVerify(CLI::App& registry, Session& session) {
     AddText(*command, "FILE", arguments->file,
             std::string(cFileHelp) + "; without it, the shared registry");
     addFlags(*command, *arguments);
-    command->callback([arguments, &session] { Verify(*arguments, session); });
+    command->callback([arguments, &session] { verify(*arguments, session); });
 }
 
 void addApp(CLI::App& registry, Session& session) {
@@ -179,8 +180,9 @@ void addApp(CLI::App& registry, Session& session) {
     AddText(*command, "KEY", arguments->key, "The application's directory")->required();
     AddText(*command, "NAME", arguments->name, "One of its values");
     command->add_flag("--json", arguments->json, "Print JSON");
-    command->callback(
-        [arguments, &session] { App(arguments->key, arguments->name, arguments->json, session); });
+    command->callback([arguments, &session] {
+        showApplication(arguments->key, arguments->name, arguments->json, session);
+    });
 }
 
 }  // namespace

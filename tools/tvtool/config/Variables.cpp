@@ -1,9 +1,9 @@
 #include "tvtool/config/Variables.h"
 
 #include "interface/AppVariables.h"
+#include "streams/CMemoryStream.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
-#include "tvtool/base/MemoryStream.h"
 #include "tvtool/base/Tool.h"
 #include "vars/GlobalVars.h"
 
@@ -17,7 +17,7 @@ namespace tvtool {
 using Damage = Tova::ConfigFileReport::Damage;
 
 void DecodeConfig(std::string bytes, Tova::CVarList& list, Tova::ConfigFileReport& report) {
-    MemoryStream stream(Tova::cConfigFileReadFlags, bytes);
+    Tova::CMemoryStream stream(Tova::cConfigFileReadFlags, bytes);
     // The report tells more than the status, which also accepts a file without its last byte.
     static_cast<void>(Tova::ReadConfiguration(stream, list, &report));
 }
@@ -53,7 +53,7 @@ void ReadConfig(const std::string& path, Tova::CVarList& list) {
 
 std::string EncodeConfig(const Tova::CVarList& list) {
     std::string bytes;
-    MemoryStream stream(Tova::cConfigFileWriteFlags, bytes);
+    Tova::CMemoryStream stream(Tova::cConfigFileWriteFlags, bytes);
     if (!Tova::WriteConfiguration(stream, list)) {
         throw std::bad_alloc();
     }

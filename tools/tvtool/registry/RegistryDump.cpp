@@ -13,7 +13,7 @@ namespace {
 using Tova::CRegNode;
 using Tova::RegNodeType;
 
-// Deeper levels are not indented further: otherwise the output of a deep tree would grow with the
+// Deeper levels are not indented further, because the output of a deep tree would grow with the
 // square of its depth.
 constexpr int cMaxIndent = 20;
 
@@ -25,7 +25,7 @@ std::string indent(int depth) {
     return std::string(static_cast<std::size_t>(std::min(depth, cMaxIndent)) * 2, ' ');
 }
 
-// Calls enter(node, depth) for everything below `top` and leave(node, depth) behind the last entry
+// Calls enter(node, depth) for every node below `top`, and leave(node, depth) after the last entry
 // of each directory.
 template <class Enter, class Leave>
 void walk(const CRegNode& top, Enter enter, Leave leave) {
@@ -79,7 +79,7 @@ private:
     bool coloured_;
 };
 
-// Written piece by piece: a document of JSON objects as deep as the tree would be freed by
+// Writes piece by piece, because a document of JSON objects as deep as the tree is freed by
 // recursion.
 class JsonPrinter {
 public:

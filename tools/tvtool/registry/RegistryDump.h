@@ -1,5 +1,5 @@
-// A registry tree as text for people and as JSON. Both follow the order of the file, comments
-// included, and take time in proportion to the tree, however deep it is.
+// Prints a registry tree as text for people and as JSON. Both keep the order of the file and its
+// comments, and take time in proportion to the tree, however deep it is.
 #pragma once
 
 #include "registry/CRegDir.h"
@@ -7,9 +7,9 @@
 
 namespace tvtool {
 
-// The entries of a directory, or a value alone.
+// Prints the entries of a directory, or a value alone.
 void PrintTree(Output& out, const Tova::CRegNode& top);
-// The array of the entries of a directory, or of one value.
+// Prints an array of the entries of a directory, or of one value.
 void PrintTreeJson(Output& out, const Tova::CRegNode& top);
 
 struct TreeCounts {
@@ -17,7 +17,7 @@ struct TreeCounts {
     long values = 0;
     long comments = 0;
 };
-// What is below a directory.
+// Counts everything below a directory.
 TreeCounts CountTree(const Tova::CRegNode& top);
 
 }  // namespace tvtool

@@ -1,9 +1,9 @@
 #include "tvtool/registry/RegistryFile.h"
 
 #include "registry/CNWRegistry.h"
+#include "streams/CMemoryStream.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
-#include "tvtool/base/MemoryStream.h"
 #include "tvtool/config/Variables.h"
 #include "vars/GlobalVars.h"
 
@@ -14,11 +14,11 @@ namespace tvtool {
 
 namespace {
 
-// How much of a long line is shown on either side of the fault, in bytes.
+// How many bytes of a long line are shown on each side of the fault.
 constexpr std::size_t cShownBefore = 50;
 constexpr std::size_t cShownAfter = 20;
 
-// The bytes of a line, counted from 1; LF, CR LF and CR each end one.
+// Returns the bytes of a line. Lines count from 1; LF, CR LF and CR each end one.
 std::string_view lineOf(std::string_view text, long number) {
     while (true) {
         const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
@@ -33,7 +33,7 @@ std::size_t characters(std::string_view text) {
     return PlaceOf(text, text.size()).column - 1;
 }
 
-// The part of a line around a place, and a caret below it.
+// Returns the part of a line around a place, with a caret below the place.
 std::string excerpt(std::string_view line, std::size_t offset) {
     if (line.empty()) {
         return {};
@@ -52,7 +52,7 @@ std::string excerpt(std::string_view line, std::size_t offset) {
 
 RegistryFile::RegistryFile(const std::string& path)
     : name_(InputName(path)), bytes_(ReadInput(path)) {
-    MemoryStream stream(Tova::CStream::cTranslate, bytes_);
+    Tova::CMemoryStream stream(Tova::CStream::cTranslate, bytes_);
     isUnicode_ = stream.ReadUnicodeHeader();
     Describe(tree_.ReadFromStream(stream, report_));
 }

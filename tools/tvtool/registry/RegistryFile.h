@@ -11,23 +11,25 @@ namespace tvtool {
 
 class RegistryFile {
 public:
-    // Reads a file ("-": standard input) whole. Throws ToolError when that is not possible; what
-    // its text lacks is no reason.
+    // Reads a whole file; "-" is standard input. Throws ToolError if the file cannot be read. A
+    // fault in its text does not throw.
     explicit RegistryFile(const std::string& path);
 
-    // How messages call the file.
+    // Returns the name of the file in messages.
     const std::string& Name() const { return name_; }
     const Tova::CRegDir& Tree() const { return tree_; }
     const char* FormatName() const;
-    // Whether all of it was read; otherwise the tree holds what stands before the fault.
+    // Returns true if all of it was read. Otherwise the tree holds the entries before the fault.
     bool IsSound() const { return problem_.empty(); }
-    // What is wrong, as a message with file, line and column.
+    // Returns a message with file, line and column that tells the fault.
     const std::string& Problem() const { return problem_; }
-    // Complains about the fault, shows the line with a caret below the place, and makes the
-    // session's status that of a damaged file. Nothing for a sound file. Output comes first.
+    // Writes the output so far, then complains about the fault and shows the line with a caret
+    // below the place. Sets the session's status to that of a damaged file. Does nothing for a
+    // sound file.
     void ReportProblem(Session& session) const;
 
-    // The file that the framework reads on this machine. Throws ToolError when there can be none.
+    // Returns the file that the framework reads on this machine. Throws ToolError if there can be
+    // none.
     static std::string SharedPath();
 
 private:
