@@ -16,6 +16,9 @@ void AppendEscape(std::string& text, char byte);
 // Every escape replaced by its byte; nothing when one is malformed.
 std::optional<std::string> Unescape(std::string_view text);
 
+// Whether a text may hold the character as it is: ASCII letters, digits and !$&'()*+,-./:;=?@_~.
+bool IsPlain(char32_t c);
+
 // The bytes of a path as a URL's path. ":" is escaped too, so that no component looks like a
 // scheme.
 std::string EscapePath(std::string_view bytes);

@@ -1,14 +1,67 @@
-// Asking URLs for their parts and for the paths that they stand for.
+// The C interface of URLs.
 #include "corefoundation/string/String.h"
 #include "corefoundation/url/PercentEscapes.h"
 #include "corefoundation/url/Url.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <unistd.h>
 
 using namespace tvplatform;
 
 namespace {
+
+// The current folder as a base for relative paths; null when it has no path.
+Ref<CFURLRef> currentFolder() {
+    // The C library finds the room, since there is no bound on the length.
+    const std::unique_ptr<char, decltype(&std::free)> folder(getcwd(nullptr, 0), &std::free);
+    return Ref<CFURLRef>(folder ? MakeFileUrl(folder.get(), true, nullptr) : nullptr);
+}
+
+CFURLRef makeRelativeFileUrl(std::string_view path, bool isDirectory, CFTypeRef baseURL) {
+    if (path.starts_with('/') || path.empty()) {
+        return MakeFileUrl(path, isDirectory, nullptr);
+    }
+    if (baseURL == nullptr) {
+        const Ref<CFURLRef> folder = currentFolder();
+        return folder ? MakeFileUrl(path, isDirectory, folder.Get()) : nullptr;
+    }
+    const auto* base = As<const Url>(baseURL);
+    return base != nullptr && base->Resolved().IsFile() ? MakeFileUrl(path, isDirectory, base)
+                                                        : nullptr;
+}
+
+std::string_view withoutSlashesAtEnd(std::string_view path) {
+    return path.substr(0, path.find_last_not_of('/') + 1);
+}
+
+// Whether a relative path only says where it starts: it has no name, so that nothing of its own can
+// be taken off.
+bool hasOnlyDots(std::string_view path) {
+    while (!path.empty()) {
+        const size_t slash = std::min(path.find('/'), path.size());
+        if (slash != 0 && !IsDots(path.substr(0, slash))) {
+            return false;
+        }
+        path.remove_prefix(std::min(slash + 1, path.size()));
+    }
+    return true;
+}
+
+// The path of the folder that contains `path`.
+std::string containingFolder(std::string_view path, bool absolute) {
+    const std::string_view names = withoutSlashesAtEnd(path);
+    const size_t slash = names.rfind('/');
+    const std::string_view folder =
+        slash == std::string_view::npos ? "" : withoutSlashesAtEnd(names.substr(0, slash));
+    if (folder.empty()) {
+        return absolute ? "/" : "./";
+    }
+    return std::string(folder) + "/";
+}
 
 // A text whose bytes were escaped; null unless they are UTF-8.
 CFStringRef makeUnescapedString(std::string_view escaped) {
@@ -117,4 +170,93 @@ Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean resolveAgainstBas
     }
     std::memcpy(buffer, path->c_str(), path->size() + 1);
     return true;
+}
+
+CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef allocator, const UInt8* buffer,
+                                                 CFIndex bufLen, Boolean isDirectory) {
+    return CFURLCreateFromFileSystemRepresentationRelativeToBase(allocator, buffer, bufLen,
+                                                                 isDirectory, nullptr);
+}
+
+CFURLRef CFURLCreateFromFileSystemRepresentationRelativeToBase(CFAllocatorRef, const UInt8* buffer,
+                                                               CFIndex bufLen, Boolean isDirectory,
+                                                               CFURLRef baseURL) {
+    if (buffer == nullptr || bufLen <= 0) {
+        return nullptr;
+    }
+    return makeRelativeFileUrl({reinterpret_cast<const char*>(buffer), static_cast<size_t>(bufLen)},
+                               isDirectory != 0, baseURL);
+}
+
+CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef allocator, CFStringRef filePath,
+                                       CFURLPathStyle pathStyle, Boolean isDirectory) {
+    return CFURLCreateWithFileSystemPathRelativeToBase(allocator, filePath, pathStyle, isDirectory,
+                                                       nullptr);
+}
+
+CFURLRef CFURLCreateWithFileSystemPathRelativeToBase(CFAllocatorRef, CFStringRef filePath,
+                                                     CFURLPathStyle pathStyle, Boolean isDirectory,
+                                                     CFURLRef baseURL) {
+    const auto path = ToUtf8(filePath);
+    return path && pathStyle == kCFURLPOSIXPathStyle
+               ? makeRelativeFileUrl(*path, isDirectory != 0, baseURL)
+               : nullptr;
+}
+
+CFURLRef CFURLCreateWithString(CFAllocatorRef, CFStringRef URLString, CFURLRef baseURL) {
+    auto text = ToUtf8(URLString);
+    const auto* base = As<const Url>(baseURL);
+    if (!text || (baseURL != nullptr && base == nullptr) || (text->empty() && base == nullptr)) {
+        return nullptr;
+    }
+    return MakeUrl(std::move(*text), base);
+}
+
+CFURLRef CFURLCopyAbsoluteURL(CFURLRef url) {
+    const auto* self = As<const Url>(url);
+    if (self == nullptr) {
+        return nullptr;
+    }
+    return self->Base() == nullptr ? static_cast<CFURLRef>(CFRetain(url))
+                                   : MakeUrl(self->ResolvedText(), nullptr);
+}
+
+CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef, CFURLRef url,
+                                               CFStringRef pathComponent, Boolean isDirectory) {
+    const auto* self = As<const Url>(url);
+    const auto component = ToUtf8(pathComponent);
+    if (self == nullptr || !component || component->find('\0') != std::string::npos ||
+        !self->Own().IsHierarchical()) {
+        return nullptr;
+    }
+    // An empty path means the base's.
+    const bool isBase = self->Own().path.empty() && self->Base() != nullptr;
+    const UrlParts& parts = isBase ? self->Resolved() : self->Own();
+    std::string path(parts.path);
+    if (path.empty()) {
+        path = parts.authority ? "/" : "./";
+    } else if (path.back() != '/') {
+        path.push_back('/');
+    }
+    path += EscapePath(*component);
+    if (isDirectory != 0 && path.back() != '/') {
+        path.push_back('/');
+    }
+    return MakeUrl(ComposeUrl(parts, path), isBase ? nullptr : self->Base());
+}
+
+CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef, CFURLRef url) {
+    const auto* self = As<const Url>(url);
+    if (self == nullptr || !self->Own().IsHierarchical()) {
+        return nullptr;
+    }
+    const UrlParts& own = self->Own();
+    const bool absolute = own.scheme || own.authority || own.path.starts_with('/');
+    if (!absolute && self->Base() != nullptr && hasOnlyDots(own.path)) {
+        const UrlParts& whole = self->Resolved();
+        return whole.IsHierarchical()
+                   ? MakeUrl(ComposeUrl(whole, containingFolder(whole.path, true)), nullptr)
+                   : nullptr;
+    }
+    return MakeUrl(ComposeUrl(own, containingFolder(own.path, absolute)), self->Base());
 }

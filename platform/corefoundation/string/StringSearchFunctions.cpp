@@ -1,9 +1,9 @@
-#include "corefoundation/string/StringSearch.h"
-
+// Comparing strings and finding one in another, unit by unit.
 #include "corefoundation/string/String.h"
 
 #include <algorithm>
 #include <limits>
+#include <vector>
 
 namespace tvplatform {
 
@@ -141,9 +141,7 @@ std::u16string* editable(CFMutableStringRef string) {
     return object != nullptr ? object->MutableText() : nullptr;
 }
 
-}  // namespace
-
-int CompareTexts(std::u16string_view a, std::u16string_view b, CFStringCompareFlags options) {
+int compareTexts(std::u16string_view a, std::u16string_view b, CFStringCompareFlags options) {
     if (!folds(options)) {
         return a.compare(b);
     }
@@ -155,7 +153,7 @@ int CompareTexts(std::u16string_view a, std::u16string_view b, CFStringCompareFl
     return first - second;
 }
 
-std::vector<size_t> FindPlaces(std::u16string_view text, std::u16string_view pattern,
+std::vector<size_t> findPlaces(std::u16string_view text, std::u16string_view pattern,
                                CFStringCompareFlags options, size_t most) {
     if (pattern.empty() || pattern.size() > text.size()) {
         return {};
@@ -171,6 +169,7 @@ std::vector<size_t> FindPlaces(std::u16string_view text, std::u16string_view pat
     return places;
 }
 
+}  // namespace
 }  // namespace tvplatform
 
 using namespace tvplatform;
@@ -179,7 +178,7 @@ CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b, CFStringCompare
     const auto left = TextOf(a);
     const auto right = TextOf(b);
     // What is no string comes before every string.
-    const int order = left && right ? CompareTexts(*left, *right, options)
+    const int order = left && right ? compareTexts(*left, *right, options)
                                     : static_cast<int>(left.has_value()) - right.has_value();
     return order < 0 ? kCFCompareLessThan : order > 0 ? kCFCompareGreaterThan : kCFCompareEqualTo;
 }
@@ -203,7 +202,7 @@ Boolean CFStringFindWithOptions(CFStringRef string, CFStringRef toFind, CFRange 
     if (!text || !pattern || !LiesIn(range, text->size())) {
         return false;
     }
-    const auto places = FindPlaces(Part(*text, range), *pattern, options, 1);
+    const auto places = findPlaces(Part(*text, range), *pattern, options, 1);
     if (places.empty()) {
         return false;
     }
@@ -230,7 +229,7 @@ CFIndex CFStringFindAndReplace(CFMutableStringRef string, CFStringRef toFind,
         return 0;
     }
     const auto places =
-        FindPlaces(Part(*target, range), *pattern, options, std::numeric_limits<size_t>::max());
+        findPlaces(Part(*target, range), *pattern, options, std::numeric_limits<size_t>::max());
     if (places.empty()) {
         return 0;
     }
