@@ -3,31 +3,17 @@
 #include <algorithm>
 #include <utility>
 
-bool __CFArray::Insert(size_t index, const void* value) {
+bool __CFArray::Append(const void* value) {
     if (!members_.Retain(value)) {
         return false;
     }
     try {
-        values_.insert(values_.begin() + static_cast<std::ptrdiff_t>(index), value);
+        values_.push_back(value);
     } catch (...) {
         members_.Release(value);
         throw;
     }
     return true;
-}
-
-bool __CFArray::Set(size_t index, const void* value) {
-    if (!members_.Retain(value)) {
-        return false;
-    }
-    members_.Release(std::exchange(values_[index], value));
-    return true;
-}
-
-void __CFArray::Remove(size_t index) {
-    const void* removed = values_[index];
-    values_.erase(values_.begin() + static_cast<std::ptrdiff_t>(index));
-    members_.Release(removed);
 }
 
 void __CFArray::Clear() {
@@ -38,13 +24,6 @@ void __CFArray::Clear() {
 
 __CFArray::~__CFArray() {
     Clear();
-}
-
-size_t __CFArray::Find(size_t begin, size_t end, const void* value) const {
-    while (begin < end && !members_.Equal(values_[begin], value)) {
-        ++begin;
-    }
-    return begin;
 }
 
 bool __CFArray::Equal(const Object& other) const {

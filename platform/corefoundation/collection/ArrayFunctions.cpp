@@ -1,38 +1,7 @@
 // The C interface of arrays.
 #include "corefoundation/collection/Array.h"
-#include "corefoundation/string/String.h"
 
-#include <algorithm>
 #include <memory>
-
-namespace tvplatform {
-
-namespace {
-
-// A copy of what is in `source`; null when a value is not to be stored.
-std::unique_ptr<Array> makeArray(const void* const* values, size_t count,
-                                 const CFArrayCallBacks* callBacks, bool isMutable) {
-    auto array = std::make_unique<Array>(callBacks, isMutable);
-    for (size_t i = 0; i < count; ++i) {
-        if (!array->Insert(i, values[i])) {
-            return nullptr;
-        }
-    }
-    return array;
-}
-
-Array* copyOf(const Array& source, bool isMutable) {
-    return makeArray(source.Values().data(), source.Values().size(), &source.CallBacks(), isMutable)
-        .release();
-}
-
-Array* editable(CFMutableArrayRef array) {
-    Array* object = As<Array>(array);
-    return object != nullptr && object->IsMutable() ? object : nullptr;
-}
-
-}  // namespace
-}  // namespace tvplatform
 
 using namespace tvplatform;
 
@@ -48,7 +17,13 @@ CFArrayRef CFArrayCreate(CFAllocatorRef, const void** values, CFIndex count,
     if (count < 0 || (values == nullptr && count > 0)) {
         return nullptr;
     }
-    return makeArray(values, static_cast<size_t>(count), callBacks, false).release();
+    auto array = std::make_unique<Array>(callBacks, false);
+    for (CFIndex i = 0; i < count; ++i) {
+        if (!array->Append(values[i])) {
+            return nullptr;
+        }
+    }
+    return array.release();
 }
 
 CFArrayRef CFArrayCreateCopy(CFAllocatorRef, CFArrayRef array) {
@@ -56,20 +31,17 @@ CFArrayRef CFArrayCreateCopy(CFAllocatorRef, CFArrayRef array) {
     if (source == nullptr) {
         return nullptr;
     }
-    if (source->IsMutable()) {
-        return copyOf(*source, false);
+    if (!source->IsMutable()) {
+        source->Retain();
+        return source;
     }
-    source->Retain();
-    return source;
+    const std::vector<const void*>& values = source->Values();
+    return CFArrayCreate(nullptr, const_cast<const void**>(values.data()),
+                         static_cast<CFIndex>(values.size()), &source->CallBacks());
 }
 
 CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef, CFIndex, const CFArrayCallBacks* callBacks) {
     return new Array(callBacks, true);
-}
-
-CFMutableArrayRef CFArrayCreateMutableCopy(CFAllocatorRef, CFIndex, CFArrayRef array) {
-    const Array* source = As<Array>(array);
-    return source != nullptr ? copyOf(*source, true) : nullptr;
 }
 
 CFIndex CFArrayGetCount(CFArrayRef array) {
@@ -78,64 +50,19 @@ CFIndex CFArrayGetCount(CFArrayRef array) {
 }
 
 const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index) {
-    const Array* object = As<Array>(array);
-    return object != nullptr && LiesIn({index, 1}, object->Values().size())
-               ? object->Values()[static_cast<size_t>(index)]
+    return index >= 0 && index < CFArrayGetCount(array)
+               ? As<Array>(array)->Values()[static_cast<size_t>(index)]
                : nullptr;
 }
 
-void CFArrayGetValues(CFArrayRef array, CFRange range, const void** values) {
-    const Array* object = As<Array>(array);
-    if (object != nullptr && values != nullptr && LiesIn(range, object->Values().size())) {
-        std::copy_n(object->Values().begin() + range.location, range.length, values);
-    }
-}
-
-Boolean CFArrayContainsValue(CFArrayRef array, CFRange range, const void* value) {
-    return CFArrayGetFirstIndexOfValue(array, range, value) != kCFNotFound;
-}
-
-CFIndex CFArrayGetFirstIndexOfValue(CFArrayRef array, CFRange range, const void* value) {
-    const Array* object = As<Array>(array);
-    if (object == nullptr || !LiesIn(range, object->Values().size())) {
-        return kCFNotFound;
-    }
-    const auto begin = static_cast<size_t>(range.location);
-    const size_t end = begin + static_cast<size_t>(range.length);
-    const size_t found = object->Find(begin, end, value);
-    return found != end ? static_cast<CFIndex>(found) : kCFNotFound;
-}
-
 void CFArrayAppendValue(CFMutableArrayRef array, const void* value) {
-    CFArrayInsertValueAtIndex(array, CFArrayGetCount(array), value);
-}
-
-void CFArrayInsertValueAtIndex(CFMutableArrayRef array, CFIndex index, const void* value) {
-    Array* object = editable(array);
-    if (object != nullptr && LiesIn({index, 0}, object->Values().size())) {
-        object->Insert(static_cast<size_t>(index), value);
-    }
-}
-
-void CFArraySetValueAtIndex(CFMutableArrayRef array, CFIndex index, const void* value) {
-    Array* object = editable(array);
-    if (object != nullptr && LiesIn({index, 1}, object->Values().size())) {
-        object->Set(static_cast<size_t>(index), value);
-    } else {
-        // Only at the end: other places are out of range for this too, or in range above.
-        CFArrayInsertValueAtIndex(array, index, value);
-    }
-}
-
-void CFArrayRemoveValueAtIndex(CFMutableArrayRef array, CFIndex index) {
-    Array* object = editable(array);
-    if (object != nullptr && LiesIn({index, 1}, object->Values().size())) {
-        object->Remove(static_cast<size_t>(index));
+    if (Array* object = AsMutable<Array>(array)) {
+        object->Append(value);
     }
 }
 
 void CFArrayRemoveAllValues(CFMutableArrayRef array) {
-    if (Array* object = editable(array)) {
+    if (Array* object = AsMutable<Array>(array)) {
         object->Clear();
     }
 }

@@ -35,11 +35,6 @@ CFNumberType CFNumberGetType(CFNumberRef number) {
     return object != nullptr ? object->FixedType() : 0;
 }
 
-CFIndex CFNumberGetByteSize(CFNumberRef number) {
-    constexpr CFIndex cSizes[] = {0, 1, 2, 4, 8, 4, 8};
-    return cSizes[CFNumberGetType(number)];
-}
-
 Boolean CFNumberIsFloatType(CFNumberRef number) {
     const Number* object = As<Number>(number);
     return object != nullptr && std::holds_alternative<double>(object->Get());

@@ -86,6 +86,13 @@ T* As(CFTypeRef reference) {
     return object != nullptr && object->Type() == T::cType ? static_cast<T*>(object) : nullptr;
 }
 
+// As As, but null for an immutable object too.
+template <class T>
+T* AsMutable(CFTypeRef reference) {
+    T* object = As<T>(reference);
+    return object != nullptr && object->IsMutable() ? object : nullptr;
+}
+
 // The reference to hand out for an object: `ToRef<CFStringRef>(string)`.
 template <class Ref>
 Ref ToRef(const Object* object) {

@@ -29,7 +29,6 @@ void expectRoundTrip(CFNumberType type, CFNumberType kept) {
         const auto number = Own(CFNumberCreate(nullptr, type, &value));
         EXPECT_EQ(As<T>(number, type), std::pair(value, true)) << type;
         EXPECT_EQ(CFNumberGetType(number), kept);
-        EXPECT_EQ(CFNumberGetByteSize(number), static_cast<CFIndex>(sizeof value));
         EXPECT_EQ(CFNumberIsFloatType(number), std::is_floating_point_v<T>);
     }
 }
@@ -56,17 +55,17 @@ TEST(CFNumber, EveryTypeRoundTrips) {
 
 TEST(CFNumber, TellsWhatDoesNotFit) {
     using Byte = std::int8_t;
-    EXPECT_EQ(As<Byte>(Int(127), kCFNumberSInt8Type), std::pair(Byte{127}, true));
     EXPECT_EQ(As<Byte>(Int(128), kCFNumberSInt8Type), std::pair(Byte{127}, false));
     EXPECT_EQ(As<Byte>(Int(-129), kCFNumberSInt8Type), std::pair(Byte{-128}, false));
+    const std::tuple<double, std::int64_t, bool> fromDouble[] = {
+        {1.0, 1, true},  {-1.5, -1, false},          {1e300, INT64_MAX, false},
+        {NAN, 0, false}, {-0x1p63, INT64_MIN, true}, {0x1p63, INT64_MAX, false}};
+    for (const auto& [value, stored, exact] : fromDouble) {
+        EXPECT_EQ(As<std::int64_t>(Double(value), kCFNumberSInt64Type), std::pair(stored, exact));
+    }
     // Not 1, which cutting the upper half off would give.
     EXPECT_EQ(As<int>(Int(0x100000001), kCFNumberIntType), std::pair(INT32_MAX, false));
-    EXPECT_EQ(As<int>(Double(1.0), kCFNumberIntType), std::pair(1, true));
-    EXPECT_EQ(As<int>(Double(-1.5), kCFNumberIntType), std::pair(-1, false));
     EXPECT_EQ(As<int>(Double(1e300), kCFNumberIntType), std::pair(INT32_MAX, false));
-    EXPECT_EQ(As<int>(Double(NAN), kCFNumberIntType), std::pair(0, false));
-    EXPECT_EQ(As<std::int64_t>(Double(-0x1p63), kCFNumberSInt64Type), std::pair(INT64_MIN, true));
-    EXPECT_EQ(As<std::int64_t>(Double(0x1p63), kCFNumberSInt64Type), std::pair(INT64_MAX, false));
     EXPECT_EQ(As<double>(Int(0x20000000000001), kCFNumberDoubleType),
               std::pair(0x20000000000000p0, false));
     EXPECT_EQ(As<double>(Int(INT64_MAX), kCFNumberDoubleType), std::pair(0x1p63, false));
