@@ -21,7 +21,7 @@ constexpr Charset cKnown[] = {
     {kCFStringEncodingMacRoman, "MACINTOSH", 1, true, true},
     {0x0007, "MAC-CYRILLIC", 1, true, true},
     {0x001D, "MAC-CENTRALEUROPE", 1, true, true},
-    {kCFStringEncodingUTF16, "UTF-16", 2, false, false},
+    {kCFStringEncodingUTF16, cIconvUtf16, 2, false, false},
     {0x0202, "ISO-8859-2", 1, true, true},
     {0x0203, "ISO-8859-3", 1, true, true},
     {0x0204, "ISO-8859-4", 1, true, true},
@@ -61,15 +61,12 @@ constexpr Charset cKnown[] = {
     {0x0A03, "BIG5", 2, true, true},
     {0x0A08, "KOI8-U", 1, true, true},
     {0x04000100, "UTF-7", 8, false, true},
-    {kCFStringEncodingUTF32, "UTF-32", 4, false, false},
     {kCFStringEncodingUTF16BE, "UTF-16BE", 2, false, false},
     {kCFStringEncodingUTF16LE, "UTF-16LE", 2, false, false},
-    {kCFStringEncodingUTF32BE, "UTF-32BE", 4, false, false},
-    {kCFStringEncodingUTF32LE, "UTF-32LE", 4, false, false},
 };
 
 struct Alias {
-    const char* name;  // as `Plain` leaves it
+    const char* name;  // as plainName leaves it
     CFStringEncoding encoding;
 };
 constexpr Alias cAliases[] = {
@@ -111,24 +108,24 @@ struct PrivateCharsets {
     std::deque<PrivateCharset> list;  // a deque: what it holds never moves
 };
 
-PrivateCharsets& Privates() {
+PrivateCharsets& privateCharsets() {
     static auto* privates = new PrivateCharsets;  // outlives every static object
     return *privates;
 }
 
-char Upper(char c) {
+char upper(char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
-bool IsAlnum(char c) {
-    return (Upper(c) >= 'A' && Upper(c) <= 'Z') || (c >= '0' && c <= '9');
+bool isAlnum(char c) {
+    return (upper(c) >= 'A' && upper(c) <= 'Z') || (c >= '0' && c <= '9');
 }
 
 // Upper case, letters and digits only: "iso_8859-1" and "ISO8859-1" are one name.
-std::string Plain(std::string_view name) {
+std::string plainName(std::string_view name) {
     std::string plain;
     for (const char c : name) {
-        if (IsAlnum(c)) {
-            plain.push_back(Upper(c));
+        if (isAlnum(c)) {
+            plain.push_back(upper(c));
         }
     }
     return plain;
@@ -139,19 +136,19 @@ std::string Plain(std::string_view name) {
 bool isSafe(std::string_view name) {
     return !name.empty() && name.size() <= cLongestName && name != "CHAR" &&
            std::all_of(name.begin(), name.end(), [](char c) {
-               return IsAlnum(c) || std::string_view("-_.:+()").find(c) != std::string_view::npos;
+               return isAlnum(c) || std::string_view("-_.:+()").find(c) != std::string_view::npos;
            });
 }
 
 const Charset* findKnown(std::string_view name) {
-    const std::string plain = Plain(name);
+    const std::string plain = plainName(name);
     for (const Alias& alias : cAliases) {
         if (plain == alias.name) {
             return FindCharset(alias.encoding);
         }
     }
     for (const Charset& charset : cKnown) {
-        if (plain == Plain(charset.name)) {
+        if (plain == plainName(charset.name)) {
             return &charset;
         }
     }
@@ -159,7 +156,7 @@ const Charset* findKnown(std::string_view name) {
 }
 
 const Charset* findPrivate(const std::string& name) {
-    PrivateCharsets& privates = Privates();
+    PrivateCharsets& privates = privateCharsets();
     const std::lock_guard guard(privates.lock);
     for (const PrivateCharset& known : privates.list) {
         if (known.name == name) {
@@ -203,20 +200,20 @@ const Charset* FindCharset(CFStringEncoding encoding) {
                          [&](const Charset& charset) { return charset.encoding == encoding; });
         return found != std::end(cKnown) ? found : nullptr;
     }
-    PrivateCharsets& privates = Privates();
+    PrivateCharsets& privates = privateCharsets();
     const std::lock_guard guard(privates.lock);
     const size_t index = encoding - cFirstPrivate;
     return index < privates.list.size() ? &privates.list[index].charset : nullptr;
 }
 
 const Charset* FindCharset(std::string_view name) {
-    std::string upper(name);
-    std::transform(upper.begin(), upper.end(), upper.begin(), Upper);
-    if (!isSafe(upper)) {
+    std::string capitals(name);
+    std::transform(capitals.begin(), capitals.end(), capitals.begin(), upper);
+    if (!isSafe(capitals)) {
         return nullptr;
     }
-    const Charset* known = findKnown(upper);
-    return known != nullptr ? known : findPrivate(upper);
+    const Charset* known = findKnown(capitals);
+    return known != nullptr ? known : findPrivate(capitals);
 }
 
 CFStringEncoding SystemEncoding() {

@@ -4,7 +4,6 @@
 
 #include <iconv.h>
 
-#include <bit>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -16,14 +15,12 @@ namespace tvplatform {
 
 namespace {
 
-constexpr const char* cUnits = std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
-
 // An open conversion in one direction. One thread at a time.
 class Converter {
 public:
     Converter(const char* charset, bool encodes)
         : charset_(charset), encodes_(encodes),
-          handle_(encodes ? iconv_open(charset, cUnits) : iconv_open(cUnits, charset)) {}
+          handle_(encodes ? iconv_open(charset, cIconvUtf16) : iconv_open(cIconvUtf16, charset)) {}
     ~Converter() {
         if (IsOpen()) {
             iconv_close(handle_);
@@ -79,13 +76,13 @@ struct IdleConverters {
     std::vector<std::unique_ptr<Converter>> list;
 };
 
-IdleConverters& Idle() {
+IdleConverters& idleConverters() {
     static auto* idle = new IdleConverters;  // outlives every static object
     return *idle;
 }
 
-std::unique_ptr<Converter> Take(const char* charset, bool encodes) {
-    IdleConverters& idle = Idle();
+std::unique_ptr<Converter> takeConverter(const char* charset, bool encodes) {
+    IdleConverters& idle = idleConverters();
     {
         const std::lock_guard guard(idle.lock);
         for (auto& converter : idle.list) {
@@ -101,7 +98,7 @@ std::unique_ptr<Converter> Take(const char* charset, bool encodes) {
 }
 
 void giveBack(std::unique_ptr<Converter> converter) {
-    IdleConverters& idle = Idle();
+    IdleConverters& idle = idleConverters();
     const std::lock_guard guard(idle.lock);
     if (idle.list.size() >= IdleConverters::cMost) {
         idle.list.erase(idle.list.begin());
@@ -110,7 +107,7 @@ void giveBack(std::unique_ptr<Converter> converter) {
 }
 
 std::optional<std::string> convert(std::string_view in, const char* charset, bool encodes) {
-    auto converter = Take(charset, encodes);
+    auto converter = takeConverter(charset, encodes);
     if (!converter->IsOpen()) {
         return std::nullopt;
     }

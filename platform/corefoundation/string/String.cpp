@@ -33,4 +33,8 @@ std::optional<std::string> ToUtf8(CFTypeRef string) {
     return text ? EncodeUtf8(*text) : std::nullopt;
 }
 
+std::u16string DescriptionOf(CFTypeRef object) {
+    return object != nullptr ? static_cast<const Object*>(object)->Description() : u"(null)";
+}
+
 }  // namespace tvplatform

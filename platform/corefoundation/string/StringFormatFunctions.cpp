@@ -1,5 +1,5 @@
-// CFStringCreateWithFormat: C's conversions without the C library's, whose texts depend on the
-// locale.
+// CFStringCreateWithFormat and CFStringAppendFormat: C's conversions without the C library's, whose
+// texts depend on the locale.
 #include "corefoundation/string/Charset.h"
 #include "corefoundation/string/Encoding.h"
 #include "corefoundation/string/String.h"
@@ -20,234 +20,150 @@ struct Arguments {
     va_list list;
 };
 
-enum class Length { None, Char, Short, Long, LongLong, Size, Difference, Largest };
+enum class Length { Int, Long, LongLong, Size };
 
 // One directive of a format.
 struct Directive {
     bool left = false;
     bool zeros = false;
-    bool plus = false;
-    bool blank = false;
-    bool alternative = false;
     int width = 0;
     int precision = -1;  // -1: none given
-    Length length = Length::None;
+    Length length = Length::Int;
     char16_t conversion = 0;
 };
 
 constexpr int cWidest = 100000;
 
-// Reads directives off a format.
-class DirectiveReader {
-public:
-    DirectiveReader(std::u16string_view format, Arguments& arguments)
-        : rest_(format), arguments_(arguments) {}
+bool take(std::u16string_view& text, std::u16string_view what) {
+    const bool found = text.starts_with(what);
+    text.remove_prefix(found ? what.size() : 0);
+    return found;
+}
 
-    std::u16string_view Rest() const { return rest_; }
-
-    // Takes off the directive that begins behind a percent sign; false for one that cannot be read.
-    bool Read(Directive& directive) {
-        ReadFlags(directive);
-        if (!ReadNumber(directive.width)) {
+// Takes a number, an asterisk or nothing off `text`. Returns false if the number is too large.
+bool takeNumber(std::u16string_view& text, Arguments& arguments, int& number) {
+    if (take(text, u"*")) {
+        number = va_arg(arguments.list, int);
+        return number >= -cWidest && number <= cWidest;
+    }
+    for (; !text.empty() && text[0] >= u'0' && text[0] <= u'9'; text.remove_prefix(1)) {
+        number = number * 10 + (text[0] - u'0');
+        if (number > cWidest) {
             return false;
         }
-        if (directive.width < 0) {
-            directive.left = true;
-            directive.width = -directive.width;
-        }
-        if (Take(u".")) {
-            directive.precision = 0;
-            if (!ReadNumber(directive.precision)) {
-                return false;
-            }
-            directive.precision = std::max(directive.precision, -1);
-        }
-        ReadLength(directive);
-        if (rest_.empty()) {
+    }
+    return true;
+}
+
+// Takes a directive off `text`, which begins behind its percent sign. Returns false if it cannot be
+// read.
+bool takeDirective(std::u16string_view& text, Arguments& arguments, Directive& directive) {
+    for (bool more = true; more;) {
+        const bool left = take(text, u"-");
+        const bool zeros = take(text, u"0");
+        directive.left |= left;
+        directive.zeros |= zeros;
+        more = left || zeros;
+    }
+    if (!takeNumber(text, arguments, directive.width)) {
+        return false;
+    }
+    if (directive.width < 0) {
+        directive.left = true;
+        directive.width = -directive.width;
+    }
+    if (take(text, u".")) {
+        directive.precision = 0;
+        if (!takeNumber(text, arguments, directive.precision)) {
             return false;
         }
-        directive.conversion = rest_[0];
-        rest_.remove_prefix(1);
-        return true;
+        directive.precision = std::max(directive.precision, -1);
     }
-
-private:
-    bool Take(std::u16string_view what) {
-        const bool found = rest_.starts_with(what);
-        rest_.remove_prefix(found ? what.size() : 0);
-        return found;
+    directive.length = take(text, u"ll")  ? Length::LongLong
+                       : take(text, u"l") ? Length::Long
+                       : take(text, u"z") ? Length::Size
+                                          : Length::Int;
+    if (text.empty()) {
+        return false;
     }
-
-    void ReadFlags(Directive& directive) {
-        for (;;) {
-            if (Take(u"-")) {
-                directive.left = true;
-            } else if (Take(u"0")) {
-                directive.zeros = true;
-            } else if (Take(u"+")) {
-                directive.plus = true;
-            } else if (Take(u" ")) {
-                directive.blank = true;
-            } else if (Take(u"#")) {
-                directive.alternative = true;
-            } else {
-                return;
-            }
-        }
-    }
-
-    // A number, an asterisk or nothing. False for a number that is too large.
-    bool ReadNumber(int& number) {
-        if (Take(u"*")) {
-            number = va_arg(arguments_.list, int);
-            return number >= -cWidest && number <= cWidest;
-        }
-        for (; !rest_.empty() && rest_[0] >= u'0' && rest_[0] <= u'9'; rest_.remove_prefix(1)) {
-            number = number * 10 + (rest_[0] - u'0');
-            if (number > cWidest) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-    void ReadLength(Directive& directive) {
-        struct Name {
-            std::u16string_view name;
-            Length length;
-        };
-        constexpr Name cNames[] = {{u"hh", Length::Char},      {u"h", Length::Short},
-                                   {u"ll", Length::LongLong},  {u"l", Length::Long},
-                                   {u"q", Length::LongLong},   {u"z", Length::Size},
-                                   {u"t", Length::Difference}, {u"j", Length::Largest}};
-        for (const Name& name : cNames) {
-            if (Take(name.name)) {
-                directive.length = name.length;
-                return;
-            }
-        }
-    }
-
-    std::u16string_view rest_;
-    Arguments& arguments_;
-};
+    directive.conversion = text[0];
+    text.remove_prefix(1);
+    return true;
+}
 
 std::intmax_t takeSigned(Length length, Arguments& arguments) {
     switch (length) {
-    case Length::Char:
-        return static_cast<signed char>(va_arg(arguments.list, int));
-    case Length::Short:
-        return static_cast<short>(va_arg(arguments.list, int));
-    case Length::None:
+    case Length::Int:
         return va_arg(arguments.list, int);
     case Length::Long:
         return va_arg(arguments.list, long);
     case Length::LongLong:
         return va_arg(arguments.list, long long);
     case Length::Size:
-    case Length::Difference:
-        return va_arg(arguments.list, std::ptrdiff_t);
-    case Length::Largest:
         break;
     }
-    return va_arg(arguments.list, std::intmax_t);
+    return va_arg(arguments.list, std::ptrdiff_t);
 }
 
 std::uintmax_t takeUnsigned(Length length, Arguments& arguments) {
     switch (length) {
-    case Length::Char:
-        return static_cast<unsigned char>(va_arg(arguments.list, unsigned));
-    case Length::Short:
-        return static_cast<unsigned short>(va_arg(arguments.list, unsigned));
-    case Length::None:
+    case Length::Int:
         return va_arg(arguments.list, unsigned);
     case Length::Long:
         return va_arg(arguments.list, unsigned long);
     case Length::LongLong:
         return va_arg(arguments.list, unsigned long long);
     case Length::Size:
-    case Length::Difference:
-        return va_arg(arguments.list, size_t);
-    case Length::Largest:
         break;
     }
-    return va_arg(arguments.list, std::uintmax_t);
-}
-
-std::u16string_view signOf(bool negative, const Directive& directive) {
-    return negative ? u"-" : directive.plus ? u"+" : directive.blank ? u" " : u"";
+    return va_arg(arguments.list, size_t);
 }
 
 // Appends sign or prefix and text in the directive's width.
 void appendPadded(std::u16string& out, std::u16string_view prefix, std::u16string_view text,
-                  const Directive& directive, bool zeros) {
+                  const Directive& directive, bool zeros = false) {
     const size_t size = prefix.size() + text.size();
     const auto width = static_cast<size_t>(directive.width);
     const size_t padding = width > size ? width - size : 0;
-    if (!directive.left && !zeros) {
-        out.append(padding, u' ');
-    }
-    out.append(prefix);
-    if (!directive.left && zeros) {
-        out.append(padding, u'0');
-    }
-    out.append(text);
-    if (directive.left) {
-        out.append(padding, u' ');
-    }
+    const bool inside = zeros && !directive.left;
+    out.append(directive.left || inside ? 0 : padding, u' ').append(prefix);
+    out.append(inside ? padding : 0, u'0').append(text);
+    out.append(directive.left ? padding : 0, u' ');
 }
 
-std::u16string Upper(std::string_view text, bool upper) {
-    std::u16string result(text.begin(), text.end());
-    if (upper) {
-        std::transform(result.begin(), result.end(), result.begin(), [](char16_t unit) {
-            return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
-        });
-    }
-    return result;
-}
-
-void appendInteger(std::u16string& out, std::u16string_view sign, std::uintmax_t value, int radix,
+void appendInteger(std::u16string& out, std::u16string_view prefix, std::uintmax_t value, int base,
                    const Directive& directive) {
     char digits[32];
-    const char* end = std::to_chars(digits, digits + sizeof digits, value, radix).ptr;
-    const bool upper = directive.conversion == u'X';
-    std::u16string text;
-    if (value != 0 || directive.precision != 0) {
-        text = Upper({digits, static_cast<size_t>(end - digits)}, upper);
+    const char* end = std::to_chars(digits, digits + sizeof digits, value, base).ptr;
+    std::u16string text(static_cast<const char*>(digits), end);
+    if (directive.conversion == u'X') {
+        std::transform(text.begin(), text.end(), text.begin(), [](char16_t c) {
+            return c >= u'a' ? static_cast<char16_t>(c - u'a' + u'A') : c;
+        });
     }
-    size_t least = static_cast<size_t>(std::max(directive.precision, 0));
-    if (radix == 8 && directive.alternative && (text.empty() || text[0] != u'0')) {
-        least = std::max(least, text.size() + 1);
+    const auto least = static_cast<size_t>(std::max(directive.precision, 0));
+    if (value == 0 && directive.precision == 0) {
+        text.clear();
     }
-    if (text.size() < least) {
-        text.insert(0, least - text.size(), u'0');
-    }
-    std::u16string prefix(sign);
-    if (radix == 16 && directive.alternative && value != 0) {
-        prefix += upper ? u"0X" : u"0x";
-    }
+    text.insert(0, least > text.size() ? least - text.size() : 0, u'0');
     appendPadded(out, prefix, text, directive, directive.zeros && directive.precision < 0);
 }
 
 void appendFloat(std::u16string& out, double value, const Directive& directive) {
-    const char16_t kind = directive.conversion | 0x20;
-    const auto format = kind == u'e'   ? std::chars_format::scientific
-                        : kind == u'f' ? std::chars_format::fixed
-                                       : std::chars_format::general;
+    const auto format =
+        directive.conversion == u'f' ? std::chars_format::fixed : std::chars_format::general;
     const int precision = directive.precision < 0 ? 6 : directive.precision;
     // The largest number has 309 digits before its point.
     std::string text(static_cast<size_t>(precision) + 400, '\0');
-    const double magnitude = std::abs(value);
     const auto end =
-        std::to_chars(text.data(), text.data() + text.size(), magnitude, format, precision).ptr;
-    text.resize(static_cast<size_t>(end - text.data()));
-    appendPadded(out, signOf(std::signbit(value), directive),
-                 Upper(text, directive.conversion != kind), directive,
+        std::to_chars(text.data(), text.data() + text.size(), std::abs(value), format, precision)
+            .ptr;
+    appendPadded(out, std::signbit(value) ? u"-" : u"", std::u16string(text.data(), end), directive,
                  directive.zeros && std::isfinite(value));
 }
 
-// Text in the system encoding, no further than the precision; false when it cannot be decoded.
+// Appends text in the system encoding, no further than the precision. Returns false if it cannot be
+// decoded.
 bool appendBytes(std::u16string& out, const char* text, const Directive& directive) {
     std::optional<std::u16string> units = u"(null)";
     if (text != nullptr) {
@@ -257,29 +173,19 @@ bool appendBytes(std::u16string& out, const char* text, const Directive& directi
         units = Decode({text, size}, SystemEncoding());
     }
     if (units) {
-        appendPadded(out, u"", *units, directive, false);
+        appendPadded(out, u"", *units, directive);
     }
     return units.has_value();
 }
 
-void appendObject(std::u16string& out, CFTypeRef object, const Directive& directive) {
-    const auto text = TextOf(object);
-    if (text) {
-        appendPadded(out, u"", *text, directive, false);
-        return;
-    }
-    const auto* other = static_cast<const Object*>(object);
-    appendPadded(out, u"", other != nullptr ? other->Description() : u"(null)", directive, false);
-}
-
-// Appends what a directive makes of the next argument; false when it cannot.
+// Appends what a directive makes of the next argument. Returns false if it cannot.
 bool appendDirective(std::u16string& out, const Directive& directive, Arguments& arguments) {
     switch (directive.conversion) {
     case u'%':
         out.push_back(u'%');
         return true;
     case u'@':
-        appendObject(out, va_arg(arguments.list, CFTypeRef), directive);
+        appendPadded(out, u"", DescriptionOf(va_arg(arguments.list, CFTypeRef)), directive);
         return true;
     case u's':
         return appendBytes(out, va_arg(arguments.list, const char*), directive);
@@ -289,22 +195,18 @@ bool appendDirective(std::u16string& out, const Directive& directive, Arguments&
     }
     case u'C': {
         const auto unit = static_cast<char16_t>(va_arg(arguments.list, int));
-        appendPadded(out, u"", {&unit, 1}, directive, false);
+        appendPadded(out, u"", {&unit, 1}, directive);
         return true;
     }
     case u'd':
     case u'i': {
         const std::intmax_t value = takeSigned(directive.length, arguments);
         const auto bits = static_cast<std::uintmax_t>(value);
-        appendInteger(out, signOf(value < 0, directive), value < 0 ? 0 - bits : bits, 10,
-                      directive);
+        appendInteger(out, value < 0 ? u"-" : u"", value < 0 ? 0 - bits : bits, 10, directive);
         return true;
     }
     case u'u':
         appendInteger(out, u"", takeUnsigned(directive.length, arguments), 10, directive);
-        return true;
-    case u'o':
-        appendInteger(out, u"", takeUnsigned(directive.length, arguments), 8, directive);
         return true;
     case u'x':
     case u'X':
@@ -314,13 +216,9 @@ bool appendDirective(std::u16string& out, const Directive& directive, Arguments&
         appendInteger(out, u"0x", reinterpret_cast<std::uintptr_t>(va_arg(arguments.list, void*)),
                       16, directive);
         return true;
-    case u'e':
-    case u'E':
     case u'f':
-    case u'F':
     case u'g':
-    case u'G':
-        if (directive.alternative || directive.length != Length::None) {
+        if (directive.length != Length::Int) {
             return false;
         }
         appendFloat(out, va_arg(arguments.list, double), directive);
@@ -330,7 +228,7 @@ bool appendDirective(std::u16string& out, const Directive& directive, Arguments&
     }
 }
 
-std::optional<std::u16string> Format(CFStringRef format, va_list arguments) {
+std::optional<std::u16string> formatText(CFStringRef format, va_list arguments) {
     const auto pattern = TextOf(format);
     if (!pattern) {
         return std::nullopt;
@@ -343,11 +241,9 @@ std::optional<std::u16string> Format(CFStringRef format, va_list arguments) {
         const size_t plain = std::min(rest.find(u'%'), rest.size());
         out.append(rest.substr(0, plain));
         rest.remove_prefix(plain);
-        if (!rest.empty()) {
-            DirectiveReader reader(rest.substr(1), list);
+        if (take(rest, u"%")) {
             Directive directive;
-            good = reader.Read(directive) && appendDirective(out, directive, list);
-            rest = reader.Rest();
+            good = takeDirective(rest, list, directive) && appendDirective(out, directive, list);
         }
     }
     va_end(list.list);
@@ -359,32 +255,24 @@ std::optional<std::u16string> Format(CFStringRef format, va_list arguments) {
 
 using namespace tvplatform;
 
-CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef, CFDictionaryRef,
-                                                 CFStringRef format, va_list arguments) {
-    auto text = Format(format, arguments);
+CFStringRef CFStringCreateWithFormat(CFAllocatorRef, CFDictionaryRef, CFStringRef format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    auto text = formatText(format, arguments);
+    va_end(arguments);
     return text ? MakeString(std::move(*text)) : nullptr;
 }
 
-CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef formatOptions,
-                                     CFStringRef format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    CFStringRef string =
-        CFStringCreateWithFormatAndArguments(allocator, formatOptions, format, arguments);
-    va_end(arguments);
-    return string;
-}
-
 void CFStringAppendFormat(CFMutableStringRef string, CFDictionaryRef, CFStringRef format, ...) {
-    String* object = As<String>(string);
-    if (object == nullptr || !object->IsMutable()) {
+    String* object = AsMutable<String>(string);
+    if (object == nullptr) {
         return;
     }
     va_list arguments;
     va_start(arguments, format);
-    const auto text = Format(format, arguments);
+    const auto text = formatText(format, arguments);
     va_end(arguments);
     if (text) {
-        object->MutableText()->append(*text);
+        object->MutableText().append(*text);
     }
 }

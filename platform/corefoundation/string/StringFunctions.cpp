@@ -2,26 +2,6 @@
 #include "corefoundation/string/String.h"
 
 #include <cstring>
-#include <new>
-
-namespace tvplatform {
-
-namespace {
-
-std::u16string copyOfUnits(const UniChar* units, CFIndex count) {
-    std::u16string text;
-    if (static_cast<size_t>(count) > text.max_size()) {
-        throw std::bad_alloc();
-    }
-    text.resize(static_cast<size_t>(count));
-    if (count > 0) {
-        std::memcpy(text.data(), units, text.size() * sizeof(UniChar));
-    }
-    return text;
-}
-
-}  // namespace
-}  // namespace tvplatform
 
 using namespace tvplatform;
 
@@ -33,7 +13,11 @@ CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* chars, C
     if (numChars < 0 || (chars == nullptr && numChars > 0)) {
         return nullptr;
     }
-    return MakeString(copyOfUnits(chars, numChars));
+    std::u16string text(static_cast<size_t>(numChars), u'\0');
+    if (numChars > 0) {
+        std::memcpy(text.data(), chars, text.size() * sizeof(UniChar));
+    }
+    return MakeString(std::move(text));
 }
 
 CFStringRef CFStringCreateWithSubstring(CFAllocatorRef, CFStringRef string, CFRange range) {
@@ -82,48 +66,22 @@ void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* buffer) {
     }
 }
 
-const UniChar* CFStringGetCharactersPtr(CFStringRef string) {
-    const auto text = TextOf(string);
-    return text ? reinterpret_cast<const UniChar*>(text->data()) : nullptr;
+void CFStringAppend(CFMutableStringRef string, CFStringRef appended) {
+    String* object = AsMutable<String>(string);
+    const auto text = TextOf(appended);
+    if (object != nullptr && text) {
+        object->MutableText().append(*text);
+    }
 }
 
-void CFStringAppendCharacters(CFMutableStringRef string, const UniChar* chars, CFIndex numChars) {
-    String* object = As<String>(string);
-    if (object != nullptr && object->IsMutable() && chars != nullptr && numChars > 0) {
-        object->MutableText()->append(copyOfUnits(chars, numChars));
+void CFStringReplaceAll(CFMutableStringRef string, CFStringRef replacement) {
+    String* object = AsMutable<String>(string);
+    const auto text = TextOf(replacement);
+    if (object != nullptr && text) {
+        object->MutableText().assign(*text);
     }
 }
 
 CFStringRef CFCopyDescription(CFTypeRef object) {
-    return MakeString(object != nullptr ? static_cast<const Object*>(object)->Description()
-                                        : std::u16string(u"(null)"));
-}
-
-void CFStringReplace(CFMutableStringRef string, CFRange range, CFStringRef replacement) {
-    String* object = As<String>(string);
-    const auto inserted = TextOf(replacement);
-    if (object == nullptr || !object->IsMutable() || !inserted ||
-        !LiesIn(range, object->Text().size())) {
-        return;
-    }
-    // The standard string copes with a source that is part of itself.
-    object->MutableText()->replace(static_cast<size_t>(range.location),
-                                   static_cast<size_t>(range.length), inserted->data(),
-                                   inserted->size());
-}
-
-void CFStringReplaceAll(CFMutableStringRef string, CFStringRef replacement) {
-    CFStringReplace(string, {0, CFStringGetLength(string)}, replacement);
-}
-
-void CFStringAppend(CFMutableStringRef string, CFStringRef appended) {
-    CFStringReplace(string, {CFStringGetLength(string), 0}, appended);
-}
-
-void CFStringInsert(CFMutableStringRef string, CFIndex index, CFStringRef inserted) {
-    CFStringReplace(string, {index, 0}, inserted);
-}
-
-void CFStringDelete(CFMutableStringRef string, CFRange range) {
-    CFStringReplace(string, range, CFSTR(""));
+    return MakeString(DescriptionOf(object));
 }
