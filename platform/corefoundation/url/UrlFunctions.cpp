@@ -4,7 +4,6 @@
 #include "corefoundation/url/Url.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -14,32 +13,18 @@ using namespace tvplatform;
 
 namespace {
 
-// The current folder as a base for relative paths; null when it has no path.
+// The current folder as a base for relative paths. Returns null if it has no path.
 Ref<CFURLRef> currentFolder() {
     // The C library finds the room, since there is no bound on the length.
     const std::unique_ptr<char, decltype(&std::free)> folder(getcwd(nullptr, 0), &std::free);
     return Ref<CFURLRef>(folder ? MakeFileUrl(folder.get(), true, nullptr) : nullptr);
 }
 
-CFURLRef makeRelativeFileUrl(std::string_view path, bool isDirectory, CFTypeRef baseURL) {
-    if (path.starts_with('/') || path.empty()) {
-        return MakeFileUrl(path, isDirectory, nullptr);
-    }
-    if (baseURL == nullptr) {
-        const Ref<CFURLRef> folder = currentFolder();
-        return folder ? MakeFileUrl(path, isDirectory, folder.Get()) : nullptr;
-    }
-    const auto* base = As<const Url>(baseURL);
-    return base != nullptr && base->Resolved().IsFile() ? MakeFileUrl(path, isDirectory, base)
-                                                        : nullptr;
-}
-
 std::string_view withoutSlashesAtEnd(std::string_view path) {
     return path.substr(0, path.find_last_not_of('/') + 1);
 }
 
-// Whether a relative path only says where it starts: it has no name, so that nothing of its own can
-// be taken off.
+// Whether a relative path has no name, so that nothing of its own can be taken off.
 bool hasOnlyDots(std::string_view path) {
     while (!path.empty()) {
         const size_t slash = std::min(path.find('/'), path.size());
@@ -63,21 +48,6 @@ std::string containingFolder(std::string_view path, bool absolute) {
     return std::string(folder) + "/";
 }
 
-// A text whose bytes were escaped; null unless they are UTF-8.
-CFStringRef makeUnescapedString(std::string_view escaped) {
-    const auto bytes = Unescape(escaped);
-    return bytes ? MakeString(*bytes) : nullptr;
-}
-
-std::string_view lastComponent(std::string_view path) {
-    const size_t end = path.find_last_not_of('/');
-    if (end == std::string_view::npos) {
-        return path.substr(0, 1);
-    }
-    path = path.substr(0, end + 1);
-    return path.substr(path.rfind('/') + 1);
-}
-
 }  // namespace
 
 CFTypeID CFURLGetTypeID() {
@@ -87,38 +57,6 @@ CFTypeID CFURLGetTypeID() {
 CFStringRef CFURLGetString(CFURLRef url) {
     const auto* self = As<const Url>(url);
     return self != nullptr ? self->Text() : nullptr;
-}
-
-CFURLRef CFURLGetBaseURL(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    return self != nullptr ? self->Base() : nullptr;
-}
-
-CFStringRef CFURLCopyScheme(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    return self != nullptr && self->Resolved().scheme ? MakeString(*self->Resolved().scheme)
-                                                      : nullptr;
-}
-
-CFStringRef CFURLCopyHostName(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    return self != nullptr && !self->Resolved().host.empty()
-               ? makeUnescapedString(self->Resolved().host)
-               : nullptr;
-}
-
-SInt32 CFURLGetPortNumber(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    const std::string_view digits =
-        self != nullptr ? self->Resolved().port.value_or("") : std::string_view();
-    SInt32 port = -1;
-    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), port);
-    return result.ec == std::errc() ? port : -1;
-}
-
-CFStringRef CFURLCopyPath(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    return self != nullptr && self->Own().IsHierarchical() ? MakeString(self->Own().path) : nullptr;
 }
 
 CFStringRef CFURLCopyStrictPath(CFURLRef url, Boolean* isAbsolute) {
@@ -131,31 +69,6 @@ CFStringRef CFURLCopyStrictPath(CFURLRef url, Boolean* isAbsolute) {
         *isAbsolute = absolute;
     }
     return hierarchical ? MakeString(path) : nullptr;
-}
-
-Boolean CFURLHasDirectoryPath(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    if (self == nullptr || !self->Own().IsHierarchical()) {
-        return false;
-    }
-    const std::string_view path = self->Own().path;
-    return path.ends_with('/') || IsDots(lastComponent(path));
-}
-
-CFStringRef CFURLCopyLastPathComponent(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    return self != nullptr && self->Own().IsHierarchical()
-               ? makeUnescapedString(lastComponent(self->Own().path))
-               : nullptr;
-}
-
-CFStringRef CFURLCopyFileSystemPath(CFURLRef url, CFURLPathStyle pathStyle) {
-    const auto* self = As<const Url>(url);
-    if (self == nullptr || pathStyle != kCFURLPOSIXPathStyle || !self->Own().IsHierarchical()) {
-        return nullptr;
-    }
-    const auto path = FilePath(self->Own());
-    return path ? MakeString(*path) : nullptr;
 }
 
 Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean resolveAgainstBase, UInt8* buffer,
@@ -172,35 +85,17 @@ Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean resolveAgainstBas
     return true;
 }
 
-CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef allocator, const UInt8* buffer,
+CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef, const UInt8* buffer,
                                                  CFIndex bufLen, Boolean isDirectory) {
-    return CFURLCreateFromFileSystemRepresentationRelativeToBase(allocator, buffer, bufLen,
-                                                                 isDirectory, nullptr);
-}
-
-CFURLRef CFURLCreateFromFileSystemRepresentationRelativeToBase(CFAllocatorRef, const UInt8* buffer,
-                                                               CFIndex bufLen, Boolean isDirectory,
-                                                               CFURLRef baseURL) {
     if (buffer == nullptr || bufLen <= 0) {
         return nullptr;
     }
-    return makeRelativeFileUrl({reinterpret_cast<const char*>(buffer), static_cast<size_t>(bufLen)},
-                               isDirectory != 0, baseURL);
-}
-
-CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef allocator, CFStringRef filePath,
-                                       CFURLPathStyle pathStyle, Boolean isDirectory) {
-    return CFURLCreateWithFileSystemPathRelativeToBase(allocator, filePath, pathStyle, isDirectory,
-                                                       nullptr);
-}
-
-CFURLRef CFURLCreateWithFileSystemPathRelativeToBase(CFAllocatorRef, CFStringRef filePath,
-                                                     CFURLPathStyle pathStyle, Boolean isDirectory,
-                                                     CFURLRef baseURL) {
-    const auto path = ToUtf8(filePath);
-    return path && pathStyle == kCFURLPOSIXPathStyle
-               ? makeRelativeFileUrl(*path, isDirectory != 0, baseURL)
-               : nullptr;
+    const std::string_view path(reinterpret_cast<const char*>(buffer), static_cast<size_t>(bufLen));
+    if (path.front() == '/') {
+        return MakeFileUrl(path, isDirectory != 0, nullptr);
+    }
+    const Ref<CFURLRef> folder = currentFolder();
+    return folder ? MakeFileUrl(path, isDirectory != 0, folder.Get()) : nullptr;
 }
 
 CFURLRef CFURLCreateWithString(CFAllocatorRef, CFStringRef URLString, CFURLRef baseURL) {
