@@ -106,25 +106,24 @@ constexpr CFNumberType integerType(size_t bytes) {
 }
 
 // The type of fixed width behind each type, by number.
-constexpr CFNumberType cFixedTypes[] = {
-    0,
-    kCFNumberSInt8Type,
-    kCFNumberSInt16Type,
-    kCFNumberSInt32Type,
-    kCFNumberSInt64Type,
-    kCFNumberFloat32Type,
-    kCFNumberFloat64Type,
-    integerType(sizeof(char)),
-    integerType(sizeof(short)),
-    integerType(sizeof(int)),
-    integerType(sizeof(long)),
-    integerType(sizeof(long long)),
-    kCFNumberFloat32Type,
-    kCFNumberFloat64Type,
-    integerType(sizeof(CFIndex)),
-    integerType(sizeof(long)),
-    sizeof(void*) == 4 ? kCFNumberFloat32Type : kCFNumberFloat64Type,
-};
+constexpr CFNumberType cFixedTypes[] = {0,
+                                        kCFNumberSInt8Type,
+                                        kCFNumberSInt16Type,
+                                        kCFNumberSInt32Type,
+                                        kCFNumberSInt64Type,
+                                        kCFNumberFloat32Type,
+                                        kCFNumberFloat64Type,
+                                        integerType(sizeof(char)),
+                                        integerType(sizeof(short)),
+                                        integerType(sizeof(int)),
+                                        integerType(sizeof(long)),
+                                        integerType(sizeof(long long)),
+                                        kCFNumberFloat32Type,
+                                        kCFNumberFloat64Type,
+                                        integerType(sizeof(CFIndex)),
+                                        integerType(sizeof(long)),
+                                        sizeof(void*) == 4 ? kCFNumberFloat32Type
+                                                           : kCFNumberFloat64Type};
 static_assert(std::size(cFixedTypes) == kCFNumberMaxType + 1);
 
 // The type of fixed width that `type` means on this machine; 0 for an unknown type.

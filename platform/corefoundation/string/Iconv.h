@@ -1,4 +1,4 @@
-// Conversion through iconv, strictly and as a whole. Any thread.
+// Strict conversion of whole texts through iconv. Any thread may call this.
 #pragma once
 
 #include <bit>
@@ -12,8 +12,8 @@ namespace tvplatform {
 inline constexpr const char* cIconvUtf16 =
     std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
 
-// Nothing when iconv does not know the charset, any of the input is malformed or cut off, or has no
-// exact counterpart.
+// Return nothing if iconv does not know the charset, or if a part of the input is malformed, cut
+// off or without an exact counterpart.
 std::optional<std::u16string> IconvDecode(std::string_view bytes, const char* charset);
 std::optional<std::string> IconvEncode(std::u16string_view text, const char* charset);
 

@@ -77,32 +77,28 @@ TEST(CFNumber, TellsWhatDoesNotFit) {
 }
 
 TEST(CFNumber, OrdersByValueAcrossTypes) {
-    // Rising; those of one line are equal.
-    std::vector<std::vector<Owned<CFNumberRef>>> lines(9);
-    lines[0].push_back(Double(NAN));
-    lines[0].push_back(Double(-NAN));
-    lines[1].push_back(Double(-HUGE_VAL));
-    lines[2].push_back(Int(INT64_MIN));
-    lines[2].push_back(Double(-0x1p63));
-    lines[3].push_back(Double(-0.5));
-    lines[4].push_back(Int(0));
-    lines[4].push_back(Double(-0.0));
-    lines[5].push_back(Double(0x20000000000000p0));
-    lines[6].push_back(Int(0x20000000000001));  // no double
-    lines[7].push_back(Int(INT64_MAX));
-    lines[8].push_back(Double(0x1p63));
-    for (size_t i = 0; i < lines.size(); ++i) {
-        for (size_t k = 0; k < lines.size(); ++k) {
-            const auto expected = i < k   ? kCFCompareLessThan
-                                  : i > k ? kCFCompareGreaterThan
-                                          : kCFCompareEqualTo;
-            for (const auto& a : lines[i]) {
-                for (const auto& b : lines[k]) {
-                    EXPECT_EQ(CFNumberCompare(a, b, nullptr), expected) << i << ' ' << k;
-                    EXPECT_EQ(CFEqual(a, b), i == k);
-                    EXPECT_TRUE(i != k || CFHash(a) == CFHash(b)) << i;
-                }
-            }
+    // A rank, and a number of that rank.
+    std::vector<std::pair<int, Owned<CFNumberRef>>> numbers;
+    for (const auto& [rank, value] : {std::pair(0, NAN),
+                                      {0, -NAN},
+                                      {1, -HUGE_VAL},
+                                      {2, -0x1p63},
+                                      {3, -0.5},
+                                      {4, -0.0},
+                                      {5, 0x20000000000000p0},
+                                      {8, 0x1p63}}) {
+        numbers.emplace_back(rank, Double(value));
+    }
+    // 2 to the power of 53, plus 1, is no double.
+    for (const auto& [rank, value] :
+         {std::pair(2, INT64_MIN), {4, 0}, {6, 0x20000000000001}, {7, INT64_MAX}}) {
+        numbers.emplace_back(rank, Int(value));
+    }
+    for (const auto& [i, a] : numbers) {
+        for (const auto& [k, b] : numbers) {
+            EXPECT_EQ(CFNumberCompare(a, b, nullptr), (i > k) - (i < k)) << i << ' ' << k;
+            EXPECT_EQ(CFEqual(a, b), i == k);
+            EXPECT_TRUE(i != k || CFHash(a) == CFHash(b)) << i;
         }
     }
 }

@@ -18,9 +18,7 @@ std::string appended(CFURLRef url, const std::string& component, bool isDirector
 }
 
 TEST(CFURL, PathsAreBytes) {
-    const struct {
-        std::string path, text, back;
-    } cases[] = {
+    const std::tuple<std::string, std::string, std::string> cases[] = {
         {"/a b/c", "file:///a%20b/c", "/a b/c"},
         {"/a/", "file:///a/", "/a"},
         {"/", "file:///", "/"},
@@ -28,15 +26,12 @@ TEST(CFURL, PathsAreBytes) {
         {"//x//y", "file:////x//y", "//x//y"},
         {"/a/./../b", "file:///a/./../b", "/a/./../b"},
         {"/50%/#?;:", "file:///50%25/%23%3F%3B%3A", "/50%/#?;:"},
-        {"/caf\xC3\xA9", "file:///caf%C3%A9", "/caf\xC3\xA9"},
-        {"/\xFF\xC3", "file:///%FF%C3", "/\xFF\xC3"},
-        {"/\x01\x7F\n", "file:///%01%7F%0A", "/\x01\x7F\n"},
-    };
-    for (const auto& c : cases) {
-        const auto url = FileUrl(c.path);
-        EXPECT_EQ(Utf8(CFURLGetString(url)), c.text);
-        EXPECT_EQ(PathOf(url), c.back);
-        EXPECT_TRUE(CFEqual(url, WebUrl(c.text))) << "the text means the same";
+        {"/\xFF\xC3\x01\x7F\n", "file:///%FF%C3%01%7F%0A", "/\xFF\xC3\x01\x7F\n"}};
+    for (const auto& [path, text, back] : cases) {
+        const auto url = FileUrl(path);
+        EXPECT_EQ(Utf8(CFURLGetString(url)), text);
+        EXPECT_EQ(PathOf(url), back);
+        EXPECT_TRUE(CFEqual(url, WebUrl(text))) << "the text means the same";
     }
     UInt8 buffer[8] = "xxxxxxx";
     for (const CFIndex size : {4, -1}) {
@@ -46,8 +41,11 @@ TEST(CFURL, PathsAreBytes) {
     EXPECT_TRUE(CFURLGetFileSystemRepresentation(FileUrl("/abc"), true, buffer, 5));
     EXPECT_EQ(FileUrl("").Get(), nullptr);
     EXPECT_EQ(FileUrl(std::string("/a\0b", 4)).Get(), nullptr);
-    EXPECT_EQ(PathOf(WebUrl("file:///a%00b")), "<none>");
-    EXPECT_EQ(PathOf(WebUrl("file:///a%2fb")), "<none>") << "no name has a slash";
+    EXPECT_EQ(PathOf(WebUrl("FILE://LocalHost/a%20b")), "/a b");
+    for (const char* text :
+         {"file:///a%00b", "file:///a%2fb", "file://elsewhere/a", "http://h/a"}) {
+        EXPECT_EQ(PathOf(WebUrl(text)), "<none>") << text;
+    }
 }
 
 TEST(CFURL, RelativePathsTakeTheCurrentFolderAsItIs) {
@@ -78,33 +76,32 @@ TEST(CFURL, RelativePathsTakeTheCurrentFolderAsItIs) {
 }
 
 TEST(CFURL, AppendsBehindOneSlash) {
-    const auto folder = FileUrl("/a");
-    EXPECT_EQ(appended(folder, "b"), "file:///a/b");
-    EXPECT_EQ(appended(FileUrl("/a/"), "b"), "file:///a/b");
-    EXPECT_EQ(appended(FileUrl("/"), "b"), "file:///b");
-    EXPECT_EQ(appended(folder, "b/c"), "file:///a/b/c");
-    EXPECT_EQ(appended(folder, "/x"), "file:///a//x");
-    EXPECT_EQ(appended(folder, "b", true), "file:///a/b/");
-    EXPECT_EQ(appended(folder, "b/", true), "file:///a/b/");
-    EXPECT_EQ(appended(folder, ""), "file:///a/");
-    EXPECT_EQ(appended(folder, "%41?#\xC3\xA9"), "file:///a/%2541%3F%23%C3%A9");
-    EXPECT_EQ(appended(WebUrl("http://h?q#f"), "b"), "http://h/b?q#f");
-    EXPECT_EQ(appended(WebUrl("mailto:x@y"), "b"), "<null>");
-    EXPECT_EQ(appended(WebUrl("file:/"), "/x"), "file:/.//x") << "x is no host";
-    const auto surrogate = Str(u"\xD800");
-    EXPECT_EQ(CFURLCreateCopyAppendingPathComponent(nullptr, folder, surrogate, false), nullptr);
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"file:///a", "b", "file:///a/b"},
+        {"file:///a/", "b", "file:///a/b"},
+        {"file:///", "b", "file:///b"},
+        {"file:///a", "b/c", "file:///a/b/c"},
+        {"file:///a", "/x", "file:///a//x"},
+        {"file:///a", "", "file:///a/"},
+        {"file:///a", "%41?#\xC3\xA9", "file:///a/%2541%3F%23%C3%A9"},
+        {"http://h?q#f", "b", "http://h/b?q#f"},
+        {"mailto:x@y", "b", "<null>"},
+        {"file:/", "/x", "file:/.//x"}};  // x is no host
+    for (const auto& [url, component, expected] : cases) {
+        EXPECT_EQ(appended(WebUrl(url), component), expected);
+    }
+    EXPECT_EQ(appended(FileUrl("/a"), "b", true), "file:///a/b/");
+    EXPECT_EQ(appended(FileUrl("/a"), "b/", true), "file:///a/b/");
+    EXPECT_EQ(CFURLCreateCopyAppendingPathComponent(nullptr, FileUrl("/a"), Str(u"\xD800"), false),
+              nullptr);
 }
 
 TEST(CFURL, EveryWalkUpwardShortensAndEndsAtTheRoot) {
-    for (const char* path : {"/a/b", "/a//b//"}) {
-        const auto folder = Own(CFURLCreateCopyDeletingLastPathComponent(nullptr, FileUrl(path)));
-        EXPECT_EQ(Utf8(CFURLGetString(folder)), "file:///a/");
+    const std::pair<const char*, const char*> cases[] = {
+        {"/Volumes/Disk/", "/Volumes"}, {"/a//b//", "/a"}, {"//x", "/"}, {"/a/..", "/a"}};
+    for (const auto& [path, folder] : cases) {
+        EXPECT_EQ(Folder(FileUrl(path)), folder);
     }
-    EXPECT_EQ(Folder(FileUrl("/Volumes/Disk/")), "/Volumes");
-    EXPECT_EQ(Folder(FileUrl("/a//b//")), "/a");
-    EXPECT_EQ(Folder(FileUrl("//x")), "/");
-    EXPECT_EQ(Folder(FileUrl("/a/..")), "/a");
-    EXPECT_EQ(Folder(WebUrl("http://h/a/b?q")), "<none>");
     for (const char* start : {"/a/b/../c/./d", "//x//y//", "x/y/..", "../..", "./.", "..", "a",
                               "./x/", "/..", "/", "a/../../b"}) {
         auto url = FileUrl(start);
@@ -142,24 +139,9 @@ TEST(CFURL, RefusesWhatIsNoUrl) {
     }
 }
 
-TEST(CFURL, OnlyFilesOfThisMachineHavePaths) {
-    EXPECT_EQ(PathOf(WebUrl("FILE://LocalHost/a%20b")), "/a b");
-    for (const char* text : {"file://elsewhere/a", "http://h/a", "mailto:x"}) {
-        EXPECT_EQ(PathOf(WebUrl(text)), "<none>") << text;
-    }
-    EXPECT_EQ(CFURLCopyStrictPath(WebUrl("mailto:x"), nullptr), nullptr);
-    const auto base = WebUrl("http://h/a/b?q");
-    EXPECT_FALSE(CFEqual(WebUrl("c?d", base), WebUrl("c?d"))) << "another base";
-    EXPECT_TRUE(CFEqual(WebUrl("c?d", base), WebUrl("c?d", base)));
-    EXPECT_EQ(CFHash(WebUrl("c?d", base)), CFHash(WebUrl("c?d", base)));
-}
-
 TEST(CFURL, ResolvesReferencesByTheRules) {
-    const char* rfc = "http://a/b/c/d;p?q";
-    const struct {
-        const char *base, *reference, *whole;
-    } cases[] = {
-        // The examples of RFC 3986.
+    const char* rfc = "http://a/b/c/d;p?q";  // the base of the examples in RFC 3986
+    const std::tuple<const char*, const char*, const char*> cases[] = {
         {rfc, "g:h", "g:h"},
         {rfc, "g", "http://a/b/c/g"},
         {rfc, "./g/", "http://a/b/c/g/"},
@@ -180,11 +162,12 @@ TEST(CFURL, ResolvesReferencesByTheRules) {
         // Files: names may be links.
         {"file:///a/b", "c/../d", "file:///a/c/../d"},
         {"file:///a/../b", "../c", "file:///a/../../c"},
-        {"file:///a/b", "/c/../d", "file:///c/../d"},
-    };
-    for (const auto& c : cases) {
-        const auto url = WebUrl(c.reference, WebUrl(c.base));
-        EXPECT_EQ(Utf8(CFURLGetString(Own(CFURLCopyAbsoluteURL(url)))), c.whole) << c.reference;
+        {"file:///a/b", "/c/../d", "file:///c/../d"}};
+    for (const auto& [base, reference, whole] : cases) {
+        const auto url = WebUrl(reference, WebUrl(base));
+        EXPECT_EQ(Utf8(CFURLGetString(Own(CFURLCopyAbsoluteURL(url)))), whole) << reference;
+        EXPECT_TRUE(CFEqual(url, WebUrl(reference, WebUrl(base))));
+        EXPECT_EQ(CFEqual(url, WebUrl(reference)), 0) << "another base";
     }
 }
 
@@ -194,7 +177,6 @@ TEST(CFURL, LongPathsAndChainsCostNoMoreThanTheirLength) {
         dots += "../";
         names += "a/";
     }
-    EXPECT_EQ(PathOf(WebUrl(names + dots.substr(1) + "x", WebUrl("http://h/"))), "<none>");
     EXPECT_EQ(Utf8(CFURLGetString(Own(CFURLCopyAbsoluteURL(
                   WebUrl(names + dots.substr(1) + "x", WebUrl("http://h/")))))),
               "http://h/x");
