@@ -15,7 +15,7 @@ namespace {
 // 2 to the power of 63: the first double that is too large for an int64.
 constexpr double cBeyondInt64 = 9223372036854775808.0;
 
-// The whole part as an integer when it is in range; not-a-number never is.
+// The whole part as an integer, or nothing if it is out of range, as not-a-number always is.
 std::optional<std::int64_t> wholePart(double value) {
     return value >= -cBeyondInt64 && value < cBeyondInt64
                ? std::optional(static_cast<std::int64_t>(value))

@@ -13,7 +13,7 @@ namespace tvplatform {
 
 namespace {
 
-// The charsets that have published numbers, the everyday ones first.
+// The charsets that have published numbers. The most used ones come first.
 constexpr Charset cKnown[] = {
     {kCFStringEncodingUTF8, "UTF-8", 3, true, true},
     {kCFStringEncodingASCII, "US-ASCII"},
@@ -94,7 +94,7 @@ constexpr Alias cAliases[] = {
 // Charsets without a published number are numbered from here on, in the order in which they are
 // first asked for.
 constexpr CFStringEncoding cFirstPrivate = 0x7F000000;
-// More than iconv knows, and a bound on what names from outside can make this process keep.
+// This bounds the memory that names from outside can make the process keep. Iconv knows fewer.
 constexpr size_t cMostPrivates = 4096;
 constexpr size_t cLongestName = 64;
 
@@ -131,8 +131,8 @@ std::string plainName(std::string_view name) {
     return plain;
 }
 
-// Whether a name can be passed to iconv: with a slash or comma it would be more than a name, and
-// an empty one or "char" stands for the locale's charset.
+// Whether a name can be passed to iconv. A name with a slash or comma has options in it, and an
+// empty one or "char" stands for the locale's charset.
 bool isSafe(std::string_view name) {
     return !name.empty() && name.size() <= cLongestName && name != "CHAR" &&
            std::all_of(name.begin(), name.end(), [](char c) {
@@ -163,7 +163,7 @@ const Charset* findPrivate(const std::string& name) {
             return &known.charset;
         }
     }
-    // A charset is usable when it converts a letter to and fro.
+    // A charset is usable if it converts a letter to and fro.
     const auto letter = IconvEncode(u"A", name.c_str());
     if (!letter || IconvDecode(*letter, name.c_str()) != std::u16string(u"A") ||
         privates.list.size() >= cMostPrivates) {
@@ -176,15 +176,15 @@ const Charset* findPrivate(const std::string& name) {
     return &added.charset;
 }
 
-// The number of the charset with that name when it can serve for 8-bit texts.
+// The number of the charset with that name, or nothing if it cannot serve for 8-bit texts.
 std::optional<CFStringEncoding> byteEncoding(std::string_view name) {
     const Charset* charset = FindCharset(name);
     return charset != nullptr && charset->holdsCStrings ? std::optional(charset->encoding)
                                                         : std::nullopt;
 }
 
-// The name last found in the environment with what it stands for, since a look at the table of
-// names costs more than a comparison.
+// The name last found in the environment, with its encoding. A comparison costs less than a look-up
+// in the table of names.
 struct LastName {
     std::mutex lock;
     std::string name;

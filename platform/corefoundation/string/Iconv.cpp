@@ -35,7 +35,7 @@ public:
         return encodes_ == encodes && charset_ == charset;
     }
 
-    // All of `in`, and then what returns a charset with shifts to its initial state.
+    // Converts all of `in`, and then returns a charset with shifts to its initial state.
     std::optional<std::string> Run(std::string_view in) {
         iconv(handle_, nullptr, nullptr, nullptr, nullptr);
         std::string out(in.size() * 2 + 16, '\0');
@@ -116,7 +116,7 @@ std::optional<std::string> convert(std::string_view in, const char* charset, boo
     return out;
 }
 
-// The characters U+E0000 to U+E007F, which an iconv may drop without a word.
+// Whether the text has one of the characters U+E0000 to U+E007F, which iconv may drop silently.
 bool hasTags(std::u16string_view text) {
     for (size_t i = 0; (i = text.find(u'\xDB40', i)) != std::u16string_view::npos; ++i) {
         if (i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDC7F) {

@@ -23,15 +23,15 @@ bool holdsCStrings(CFStringEncoding encoding) {
     return charset != nullptr && charset->holdsCStrings;
 }
 
-// A text as far as it can be converted.
+// The part of a text that can be converted: how many units, and their bytes.
 struct Converted {
     size_t units = 0;
     std::string bytes;
 };
 
-// Goes character by character to find how far `text` can be converted in at most `limit` bytes.
-// The characters by themselves are never shorter than in a row, where a charset that shifts need
-// not shift each time, so the bytes of the row are within the limit too.
+// Goes character by character to find how far `text` can be converted in at most `limit` bytes. A
+// charset that shifts takes no more bytes for the characters in a row than for each by itself, so
+// the bytes of the row are within the limit too.
 Converted convertPart(std::u16string_view text, CFStringEncoding encoding,
                       const std::optional<std::u16string>& loss, size_t limit) {
     Converted done;

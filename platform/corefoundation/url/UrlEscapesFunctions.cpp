@@ -13,7 +13,7 @@ namespace tvplatform {
 
 namespace {
 
-// The characters of a string that may be missing.
+// The characters of a string. The set of a null string is empty.
 class CharacterSet {
 public:
     explicit CharacterSet(CFStringRef string) {
@@ -31,7 +31,7 @@ private:
     std::vector<char32_t> characters_;
 };
 
-// Replaces escapes in `text`. The bytes of adjoining ones belong together.
+// Replaces escapes in a text. The bytes of adjoining escapes are decoded together.
 class EscapeReplacer {
 public:
     EscapeReplacer(const CharacterSet& kept, CFStringEncoding encoding)
@@ -80,7 +80,7 @@ private:
     std::u16string result_;
 };
 
-// Appends a stretch of text with every byte escaped; false when it cannot be encoded.
+// Appends a stretch of text with every byte escaped. Returns false if it cannot be encoded.
 bool appendEscaped(std::u16string& result, std::u16string_view stretch, CFStringEncoding encoding) {
     if (stretch.empty()) {
         return true;

@@ -65,11 +65,11 @@ static inline CFRange CFRangeMake(CFIndex location, CFIndex length) {
     return range;
 }
 
-// These rules hold for all functions. The result of a Create or Copy function belongs to the caller,
-// who releases it; that of a Get function is borrowed. If an argument is null, an object of another
-// type or a position out of range, a function returns null, false or 0 and changes nothing. If memory
-// runs out, the function throws std::bad_alloc. Any number of threads may use an immutable object at
-// a time; only one may use a mutable object.
+// These rules hold for all functions. The result of a Create or Copy function belongs to the
+// caller, who releases it; that of a Get function is borrowed. If an argument is null, an object of
+// another type or a position out of range, a function returns null, false or 0 and changes nothing.
+// If memory runs out, the function throws std::bad_alloc. Any number of threads may use an
+// immutable object at a time; only one may use a mutable object.
 
 // An `allocator` argument has no effect, since objects live on the C++ heap. As the deallocator of
 // given bytes, kCFAllocatorDefault (null) and kCFAllocatorMalloc stand for `free`; kCFAllocatorNull
@@ -85,8 +85,8 @@ CF_EXPORT void CFRelease(CFTypeRef object);
 CF_EXPORT CFIndex CFGetRetainCount(CFTypeRef object);
 // Returns 0, which is no type's number, for null.
 CF_EXPORT CFTypeID CFGetTypeID(CFTypeRef object);
-// Compares objects of one type by value. Null equals only null. Below 200 levels of containers, only
-// the same object is equal.
+// Compares objects of one type by value. Null equals only null. Below 200 levels of containers,
+// only the same object is equal.
 CF_EXPORT Boolean CFEqual(CFTypeRef a, CFTypeRef b);
 // Equal objects have equal hashes. The hash of null is 0, that of a container is its count.
 CF_EXPORT CFHashCode CFHash(CFTypeRef object);

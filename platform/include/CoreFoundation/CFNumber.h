@@ -46,7 +46,8 @@ CF_EXPORT Boolean CFNumberIsFloatType(CFNumberRef number);
 // Stores the number as `type`. Returns false if it does not fit exactly. Then the stored value is
 // the nearest one if an integer is out of range, the number without its fraction (0 for
 // not-a-number) if an integer is made from floating point, and the rounded one for floating point.
-// Stores nothing and returns false if `number` is no number, `value` is null or the type is unknown.
+// Stores nothing and returns false if `number` is no number, `value` is null or the type is
+// unknown.
 CF_EXPORT Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value);
 // Compares by value, whatever the types are, without rounding. Not-a-number equals itself and comes
 // before all other numbers. Anything that is no number comes before every number. `context` has no

@@ -63,10 +63,10 @@ CF_EXPORT CFMutableStringRef CFStringCreateMutable(CFAllocatorRef allocator, CFI
 CF_EXPORT CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef allocator, CFIndex maxLength,
                                                        CFStringRef string);
 // The conversions are %@ (the description of an object) and C's %d %i %u %x %X %c %s %p %f %g %%,
-// with the flags "-" and "0", a width and a precision (numbers or "*"), and the lengths l, ll and z;
-// %C is a unit. %s and %c are text in the system encoding. A null object or text becomes "(null)".
-// The locale has no effect. Returns null if the format has any other conversion or a width or
-// precision above 100,000, or if a text cannot be decoded.
+// with the flags "-" and "0", a width and a precision (numbers or "*"), and the lengths l, ll and
+// z; %C is a unit. %s and %c are text in the system encoding. A null object or text becomes
+// "(null)". The locale has no effect. Returns null if the format has any other conversion or a
+// width or precision above 100,000, or if a text cannot be decoded.
 CF_EXPORT CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator,
                                                CFDictionaryRef formatOptions, CFStringRef format,
                                                ...);
@@ -78,8 +78,8 @@ CF_EXPORT UniChar CFStringGetCharacterAtIndex(CFStringRef string, CFIndex index)
 CF_EXPORT void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* buffer);
 // Returns null always, since a string keeps no bytes. CFStringGetCString serves every string.
 CF_EXPORT const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding);
-// Writes the text and a zero byte. Returns false, and leaves the buffer as it is, if that takes more
-// than `bufferSize` bytes or the text cannot be encoded.
+// Writes the text and a zero byte. Returns false, and leaves the buffer as it is, if that takes
+// more than `bufferSize` bytes or the text cannot be encoded.
 CF_EXPORT Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
                                      CFStringEncoding encoding);
 // Encodes as many characters of `range` as fit into `maxBufLen` bytes and can be encoded. Returns
@@ -98,8 +98,8 @@ CF_EXPORT CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b,
                                              CFStringCompareFlags options);
 CF_EXPORT Boolean CFStringHasPrefix(CFStringRef string, CFStringRef prefix);
 CF_EXPORT Boolean CFStringHasSuffix(CFStringRef string, CFStringRef suffix);
-// Returns the first place, or {kCFNotFound, 0} if there is none. An empty text is found nowhere. The
-// time is in proportion to the two lengths.
+// Returns the first place, or {kCFNotFound, 0} if there is none. An empty text is found nowhere.
+// The time is in proportion to the two lengths.
 CF_EXPORT CFRange CFStringFind(CFStringRef string, CFStringRef toFind,
                                CFStringCompareFlags options);
 
