@@ -3,6 +3,7 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -57,8 +58,40 @@ inline Owned<CFNumberRef> Int(long value) {
     return Own(CFNumberCreate(nullptr, kCFNumberLongType, &value));
 }
 
+inline Owned<CFMutableDictionaryRef> MutableDict() {
+    return Own(CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
+                                         &kCFTypeDictionaryValueCallBacks));
+}
+
 inline CFRange Whole(CFStringRef string) {
     return CFRangeMake(0, CFStringGetLength(string));
+}
+
+// What an object holds: "[a,b]" for an array, "{k=v,l=w}" for a dictionary with its keys in order,
+// the description of any other.
+inline std::u16string Dump(CFTypeRef object) {
+    std::u16string text;
+    if (CFGetTypeID(object) == CFArrayGetTypeID()) {
+        const auto array = static_cast<CFArrayRef>(object);
+        for (CFIndex i = 0; i < CFArrayGetCount(array); ++i) {
+            text += (i > 0 ? u"," : u"") + Dump(CFArrayGetValueAtIndex(array, i));
+        }
+        return u"[" + text + u"]";
+    }
+    if (CFGetTypeID(object) != CFDictionaryGetTypeID()) {
+        return Text(Own(CFCopyDescription(object)));
+    }
+    std::map<std::u16string, std::u16string> entries;
+    CFDictionaryApplyFunction(
+        static_cast<CFDictionaryRef>(object),
+        [](const void* key, const void* value, void* context) {
+            (*static_cast<decltype(entries)*>(context))[Dump(key)] = Dump(value);
+        },
+        &entries);
+    for (const auto& [key, value] : entries) {
+        text += (text.empty() ? u"" : u",") + key + u"=" + value;
+    }
+    return u"{" + text + u"}";
 }
 
 }  // namespace tvtest

@@ -20,14 +20,10 @@ struct __CFArray final : tvplatform::Object {
     const std::vector<const void*>& Values() const { return values_; }
     const CFArrayCallBacks& CallBacks() const { return members_.Get(); }
 
-    // These do not ask whether the array is mutable. `index` lies in the array or, to insert, at
-    // its end. False, with nothing changed, when the value is not to be stored.
-    bool Insert(size_t index, const void* value);
-    bool Set(size_t index, const void* value);
-    void Remove(size_t index);
+    // These two do not ask whether the array is mutable. Append returns false, and changes nothing,
+    // if the value is not to be stored.
+    bool Append(const void* value);
     void Clear();
-    // The first place in [begin, end), or `end`.
-    size_t Find(size_t begin, size_t end, const void* value) const;
 
     bool Equal(const Object& other) const override;
     CFHashCode Hash() const override { return values_.size(); }

@@ -1,23 +1,23 @@
-// What arrays and dictionaries have in common: members that callbacks retain, release and compare.
+// The common part of arrays and dictionaries: members that callbacks retain, release and compare.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
 
 namespace tvplatform {
 
-// The callbacks for objects. Null is never retained, so that it is never stored.
+// The callbacks for objects. RetainMember returns null for null, so that it is never stored.
 const void* RetainMember(CFAllocatorRef allocator, const void* member);
 void ReleaseMember(CFAllocatorRef allocator, const void* member);
 
-// The operations on members that a record of callbacks describes, absent ones replaced. One for
-// each of the two or three records; copied by value.
+// The operations on members that a record of callbacks describes. An absent callback does nothing,
+// and an absent `equal` compares pointers.
 template <class CallBacks>
 class Members {
 public:
     explicit Members(const CallBacks* callBacks)
         : callBacks_(callBacks != nullptr ? *callBacks : CallBacks{}) {}
 
-    // What to store for a member that was handed in, retained. False when it is not to be stored.
+    // Retains a member and replaces it by what is to be stored. Returns false if nothing is.
     bool Retain(const void*& member) const {
         if (callBacks_.retain == nullptr) {
             return true;

@@ -1,4 +1,4 @@
-// The data object.
+// The data object, which never changes.
 #pragma once
 
 #include "corefoundation/object/Object.h"
@@ -13,20 +13,15 @@ struct __CFData final : tvplatform::Object {
     static constexpr tvplatform::TypeId cType = tvplatform::TypeId::Data;
     using Bytes = std::vector<UInt8>;
 
-    __CFData(Bytes bytes, bool isMutable)
-        : Object(cType), isMutable_(isMutable), bytes_(std::move(bytes)) {}
+    explicit __CFData(Bytes bytes) : Object(cType), bytes_(std::move(bytes)) {}
 
     const Bytes& Get() const { return bytes_; }
-    // Null for immutable data.
-    Bytes* Mutable() { return isMutable_ ? &bytes_ : nullptr; }
-    bool IsMutable() const { return isMutable_; }
 
     bool Equal(const Object& other) const override;
     CFHashCode Hash() const override;
 
 private:
-    const bool isMutable_;
-    Bytes bytes_;
+    const Bytes bytes_;
 };
 
 namespace tvplatform {

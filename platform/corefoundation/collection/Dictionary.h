@@ -37,16 +37,16 @@ struct __CFDictionary final : tvplatform::Object {
     const Map& Entries() const { return map_; }
     const tvplatform::Members<CFDictionaryKeyCallBacks>& Keys() const { return keys_; }
     const tvplatform::Members<CFDictionaryValueCallBacks>& Values() const { return values_; }
-    // Null when the key is absent; valid until the next change.
+    // Returns null if the key is absent. The result is valid until the next change.
     const void* const* Find(const void* key) const;
 
-    // These do not ask whether the dictionary is mutable. False, with nothing changed, when the key
-    // or the value is not to be stored.
+    // These do not ask whether the dictionary is mutable. Add and Replace return false, and change
+    // nothing, if the key or the value is not to be stored.
     bool Add(const void* key, const void* value);      // the key must be absent
     bool Replace(const void* key, const void* value);  // the key must be there
     void Remove(const void* key);
     void Clear();
-    // Adds what `source` has.
+    // Adds the entries of `source`.
     void AddAll(const __CFDictionary& source);
 
     bool Equal(const Object& other) const override;

@@ -1,7 +1,8 @@
 // The C interface of dictionaries.
 #include "corefoundation/collection/Dictionary.h"
+#include "corefoundation/object/Ref.h"
 
-#include "corefoundation/string/String.h"
+#include <CoreFoundation/CFString.h>
 
 #include <memory>
 
@@ -18,11 +19,6 @@ Dictionary* copyOf(const Dictionary& source, bool isMutable) {
         std::make_unique<Dictionary>(&source.Keys().Get(), &source.Values().Get(), isMutable);
     copy->AddAll(source);
     return copy.release();
-}
-
-Dictionary* editable(CFMutableDictionaryRef dictionary) {
-    Dictionary* object = As<Dictionary>(dictionary);
-    return object != nullptr && object->IsMutable() ? object : nullptr;
 }
 
 }  // namespace
@@ -130,23 +126,21 @@ void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFu
         return;
     }
     // A copy holds the entries in place, whatever the applier does with the dictionary.
-    CFDictionaryRef entries = CFDictionaryCreateCopy(nullptr, dictionary);
-    const std::unique_ptr<const Object, void (*)(const Object*)> owner(
-        entries, [](const Object* copy) { copy->Release(); });
+    const Ref<CFDictionaryRef> entries(CFDictionaryCreateCopy(nullptr, dictionary));
     for (const auto& [key, value] : entries->Entries()) {
         applier(key, value, context);
     }
 }
 
 void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key, const void* value) {
-    Dictionary* object = editable(dictionary);
+    Dictionary* object = AsMutable<Dictionary>(dictionary);
     if (object != nullptr && object->Find(key) == nullptr) {
         object->Add(key, value);
     }
 }
 
 void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, const void* value) {
-    Dictionary* object = editable(dictionary);
+    Dictionary* object = AsMutable<Dictionary>(dictionary);
     if (object == nullptr) {
         return;
     }
@@ -157,22 +151,14 @@ void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, co
     }
 }
 
-void CFDictionaryReplaceValue(CFMutableDictionaryRef dictionary, const void* key,
-                              const void* value) {
-    Dictionary* object = editable(dictionary);
-    if (object != nullptr && object->Find(key) != nullptr) {
-        object->Replace(key, value);
-    }
-}
-
 void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key) {
-    if (Dictionary* object = editable(dictionary)) {
+    if (Dictionary* object = AsMutable<Dictionary>(dictionary)) {
         object->Remove(key);
     }
 }
 
 void CFDictionaryRemoveAllValues(CFMutableDictionaryRef dictionary) {
-    if (Dictionary* object = editable(dictionary)) {
+    if (Dictionary* object = AsMutable<Dictionary>(dictionary)) {
         object->Clear();
     }
 }

@@ -6,19 +6,16 @@
 #include <functional>
 #include <limits>
 #include <optional>
-#include <string_view>
+#include <type_traits>
 
 namespace tvplatform {
 
 namespace {
 
-constinit const Immortal<Boolean_> sTrue(true);
-constinit const Immortal<Boolean_> sFalse(false);
-
 // 2 to the power of 63: the first double that is too large for an int64.
 constexpr double cBeyondInt64 = 9223372036854775808.0;
 
-// The whole part as an integer when it is in range; not-a-number never is.
+// The whole part as an integer, or nothing if it is out of range, as not-a-number always is.
 std::optional<std::int64_t> wholePart(double value) {
     return value >= -cBeyondInt64 && value < cBeyondInt64
                ? std::optional(static_cast<std::int64_t>(value))
@@ -101,86 +98,56 @@ bool store(double value, void* out) {
     return storeAs(nearest, out, compareValues(value, static_cast<double>(nearest)) == 0);
 }
 
-CFNumberType integerType(size_t bytes) {
-    switch (bytes) {
-    case 1:
-        return kCFNumberSInt8Type;
-    case 2:
-        return kCFNumberSInt16Type;
-    case 4:
-        return kCFNumberSInt32Type;
-    default:
-        return kCFNumberSInt64Type;
-    }
+constexpr CFNumberType integerType(size_t bytes) {
+    return bytes == 1   ? kCFNumberSInt8Type
+           : bytes == 2 ? kCFNumberSInt16Type
+           : bytes == 4 ? kCFNumberSInt32Type
+                        : kCFNumberSInt64Type;
 }
 
-// The type of fixed width that is meant by `type` here; 0 for an unknown one.
+// The type of fixed width behind each type, by number.
+constexpr CFNumberType cFixedTypes[] = {0,
+                                        kCFNumberSInt8Type,
+                                        kCFNumberSInt16Type,
+                                        kCFNumberSInt32Type,
+                                        kCFNumberSInt64Type,
+                                        kCFNumberFloat32Type,
+                                        kCFNumberFloat64Type,
+                                        integerType(sizeof(char)),
+                                        integerType(sizeof(short)),
+                                        integerType(sizeof(int)),
+                                        integerType(sizeof(long)),
+                                        integerType(sizeof(long long)),
+                                        kCFNumberFloat32Type,
+                                        kCFNumberFloat64Type,
+                                        integerType(sizeof(CFIndex)),
+                                        integerType(sizeof(long)),
+                                        sizeof(void*) == 4 ? kCFNumberFloat32Type
+                                                           : kCFNumberFloat64Type};
+static_assert(std::size(cFixedTypes) == kCFNumberMaxType + 1);
+
+// The type of fixed width that `type` means on this machine; 0 for an unknown type.
 CFNumberType fixedTypeOf(CFNumberType type) {
-    switch (type) {
-    case kCFNumberCharType:
-        return integerType(sizeof(char));
-    case kCFNumberShortType:
-        return integerType(sizeof(short));
-    case kCFNumberIntType:
-        return integerType(sizeof(int));
-    case kCFNumberLongType:
-    case kCFNumberCFIndexType:
-    case kCFNumberNSIntegerType:
-        return integerType(sizeof(long));
-    case kCFNumberLongLongType:
-        return integerType(sizeof(long long));
-    case kCFNumberFloatType:
-        return kCFNumberFloat32Type;
-    case kCFNumberDoubleType:
-        return kCFNumberFloat64Type;
-    case kCFNumberCGFloatType:
-        return sizeof(void*) == 4 ? kCFNumberFloat32Type : kCFNumberFloat64Type;
-    default:
-        return type >= kCFNumberSInt8Type && type <= kCFNumberFloat64Type ? type : 0;
-    }
+    return type > 0 && type <= kCFNumberMaxType ? cFixedTypes[type] : 0;
 }
 
-template <class T>
-T Load(const void* value) {
-    T loaded;
-    std::memcpy(&loaded, value, sizeof loaded);
-    return loaded;
-}
-
-std::optional<Number::Value> loadValue(CFNumberType fixedType, const void* value) {
+// Calls `use` with a value of the C++ type behind a type of fixed width, and returns its result.
+// Returns false for 0.
+template <class Use>
+bool withFixedType(CFNumberType fixedType, Use use) {
     switch (fixedType) {
     case kCFNumberSInt8Type:
-        return Load<std::int8_t>(value);
+        return use(std::int8_t{});
     case kCFNumberSInt16Type:
-        return Load<std::int16_t>(value);
+        return use(std::int16_t{});
     case kCFNumberSInt32Type:
-        return Load<std::int32_t>(value);
+        return use(std::int32_t{});
     case kCFNumberSInt64Type:
-        return Load<std::int64_t>(value);
+        return use(std::int64_t{});
     case kCFNumberFloat32Type:
-        return static_cast<double>(Load<float>(value));
+        return use(float{});
     case kCFNumberFloat64Type:
-        return Load<double>(value);
-    default:
-        return std::nullopt;
-    }
-}
-
-template <class Stored>
-bool storeFixed(Stored stored, CFNumberType fixedType, void* value) {
-    switch (fixedType) {
-    case kCFNumberSInt8Type:
-        return store<std::int8_t>(stored, value);
-    case kCFNumberSInt16Type:
-        return store<std::int16_t>(stored, value);
-    case kCFNumberSInt32Type:
-        return store<std::int32_t>(stored, value);
-    case kCFNumberSInt64Type:
-        return store<std::int64_t>(stored, value);
-    case kCFNumberFloat32Type:
-        return store<float>(stored, value);
-    case kCFNumberFloat64Type:
-        return store<double>(stored, value);
+        return use(double{});
     default:
         return false;
     }
@@ -220,57 +187,28 @@ std::u16string __CFNumber::Description() const {
     return std::u16string(text, end);
 }
 
-constinit const CFBooleanRef kCFBooleanTrue = &sTrue.object;
-constinit const CFBooleanRef kCFBooleanFalse = &sFalse.object;
-
-CFTypeID CFBooleanGetTypeID() {
-    return static_cast<CFTypeID>(TypeId::Boolean_);
+bool __CFNumber::Store(CFNumberType type, void* value) const {
+    return std::visit(
+        [&](auto stored) {
+            return withFixedType(fixedTypeOf(type),
+                                 [&](auto typed) { return store<decltype(typed)>(stored, value); });
+        },
+        value_);
 }
 
-Boolean CFBooleanGetValue(CFBooleanRef boolean) {
-    const Boolean_* object = As<Boolean_>(boolean);
-    return object != nullptr && object->Get();
-}
+namespace tvplatform {
 
-CFTypeID CFNumberGetTypeID() {
-    return static_cast<CFTypeID>(TypeId::Number);
-}
-
-CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void* value) {
+Number* MakeNumber(CFNumberType type, const void* value) {
+    Number* made = nullptr;
     const CFNumberType fixedType = fixedTypeOf(type);
-    const auto loaded = value != nullptr ? loadValue(fixedType, value) : std::nullopt;
-    return loaded ? new Number(fixedType, *loaded) : nullptr;
+    withFixedType(fixedType, [&](auto loaded) {
+        using Kept =
+            std::conditional_t<std::is_floating_point_v<decltype(loaded)>, double, std::int64_t>;
+        std::memcpy(&loaded, value, sizeof loaded);
+        made = new Number(fixedType, static_cast<Kept>(loaded));
+        return true;
+    });
+    return made;
 }
 
-CFNumberType CFNumberGetType(CFNumberRef number) {
-    const Number* object = As<Number>(number);
-    return object != nullptr ? object->FixedType() : 0;
-}
-
-CFIndex CFNumberGetByteSize(CFNumberRef number) {
-    constexpr CFIndex cSizes[] = {0, 1, 2, 4, 8, 4, 8};
-    return cSizes[CFNumberGetType(number)];
-}
-
-Boolean CFNumberIsFloatType(CFNumberRef number) {
-    const Number* object = As<Number>(number);
-    return object != nullptr && std::holds_alternative<double>(object->Get());
-}
-
-Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value) {
-    const Number* object = As<Number>(number);
-    if (object == nullptr || value == nullptr) {
-        return false;
-    }
-    return std::visit([&](auto stored) { return storeFixed(stored, fixedTypeOf(type), value); },
-                      object->Get());
-}
-
-CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef other, void*) {
-    const Number* a = As<Number>(number);
-    const Number* b = As<Number>(other);
-    const int order = a != nullptr && b != nullptr
-                          ? a->Compare(*b)
-                          : static_cast<int>(a != nullptr) - static_cast<int>(b != nullptr);
-    return order < 0 ? kCFCompareLessThan : order > 0 ? kCFCompareGreaterThan : kCFCompareEqualTo;
-}
+}  // namespace tvplatform

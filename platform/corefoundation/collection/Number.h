@@ -20,6 +20,8 @@ struct __CFNumber final : tvplatform::Object {
     const Value& Get() const { return value_; }
     // By value: negative, 0 or positive. Exact across the two kinds.
     int Compare(const __CFNumber& other) const;
+    // See CFNumberGetValue.
+    bool Store(CFNumberType type, void* value) const;
 
     bool Equal(const Object& other) const override;
     CFHashCode Hash() const override;
@@ -47,4 +49,9 @@ private:
 namespace tvplatform {
 using Number = ::__CFNumber;
 using Boolean_ = ::__CFBoolean;
+
+// A new number, owned by the caller, from the value of that type at `value`. Returns null if the
+// type is unknown.
+Number* MakeNumber(CFNumberType type, const void* value);
+
 }  // namespace tvplatform

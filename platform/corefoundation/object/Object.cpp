@@ -7,7 +7,7 @@ namespace tvplatform {
 
 namespace {
 
-// Deletion recurses this deep; objects that die deeper down are queued for the outermost one.
+// Deletion recurses this deep. Objects that die deeper down are queued for the outermost deletion.
 constexpr int cDeepestDeletion = 64;
 thread_local int tDeletions = 0;
 thread_local const Object* tDoomed = nullptr;

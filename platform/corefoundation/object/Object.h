@@ -1,6 +1,5 @@
-// The base of every object of the platform layer: a type, a count, equality. References may be
-// taken and dropped on any thread; anything else is for one thread at a time unless a class says
-// otherwise.
+// The base of every object of the platform layer: a type, a count, equality. Any thread may retain
+// and release an object. One thread at a time may do anything else, unless a class says otherwise.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
@@ -37,15 +36,15 @@ public:
 
     TypeId Type() const { return type_; }
     void Retain() const;
-    // Deletes the object when this was the last reference. What it holds in turn goes the same way
-    // with bounded recursion, however deeply objects are nested.
+    // Deletes the object if this was the last reference. The recursion has a bound, however deeply
+    // objects are nested.
     void Release() const;
     CFIndex Count() const;
 
-    // Only asked of an object of the same type; identity unless a class knows better.
+    // `other` must have the same type. Compares identity unless a class overrides it.
     virtual bool Equal(const Object& other) const { return this == &other; }
     virtual CFHashCode Hash() const;
-    // A text for people; a word for the type unless a class knows better.
+    // A text for people. It is a word for the type unless a class overrides it.
     virtual std::u16string Description() const;
 
 private:
@@ -67,8 +66,8 @@ private:
     int& depth_;
 };
 
-// Holds a static object that is constant-initialised and never destroyed, so that it can be used
-// before and after every other static object.
+// Holds a static object that is constant-initialised and never destroyed, so other static objects
+// can use it in their constructors and destructors.
 template <class T>
 union Immortal {
     template <class... Args>
@@ -77,13 +76,20 @@ union Immortal {
     T object;
 };
 
-// The object behind a reference that a caller handed in, or null when the reference is null or its
-// object is of another type. Every class that uses this has a static `cType`. References are
-// addresses of the Object base, so a class must derive from Object first and singly.
+// The object behind a caller's reference. Returns null if the reference is null or its object has
+// another type. T has a static `cType` and derives from Object first and singly, since a reference
+// is the address of the Object base.
 template <class T>
 T* As(CFTypeRef reference) {
     auto* object = static_cast<Object*>(const_cast<void*>(reference));
     return object != nullptr && object->Type() == T::cType ? static_cast<T*>(object) : nullptr;
+}
+
+// The same, but returns null for an immutable object too.
+template <class T>
+T* AsMutable(CFTypeRef reference) {
+    T* object = As<T>(reference);
+    return object != nullptr && object->IsMutable() ? object : nullptr;
 }
 
 // The reference to hand out for an object: `ToRef<CFStringRef>(string)`.

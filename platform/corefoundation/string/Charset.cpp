@@ -13,42 +13,42 @@ namespace tvplatform {
 
 namespace {
 
-// The charsets that have published numbers, the everyday ones first.
+// The charsets that have published numbers. The most used ones come first.
 constexpr Charset cKnown[] = {
     {kCFStringEncodingUTF8, "UTF-8", 3, true, true},
-    {kCFStringEncodingASCII, "US-ASCII", 1, true, true},
-    {kCFStringEncodingISOLatin1, "ISO-8859-1", 1, true, true},
-    {kCFStringEncodingMacRoman, "MACINTOSH", 1, true, true},
-    {0x0007, "MAC-CYRILLIC", 1, true, true},
-    {0x001D, "MAC-CENTRALEUROPE", 1, true, true},
-    {kCFStringEncodingUTF16, "UTF-16", 2, false, false},
-    {0x0202, "ISO-8859-2", 1, true, true},
-    {0x0203, "ISO-8859-3", 1, true, true},
-    {0x0204, "ISO-8859-4", 1, true, true},
-    {0x0205, "ISO-8859-5", 1, true, true},
-    {0x0206, "ISO-8859-6", 1, true, true},
-    {0x0207, "ISO-8859-7", 1, true, true},
-    {0x0208, "ISO-8859-8", 1, true, true},
-    {0x0209, "ISO-8859-9", 1, true, true},
-    {0x020A, "ISO-8859-10", 1, true, true},
-    {0x020B, "ISO-8859-11", 1, true, true},
-    {0x020D, "ISO-8859-13", 1, true, true},
-    {0x020E, "ISO-8859-14", 1, true, true},
-    {0x020F, "ISO-8859-15", 1, true, true},
-    {0x0210, "ISO-8859-16", 1, true, true},
-    {0x0400, "IBM437", 1, true, true},
-    {0x0410, "IBM850", 1, true, true},
-    {0x0412, "IBM852", 1, true, true},
-    {0x0413, "IBM855", 1, true, true},
-    {0x0419, "IBM866", 1, true, true},
-    {kCFStringEncodingWindowsLatin1, "WINDOWS-1252", 1, true, true},
-    {0x0501, "WINDOWS-1250", 1, true, true},
-    {0x0502, "WINDOWS-1251", 1, true, true},
-    {0x0503, "WINDOWS-1253", 1, true, true},
-    {0x0504, "WINDOWS-1254", 1, true, true},
+    {kCFStringEncodingASCII, "US-ASCII"},
+    {kCFStringEncodingISOLatin1, "ISO-8859-1"},
+    {kCFStringEncodingMacRoman, "MACINTOSH"},
+    {0x0007, "MAC-CYRILLIC"},
+    {0x001D, "MAC-CENTRALEUROPE"},
+    {kCFStringEncodingUTF16, cIconvUtf16, 2, false, false},
+    {0x0202, "ISO-8859-2"},
+    {0x0203, "ISO-8859-3"},
+    {0x0204, "ISO-8859-4"},
+    {0x0205, "ISO-8859-5"},
+    {0x0206, "ISO-8859-6"},
+    {0x0207, "ISO-8859-7"},
+    {0x0208, "ISO-8859-8"},
+    {0x0209, "ISO-8859-9"},
+    {0x020A, "ISO-8859-10"},
+    {0x020B, "ISO-8859-11"},
+    {0x020D, "ISO-8859-13"},
+    {0x020E, "ISO-8859-14"},
+    {0x020F, "ISO-8859-15"},
+    {0x0210, "ISO-8859-16"},
+    {0x0400, "IBM437"},
+    {0x0410, "IBM850"},
+    {0x0412, "IBM852"},
+    {0x0413, "IBM855"},
+    {0x0419, "IBM866"},
+    {kCFStringEncodingWindowsLatin1, "WINDOWS-1252"},
+    {0x0501, "WINDOWS-1250"},
+    {0x0502, "WINDOWS-1251"},
+    {0x0503, "WINDOWS-1253"},
+    {0x0504, "WINDOWS-1254"},
     {0x0505, "WINDOWS-1255", 8, true, true},
-    {0x0506, "WINDOWS-1256", 1, true, true},
-    {0x0507, "WINDOWS-1257", 1, true, true},
+    {0x0506, "WINDOWS-1256"},
+    {0x0507, "WINDOWS-1257"},
     {0x0508, "WINDOWS-1258", 8, true, true},
     {0x0631, "GBK", 2, true, true},
     {0x0632, "GB18030", 4, true, true},
@@ -57,19 +57,16 @@ constexpr Charset cKnown[] = {
     {0x0930, "GB2312", 2, true, true},
     {0x0940, "EUC-KR", 2, true, true},
     {0x0A01, "SHIFT_JIS", 2, false, true},
-    {0x0A02, "KOI8-R", 1, true, true},
+    {0x0A02, "KOI8-R"},
     {0x0A03, "BIG5", 2, true, true},
-    {0x0A08, "KOI8-U", 1, true, true},
+    {0x0A08, "KOI8-U"},
     {0x04000100, "UTF-7", 8, false, true},
-    {kCFStringEncodingUTF32, "UTF-32", 4, false, false},
     {kCFStringEncodingUTF16BE, "UTF-16BE", 2, false, false},
     {kCFStringEncodingUTF16LE, "UTF-16LE", 2, false, false},
-    {kCFStringEncodingUTF32BE, "UTF-32BE", 4, false, false},
-    {kCFStringEncodingUTF32LE, "UTF-32LE", 4, false, false},
 };
 
 struct Alias {
-    const char* name;  // as `Plain` leaves it
+    const char* name;  // as plainName leaves it
     CFStringEncoding encoding;
 };
 constexpr Alias cAliases[] = {
@@ -97,7 +94,7 @@ constexpr Alias cAliases[] = {
 // Charsets without a published number are numbered from here on, in the order in which they are
 // first asked for.
 constexpr CFStringEncoding cFirstPrivate = 0x7F000000;
-// More than iconv knows, and a bound on what names from outside can make this process keep.
+// This bounds the memory that names from outside can make the process keep. Iconv knows fewer.
 constexpr size_t cMostPrivates = 4096;
 constexpr size_t cLongestName = 64;
 
@@ -111,47 +108,47 @@ struct PrivateCharsets {
     std::deque<PrivateCharset> list;  // a deque: what it holds never moves
 };
 
-PrivateCharsets& Privates() {
+PrivateCharsets& privateCharsets() {
     static auto* privates = new PrivateCharsets;  // outlives every static object
     return *privates;
 }
 
-char Upper(char c) {
+char upper(char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
-bool IsAlnum(char c) {
-    return (Upper(c) >= 'A' && Upper(c) <= 'Z') || (c >= '0' && c <= '9');
+bool isAlnum(char c) {
+    return (upper(c) >= 'A' && upper(c) <= 'Z') || (c >= '0' && c <= '9');
 }
 
 // Upper case, letters and digits only: "iso_8859-1" and "ISO8859-1" are one name.
-std::string Plain(std::string_view name) {
+std::string plainName(std::string_view name) {
     std::string plain;
     for (const char c : name) {
-        if (IsAlnum(c)) {
-            plain.push_back(Upper(c));
+        if (isAlnum(c)) {
+            plain.push_back(upper(c));
         }
     }
     return plain;
 }
 
-// Whether a name can be passed to iconv: with a slash or comma it would be more than a name, and
-// an empty one or "char" stands for the locale's charset.
+// Whether a name can be passed to iconv. A name with a slash or comma has options in it, and an
+// empty one or "char" stands for the locale's charset.
 bool isSafe(std::string_view name) {
     return !name.empty() && name.size() <= cLongestName && name != "CHAR" &&
            std::all_of(name.begin(), name.end(), [](char c) {
-               return IsAlnum(c) || std::string_view("-_.:+()").find(c) != std::string_view::npos;
+               return isAlnum(c) || std::string_view("-_.:+()").find(c) != std::string_view::npos;
            });
 }
 
 const Charset* findKnown(std::string_view name) {
-    const std::string plain = Plain(name);
+    const std::string plain = plainName(name);
     for (const Alias& alias : cAliases) {
         if (plain == alias.name) {
             return FindCharset(alias.encoding);
         }
     }
     for (const Charset& charset : cKnown) {
-        if (plain == Plain(charset.name)) {
+        if (plain == plainName(charset.name)) {
             return &charset;
         }
     }
@@ -159,14 +156,14 @@ const Charset* findKnown(std::string_view name) {
 }
 
 const Charset* findPrivate(const std::string& name) {
-    PrivateCharsets& privates = Privates();
+    PrivateCharsets& privates = privateCharsets();
     const std::lock_guard guard(privates.lock);
     for (const PrivateCharset& known : privates.list) {
         if (known.name == name) {
             return &known.charset;
         }
     }
-    // A charset is usable when it converts a letter to and fro.
+    // A charset is usable if it converts a letter to and fro.
     const auto letter = IconvEncode(u"A", name.c_str());
     if (!letter || IconvDecode(*letter, name.c_str()) != std::u16string(u"A") ||
         privates.list.size() >= cMostPrivates) {
@@ -179,15 +176,15 @@ const Charset* findPrivate(const std::string& name) {
     return &added.charset;
 }
 
-// The number of the charset with that name when it can serve for 8-bit texts.
+// The number of the charset with that name, or nothing if it cannot serve for 8-bit texts.
 std::optional<CFStringEncoding> byteEncoding(std::string_view name) {
     const Charset* charset = FindCharset(name);
     return charset != nullptr && charset->holdsCStrings ? std::optional(charset->encoding)
                                                         : std::nullopt;
 }
 
-// The name last found in the environment with what it stands for, since a look at the table of
-// names costs more than a comparison.
+// The name last found in the environment, with its encoding. A comparison costs less than a look-up
+// in the table of names.
 struct LastName {
     std::mutex lock;
     std::string name;
@@ -203,20 +200,20 @@ const Charset* FindCharset(CFStringEncoding encoding) {
                          [&](const Charset& charset) { return charset.encoding == encoding; });
         return found != std::end(cKnown) ? found : nullptr;
     }
-    PrivateCharsets& privates = Privates();
+    PrivateCharsets& privates = privateCharsets();
     const std::lock_guard guard(privates.lock);
     const size_t index = encoding - cFirstPrivate;
     return index < privates.list.size() ? &privates.list[index].charset : nullptr;
 }
 
 const Charset* FindCharset(std::string_view name) {
-    std::string upper(name);
-    std::transform(upper.begin(), upper.end(), upper.begin(), Upper);
-    if (!isSafe(upper)) {
+    std::string capitals(name);
+    std::transform(capitals.begin(), capitals.end(), capitals.begin(), upper);
+    if (!isSafe(capitals)) {
         return nullptr;
     }
-    const Charset* known = findKnown(upper);
-    return known != nullptr ? known : findPrivate(upper);
+    const Charset* known = findKnown(capitals);
+    return known != nullptr ? known : findPrivate(capitals);
 }
 
 CFStringEncoding SystemEncoding() {

@@ -7,21 +7,22 @@
 
 namespace tvplatform {
 
+// An encoding. The defaults are those of the 8-bit character sets that extend ASCII.
 struct Charset {
     CFStringEncoding encoding;
-    const char* name;  // as iconv knows it
-    // The most bytes that one UTF-16 unit takes. Charsets that shift between sets of characters
-    // need up to `cShiftBytes` more for a whole text.
-    unsigned char bytesPerUnit;
-    bool holdsAscii;  // a text of ASCII characters has ASCII's bytes, and such bytes are that text
-    bool holdsCStrings;  // no character but U+0000 has zero bytes
+    const char* name;  // the name that iconv knows
+    // The most bytes that one UTF-16 unit takes. A whole text in a charset that shifts between sets
+    // of characters needs up to `cShiftBytes` more.
+    unsigned char bytesPerUnit = 1;
+    bool holdsAscii = true;  // ASCII's characters have ASCII's bytes, and these have no other use
+    bool holdsCStrings = true;  // no character but U+0000 has zero bytes
 };
 constexpr CFIndex cShiftBytes = 16;
 
-// Null for a number that belongs to none. Valid as long as the process.
+// Returns null for an unknown number. The result is valid as long as the process.
 const Charset* FindCharset(CFStringEncoding encoding);
-// By any name that iconv knows, in any case; null for others. A charset without a published number
-// gets one at its first mention.
+// Takes any name that iconv knows, in any case, and returns null for others. A charset without a
+// published number gets one at its first mention.
 const Charset* FindCharset(std::string_view name);
 
 // See CFStringGetSystemEncoding.

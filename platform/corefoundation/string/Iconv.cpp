@@ -4,7 +4,6 @@
 
 #include <iconv.h>
 
-#include <bit>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -16,14 +15,12 @@ namespace tvplatform {
 
 namespace {
 
-constexpr const char* cUnits = std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
-
 // An open conversion in one direction. One thread at a time.
 class Converter {
 public:
     Converter(const char* charset, bool encodes)
         : charset_(charset), encodes_(encodes),
-          handle_(encodes ? iconv_open(charset, cUnits) : iconv_open(cUnits, charset)) {}
+          handle_(encodes ? iconv_open(charset, cIconvUtf16) : iconv_open(cIconvUtf16, charset)) {}
     ~Converter() {
         if (IsOpen()) {
             iconv_close(handle_);
@@ -38,7 +35,7 @@ public:
         return encodes_ == encodes && charset_ == charset;
     }
 
-    // All of `in`, and then what returns a charset with shifts to its initial state.
+    // Converts all of `in`, and then returns a charset with shifts to its initial state.
     std::optional<std::string> Run(std::string_view in) {
         iconv(handle_, nullptr, nullptr, nullptr, nullptr);
         std::string out(in.size() * 2 + 16, '\0');
@@ -79,13 +76,13 @@ struct IdleConverters {
     std::vector<std::unique_ptr<Converter>> list;
 };
 
-IdleConverters& Idle() {
+IdleConverters& idleConverters() {
     static auto* idle = new IdleConverters;  // outlives every static object
     return *idle;
 }
 
-std::unique_ptr<Converter> Take(const char* charset, bool encodes) {
-    IdleConverters& idle = Idle();
+std::unique_ptr<Converter> takeConverter(const char* charset, bool encodes) {
+    IdleConverters& idle = idleConverters();
     {
         const std::lock_guard guard(idle.lock);
         for (auto& converter : idle.list) {
@@ -101,7 +98,7 @@ std::unique_ptr<Converter> Take(const char* charset, bool encodes) {
 }
 
 void giveBack(std::unique_ptr<Converter> converter) {
-    IdleConverters& idle = Idle();
+    IdleConverters& idle = idleConverters();
     const std::lock_guard guard(idle.lock);
     if (idle.list.size() >= IdleConverters::cMost) {
         idle.list.erase(idle.list.begin());
@@ -110,7 +107,7 @@ void giveBack(std::unique_ptr<Converter> converter) {
 }
 
 std::optional<std::string> convert(std::string_view in, const char* charset, bool encodes) {
-    auto converter = Take(charset, encodes);
+    auto converter = takeConverter(charset, encodes);
     if (!converter->IsOpen()) {
         return std::nullopt;
     }
@@ -119,7 +116,7 @@ std::optional<std::string> convert(std::string_view in, const char* charset, boo
     return out;
 }
 
-// The characters U+E0000 to U+E007F, which an iconv may drop without a word.
+// Whether the text has one of the characters U+E0000 to U+E007F, which iconv may drop silently.
 bool hasTags(std::u16string_view text) {
     for (size_t i = 0; (i = text.find(u'\xDB40', i)) != std::u16string_view::npos; ++i) {
         if (i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDC7F) {

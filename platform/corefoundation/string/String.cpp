@@ -1,11 +1,8 @@
-// Making strings, and reading their units.
 #include "corefoundation/string/String.h"
 
 #include "corefoundation/string/Utf8.h"
 
-#include <cstring>
 #include <functional>
-#include <new>
 
 bool __CFString::Equal(const Object& other) const {
     return text_ == static_cast<const __CFString&>(other).text_;
@@ -36,95 +33,8 @@ std::optional<std::string> ToUtf8(CFTypeRef string) {
     return text ? EncodeUtf8(*text) : std::nullopt;
 }
 
-namespace {
-
-std::u16string copyOfUnits(const UniChar* units, CFIndex count) {
-    std::u16string text;
-    if (static_cast<size_t>(count) > text.max_size()) {
-        throw std::bad_alloc();
-    }
-    text.resize(static_cast<size_t>(count));
-    if (count > 0) {
-        std::memcpy(text.data(), units, text.size() * sizeof(UniChar));
-    }
-    return text;
+std::u16string DescriptionOf(CFTypeRef object) {
+    return object != nullptr ? static_cast<const Object*>(object)->Description() : u"(null)";
 }
 
-}  // namespace
 }  // namespace tvplatform
-
-using namespace tvplatform;
-
-CFTypeID CFStringGetTypeID() {
-    return static_cast<CFTypeID>(TypeId::String);
-}
-
-CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* chars, CFIndex numChars) {
-    if (numChars < 0 || (chars == nullptr && numChars > 0)) {
-        return nullptr;
-    }
-    return MakeString(copyOfUnits(chars, numChars));
-}
-
-CFStringRef CFStringCreateWithSubstring(CFAllocatorRef, CFStringRef string, CFRange range) {
-    const auto text = TextOf(string);
-    return text && LiesIn(range, text->size()) ? MakeString(std::u16string(Part(*text, range)))
-                                               : nullptr;
-}
-
-CFStringRef CFStringCreateCopy(CFAllocatorRef, CFStringRef string) {
-    const String* source = As<String>(string);
-    if (source == nullptr) {
-        return nullptr;
-    }
-    if (source->IsMutable()) {
-        return MakeString(std::u16string(source->Text()));
-    }
-    source->Retain();
-    return source;
-}
-
-CFMutableStringRef CFStringCreateMutable(CFAllocatorRef, CFIndex) {
-    return new String({}, String::Kind::Mutable);
-}
-
-CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef, CFIndex, CFStringRef string) {
-    const auto text = TextOf(string);
-    return text ? new String(std::u16string(*text), String::Kind::Mutable) : nullptr;
-}
-
-CFIndex CFStringGetLength(CFStringRef string) {
-    const auto text = TextOf(string);
-    return text ? static_cast<CFIndex>(text->size()) : 0;
-}
-
-UniChar CFStringGetCharacterAtIndex(CFStringRef string, CFIndex index) {
-    const auto text = TextOf(string);
-    return text && LiesIn({index, 1}, text->size()) ? (*text)[static_cast<size_t>(index)]
-                                                    : UniChar{0};
-}
-
-void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* buffer) {
-    const auto text = TextOf(string);
-    if (text && buffer != nullptr && LiesIn(range, text->size())) {
-        const auto part = Part(*text, range);
-        std::memcpy(buffer, part.data(), part.size() * sizeof(UniChar));
-    }
-}
-
-const UniChar* CFStringGetCharactersPtr(CFStringRef string) {
-    const auto text = TextOf(string);
-    return text ? reinterpret_cast<const UniChar*>(text->data()) : nullptr;
-}
-
-void CFStringAppendCharacters(CFMutableStringRef string, const UniChar* chars, CFIndex numChars) {
-    String* object = As<String>(string);
-    if (object != nullptr && object->IsMutable() && chars != nullptr && numChars > 0) {
-        object->MutableText()->append(copyOfUnits(chars, numChars));
-    }
-}
-
-CFStringRef CFCopyDescription(CFTypeRef object) {
-    return MakeString(object != nullptr ? static_cast<const Object*>(object)->Description()
-                                        : std::u16string(u"(null)"));
-}

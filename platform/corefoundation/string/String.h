@@ -1,4 +1,4 @@
-// The string object, and what the rest of the platform layer needs of it.
+// The string object, and the operations on strings that the rest of the platform layer uses.
 #pragma once
 
 #include "corefoundation/object/Object.h"
@@ -21,9 +21,9 @@ struct __CFString final : tvplatform::Object {
         : Object(cType, kind == Kind::Constant), kind_(kind), text_(std::move(text)) {}
 
     std::u16string_view Text() const { return text_; }
-    // The text to change; null for an immutable string.
-    std::u16string* MutableText() { return kind_ == Kind::Mutable ? &text_ : nullptr; }
     bool IsMutable() const { return kind_ == Kind::Mutable; }
+    // The text to change. The string must be mutable.
+    std::u16string& MutableText() { return text_; }
 
     bool Equal(const Object& other) const override;
     CFHashCode Hash() const override;
@@ -38,14 +38,16 @@ namespace tvplatform {
 
 using String = ::__CFString;
 
-// The units of a string, valid until it changes or dies; nothing for null and other objects.
+// The units of a string, valid until it changes or dies. Returns nothing if `string` is no string.
 std::optional<std::u16string_view> TextOf(CFTypeRef string);
 
-// A new immutable string, owned by the caller. From bytes: null when they are not valid UTF-8.
+// A new immutable string, owned by the caller. Returns null if the bytes are not valid UTF-8.
 CFStringRef MakeString(std::string_view utf8);
 CFStringRef MakeString(std::u16string text);
-// Nothing for null, other objects, and a text with an unpaired surrogate.
+// Returns nothing if `string` is no string or has an unpaired surrogate.
 std::optional<std::string> ToUtf8(CFTypeRef string);
+// The text of CFCopyDescription.
+std::u16string DescriptionOf(CFTypeRef object);
 
 // Whether a range lies in a sequence of `length` elements.
 inline bool LiesIn(CFRange range, size_t length) {
@@ -54,7 +56,7 @@ inline bool LiesIn(CFRange range, size_t length) {
            range.length <= whole - range.location;
 }
 
-// The part of a text that a range says; it must lie in it.
+// The part of a text at a range, which must lie in it.
 inline std::u16string_view Part(std::u16string_view text, CFRange range) {
     return text.substr(static_cast<size_t>(range.location), static_cast<size_t>(range.length));
 }

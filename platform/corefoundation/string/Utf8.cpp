@@ -15,8 +15,7 @@ bool isLowSurrogate(char32_t c) {
     return c >= 0xDC00 && c <= 0xDFFF;
 }
 
-// Looks at a word of elements at a time: short texts are the usual ones, but long ones are ASCII
-// for long stretches.
+// Looks at a word of elements at a time, since long texts are ASCII for long stretches.
 template <class View>
 size_t prefixWithout(View text, std::uint64_t wordMask, std::uint32_t elementMask) {
     constexpr size_t cPerWord = sizeof(std::uint64_t) / sizeof(typename View::value_type);
@@ -34,7 +33,7 @@ size_t prefixWithout(View text, std::uint64_t wordMask, std::uint32_t elementMas
     return i;
 }
 
-// How many bytes a sequence has by its first byte; 0 for a byte that begins none.
+// The length of a sequence by its first byte, or 0 if the byte begins none.
 size_t sequenceLength(unsigned char first) {
     if (first < 0x80) {
         return 1;
@@ -48,7 +47,7 @@ size_t sequenceLength(unsigned char first) {
     return first >= 0xF0 && first < 0xF5 ? 4 : 0;
 }
 
-// The code point at the front of `bytes`, which it takes off; nothing when they are malformed.
+// Takes the code point at the front off `bytes`. Returns nothing if it is malformed.
 std::optional<char32_t> takeCodePoint(std::string_view& bytes) {
     constexpr char32_t cSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
     const auto first = static_cast<unsigned char>(bytes[0]);

@@ -7,14 +7,17 @@
 
 namespace tvplatform {
 
-// The byte that two digits stand for; -1 when either is none.
+// The byte that two hexadecimal digits stand for, or -1 if one is no digit.
 int EscapedByte(char16_t high, char16_t low);
 
 // Appends the escape of a byte, with capital digits.
 void AppendEscape(std::string& text, char byte);
 
-// Every escape replaced by its byte; nothing when one is malformed.
+// Replaces each escape by its byte. Returns nothing if one is malformed.
 std::optional<std::string> Unescape(std::string_view text);
+
+// Whether a text may hold the character as it is: ASCII letters, digits and !$&'()*+,-./:;=?@_~.
+bool IsPlain(char32_t c);
 
 // The bytes of a path as a URL's path. ":" is escaped too, so that no component looks like a
 // scheme.

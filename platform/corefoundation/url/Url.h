@@ -1,4 +1,4 @@
-// The URL object: its own text, its base, and the text that it stands for when resolved.
+// The URL object: its own text, its base, and the text that the two make when resolved.
 #pragma once
 
 #include "corefoundation/object/Object.h"
@@ -17,7 +17,7 @@ struct __CFURL final : tvplatform::Object {
     CFStringRef Text() const { return string_.Get(); }
     const __CFURL* Base() const { return base_.Get(); }
     const tvplatform::UrlParts& Own() const { return own_; }
-    // Of the absolute URL, as far as bases make it one.
+    // The parts and the text of the absolute URL, as far as bases make it one.
     const tvplatform::UrlParts& Resolved() const { return base_ ? whole_ : own_; }
     const std::string& ResolvedText() const { return base_ ? wholeText_ : ownText_; }
 
@@ -39,15 +39,15 @@ namespace tvplatform {
 
 using Url = ::__CFURL;
 
-// A new URL, owned by the caller; null when the text is not valid.
+// A new URL, owned by the caller. Returns null if the text is not valid.
 CFURLRef MakeUrl(std::string text, const Url* base);
 
-// A file URL for a path of bytes. A relative path gets `base`; an absolute one needs none. Null for
-// an empty path and one with a zero byte.
+// A file URL for a path of bytes. Only a relative path gets `base`. Returns null if the path is
+// empty or has a zero byte.
 CFURLRef MakeFileUrl(std::string_view path, bool isDirectory, const Url* base);
 
-// The bytes of a URL's path, less slashes at the end; nothing when there is no such path: it is
-// empty, or has a zero byte or an escaped slash.
+// The bytes of a URL's path without slashes at its end. Returns nothing if the path is empty, or
+// has a zero byte or an escaped slash.
 std::optional<std::string> FilePath(const UrlParts& parts);
 
 }  // namespace tvplatform

@@ -1,28 +1,51 @@
-// Asking URLs for their parts and for the paths that they stand for.
+// The C interface of URLs.
 #include "corefoundation/string/String.h"
 #include "corefoundation/url/PercentEscapes.h"
 #include "corefoundation/url/Url.h"
 
-#include <charconv>
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <unistd.h>
 
 using namespace tvplatform;
 
 namespace {
 
-// A text whose bytes were escaped; null unless they are UTF-8.
-CFStringRef makeUnescapedString(std::string_view escaped) {
-    const auto bytes = Unescape(escaped);
-    return bytes ? MakeString(*bytes) : nullptr;
+// The current folder as a base for relative paths. Returns null if it has no path.
+Ref<CFURLRef> currentFolder() {
+    // The C library finds the room, since there is no bound on the length.
+    const std::unique_ptr<char, decltype(&std::free)> folder(getcwd(nullptr, 0), &std::free);
+    return Ref<CFURLRef>(folder ? MakeFileUrl(folder.get(), true, nullptr) : nullptr);
 }
 
-std::string_view lastComponent(std::string_view path) {
-    const size_t end = path.find_last_not_of('/');
-    if (end == std::string_view::npos) {
-        return path.substr(0, 1);
+std::string_view withoutSlashesAtEnd(std::string_view path) {
+    return path.substr(0, path.find_last_not_of('/') + 1);
+}
+
+// Whether a relative path has no name, so that nothing of its own can be taken off.
+bool hasOnlyDots(std::string_view path) {
+    while (!path.empty()) {
+        const size_t slash = std::min(path.find('/'), path.size());
+        if (slash != 0 && !IsDots(path.substr(0, slash))) {
+            return false;
+        }
+        path.remove_prefix(std::min(slash + 1, path.size()));
     }
-    path = path.substr(0, end + 1);
-    return path.substr(path.rfind('/') + 1);
+    return true;
+}
+
+// The path of the folder that contains `path`.
+std::string containingFolder(std::string_view path, bool absolute) {
+    const std::string_view names = withoutSlashesAtEnd(path);
+    const size_t slash = names.rfind('/');
+    const std::string_view folder =
+        slash == std::string_view::npos ? "" : withoutSlashesAtEnd(names.substr(0, slash));
+    if (folder.empty()) {
+        return absolute ? "/" : "./";
+    }
+    return std::string(folder) + "/";
 }
 
 }  // namespace
@@ -34,38 +57,6 @@ CFTypeID CFURLGetTypeID() {
 CFStringRef CFURLGetString(CFURLRef url) {
     const auto* self = As<const Url>(url);
     return self != nullptr ? self->Text() : nullptr;
-}
-
-CFURLRef CFURLGetBaseURL(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    return self != nullptr ? self->Base() : nullptr;
-}
-
-CFStringRef CFURLCopyScheme(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    return self != nullptr && self->Resolved().scheme ? MakeString(*self->Resolved().scheme)
-                                                      : nullptr;
-}
-
-CFStringRef CFURLCopyHostName(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    return self != nullptr && !self->Resolved().host.empty()
-               ? makeUnescapedString(self->Resolved().host)
-               : nullptr;
-}
-
-SInt32 CFURLGetPortNumber(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    const std::string_view digits =
-        self != nullptr ? self->Resolved().port.value_or("") : std::string_view();
-    SInt32 port = -1;
-    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), port);
-    return result.ec == std::errc() ? port : -1;
-}
-
-CFStringRef CFURLCopyPath(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    return self != nullptr && self->Own().IsHierarchical() ? MakeString(self->Own().path) : nullptr;
 }
 
 CFStringRef CFURLCopyStrictPath(CFURLRef url, Boolean* isAbsolute) {
@@ -80,31 +71,6 @@ CFStringRef CFURLCopyStrictPath(CFURLRef url, Boolean* isAbsolute) {
     return hierarchical ? MakeString(path) : nullptr;
 }
 
-Boolean CFURLHasDirectoryPath(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    if (self == nullptr || !self->Own().IsHierarchical()) {
-        return false;
-    }
-    const std::string_view path = self->Own().path;
-    return path.ends_with('/') || IsDots(lastComponent(path));
-}
-
-CFStringRef CFURLCopyLastPathComponent(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    return self != nullptr && self->Own().IsHierarchical()
-               ? makeUnescapedString(lastComponent(self->Own().path))
-               : nullptr;
-}
-
-CFStringRef CFURLCopyFileSystemPath(CFURLRef url, CFURLPathStyle pathStyle) {
-    const auto* self = As<const Url>(url);
-    if (self == nullptr || pathStyle != kCFURLPOSIXPathStyle || !self->Own().IsHierarchical()) {
-        return nullptr;
-    }
-    const auto path = FilePath(self->Own());
-    return path ? MakeString(*path) : nullptr;
-}
-
 Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean resolveAgainstBase, UInt8* buffer,
                                          CFIndex maxBufLen) {
     const auto* self = As<const Url>(url);
@@ -117,4 +83,75 @@ Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean resolveAgainstBas
     }
     std::memcpy(buffer, path->c_str(), path->size() + 1);
     return true;
+}
+
+CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef, const UInt8* buffer,
+                                                 CFIndex bufLen, Boolean isDirectory) {
+    if (buffer == nullptr || bufLen <= 0) {
+        return nullptr;
+    }
+    const std::string_view path(reinterpret_cast<const char*>(buffer), static_cast<size_t>(bufLen));
+    if (path.front() == '/') {
+        return MakeFileUrl(path, isDirectory != 0, nullptr);
+    }
+    const Ref<CFURLRef> folder = currentFolder();
+    return folder ? MakeFileUrl(path, isDirectory != 0, folder.Get()) : nullptr;
+}
+
+CFURLRef CFURLCreateWithString(CFAllocatorRef, CFStringRef URLString, CFURLRef baseURL) {
+    auto text = ToUtf8(URLString);
+    const auto* base = As<const Url>(baseURL);
+    if (!text || (baseURL != nullptr && base == nullptr) || (text->empty() && base == nullptr)) {
+        return nullptr;
+    }
+    return MakeUrl(std::move(*text), base);
+}
+
+CFURLRef CFURLCopyAbsoluteURL(CFURLRef url) {
+    const auto* self = As<const Url>(url);
+    if (self == nullptr) {
+        return nullptr;
+    }
+    return self->Base() == nullptr ? static_cast<CFURLRef>(CFRetain(url))
+                                   : MakeUrl(self->ResolvedText(), nullptr);
+}
+
+CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef, CFURLRef url,
+                                               CFStringRef pathComponent, Boolean isDirectory) {
+    const auto* self = As<const Url>(url);
+    const auto component = ToUtf8(pathComponent);
+    if (self == nullptr || !component || component->find('\0') != std::string::npos ||
+        !self->Own().IsHierarchical()) {
+        return nullptr;
+    }
+    // An empty path means the base's.
+    const bool isBase = self->Own().path.empty() && self->Base() != nullptr;
+    const UrlParts& parts = isBase ? self->Resolved() : self->Own();
+    std::string path(parts.path);
+    if (path.empty()) {
+        path = parts.authority ? "/" : "./";
+    } else if (path.back() != '/') {
+        path.push_back('/');
+    }
+    path += EscapePath(*component);
+    if (isDirectory != 0 && path.back() != '/') {
+        path.push_back('/');
+    }
+    return MakeUrl(ComposeUrl(parts, path), isBase ? nullptr : self->Base());
+}
+
+CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef, CFURLRef url) {
+    const auto* self = As<const Url>(url);
+    if (self == nullptr || !self->Own().IsHierarchical()) {
+        return nullptr;
+    }
+    const UrlParts& own = self->Own();
+    const bool absolute = own.scheme || own.authority || own.path.starts_with('/');
+    if (!absolute && self->Base() != nullptr && hasOnlyDots(own.path)) {
+        const UrlParts& whole = self->Resolved();
+        return whole.IsHierarchical()
+                   ? MakeUrl(ComposeUrl(whole, containingFolder(whole.path, true)), nullptr)
+                   : nullptr;
+    }
+    return MakeUrl(ComposeUrl(own, containingFolder(own.path, absolute)), self->Base());
 }

@@ -9,11 +9,11 @@ namespace tvplatform {
 
 namespace {
 
-bool IsAlpha(char c) {
+bool isAlpha(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-bool IsDigit(char c) {
+bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
@@ -34,7 +34,7 @@ bool isMadeOf(std::string_view text, std::string_view others) {
                 return false;
             }
             at += 2;
-        } else if (!IsAlpha(text[at]) && !IsDigit(text[at]) && !isOneOf(text[at], others)) {
+        } else if (!isAlpha(text[at]) && !isDigit(text[at]) && !isOneOf(text[at], others)) {
             return false;
         }
     }
@@ -47,9 +47,9 @@ constexpr std::string_view cPathMarks = "-._~!$&'()*+,;=:@/";
 constexpr std::string_view cQueryMarks = "-._~!$&'()*+,;=:@/?";
 
 bool isScheme(std::string_view text) {
-    return !text.empty() && IsAlpha(text.front()) &&
+    return !text.empty() && isAlpha(text.front()) &&
            std::all_of(text.begin(), text.end(),
-                       [](char c) { return IsAlpha(c) || IsDigit(c) || isOneOf(c, "+-."); });
+                       [](char c) { return isAlpha(c) || isDigit(c) || isOneOf(c, "+-."); });
 }
 
 // Cuts off and returns what stands before the first of `marks`, or everything.
@@ -59,7 +59,8 @@ std::string_view takeUntil(std::string_view& text, std::string_view marks) {
     return taken;
 }
 
-// The part behind `mark`, when that is what the text begins with, up to the first of `ends`.
+// Takes off the part behind `mark`, up to the first of `ends`. Returns nothing if the text does not
+// begin with `mark`.
 std::optional<std::string_view> takeMarked(std::string_view& text, char mark,
                                            std::string_view ends) {
     if (text.empty() || text.front() != mark) {
@@ -69,33 +70,29 @@ std::optional<std::string_view> takeMarked(std::string_view& text, char mark,
     return ends.empty() ? std::exchange(text, {}) : takeUntil(text, ends);
 }
 
-bool parseAuthority(UrlParts& parts) {
-    std::string_view rest = *parts.authority;
-    if (const size_t at = rest.find('@'); at != std::string_view::npos) {
-        if (!isMadeOf(rest.substr(0, at), cUserMarks)) {
+bool isAuthority(std::string_view text) {
+    if (const size_t at = text.find('@'); at != std::string_view::npos) {
+        if (!isMadeOf(text.substr(0, at), cUserMarks)) {
             return false;
         }
-        rest.remove_prefix(at + 1);
+        text.remove_prefix(at + 1);
     }
-    if (rest.starts_with('[')) {
-        const size_t end = rest.find(']');
+    if (text.starts_with('[')) {
+        const size_t end = text.find(']');
         if (end == std::string_view::npos || end == 1) {
             return false;
         }
-        parts.host = rest.substr(1, end - 1);
-        rest.remove_prefix(end + 1);
-        if (isOneOf('%', parts.host) || !isMadeOf(parts.host, cUserMarks) ||
-            (!rest.empty() && rest.front() != ':')) {
+        const std::string_view address = text.substr(1, end - 1);
+        text.remove_prefix(end + 1);
+        if (isOneOf('%', address) || !isMadeOf(address, cUserMarks) ||
+            (!text.empty() && text.front() != ':')) {
             return false;
         }
-    } else {
-        parts.host = takeUntil(rest, ":");
-        if (!isMadeOf(parts.host, cNameMarks)) {
-            return false;
-        }
+    } else if (!isMadeOf(takeUntil(text, ":"), cNameMarks)) {
+        return false;
     }
-    parts.port = takeMarked(rest, ':', "");
-    return !parts.port || std::all_of(parts.port->begin(), parts.port->end(), IsDigit);
+    // The port, behind its colon.
+    return text.empty() || std::all_of(text.begin() + 1, text.end(), isDigit);
 }
 
 // Takes the last component off a folder, which ends in "/" or is empty.
@@ -105,7 +102,7 @@ void goUp(std::string& folder) {
     }
 }
 
-// Whether ".." in that folder is the folder above it: its last component is a name.
+// Whether ".." in that folder is the folder above it, because its last component is a name.
 bool canGoUp(std::string_view folder) {
     if (folder.size() < 2) {
         return folder == "/";
@@ -188,7 +185,7 @@ std::optional<UrlParts> ParseUrl(std::string_view text) {
     if (text.starts_with("//")) {
         text.remove_prefix(2);
         parts.authority = takeUntil(text, "/?#");
-        if (!parseAuthority(parts)) {
+        if (!isAuthority(*parts.authority)) {
             return std::nullopt;
         }
     }

@@ -1,5 +1,5 @@
-// Values in order. With kCFTypeArrayCallBacks they are objects, retained and compared by value;
-// without callbacks (null) they are bare pointers.
+// Values in order. With kCFTypeArrayCallBacks the values are objects, which an array retains and
+// compares by value. Without callbacks (null) they are bare pointers.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
@@ -9,7 +9,7 @@ CF_EXTERN_C_BEGIN
 typedef const struct __CFArray* CFArrayRef;
 typedef struct __CFArray* CFMutableArrayRef;
 
-// As the callbacks of a dictionary's values.
+// The members have the meaning that they have for a dictionary's values.
 typedef struct CFArrayCallBacks {
     CFIndex version;
     const void* (*retain)(CFAllocatorRef allocator, const void* value);
@@ -18,35 +18,26 @@ typedef struct CFArrayCallBacks {
     Boolean (*equal)(const void* a, const void* b);
 } CFArrayCallBacks;
 
-// For values that are objects. A null value is not stored.
+// For values that are objects. An array does not store a null value.
 CF_EXPORT const CFArrayCallBacks kCFTypeArrayCallBacks;
 
 CF_EXPORT CFTypeID CFArrayGetTypeID(void);
 
-// Null for a negative count, for a null `values` with a count, and for a value that is not stored.
+// Copies `count` values. Returns null if the count is negative, if `values` is null although the
+// count is not 0, or if one of the values cannot be stored.
 CF_EXPORT CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex count,
                                    const CFArrayCallBacks* callBacks);
+// An immutable array is its own copy.
 CF_EXPORT CFArrayRef CFArrayCreateCopy(CFAllocatorRef allocator, CFArrayRef array);
-// `capacity` is a hint.
+// `capacity` has no effect.
 CF_EXPORT CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef allocator, CFIndex capacity,
                                                  const CFArrayCallBacks* callBacks);
-CF_EXPORT CFMutableArrayRef CFArrayCreateMutableCopy(CFAllocatorRef allocator, CFIndex capacity,
-                                                     CFArrayRef array);
 
 CF_EXPORT CFIndex CFArrayGetCount(CFArrayRef array);
 CF_EXPORT const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index);
-// Copies range.length values; nothing when the range does not lie in the array.
-CF_EXPORT void CFArrayGetValues(CFArrayRef array, CFRange range, const void** values);
-CF_EXPORT Boolean CFArrayContainsValue(CFArrayRef array, CFRange range, const void* value);
-// kCFNotFound when there is none.
-CF_EXPORT CFIndex CFArrayGetFirstIndexOfValue(CFArrayRef array, CFRange range, const void* value);
 
-// An immutable array stays as it is.
+// These two change a mutable array only.
 CF_EXPORT void CFArrayAppendValue(CFMutableArrayRef array, const void* value);
-// At the count, these two append.
-CF_EXPORT void CFArrayInsertValueAtIndex(CFMutableArrayRef array, CFIndex index, const void* value);
-CF_EXPORT void CFArraySetValueAtIndex(CFMutableArrayRef array, CFIndex index, const void* value);
-CF_EXPORT void CFArrayRemoveValueAtIndex(CFMutableArrayRef array, CFIndex index);
 CF_EXPORT void CFArrayRemoveAllValues(CFMutableArrayRef array);
 
 CF_EXTERN_C_END

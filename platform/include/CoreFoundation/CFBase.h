@@ -36,7 +36,7 @@ typedef unsigned long CFOptionFlags;
 typedef unsigned long CFHashCode;
 typedef long CFIndex;
 typedef const void* CFTypeRef;
-// A string, number, Boolean, data, array or dictionary, the containers of such in turn.
+// A string, number, Boolean or data, or an array or dictionary of property lists.
 typedef CFTypeRef CFPropertyListRef;
 typedef double CFTimeInterval;
 typedef CFTimeInterval CFAbsoluteTime;
@@ -65,33 +65,33 @@ static inline CFRange CFRangeMake(CFIndex location, CFIndex length) {
     return range;
 }
 
-// Conventions of the whole family. Whatever a Create or Copy function returns belongs to the
-// caller, who releases it; what a Get function returns is borrowed. Null, an object of another
-// type, or a position out of range makes a function answer null, false or 0 and change nothing.
-// When memory runs out, std::bad_alloc leaves the function. Immutable objects may be used by any
-// number of threads at a time, a mutable one by one thread at a time.
+// These rules hold for all functions. The result of a Create or Copy function belongs to the
+// caller, who releases it; that of a Get function is borrowed. If an argument is null, an object of
+// another type or a position out of range, a function returns null, false or 0 and changes nothing.
+// If memory runs out, the function throws std::bad_alloc. Any number of threads may use an
+// immutable object at a time; only one may use a mutable object.
 
-// An `allocator` argument says nothing here: objects live on the C++ heap. As a deallocator of
-// bytes handed over, kCFAllocatorDefault (null) and kCFAllocatorMalloc are `free`, kCFAllocatorNull
+// An `allocator` argument has no effect, since objects live on the C++ heap. As the deallocator of
+// given bytes, kCFAllocatorDefault (null) and kCFAllocatorMalloc stand for `free`; kCFAllocatorNull
 // leaves the bytes to the caller.
 CF_EXPORT const CFAllocatorRef kCFAllocatorDefault;
 CF_EXPORT const CFAllocatorRef kCFAllocatorMalloc;
 CF_EXPORT const CFAllocatorRef kCFAllocatorNull;
 
-// Any thread. Null is ignored (CFRetain gives null back).
+// Any thread may call these. They do nothing for null. CFRetain returns its argument.
 CF_EXPORT CFTypeRef CFRetain(CFTypeRef object);
 CF_EXPORT void CFRelease(CFTypeRef object);
-// 0 for null; immortal objects answer the largest CFIndex.
+// Returns 0 for null, and the largest CFIndex for an object that never dies.
 CF_EXPORT CFIndex CFGetRetainCount(CFTypeRef object);
-// 0, which is no type's number, for null.
+// Returns 0, which is no type's number, for null.
 CF_EXPORT CFTypeID CFGetTypeID(CFTypeRef object);
-// Equal by value within one type; null equals only null. Containers nested more than 200 deep are
-// equal below that depth only where they are the same objects.
+// Compares objects of one type by value. Null equals only null. Below 200 levels of containers,
+// only the same object is equal.
 CF_EXPORT Boolean CFEqual(CFTypeRef a, CFTypeRef b);
-// Equal objects have equal hashes; 0 for null. The hash of a container is taken from its count.
+// Equal objects have equal hashes. The hash of null is 0, that of a container is its count.
 CF_EXPORT CFHashCode CFHash(CFTypeRef object);
-// A text for people: that of a string or a number, otherwise a word for the type. "(null)" for
-// null.
+// Returns a text for people: the text of a string, number, Boolean or URL, "(null)" for null, and a
+// word for the type otherwise.
 CF_EXPORT CFStringRef CFCopyDescription(CFTypeRef object);
 
 CF_EXTERN_C_END

@@ -1,5 +1,5 @@
-// Values by key. With the callbacks for objects, keys and values are retained and compared by
-// value; without callbacks (null) they are bare pointers. Keys have no order.
+// Values by key. With the callbacks for objects, a dictionary retains keys and values and compares
+// them by value. Without callbacks (null) they are bare pointers. The keys have no order.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
@@ -9,9 +9,9 @@ CF_EXTERN_C_BEGIN
 typedef const struct __CFDictionary* CFDictionaryRef;
 typedef struct __CFDictionary* CFMutableDictionaryRef;
 
-// What to do with keys and values; a dictionary copies the record. A null member stands for doing
-// nothing (retain, release) or for comparing pointers (equal, hash). What `retain` returns is what
-// is stored. The version is 0; `copyDescription` is not called.
+// The operations on keys and values. A dictionary copies the record. If `retain` or `release` is
+// null, nothing is done; if `equal` or `hash` is null, pointers are compared. A dictionary stores
+// what `retain` returns. The version is 0. `copyDescription` is not called.
 typedef struct CFDictionaryKeyCallBacks {
     CFIndex version;
     const void* (*retain)(CFAllocatorRef allocator, const void* key);
@@ -31,22 +31,24 @@ typedef struct CFDictionaryValueCallBacks {
 
 typedef void (*CFDictionaryApplierFunction)(const void* key, const void* value, void* context);
 
-// For keys and values that are objects. A null key or value is not stored.
+// For keys and values that are objects. A dictionary does not store a null key or value.
 CF_EXPORT const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
 CF_EXPORT const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
-// For keys that are strings, of which immutable copies are kept.
+// For keys that are strings. A dictionary keeps immutable copies of them.
 CF_EXPORT const CFDictionaryKeyCallBacks kCFCopyStringDictionaryKeyCallBacks;
 
 CF_EXPORT CFTypeID CFDictionaryGetTypeID(void);
 
-// Of two equal keys the first holds. Null for a negative count, and for null arrays with a count.
+// The first of equal keys is kept. Returns null if the count is negative, if an array is null
+// although the count is not 0, or if a key or a value cannot be stored.
 CF_EXPORT CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys,
                                              const void** values, CFIndex count,
                                              const CFDictionaryKeyCallBacks* keyCallBacks,
                                              const CFDictionaryValueCallBacks* valueCallBacks);
+// An immutable dictionary is its own copy.
 CF_EXPORT CFDictionaryRef CFDictionaryCreateCopy(CFAllocatorRef allocator,
                                                  CFDictionaryRef dictionary);
-// `capacity` is a hint.
+// `capacity` has no effect.
 CF_EXPORT CFMutableDictionaryRef CFDictionaryCreateMutable(
     CFAllocatorRef allocator, CFIndex capacity, const CFDictionaryKeyCallBacks* keyCallBacks,
     const CFDictionaryValueCallBacks* valueCallBacks);
@@ -56,28 +58,25 @@ CF_EXPORT CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef al
 
 CF_EXPORT CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary);
 CF_EXPORT Boolean CFDictionaryContainsKey(CFDictionaryRef dictionary, const void* key);
-// Null when there is none.
+// Returns null if the key is absent.
 CF_EXPORT const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key);
-// `value` may be null, and is untouched when there is none.
+// `value` may be null. It stays as it is if the key is absent.
 CF_EXPORT Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, const void* key,
                                                 const void** value);
-// Fills arrays of CFDictionaryGetCount places, either of which may be null, in the same order.
+// Fills two arrays of CFDictionaryGetCount places in the same order. Either may be null.
 CF_EXPORT void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
                                             const void** values);
-// Calls `applier` for what is in the dictionary when this begins; it may change the dictionary.
+// Calls `applier` for each entry that the dictionary has at the beginning. `applier` may change the
+// dictionary.
 CF_EXPORT void CFDictionaryApplyFunction(CFDictionaryRef dictionary,
                                          CFDictionaryApplierFunction applier, void* context);
 
-// An immutable dictionary stays as it is.
-// Only when the key is absent.
+// These change a mutable dictionary only. CFDictionaryAddValue does nothing if the key is there.
 CF_EXPORT void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key,
                                     const void* value);
-// A key that is there already stays the one that is kept.
+// If an equal key is there, the dictionary keeps that key and replaces its value.
 CF_EXPORT void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key,
                                     const void* value);
-// Only when the key is there.
-CF_EXPORT void CFDictionaryReplaceValue(CFMutableDictionaryRef dictionary, const void* key,
-                                        const void* value);
 CF_EXPORT void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key);
 CF_EXPORT void CFDictionaryRemoveAllValues(CFMutableDictionaryRef dictionary);
 

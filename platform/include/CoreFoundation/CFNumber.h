@@ -1,4 +1,4 @@
-// Numbers (64-bit integers and floating point) and the two truth values. All are immutable.
+// Numbers (64-bit integers and floating point) and the two Booleans. They never change.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
@@ -36,21 +36,22 @@ CF_EXPORT CFTypeID CFBooleanGetTypeID(void);
 CF_EXPORT Boolean CFBooleanGetValue(CFBooleanRef boolean);
 
 CF_EXPORT CFTypeID CFNumberGetTypeID(void);
-// Null for a null pointer and an unknown type. A char is signed.
+// Returns null if `value` is null or the type is unknown. A char counts as signed.
 CF_EXPORT CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType type,
                                      const void* value);
-// The type of fixed width (1 to 6) that is kept for what the number was made with; 0 for no number.
+// Returns the type of fixed width (1 to 6) that has the size of the type that the number was made
+// with; 0 if `number` is no number.
 CF_EXPORT CFNumberType CFNumberGetType(CFNumberRef number);
-// In bytes.
-CF_EXPORT CFIndex CFNumberGetByteSize(CFNumberRef number);
 CF_EXPORT Boolean CFNumberIsFloatType(CFNumberRef number);
-// Stores the number as `type`. False when it does not fit exactly: what is stored then is the
-// nearest value for integers out of range, the number without its fraction for integers from
-// floating point (0 for not-a-number), the rounded value for floating point. Nothing is stored for
-// no number, a null pointer or an unknown type.
+// Stores the number as `type`. Returns false if it does not fit exactly. Then the stored value is
+// the nearest one if an integer is out of range, the number without its fraction (0 for
+// not-a-number) if an integer is made from floating point, and the rounded one for floating point.
+// Stores nothing and returns false if `number` is no number, `value` is null or the type is
+// unknown.
 CF_EXPORT Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value);
-// By value, whatever the types, without rounding. Not-a-number equals itself and comes before all
-// others. `context` has no effect. What is no number comes before every number.
+// Compares by value, whatever the types are, without rounding. Not-a-number equals itself and comes
+// before all other numbers. Anything that is no number comes before every number. `context` has no
+// effect.
 CF_EXPORT CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef other, void* context);
 
 CF_EXTERN_C_END

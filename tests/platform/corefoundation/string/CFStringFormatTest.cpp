@@ -25,26 +25,19 @@ TEST(CFStringFormat, Objects) {
     EXPECT_EQ(Format("%@", CFSTR("%d %@")), u"%d %@");
 }
 
-TEST(CFStringFormat, Integers) {
+TEST(CFStringFormat, Numbers) {
     EXPECT_EQ(Format("%d %i %u", -1, INT_MIN, UINT_MAX), u"-1 -2147483648 4294967295");
     EXPECT_EQ(Format("%ld %lu", LONG_MIN, ULONG_MAX), u"-9223372036854775808 18446744073709551615");
-    EXPECT_EQ(Format("%lld %qd %zu %td %jd", LLONG_MAX, 1LL, size_t{2}, std::ptrdiff_t{-3},
-                     std::intmax_t{4}),
-              u"9223372036854775807 1 2 -3 4");
-    EXPECT_EQ(Format("%hhd %hd %hhu %hu", 257, 65537, 511, 65538), u"1 1 255 2");
-    EXPECT_EQ(Format("%x %X %#x %#X %o %#o", 255, 255, 255, 255, 8, 8), u"ff FF 0xff 0XFF 10 010");
-    EXPECT_EQ(Format("%5d|%-5d|%05d|%+d|% d", 42, 42, -42, 42, 42), u"   42|42   |-0042|+42| 42");
+    EXPECT_EQ(Format("%lld %llu %zu %zd", LLONG_MAX, 1ULL, size_t{2}, std::ptrdiff_t{-3}),
+              u"9223372036854775807 1 2 -3");
+    EXPECT_EQ(Format("%x %X %p", 0xa9f, 0xa9f, static_cast<void*>(nullptr)), u"a9f A9F 0x0");
+    EXPECT_EQ(Format("%5d|%-5d|%05d|%-05d", 42, 42, -42, 42), u"   42|42   |-0042|42   ");
     EXPECT_EQ(Format("%.3d|%6.3d|%06.3d|%.0d|%*d|%-*d|%*d", 7, 7, 7, 0, 4, 7, 4, 7, -4, 7),
               u"007|   007|   007||   7|7   |7   ");
-    EXPECT_EQ(Format("%#x %#010x", 0, 255), u"0 0x000000ff");
-}
-
-TEST(CFStringFormat, FloatingPoint) {
-    EXPECT_EQ(Format("%f %.2f %.0f %e %g %G", 1.5, 2.345, 2.5, 12345.678, 0.0001, 1e-10),
-              u"1.500000 2.35 2 1.234568e+04 0.0001 1E-10");
-    EXPECT_EQ(Format("%8.1f|%-8.1f|%08.1f|%+.1f", -1.25, 1.25, -1.25, 1.25),
-              u"    -1.2|1.2     |-00001.2|+1.2");
-    EXPECT_EQ(Format("%f %5F %05f", HUGE_VAL, -HUGE_VAL, HUGE_VAL), u"inf  -INF   inf");
+    EXPECT_EQ(Format("%f %.2f %.0f %g %g", 1.5, 2.345, 2.5, 0.0001, 1e-10),
+              u"1.500000 2.35 2 0.0001 1e-10");
+    EXPECT_EQ(Format("%8.1f|%-8.1f|%08.1f", -1.25, 1.25, -1.25), u"    -1.2|1.2     |-00001.2");
+    EXPECT_EQ(Format("%f %5f %05f", HUGE_VAL, -HUGE_VAL, HUGE_VAL), u"inf  -inf   inf");
     EXPECT_EQ(Format("%.0f", 1e308).size(), 309U);
 }
 
@@ -58,16 +51,13 @@ TEST(CFStringFormat, Text) {
 }
 
 TEST(CFStringFormat, RefusesWhatItCannotRead) {
-    for (const char* format : {"%", "%5", "%l", "%n", "%y", "%1$@", "%Lf", "%#g", "abc %",
+    for (const char* format : {"%", "%5", "%l", "%n", "%y", "%1$@", "%Lf", "%+d", "%lf", "abc %",
                                "%100001d", "%.100001d", "%99999999999999999999d"}) {
         EXPECT_EQ(Format(format, 1), u"<null>") << format;
     }
     EXPECT_EQ(Format("%*d", 1000000, 1), u"<null>");
     EXPECT_EQ(Format("%s", "\xFF"), u"<null>");
     EXPECT_EQ(Format("%100000d", 1).size(), 100000U);
-    const auto string = MutableStr(u"kept");
-    CFStringAppendFormat(string.Get(), nullptr, CFSTR("added %n"), nullptr);
-    EXPECT_EQ(Text(string.Get()), u"kept");
 }
 
 }  // namespace

@@ -24,9 +24,9 @@ struct Constants {
     std::unordered_map<std::string_view, const Constant*> byText;
 };
 
-// What was last asked for, by the address of its literal: nearly every request is for the same
-// literal as an earlier one and needs no lock. The text is compared all the same, since memory at
-// an address can come to hold another.
+// The constants last asked for, by the address of their literals. Nearly every request is for the
+// literal of an earlier one, and so needs no lock. The text is compared too, since the memory at an
+// address can later hold another text.
 constexpr size_t cRecent = 256;
 constinit std::array<std::atomic<const Constant*>, cRecent> sRecent{};
 
