@@ -35,6 +35,7 @@ public:
     const char* Name() const { return name_.get(); }
     // Valid until the next SetValue.
     const char* Value() const { return value_.get(); }
+    std::string_view ValueView() const { return value_.get(); }
     bool IsFixed() const { return fixed_; }
     const CVar* Next() const { return next_; }
 

@@ -83,7 +83,6 @@ private:
     void Append(std::unique_ptr<CVar> var);
     bool ScanServes(char open, char close) const;
     int ApplyInPasses(CString& text, const char* delimiters) const;
-    int ApplyInPasses(CFMutableStringRef text, CFStringRef open, CFStringRef close) const;
 
     CVar* head_ = nullptr;
     CVar* tail_ = nullptr;
