@@ -1,12 +1,14 @@
 // tvtool apply: puts variables into a text, as the framework does.
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
+#include "tvtool/base/Json.h"
 #include "tvtool/base/PlatformText.h"
 #include "tvtool/base/Tool.h"
-#include "tvtool/config/ConfigText.h"
+#include "tvtool/config/ApplicationVariables.h"
+#include "tvtool/config/ConfigFiles.h"
+#include "tvtool/config/ListEditing.h"
 #include "tvtool/config/Placeholders.h"
 #include "tvtool/config/SubstitutionTrail.h"
-#include "tvtool/config/Variables.h"
 #include "vars/GlobalVars.h"
 
 #include <algorithm>
@@ -116,7 +118,7 @@ std::string nameOf(const Placeholder& placeholder) {
 }
 
 // Names each placeholder once, in the order of the text.
-void list(const Task& task, bool json, Output& out) {
+void listPlaceholders(const Task& task, bool json, Output& out) {
     Json array = Json::array();
     Place place;
     std::size_t offset = 0;
@@ -179,7 +181,7 @@ void refuseUndefined(const Task& task, const std::string& name, std::u16string_v
     throw ToolError(Exit::Failed, last);
 }
 
-void print(std::u16string_view result, const Template& text, Output& out) {
+void printResult(std::u16string_view result, const Template& text, Output& out) {
     const StringRef whole = TextOfUnits(result);
     if (!whole) {
         throw std::bad_alloc();
@@ -199,7 +201,7 @@ void apply(const ApplyOptions& options, Session& session) {
     const Tova::WideVars vars(Tova::GlobalVars);
     const Task task{units, delimiters[0], delimiters[1], vars};
     if (options.list) {
-        list(task, options.json, session.out);
+        listPlaceholders(task, options.json, session.out);
         if (!options.strict) {
             return;
         }
@@ -212,7 +214,7 @@ void apply(const ApplyOptions& options, Session& session) {
         refuseUndefined(task, text.name, result, trail);
     }
     if (!options.list) {
-        print(result, text, session.out);
+        printResult(result, text, session.out);
     }
 }
 

@@ -4,7 +4,7 @@
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
 #include "tvtool/base/MemoryStream.h"
-#include "tvtool/config/Variables.h"
+#include "tvtool/config/ApplicationVariables.h"
 #include "vars/GlobalVars.h"
 
 #include <algorithm>
