@@ -50,7 +50,7 @@ std::u16string parseDelimiters(const std::string& argument) {
     return pair;
 }
 
-// The place of the first byte that is not valid UTF-8.
+// Returns the index of the first byte that is not valid UTF-8.
 std::size_t findInvalid(std::string_view text) {
     char32_t ignored = 0;
     for (std::size_t at = 0; at < text.size();) {
@@ -63,7 +63,7 @@ std::size_t findInvalid(std::string_view text) {
     return text.size();
 }
 
-// An argument that names no file and holds a placeholder is the text itself.
+// Reads a file, unless the argument names none and holds a placeholder: then it is the text itself.
 Template readTemplate(const std::string& argument, const std::u16string& delimiters) {
     Template made;
     const CFStringEncoding system = CFStringGetSystemEncoding();

@@ -42,7 +42,7 @@ void assignAll(Tova::CVarList& list, const ConfigOptions& options, Session& sess
     }
 }
 
-// Something else than a configuration file is hardly meant to be replaced by one.
+// People hardly want to replace something else by a configuration file.
 void refuseToReplaceOthers(const std::string& path) {
     if (path == "-" || !Exists(path)) {
         return;
@@ -79,7 +79,7 @@ void show(const ConfigOptions& options, Session& session) {
     }
 }
 
-// By its exact name, else without the "%" that marks fixed variables elsewhere.
+// Looks for the exact name, then without the "%" that marks fixed variables elsewhere.
 const Tova::CVar* findVariable(const Tova::CVarList& list, const std::string& name,
                                const std::string& file) {
     const Tova::CVar* var = list.FindVar(name.c_str());
@@ -112,8 +112,8 @@ bool isSame(const Tova::CVar& a, const Tova::CVar& b) {
     return a.IsFixed() == b.IsFixed() && std::strcmp(a.Value(), b.Value()) == 0;
 }
 
-// The lines of `config show` that differ. A list keeps its order, so there is no need to look for
-// lines that moved.
+// Returns the lines of `config show` that differ. A list keeps its order, so no line can have
+// moved.
 std::string linesThatDiffer(const Tova::CVarList& before, const Tova::CVarList& after,
                             const Output& out) {
     std::string lines;
