@@ -1,11 +1,15 @@
 // What substituting and looking up variables costs, against what a caller would write instead:
-// passes of find and replace over std::string, and a template filled from a std::unordered_map.
+// passes of find and replace over std::string, and a template filled from a std::unordered_map. And
+// how the cost of substituting and of reading a configuration file grows with the size.
 #include "vars/CVarList.h"
 
 #include "bench/ratios.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -17,7 +21,7 @@ using Pairs = std::vector<std::pair<std::string, std::string>>;
 using Map = std::unordered_map<std::string, std::string>;
 
 // Every variable in turn, again and again until nothing changes.
-std::string ApplyInPasses(const Pairs& vars, std::string text) {
+std::string applyInPasses(const Pairs& vars, std::string text) {
     for (bool changed = true; changed;) {
         changed = false;
         for (const auto& [name, value] : vars) {
@@ -93,7 +97,7 @@ void compareSubstitution(const Case& c) {
                     [=] { benchmark::DoNotOptimize(applyFromMap(*map, text)); });
     if (c.passesToo) {
         ratios::Compare(std::string("substitute/passes/") + c.what, ours,
-                        [=] { benchmark::DoNotOptimize(ApplyInPasses(pairs, text)); });
+                        [=] { benchmark::DoNotOptimize(applyInPasses(pairs, text)); });
     }
 }
 
@@ -122,6 +126,62 @@ void compareLookUp(int count) {
         });
 }
 
+// Compares twice as much work with the work itself: a ratio of about 2 is growth in proportion.
+template <class Make>
+void compareGrowth(const char* what, std::size_t size, const Make& make) {
+    ratios::Compare(std::string("growth/") + what, make(2 * size), make(size));
+}
+
+void compareTextGrowth(const char* what, const char* delimiters,
+                       const std::function<std::string(std::size_t)>& textOf) {
+    auto list = std::make_shared<Tova::CVarList>();
+    list->SetValue("w", "word", false);
+    compareGrowth(what, 50'000, [&](std::size_t count) {
+        return [list, delimiters, text = textOf(count)] {
+            Tova::CString changed(text.c_str());
+            benchmark::DoNotOptimize(list->Apply(changed, delimiters));
+        };
+    });
+}
+
+// Each value refers to the next variable.
+void compareChainGrowth() {
+    compareGrowth("chain", 50'000, [](std::size_t count) {
+        auto list = std::make_shared<Tova::CVarList>();
+        for (std::size_t i = 0; i < count; ++i) {
+            list->SetValue(std::to_string(i).c_str(), ("(<" + std::to_string(i + 1) + ">)").c_str(),
+                           false);
+        }
+        return [list] {
+            Tova::CString text("<0>");
+            benchmark::DoNotOptimize(list->Apply(text, nullptr));
+        };
+    });
+}
+
+// A configuration file with one long value.
+void compareFileGrowth() {
+    compareGrowth("configuration-file", 5'000'000, [](std::size_t size) {
+        const std::shared_ptr<std::string> path(
+            new std::string(std::filesystem::temp_directory_path() /
+                            ("vars_bench-" + std::to_string(size) + ".nwc")),
+            [](const std::string* made) {
+                std::filesystem::remove(*made);
+                delete made;
+            });
+        auto file = std::make_shared<Tova::CFSPath>();
+        Tova::CVarList list;
+        list.SetValue("A", std::string(size, 'x').c_str(), false);
+        if (file->FromUnixPath(path->c_str()) < 0 || list.WriteToFile(*file) < 0) {
+            throw std::runtime_error(*path);
+        }
+        return [path, file] {
+            Tova::CVarList read;
+            benchmark::DoNotOptimize(read.ReadFromEncryptedFile(*file));
+        };
+    });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -140,6 +200,21 @@ int main(int argc, char** argv) {
     for (const int count : {4, 10, 15, 16, 1000, 100000}) {
         compareLookUp(count);
     }
+    const auto times = [](const char* piece) {
+        return [piece](std::size_t count) {
+            std::string text;
+            while (count-- > 0) {
+                text += piece;
+            }
+            return text;
+        };
+    };
+    compareChainGrowth();
+    compareTextGrowth("placeholders", "<>", times("<w>"));
+    compareTextGrowth("open-delimiters", "<>",
+                      [&](std::size_t count) { return times("<")(count) + "w>>"; });
+    compareTextGrowth("passes", "%%", times("%w% text and "));
+    compareFileGrowth();
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

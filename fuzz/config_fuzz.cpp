@@ -1,5 +1,5 @@
-// Reads the input as a configuration file, and as the plain bytes of one; writes and reads back
-// what came of it.
+// Reads the input as a configuration file, and as the plain bytes of one. Writes the list that came
+// of it and reads it back.
 #include "fuzz/FuzzTarget.h"
 #include "tests/streams/MemoryStream.h"
 #include "vars/ConfigFile.h"
@@ -10,7 +10,7 @@ namespace {
 
 using tvfuzz::Require;
 
-std::string Describe(const Tova::CVarList& list) {
+std::string describe(const Tova::CVarList& list) {
     std::string out;
     for (const Tova::CVar* var = list.First(); var != nullptr; var = var->Next()) {
         out += std::string(var->IsFixed() ? "%" : "") + var->Name() + "=" + var->Value() + "\n";
@@ -26,10 +26,10 @@ void checkRoundTrip(const Tova::CVarList& list) {
     Tova::ConfigFileReport report;
     Require(Tova::ReadConfiguration(again, back, &report) == Tova::Ok, "what was written is sound");
     Require(report.damage == Tova::ConfigFileReport::Damage::None, "and without damage");
-    Require(Describe(back) == Describe(list), "and the same");
+    Require(describe(back) == describe(list), "and the same");
 }
 
-void Read(const std::string& stored) {
+void readStored(const std::string& stored) {
     tvtest::MemoryStream stream(Tova::cConfigFileReadFlags, stored);
     Tova::CVarList list;
     Tova::ConfigFileReport report;
@@ -48,7 +48,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         const unsigned sum = (static_cast<unsigned char>(c) + 0x5BU) & 0xFFU;
         scrambled += static_cast<char>(sum >> 4 | (sum & 0xFU) << 4);
     }
-    Read(bytes);
-    Read(scrambled);
+    readStored(bytes);
+    readStored(scrambled);
     return 0;
 }

@@ -12,16 +12,16 @@
 
 namespace {
 
-constexpr char cMajVersionVar[] = "MajVersion";
 constexpr char cConfigSuffix[] = "/Resources/CXMnwc";
-// The longest canonical path of the library's file that is followed, in bytes.
+// A longer canonical path of the library's file, in bytes, is not followed.
 constexpr std::size_t cMaxPath = 1023;
 
 struct Free {
     void operator()(char* memory) const { std::free(memory); }
 };
 
-// The folder of the file that holds this code; false when the loader or the file system cannot say.
+// Finds the folder of the file that holds this code. Returns false if the loader or the file system
+// cannot tell.
 bool findOwnFolder(Tova::CString& folder) {
     Dl_info image;
     if (dladdr(reinterpret_cast<const void*>(&doAppSetVariables), &image) == 0 ||
@@ -39,7 +39,7 @@ bool findOwnFolder(Tova::CString& folder) {
 }  // namespace
 
 void doAppSetVariables() {
-    if (Tova::GlobalVars.GetValue(cMajVersionVar) != nullptr) {
+    if (Tova::GlobalVars.GetValue(Tova::cBuiltInVariables[0].name) != nullptr) {
         return;
     }
     Tova::SetBuiltInVariables();
@@ -53,10 +53,9 @@ void doAppSetVariables() {
 namespace Tova {
 
 void SetBuiltInVariables() {
-    GlobalVars.SetValue(cMajVersionVar, "7", true);
-    GlobalVars.SetValue("MinVersion", "4", true);
-    GlobalVars.SetValue("AppName", "Calyx", false);
-    GlobalVars.SetValue("ShortAppKey", "CX", false);
+    for (const BuiltInVariable& var : cBuiltInVariables) {
+        GlobalVars.SetValue(var.name, var.value, var.fixed);
+    }
 }
 
 bool MergeConfiguration(const char* path) {
@@ -66,6 +65,14 @@ bool MergeConfiguration(const char* path) {
         return false;
     }
     GlobalVars += vars;
+    return true;
+}
+
+bool AppGetVariable(const char* name, CString& value) {
+    if (!GlobalVars.GetValue(name, value)) {
+        return false;
+    }
+    GlobalVars.Apply(value, nullptr);
     return true;
 }
 

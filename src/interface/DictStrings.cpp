@@ -4,13 +4,15 @@
 
 namespace {
 
-// The value under `key` when it is of the type given; null otherwise.
-CFTypeRef Find(CFDictionaryRef dict, CFStringRef key, CFTypeID type) {
+// Returns the string under `key`, or null if there is none.
+CFStringRef findString(CFDictionaryRef dict, CFStringRef key) {
     if (dict == nullptr || key == nullptr) {
         return nullptr;
     }
     const CFTypeRef value = CFDictionaryGetValue(dict, key);
-    return value != nullptr && CFGetTypeID(value) == type ? value : nullptr;
+    return value != nullptr && CFGetTypeID(value) == CFStringGetTypeID()
+               ? static_cast<CFStringRef>(value)
+               : nullptr;
 }
 
 }  // namespace
@@ -19,7 +21,7 @@ void getStringFromDict(CFDictionaryRef dict, CFStringRef key, char* buffer, int 
     if (buffer == nullptr || bufferSize <= 0) {
         return;
     }
-    const auto value = static_cast<CFStringRef>(Find(dict, key, CFStringGetTypeID()));
+    const CFStringRef value = findString(dict, key);
     if (value == nullptr ||
         !CFStringGetCString(value, buffer, bufferSize, CFStringGetSystemEncoding())) {
         *buffer = '\0';
@@ -76,15 +78,6 @@ CRegInfo GetRegInfoFromDict(CFDictionaryRef details) {
     getStringFromDict(details, DetailsKey::Organisation(), organisation, sizeof organisation);
     getStringFromDict(details, DetailsKey::Email(), email, sizeof email);
     return CRegInfo(firstName, lastName, organisation, email);
-}
-
-bool IsSendingAllowed(CFDictionaryRef details) {
-    const auto number =
-        static_cast<CFNumberRef>(Find(details, DetailsKey::Send(), CFNumberGetTypeID()));
-    SInt8 consent = 0;
-    // A number that does not fit, or is no integer, is no consent.
-    return number != nullptr && CFNumberGetValue(number, kCFNumberSInt8Type, &consent) &&
-           consent == 1;
 }
 
 }  // namespace Tova

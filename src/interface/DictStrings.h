@@ -31,7 +31,5 @@ CFStringRef Send();
 void SetDictFromRegInfo(CFMutableDictionaryRef details, const CRegInfo& record);
 // A record of the four texts in the dictionary; a text that is too long gives an empty field.
 CRegInfo GetRegInfoFromDict(CFDictionaryRef details);
-// True when the user has agreed to sending: the number under Send() is exactly 1.
-bool IsSendingAllowed(CFDictionaryRef details);
 
 }  // namespace Tova

@@ -1,11 +1,12 @@
 #include "interface/SendRegInfo.h"
 
+#include "interface/AppVariables.h"
+#include "interface/DictStrings.h"
 #include "mac/MacThreadedWebReader.h"
 #include "registry/CNWRegistry.h"
 #include "text/CFRef.h"
 #include "vars/CFormat.h"
 #include "vars/CVarList.h"
-#include "vars/GlobalVars.h"
 
 #include <memory>
 
@@ -20,6 +21,18 @@ struct ReleaseReader {
 };
 
 }  // namespace
+
+bool IsSendingAllowed(CFDictionaryRef details) {
+    if (details == nullptr) {
+        return false;
+    }
+    const CFTypeRef value = CFDictionaryGetValue(details, DetailsKey::Send());
+    SInt8 consent = 0;
+    // A number that does not fit, or is no integer, is no consent.
+    return value != nullptr && CFGetTypeID(value) == CFNumberGetTypeID() &&
+           CFNumberGetValue(static_cast<CFNumberRef>(value), kCFNumberSInt8Type, &consent) &&
+           consent == 1;
+}
 
 void GetRegistrationAddress(CString& address) {
     CString appKey;

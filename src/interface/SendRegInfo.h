@@ -5,7 +5,12 @@
 #include "interface/CRegInfo.h"
 #include "text/CString.h"
 
+#include <CoreFoundation/CoreFoundation.h>
+
 namespace Tova {
+
+// Returns true if the user has agreed to sending: the number under DetailsKey::Send() is exactly 1.
+bool IsSendingAllowed(CFDictionaryRef details);
 
 // Makes `address` the address to which details go: "ProdRegURL" of the shared registry under the
 // application's key, else the build's default. A build without a default host gives

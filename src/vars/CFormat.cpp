@@ -62,8 +62,8 @@ int CFormat::GetNextVar(int start, const char* name, char* spec) {
     return found;
 }
 
-// The position of the placeholder's opening delimiter in `text`, with `end` behind the closing one;
-// or -1.
+// Returns the position of the placeholder's opening delimiter in `text`, and sets `end` behind the
+// closing one. Returns -1 if there is none.
 int CFormat::FindVar(const char* text, int start, const char* name, char* spec, int& end) const {
     const char open = delimiters_[0];
     const char close = delimiters_[1];
@@ -129,7 +129,7 @@ bool CFormat::DecodeFormatSpec(char* spec, FmtSpec& out) {
 bool CFormat::FmtString(char* spec, const void* data, CString& out) {
     const char* text = data != nullptr ? static_cast<const char*>(data) : "";
     FmtSpec decoded;
-    // What comes after the width does not matter, as in "10s".
+    // Deliberate: the result does not matter, so that "10s" serves as well as "10".
     static_cast<void>(DecodeFormatSpec(spec, decoded));
     const std::size_t length = std::strlen(text);
     if (static_cast<std::size_t>(decoded.width) > length) {

@@ -19,8 +19,8 @@ std::unique_ptr<char[]> copyOf(const char* text) {
     return copy;
 }
 
-// The part of a text that is still to be searched. Taking from its front and putting back in front
-// of it cost what is moved, so that many replacements in a long text do not move its end each time.
+// The part of a text that is still to be searched. Dropping text from its front and putting text in
+// front of it cost only what is moved. So many replacements in a long text do not move its end.
 class RestOfText {
 public:
     explicit RestOfText(const CString& text)
@@ -83,7 +83,7 @@ int CVar::Apply(CString& text, const char* delimiters) const {
         if (done.size() + rest.Length() >= INT_MAX) {
             throw std::bad_alloc();
         }
-        // Whether it was replaced or not, the search goes on one byte after where it stands.
+        // The search goes on one byte further, with or without a replacement.
         done.push_back(*rest.Text());
         rest.Drop(1);
     }

@@ -1,4 +1,4 @@
-// One named text variable of a CVarList. It has no lock; whoever owns the list serialises access.
+// One named text variable of a CVarList. It has no lock; the owner of the list serialises access.
 #pragma once
 
 #include "text/CString.h"
@@ -19,22 +19,24 @@ public:
     CVar(const CVar&) = delete;
     CVar& operator=(const CVar&) = delete;
 
-    // Stores a copy of `value` (which may be the variable's own; null counts as an empty text).
-    // Does nothing once the variable is fixed.
+    // Stores a copy of `value`, which may be the variable's own; null counts as an empty text. Does
+    // nothing once the variable is fixed.
     void SetValue(const char* value);
 
-    // This variable's share of one pass of CVarList::Apply: replaces its placeholders in `text` and
-    // returns how many there were. An inserted value is searched again from its second byte on, so
-    // a value that holds the variable's own placeholder there never ends.
+    // Replaces this variable's placeholders in `text` and returns how many there were. This is its
+    // share of one pass of CVarList::Apply.
+    // Deliberate: an inserted value is searched again from its second byte on. So a value that
+    // holds the variable's own placeholder there never ends; callers see to it.
     int Apply(CString& text, const char* delimiters) const;
-    // The same for a platform string, except that inserted values are not searched. 0, with the
-    // text unchanged, when an argument is null or name or value are not valid in the system
+    // Does the same for a platform string, but does not search inserted values. Returns 0, with the
+    // text unchanged, if an argument is null or if name or value is not valid in the system
     // encoding.
     int Apply(CFMutableStringRef text, CFStringRef open, CFStringRef close) const;
 
     const char* Name() const { return name_.get(); }
-    // Valid until the next SetValue.
+    // The value stays valid until the next SetValue.
     const char* Value() const { return value_.get(); }
+    std::string_view ValueView() const { return value_.get(); }
     bool IsFixed() const { return fixed_; }
     const CVar* Next() const { return next_; }
 

@@ -1,6 +1,7 @@
 #include "vars/CVarList.h"
 
 #include "text/Str.h"
+#include "vars/ConfigFile.h"
 
 #include <utility>
 
@@ -125,6 +126,22 @@ int CVarList::GetValues(CString& out) const {
         append(var->Value());
     }
     return static_cast<int>(count_);
+}
+
+RStatus CVarList::WriteToFile(const CFSPath& path) const {
+    return WriteConfiguration(path, *this);
+}
+
+RStatus CVarList::ReadFromEncryptedFile(const CFSPath& path) {
+    return ReadConfiguration(path, *this, nullptr);
+}
+
+void CVarList::Write(CStream& stream) const {
+    WriteVariables(stream, *this);
+}
+
+void CVarList::ReadNWC(CStream& stream) {
+    ReadVariables(stream, *this);
 }
 
 }  // namespace Tova

@@ -1,10 +1,10 @@
 #include "vars/ConfigFile.h"
 
-#include "streams/CFileStream.h"
 #include "text/Str.h"
 
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace Tova {
 
@@ -13,7 +13,7 @@ namespace {
 using Damage = ConfigFileReport::Damage;
 
 constexpr int cHeaderLength = sizeof cConfigFileHeader - 1;
-// What the headers of all versions begin with.
+// The headers of all versions begin with this.
 constexpr char cHeaderStem[] = "Nimbus Works Configuration File";
 
 Damage headerDamage(CStream& stream, const CString& header) {
@@ -40,6 +40,16 @@ Damage bodyDamage(CStream& stream, const ConfigFileReport& report) {
     return report.computed == report.stored ? Damage::None : Damage::CheckValueDiffers;
 }
 
+constexpr bool isComplete() {
+    for (int kind = 0; kind <= static_cast<int>(Damage::CheckValueDiffers); ++kind) {
+        if (cConfigFileDamages[kind].kind != static_cast<Damage>(kind)) {
+            return false;
+        }
+    }
+    return std::size(cConfigFileDamages) == static_cast<int>(Damage::CheckValueDiffers) + 1;
+}
+static_assert(isComplete());
+
 }  // namespace
 
 RStatus ReadConfiguration(CStream& stream, CVarList& list, ConfigFileReport* report) {
@@ -47,17 +57,17 @@ RStatus ReadConfiguration(CStream& stream, CVarList& list, ConfigFileReport* rep
     ConfigFileReport& result = report != nullptr ? *report : own;
     result = ConfigFileReport();
 
-    // The bound makes a large file that is something else fail at once. It is one byte more than
-    // the header has, so that a longer text still differs.
+    // With this bound a large file that is something else fails at once. The bound is one byte more
+    // than the header has, so that a longer text still differs.
     stream.ReadToDelim(result.header, 0, cHeaderLength + 1, nullptr);
     if (std::strcmp(result.header.CStr(), cConfigFileHeader) != 0) {
         result.damage = headerDamage(stream, result.header);
         return ErrBadFormat;
     }
-    list.ReadNWC(stream);
+    ReadVariables(stream, list);
     result.computed = stream.GetCheckValue();
 
-    // Read as liberally as strtoul does: blanks, a sign and larger numbers are accepted.
+    // Deliberate: blanks, a sign and larger numbers are accepted, as strtoul does it.
     CString check;
     stream.ReadToDelim(check, 0, -1, nullptr);
     result.stored = static_cast<std::uint32_t>(std::strtoul(check.CStr(), nullptr, 10));
@@ -79,34 +89,31 @@ RStatus ReadConfiguration(const CFSPath& path, CVarList& list, ConfigFileReport*
 }
 
 bool WriteConfiguration(CStream& stream, const CVarList& list) {
-    // Every text is written character by character, so that the check value sums the plain bytes.
-    // Single failures need no look: they leave the stream failed.
+    // Writing character by character makes the check value the sum of the plain bytes. A failure
+    // leaves the stream failed, so the single results need no look.
     stream.WriteString(cConfigFileHeader, -1);
     stream.WriteChar('\0');
-    list.Write(stream);
+    WriteVariables(stream, list);
     stream.WriteChar('\0');
     stream.Format("%lu", static_cast<unsigned long>(stream.GetCheckValue()));
     stream.WriteChar('\0');
     return stream.Flush() && stream.GetState() != CStream::State::Failed;
 }
 
-RStatus CVarList::WriteToFile(const CFSPath& path) const {
+RStatus WriteConfiguration(const CFSPath& path, const CVarList& list) {
     CFileStream stream;
     const RStatus status = stream.Open(path, cConfigFileWriteFlags, nullptr);
     if (status < 0) {
         return status;
     }
-    // Callers rely on success once the file was opened.
-    static_cast<void>(WriteConfiguration(stream, *this));
+    // Deliberate: what fails from here on is not reported. Callers rely on success once the file
+    // was opened.
+    static_cast<void>(WriteConfiguration(stream, list));
     return Ok;
 }
 
-RStatus CVarList::ReadFromEncryptedFile(const CFSPath& path) {
-    return ReadConfiguration(path, *this, nullptr);
-}
-
-void CVarList::Write(CStream& stream) const {
-    for (const CVar* var = head_; var != nullptr; var = var->Next()) {
+void WriteVariables(CStream& stream, const CVarList& list) {
+    for (const CVar* var = list.First(); var != nullptr; var = var->Next()) {
         if (var->IsFixed()) {
             stream.WriteChar('%');
         }
@@ -117,7 +124,7 @@ void CVarList::Write(CStream& stream) const {
     }
 }
 
-void CVarList::ReadNWC(CStream& stream) {
+void ReadVariables(CStream& stream, CVarList& list) {
     CString name;
     CString value;
     while (!stream.AtEOF()) {
@@ -126,7 +133,7 @@ void CVarList::ReadNWC(CStream& stream) {
             return;
         }
         stream.ReadToDelim(value, 0, -1, nullptr);
-        SetValue(name.CStr(), value.CStr(), false);
+        list.SetValue(name.CStr(), value.CStr(), false);
     }
 }
 

@@ -1,4 +1,6 @@
-// What the substitution of variables into texts is made of. Any thread.
+// The substitution of variables into texts: the engine that the library and the tool share. Any
+// thread may use these functions; a text, its variables and its observer belong to one thread at a
+// time. docs/substitution.md gives the reasons for the rules.
 #pragma once
 
 #include "text/CFRef.h"
@@ -16,8 +18,8 @@
 
 namespace Tova {
 
-// The first two characters of a delimiter text (null: "<>"). Where it has fewer, a NUL stands in
-// for them, which no text holds.
+// The first two characters of a delimiter text; a null text stands for "<>". A missing character is
+// a NUL, which no text holds.
 struct Delimiters {
     explicit Delimiters(const char* text) {
         if (text != nullptr) {
@@ -29,38 +31,64 @@ struct Delimiters {
     char close = '>';
 };
 
-// Makes `text` the bytes given, which hold no NUL; std::bad_alloc beyond the range of int.
+// Sets `text` to `bytes`, which hold no NUL. Throws std::bad_alloc if int cannot hold the length.
 void Assign(CString& text, std::string_view bytes);
-// A platform string in the system encoding; null when the bytes are not valid in it.
+// Makes a platform string from text in the system encoding. Returns null if the text is not valid.
 CFRef<CFStringRef> MakeCFString(const char* text);
 
+// The observer that does nothing and costs nothing. Every observer has these members. It can learn
+// where each character of the result comes from, and it can end a substitution by an exception.
+struct NoObserver {
+    // Names what is being read: the text if it is default-made, else the value that Replace named.
+    struct Source {};
+    // True if the observer ends every substitution that would have no end.
+    static constexpr bool cEndsCircles = false;
+
+    // The scan and the passes put `count` characters of `source` at the end of the result.
+    template <class C>
+    void Append(const C* /*from*/, std::size_t /*count*/, Source /*source*/) {}
+    // The end of the result, from index `open` on, is a placeholder of `var`. The engine removes it
+    // and reads the value next. Returns what names that value.
+    template <class Var>
+    Source Replace(const Var& /*var*/, std::size_t /*open*/) {
+        return {};
+    }
+    // The result becomes the text before the pass, and a new result begins empty.
+    void Turn() {}
+    // The pass puts `count` characters of the text before it at the end of the result.
+    void Keep(std::size_t /*from*/, std::size_t /*count*/) {}
+    // One variable's share of a pass has ended; the text has `length` characters now.
+    void EndPass(std::size_t /*length*/) {}
+};
+
 // Replaces every placeholder in `text`, and those that arise from the values, in one scan from left
-// to right, and puts the result into `out` (which is empty before). `find` turns a name into
-// its value, an optional string view that stays valid. Returns the number of replacements; nothing
-// when more than `maxDepth` values are open inside each other, which some circles lead to: `out` is
-// then of no use. std::bad_alloc when the result outgrows the range of int.
+// to right, and appends the result to `out`, which is empty. `find` returns the variable of a name
+// or null; the variable's ValueView() stays valid. Returns the number of replacements. Returns
+// nullopt, with `out` of no use, if more than `maxDepth` values are open inside each other: some
+// circles do that. Throws std::bad_alloc if int cannot hold the length of the result.
 //
-// Holds only where the delimiters differ and no name holds one. Placeholders then cannot overlap:
-// a "<" stands nowhere but at the start of one, a ">" nowhere but at its end. So replacing one
-// leaves every other as it is, whatever partial placeholders the values are made of, and the text
-// that is left when none remains, and the number of steps to it, are the same in any order; and
-// where one order never ends, none does. Repeated passes over all variables are one such order,
-// this is another: what stands in `out` never holds a placeholder, hence a closing delimiter ends
-// one exactly when the last delimiter before it is an opening one and a name lies between.
+// The scan is allowed only if the delimiters differ and no name holds one of them. Then the result
+// and the count are those of repeated passes over all variables.
 //
-// The look back for that delimiter does not make long texts slow: what it passes over is removed,
-// or lies behind a closing delimiter for good.
-template <class C, class Find>
+// The look back for the opening delimiter does not make long texts slow: the scan removes what it
+// passes over, or that text lies behind a closing delimiter for good.
+template <class C, class Find, class Observer>
 std::optional<unsigned> SubstituteInOneScan(std::basic_string_view<C> text, C open, C close,
                                             std::size_t maxDepth, Find find,
-                                            std::basic_string<C>& out) {
+                                            std::basic_string<C>& out, Observer& observer) {
     using View = std::basic_string_view<C>;
-    std::vector<View> outer;  // the rests of what values were inserted into
-    View input = text;
+    struct Input {
+        View rest;
+        [[no_unique_address]] typename Observer::Source source;
+    };
+    std::vector<Input> outer;  // the rests of what values were inserted into
+    Input input{text, {}};
     unsigned count = 0;
     for (;;) {
-        const std::size_t end = input.find(close);
-        out.append(input.substr(0, end));
+        const std::size_t end = input.rest.find(close);
+        const std::size_t length = end != View::npos ? end + 1 : input.rest.size();
+        out.append(input.rest.substr(0, length));
+        observer.Append(input.rest.data(), length, input.source);
         if (out.size() > INT_MAX) {
             throw std::bad_alloc();
         }
@@ -72,28 +100,63 @@ std::optional<unsigned> SubstituteInOneScan(std::basic_string_view<C> text, C op
             outer.pop_back();
             continue;
         }
-        input.remove_prefix(end + 1);
-        std::size_t start = out.size();
+        input.rest.remove_prefix(length);
+        const std::size_t last = out.size() - 1;
+        std::size_t start = last;
         while (start > 0 && out[start - 1] != open && out[start - 1] != close) {
             --start;
         }
         const bool opened = start > 0 && out[start - 1] == open;
-        const std::optional<View> value =
-            opened ? find(View(out).substr(start)) : std::optional<View>();
-        if (!value) {
-            out.push_back(close);
+        const auto* var = opened ? find(View(out).substr(start, last - start)) : nullptr;
+        if (var == nullptr) {
             continue;
         }
-        out.resize(start - 1);
-        ++count;
-        if (!input.empty()) {
+        if (!input.rest.empty()) {
             if (outer.size() == maxDepth) {
                 return std::nullopt;
             }
             outer.push_back(input);
         }
-        input = *value;
+        input = {var->ValueView(), observer.Replace(*var, start - 1)};
+        out.resize(start - 1);
+        ++count;
     }
+}
+
+// Replaces every `placeholder` of `var` in `text` by its value, from left to right and without
+// searching the inserted values. Returns the number of replacements. Throws std::bad_alloc if int
+// cannot hold the length of the result.
+template <class C, class Var, class Observer>
+unsigned ReplaceAll(std::basic_string<C>& text, std::basic_string_view<C> placeholder,
+                    const Var& var, Observer& observer) {
+    std::size_t found = text.find(placeholder);
+    if (found == text.npos) {
+        return 0;
+    }
+    const std::basic_string_view<C> value = var.ValueView();
+    std::basic_string<C> out;
+    observer.Turn();
+    std::size_t from = 0;
+    const auto keepUntil = [&](std::size_t end) {
+        out.append(text, from, end - from);
+        observer.Keep(from, end - from);
+        if (out.size() > INT_MAX) {
+            throw std::bad_alloc();
+        }
+        from = end;
+    };
+    unsigned count = 0;
+    for (; found != text.npos; found = text.find(placeholder, from)) {
+        keepUntil(found + placeholder.size());
+        const std::size_t open = out.size() - placeholder.size();
+        const auto source = observer.Replace(var, open);
+        out.replace(open, placeholder.size(), value);
+        observer.Append(value.data(), value.size(), source);
+        ++count;
+    }
+    keepUntil(text.size());
+    text = std::move(out);
+    return count;
 }
 
 }  // namespace Tova

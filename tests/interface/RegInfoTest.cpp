@@ -1,6 +1,7 @@
 #include "interface/CRegInfo.h"
 
 #include "interface/DictStrings.h"
+#include "interface/SendRegInfo.h"
 #include "tests/interface/InterfaceTestSupport.h"
 #include "tests/support/TempHome.h"
 

@@ -2,7 +2,6 @@
 
 #include "tests/support/AllocationFailure.h"
 #include "tests/vars/VarsTestSupport.h"
-#include "vars/GlobalVars.h"
 
 #include <gtest/gtest.h>
 
@@ -15,19 +14,14 @@ using tvtest::Dump;
 using tvtest::Fill;
 
 TEST(CVarList, SettingFollowsPlaceAndFixedRules) {
-    const struct {
-        tvtest::Pairs sets;
-        const char* expected;
-    } cases[] = {
-        {{{"a", "1"}, {"b", "2"}, {"A", "0"}, {"a", "3"}}, "a=3;b=2;A=0"},
-        {{{"%a", "1"}, {"a", "2"}, {"%a", "3"}}, "%a=1"},
-        {{{"a", "1"}, {"%a", "2"}, {"a", "3"}}, "%a=2"},
-        {{{"", "1"}, {"%", "2"}, {"", "3"}, {"%%a", "4"}}, "%=2;%%a=4"},
-    };
-    for (const auto& c : cases) {
+    for (const auto& [sets, expected] : std::vector<std::pair<tvtest::Pairs, const char*>>{
+             {{{"a", "1"}, {"b", "2"}, {"A", "0"}, {"a", "3"}}, "a=3;b=2;A=0"},
+             {{{"%a", "1"}, {"a", "2"}, {"%a", "3"}}, "%a=1"},
+             {{{"a", "1"}, {"%a", "2"}, {"a", "3"}}, "%a=2"},
+             {{{"", "1"}, {"%", "2"}, {"", "3"}, {"%%a", "4"}}, "%=2;%%a=4"}}) {
         CVarList list;
-        Fill(list, c.sets);
-        EXPECT_EQ(Dump(list), c.expected);
+        Fill(list, sets);
+        EXPECT_EQ(Dump(list), expected);
     }
     CVarList list;
     list.SetValue("yes", true, false);
@@ -43,12 +37,12 @@ TEST(CVarList, SettingFollowsPlaceAndFixedRules) {
 }
 
 TEST(CVarList, TakesValuesFromOtherListsAndItself) {
-    CVarList list;
+    CVarList list, other;
     Fill(list, {{"a", "long enough not to be the same block"}, {"%Maj", "7"}});
     list.SetValue("a", list.GetValue("a") + 5, false);
     list.SetValue("%%c", "3", false);  // named "%c", so that adding the list to itself adds "c"
     list += list;
-    CVarList other;
+    EXPECT_STREQ(list.GetValue("a"), "enough not to be the same block");
     Fill(other, {{"Key", "k"}, {"%a", "new"}, {"Maj", "9"}});
     list += other;
     EXPECT_EQ(Dump(list), "%a=new;%Maj=7;%%c=3;%c=3;Key=k");
@@ -108,16 +102,6 @@ TEST(CVarList, IsAsBeforeWhenAnAllocationFails) {
             EXPECT_STREQ(list.GetValue("new"), "a value");
         }
     }
-}
-
-TEST(GlobalVars, ValuesReferToOtherVariables) {
-    CString value("before");
-    EXPECT_FALSE(AppGetVariable("Title", value));
-    EXPECT_STREQ(value.CStr(), "");
-    Fill(GlobalVars, {{"Title", "<App> <Maj>"}, {"App", "Calyx"}, {"Maj", "7"}});
-    EXPECT_TRUE(AppGetVariable("Title", value));
-    EXPECT_STREQ(value.CStr(), "Calyx 7");
-    GlobalVars.Empty();
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "vars/ConfigFile.h"
 
-#include "streams/CFileStream.h"
 #include "streams/Scrambling.h"
 #include "tests/streams/MemoryStream.h"
 #include "tests/support/TempHome.h"
@@ -8,10 +7,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <fstream>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include <sys/stat.h>
 
@@ -32,19 +31,18 @@ std::string scrambled(std::string plain) {
     return plain;
 }
 
+struct File : CFSPath {
+    explicit File(const std::string& path) { EXPECT_GE(FromUnixPath(path.c_str()), 0); }
+};
+
 class ConfigFile : public ::testing::Test {
 protected:
     RStatus Read(const std::string& path, CVarList& list) {
-        CFSPath file;
-        EXPECT_GE(file.FromUnixPath(path.c_str()), 0);
-        return ReadConfiguration(file, list, &report_);
+        return ReadConfiguration(File(path), list, &report_);
     }
     std::string Written(const CVarList& list) {
-        const std::string path = dir_.Path("written");
-        CFSPath file;
-        EXPECT_GE(file.FromUnixPath(path.c_str()), 0);
-        EXPECT_EQ(list.WriteToFile(file), Ok);
-        return tvtest::ReadFile(path);
+        EXPECT_EQ(list.WriteToFile(File(dir_.Path("written"))), Ok);
+        return tvtest::ReadFile(dir_.Path("written"));
     }
 
     tvtest::TempDir dir_;
@@ -52,87 +50,60 @@ protected:
 };
 
 TEST_F(ConfigFile, WritesTheBytesOfTheFormatAndReadsThemBack) {
-    const struct {
-        tvtest::Pairs vars;
-        std::string plain;
-    } cases[] = {
-        {{},
-         cHeader + "\0"s
-                   "3179\0"s},
-        {{{"%A", "1"}}, cHeader + "%A\0001\0\0003330\0"s},
-        {{{"A", ""}, {"B", "\xFF\n%<"}, {"%", "x"}},
-         cHeader + "A\0\0B\0\xFF\n%<\0%\0x\0\0003829\0"s},
-    };
-    for (const auto& c : cases) {
-        CVarList list;
-        Fill(list, c.vars);
-        EXPECT_EQ(Written(list), scrambled(c.plain));
-        CVarList back;
+    for (const auto& [vars, body] : std::vector<std::pair<tvtest::Pairs, std::string>>{
+             {{{"A", std::string(5000, 'x')}},
+              "A\0"s + std::string(5000, 'x') + "\0\0"s + "603244\0"s},
+             {{}, "\0003179\0"s},  // replaces the longer file
+             {{{"%A", "1"}}, "%A\0001\0\0003330\0"s},
+             {{{"A", ""}, {"B", "\xFF\n%<"}, {"%", "x"}}, "A\0\0B\0\xFF\n%<\0%\0x\0\0003829\0"s}}) {
+        CVarList list, back;
+        Fill(list, vars);
+        EXPECT_EQ(Written(list), scrambled(cHeader + body));
         EXPECT_EQ(Read(dir_.Path("written"), back), Ok);
         EXPECT_EQ(Dump(back), Dump(list));
         EXPECT_EQ(report_.damage, Damage::None);
     }
-}
-
-TEST_F(ConfigFile, ReadingAddsAndWritingReplaces) {
-    CVarList list;
-    Fill(list, {{"A", std::string(5000, 'x')}});
-    Written(list);
-    list.Empty();
-    Fill(list, {{"A", "1"}, {"%B", "2"}});
-    EXPECT_LT(Written(list).size(), 60U);
     CVarList target;
     Fill(target, {{"B", "old"}, {"C", "3"}, {"%A", "kept"}});
     EXPECT_EQ(Read(dir_.Path("written"), target), Ok);
-    EXPECT_EQ(Dump(target), "%B=2;C=3;%A=kept");
-    // Only opening is reported by the list itself.
-    CFSPath full;
-    ASSERT_GE(full.FromUnixPath("/dev/full"), 0);
-    EXPECT_EQ(list.WriteToFile(full), Ok);
+    EXPECT_EQ(Dump(target), "B=\xFF\n%<;C=3;%A=kept;%=x");
+    // The list itself reports only a failure to open.
+    EXPECT_EQ(target.WriteToFile(File("/dev/full")), Ok);
     CFileStream stream;
-    ASSERT_GE(stream.Open(full, cConfigFileWriteFlags, nullptr), 0);
-    EXPECT_FALSE(WriteConfiguration(stream, list));
+    ASSERT_GE(stream.Open(File("/dev/full"), cConfigFileWriteFlags, nullptr), 0);
+    EXPECT_FALSE(WriteConfiguration(stream, target));
 }
 
 TEST_F(ConfigFile, TellsWhichDamageItIs) {
-    const std::string body = "A\0001\0\0"s;
-    const struct {
-        std::string plain;
-        RStatus status;
-        Damage damage;
-        std::uint32_t stored;
-        const char* list;
-    } cases[] = {
-        {cHeader + body + "3293\0"s, Ok, Damage::None, 3293, "A=1"},
-        {cHeader + body + " +3293 years\0rest"s, Ok, Damage::None, 3293, "A=1"},
-        {cHeader + body + "4294970589\0"s, Ok, Damage::None, 3293, "A=1"},
-        {cHeader + body + "3293"s, Ok, Damage::CutOff, 3293, "A=1"},
-        {cHeader + body + "3294\0"s, ErrBadFormat, Damage::CheckValueDiffers, 3294, "A=1"},
-        {cHeader + body + "\0"s, ErrBadFormat, Damage::CheckValueDiffers, 0, "A=1"},
-        {cHeader + body, ErrBadFormat, Damage::CutOff, 0, "A=1"},
-        {cHeader + "A\0001"s, ErrBadFormat, Damage::CutOff, 0, "A=1"},
-        {cHeader, ErrBadFormat, Damage::CutOff, 0, ""},
-        {"Nimbus", ErrBadFormat, Damage::CutOff, 0, ""},
-        {"Nimbus Works Configuration File 1.1\0"s + body, ErrBadFormat, Damage::OtherHeader, 0, ""},
-        {"Nimbus Works Configuration File 1.00\0"s, ErrBadFormat, Damage::OtherHeader, 0, ""},
-        {"nimbus works configuration file 1.0\0"s, ErrBadFormat, Damage::OtherHeader, 0, ""},
-        {"", ErrBadFormat, Damage::NoHeader, 0, ""},
-        {"a text that is something else\n", ErrBadFormat, Damage::NoHeader, 0, ""},
-    };
-    for (const auto& c : cases) {
+    const std::string body = cHeader + "A\0001\0\0"s;
+    for (const auto& [plain, damage, stored, expected] :
+         std::vector<std::tuple<std::string, Damage, unsigned, const char*>>{
+             {body + "3293\0"s, Damage::None, 3293, "A=1"},
+             {body + " +3293 years\0rest"s, Damage::None, 3293, "A=1"},
+             {body + "4294970589\0"s, Damage::None, 3293, "A=1"},
+             {body + "3294\0"s, Damage::CheckValueDiffers, 3294, "A=1"},
+             {body + "\0"s, Damage::CheckValueDiffers, 0, "A=1"},
+             {"Nimbus Works Configuration File 1.1\0"s + body, Damage::OtherHeader, 0, ""},
+             {"Nimbus Works Configuration File 1.00\0"s, Damage::OtherHeader, 0, ""},
+             {"nimbus works configuration file 1.0\0"s, Damage::OtherHeader, 0, ""},
+             {"a text that is something else\n", Damage::NoHeader, 0, ""}}) {
         // Once in blocks, once from a stream that can only be read byte by byte.
-        tvtest::MemoryStream stream(cConfigFileReadFlags, scrambled(c.plain));
-        const std::string path = dir_.Write("f", scrambled(c.plain));
+        tvtest::MemoryStream stream(cConfigFileReadFlags, scrambled(plain));
+        const std::string path = dir_.Write("f", scrambled(plain));
         for (const bool fromFile : {true, false}) {
             CVarList list;
             EXPECT_EQ(fromFile ? Read(path, list) : ReadConfiguration(stream, list, &report_),
-                      c.status)
-                << c.plain;
-            EXPECT_EQ(report_.damage, c.damage) << c.plain;
-            EXPECT_EQ(report_.stored, c.stored) << c.plain;
-            EXPECT_EQ(Dump(list), c.list);
+                      damage == Damage::None ? Ok : ErrBadFormat)
+                << plain;
+            EXPECT_EQ(report_.damage, damage) << plain;
+            EXPECT_EQ(report_.stored, stored) << plain;
+            EXPECT_EQ(Dump(list), expected);
         }
     }
+    // A megabyte without a NUL is no configuration file after its first bytes.
+    CVarList list;
+    EXPECT_EQ(Read(dir_.Write("large", std::string(1 << 20, 'x')), list), ErrBadFormat);
+    EXPECT_EQ(report_.header.Length(), static_cast<int>(cHeader.size()));
 }
 
 // A sum cannot see everything, but neither a cut nor one bit ever makes another list pass for the
@@ -160,7 +131,7 @@ TEST_F(ConfigFile, NoCutAndNoFlippedBitGivesAnotherList) {
 }
 
 TEST_F(ConfigFile, FoldersAndFifos) {
-    CVarList list;
+    CVarList list, read;
     EXPECT_EQ(Read(dir_.Path("missing"), list), ErrNotFound);
     EXPECT_EQ(report_.damage, Damage::Unreadable);
     EXPECT_EQ(Read(dir_.Path(), list), ErrBadFormat);  // a folder opens but cannot be read
@@ -172,28 +143,25 @@ TEST_F(ConfigFile, FoldersAndFifos) {
     const std::string path = dir_.Path("fifo");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     std::thread writer([&] { std::ofstream(path, std::ios::binary) << bytes; });
-    CVarList read;
     EXPECT_EQ(Read(path, read), Ok);
     writer.join();
     EXPECT_EQ(Dump(read), Dump(list));
 }
 
-// 200 MB without a NUL: what is no configuration file fails after its first bytes. One long text is
-// read without copying it over and over.
-TEST_F(ConfigFile, LargeFilesTakeProportionalTime) {
-    constexpr std::uintmax_t cSize = 50'000'000;
-    const std::string path = dir_.Write("large", "");
-    std::filesystem::resize_file(path, 4 * cSize);
-    CVarList list;
-    EXPECT_EQ(Read(path, list), ErrBadFormat);
-    EXPECT_EQ(report_.header.Length(), static_cast<int>(cHeader.size()));
-
-    dir_.Write("large", scrambled(cHeader));
-    std::filesystem::resize_file(path, cSize);
-    EXPECT_EQ(Read(path, list), ErrBadFormat);
-    EXPECT_EQ(report_.damage, Damage::CutOff);
-    ASSERT_NE(list.First(), nullptr);
-    EXPECT_EQ(std::strlen(list.First()->Name()), cSize - cHeader.size());
+// The page and the table name the same kinds of damage, in the same order and words.
+TEST(ConfigFileDamages, AreThoseOfThePage) {
+    std::ifstream page(TVTEST_SOURCE_DIR "/docs/configuration-file.md");
+    std::string line;
+    while (std::getline(page, line) && !line.starts_with("| `kind`")) {
+    }
+    std::getline(page, line);
+    for (const ConfigFileDamage& damage : cConfigFileDamages) {
+        std::getline(page, line);
+        EXPECT_TRUE(line.starts_with("| `"s + damage.token + "` |")) << line;
+        EXPECT_TRUE(line.ends_with("| "s + damage.words + " |")) << line;
+    }
+    std::getline(page, line);
+    EXPECT_EQ(line, "");
 }
 
 }  // namespace

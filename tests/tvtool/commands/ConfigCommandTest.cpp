@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <tuple>
 
 namespace tvtest {
 namespace {
@@ -51,34 +52,27 @@ TEST_F(ConfigCommandTest, ShowsWhatCreatesTheSame) {
         everyByte += "%" + escape + "=" + escape + "\n" + "n" + escape + "=" + escape + "v" +
                      escape + "\n%" + escape + "m" + escape + "=\n";
     }
-    const struct {
-        std::string lines;
-        std::string shown;
-    } cases[] = {
-        {"", ""},
-        {"A=1\n%B=2\n%=empty\nC=\n", "A=1\n%B=2\n%=empty\nC=\n"},
-        {"%%=1\n%%%A=2\nA%=3", "%\\x25=1\n%\\x25%A=2\nA%=3\n"},
-        {"\\x23a=#\n\\x5Ba]=[\n%\\x5B=x\n", "\\x23a=#\n\\x5Ba]=[\n%\\x5B=x\n"},
-        {"a\\x3Db=c=d\n\\x3d=\n", "a\\x3Db=c=d\n\\x3D=\n"},
-        {"\\x20a b\\x20= v \n%\\x20=\n", "\\x20a b\\x20= v \n%\\x20=\n"},
-        {"a\\n=\\r\\t\\\\n\\x1b[m\\x7f\n", "a\\n=\\r\\t\\\\n\\x1B[m\\x7F\n"},
-        // A byte-order mark, control and separator characters, text, and no text.
-        {"\xEF\xBB\xBF# comment\r\n \t\n\\xEF\\xBB\\xBFa=\xC2\x9B\xE2\x80\xA8\xC3\xA9\xC3\r\n",
-         "\\xEF\\xBB\\xBFa=\\xC2\\x9B\\xE2\\x80\\xA8\xC3\xA9\\xC3\n"},
-        // No UTF-8: too long, a surrogate, too large, a stray byte.
-        {"a=\xC0\x80|\xE0\x80\x80|\xED\xA0\x80|\xF4\x90\x80\x80|\x80|\xF0\x9F\x98\x80",
-         "a=\\xC0\\x80|\\xE0\\x80\\x80|\\xED\\xA0\\x80|\\xF4\\x90\\x80\\x80|\\x80|"
-         "\xF0\x9F\x98\x80\n"},
-        {everyByte, ""},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.lines.substr(0, 40));
-        Create("a.nwc", c.lines);
-        const ToolResult text = Run({"config", "show", "a.nwc"});
-        if (c.lines != everyByte) {
-            EXPECT_EQ(text, Prints(c.shown));
-        }
-        Create("text.nwc", text.out);
+    for (const auto& [lines, shown] : std::vector<std::pair<std::string, const char*>>{
+             {"", ""},
+             {"A=1\n%B=2\n%=empty\nC=\n", "A=1\n%B=2\n%=empty\nC=\n"},
+             {"%%=1\n%%%A=2\nA%=3", "%\\x25=1\n%\\x25%A=2\nA%=3\n"},
+             {"\\x23a=#\n\\x5Ba]=[\n%\\x5B=x\n", "\\x23a=#\n\\x5Ba]=[\n%\\x5B=x\n"},
+             {"a\\x3Db=c=d\n\\x3d=\n", "a\\x3Db=c=d\n\\x3D=\n"},
+             {"\\x20a b\\x20= v \n%\\x20=\n", "\\x20a b\\x20= v \n%\\x20=\n"},
+             {"a\\n=\\r\\t\\\\n\\x1b[m\\x7f\n", "a\\n=\\r\\t\\\\n\\x1B[m\\x7F\n"},
+             // A byte-order mark, control and separator characters, text, and no text.
+             {"\xEF\xBB\xBF# comment\r\n \t\n\\xEF\\xBB\\xBFa=\xC2\x9B\xE2\x80\xA8\xC3\xA9\xC3\r\n",
+              "\\xEF\\xBB\\xBFa=\\xC2\\x9B\\xE2\\x80\\xA8\xC3\xA9\\xC3\n"},
+             // No UTF-8: too long, a surrogate, too large, a stray byte.
+             {"a=\xC0\x80|\xE0\x80\x80|\xED\xA0\x80|\xF4\x90\x80\x80|\x80|\xF0\x9F\x98\x80",
+              "a=\\xC0\\x80|\\xE0\\x80\\x80|\\xED\\xA0\\x80|\\xF4\\x90\\x80\\x80|\\x80|"
+              "\xF0\x9F\x98\x80\n"},
+             {everyByte, nullptr}}) {
+        SCOPED_TRACE(lines.substr(0, 40));
+        Create("a.nwc", lines);
+        const std::string text = Show("a.nwc");
+        EXPECT_EQ(text, shown != nullptr ? shown : text);
+        Create("text.nwc", text);
         EXPECT_EQ(Read("text.nwc"), Read("a.nwc"));
         Create("json.nwc", Run({"config", "show", "--json", "a.nwc"}).out);
         EXPECT_EQ(Read("json.nwc"), Read("a.nwc"));
@@ -103,74 +97,62 @@ TEST_F(ConfigCommandTest, PutsTextsIntoJsonInTheSystemEncoding) {
 }
 
 TEST_F(ConfigCommandTest, SaysWhereASourceIsWrong) {
-    const struct {
-        std::string source;
-        std::string message;
-    } cases[] = {
-        {"A=1\nB", "2:1: no \"=\""},
-        {"A=1\n\xC3\xA9\\q=", "2:2: a backslash begins"},
-        {"A=\\x4", "1:3: a backslash begins"},
-        {"A=x\\", "1:4: a backslash begins"},
-        {"A=\\x00", "1:3: \\x00 cannot stand"},
-        {std::string("A=\0b", 4), "1:3: a NUL"},
-        {"A =1", "1:2: a blank before the \"=\""},
-        {"% A=1", "1:2: a blank before the name"},
-        {"A=1\nA=2", "2:1: \"A\" is set twice; the first time at standard input:1:1"},
-        {"=1", "1:1: an empty name"},
-        {"\\x25A=1", "1:1: a name that begins with \"%\""},
-        {"[{\"name\": \"a\",]", "1:15: is no valid JSON"},
-        {" [1]", " element 1: is no object"},
-        {"[{\"name\": \"a\"}]", " element 1: is no object"},
-        {"[{\"name\": 1, \"value\": \"\"}]", " element 1: \"name\": must be a string"},
-        {"[{\"name\": \"\\u0000\", \"value\": \"\"}]", " element 1: \"name\": holds a NUL"},
-        {"[{\"name\": \"a\", \"value\": {\"base64\": \"Q\"}}]", "\"value\": is no valid base64"},
-        {"[{\"name\": \"a\", \"value\": {\"base64\": \"QR==\"}}]", "is no valid base64"},
-        {"[{\"name\": \"a\", \"value\": \"\", \"fixed\": 1}]", "\"fixed\" must be true or false"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.source);
-        const ToolResult result = Run({"config", "create", "a.nwc", "--from", "-"}, c.source);
-        EXPECT_EQ(result.status, 4);
+    for (const auto& [source, message] : std::vector<std::pair<std::string, const char*>>{
+             {"A=1\nB", "2:1: no \"=\""},
+             {"A=1\n\xC3\xA9\\q=", "2:2: a backslash begins"},
+             {"A=\\x4", "1:3: a backslash begins"},
+             {"A=x\\", "1:4: a backslash begins"},
+             {"A=\\x00", "1:3: \\x00 cannot stand"},
+             {std::string("A=\0b", 4), "1:3: a NUL"},
+             {"A =1", "1:2: a blank before the \"=\""},
+             {"% A=1", "1:2: a blank before the name"},
+             {"A=1\nA=2", "2:1: \"A\" is set twice; the first time at standard input:1:1"},
+             {"=1", "1:1: an empty name"},
+             {"\\x25A=1", "1:1: a name that begins with \"%\""},
+             {"[{\"name\": \"a\",]", "1:15: is no valid JSON"},
+             {" [1]", " element 1: is no object"},
+             {"[{\"name\": \"a\"}]", " element 1: is no object"},
+             {"[{\"name\": 1, \"value\": \"\"}]", " element 1: \"name\": must be a string"},
+             {"[{\"name\": \"\\u0000\", \"value\": \"\"}]", " element 1: \"name\": holds a NUL"},
+             {"[{\"name\": \"a\", \"value\": {\"base64\": \"Q\"}}]",
+              "\"value\": is no valid base64"},
+             {"[{\"name\": \"a\", \"value\": {\"base64\": \"QR==\"}}]", "is no valid base64"},
+             {"[{\"name\": \"a\", \"value\": \"\", \"fixed\": 1}]",
+              "\"fixed\" must be true or false"}}) {
+        const ToolResult result = Run({"config", "create", "a.nwc", "--from", "-"}, source);
+        EXPECT_EQ(result.status, 4) << source;
         EXPECT_THAT(result.err, StartsWith("tvtool: standard input:"));
-        EXPECT_THAT(result.err, HasSubstr(c.message));
+        EXPECT_THAT(result.err, HasSubstr(message));
         EXPECT_FALSE(std::filesystem::exists(Path("a.nwc")));
     }
 }
 
 TEST_F(ConfigCommandTest, TellsTheDamageApart) {
-    const std::string whole = fileOfA1();
-    const auto refused = [this](const std::string& bytes) {
-        Write("a.nwc", bytes);
-        const ToolResult result = Run({"config", "show", "a.nwc"});
-        EXPECT_EQ(result.status, 4);
-        EXPECT_EQ(result.out, "");
-        return result.err;
+    const auto changed = [](std::size_t at, int byte) {
+        std::string bytes = fileOfA1();
+        bytes[at] = static_cast<char>(byte);
+        return bytes;
     };
-    EXPECT_THAT(refused(""), HasSubstr("no header"));
-    EXPECT_THAT(refused("This is no configuration file."), HasSubstr("no header"));
-    EXPECT_THAT(refused(std::string(100000, 'x')), HasSubstr("no header"));
-    for (std::size_t length = 1; length < whole.size(); ++length) {
-        SCOPED_TRACE(length);
-        EXPECT_EQ(refused(whole.substr(0, length)),
-                  "tvtool: a.nwc: cut off: the file ends early; get a complete copy\n");
+    for (const auto& [bytes, kind, damage] :
+         {std::tuple(std::string(), "no-header",
+                     "no header: the file is empty, or no configuration file"),
+          {std::string(100000, 'x'), "no-header", "no header: this is no configuration file"},
+          {fileOfA1().substr(0, 40), "cut-off",
+           "cut off: the file ends early; get a complete copy"},
+          // The last character of the header, a 1.
+          {changed(34, 0xC8), "other-header",
+           "another header: \"Nimbus Works Configuration File 1.1\" in place of "
+           "\"Nimbus Works Configuration File 1.0\""},
+          // The value, a 2.
+          {changed(39, 0xD8), "check-value-differs",
+           "check value differs: the file says 3330, its contents sum to 3331"}}) {
+        Write("a.nwc", bytes);
+        ToolResult refused = Refuses(4, "a.nwc: " + std::string(damage));
+        EXPECT_EQ(Run({"config", "show", "a.nwc"}), refused);
+        const ToolResult json = Run({"config", "verify", "--json", "a.nwc"});
+        EXPECT_EQ(json.status, 4);
+        EXPECT_THAT(json.out, HasSubstr("\"kind\": \"" + std::string(kind) + "\",\n"));
     }
-    for (std::size_t i = 0; i < whole.size(); ++i) {
-        SCOPED_TRACE(i);
-        std::string flipped = whole;
-        flipped[i] = static_cast<char>(flipped[i] ^ (1 << i % 8));
-        refused(flipped);
-    }
-    std::string other = whole;
-    other[34] = static_cast<char>(0xC8);  // the last character of the header, a 1
-    EXPECT_EQ(refused(other),
-              "tvtool: a.nwc: another header: \"Nimbus Works Configuration File 1.1\" in place of "
-              "\"Nimbus Works Configuration File 1.0\"\n");
-    other = whole;
-    other[39] = static_cast<char>(0xD8);  // the value, a 2
-    EXPECT_EQ(refused(other),
-              "tvtool: a.nwc: check value differs: the file says 3330, its contents "
-              "sum to 3331\n");
-    EXPECT_EQ(Run({"config", "verify", "--json", "a.nwc"}).status, 4);
 }
 
 TEST_F(ConfigCommandTest, GetsByExactNameFirst) {
@@ -255,25 +237,20 @@ TEST_F(ConfigCommandTest, RefusesWhatIsNoUsableFile) {
     ASSERT_EQ(chmod(Path("closed.nwc").c_str(), 0), 0);
     ASSERT_EQ(chmod(Path("readonly.nwc").c_str(), 0444), 0);
     ASSERT_EQ(chmod(Path("d").c_str(), 0500), 0);
-    const std::string longName(5000, 'x');
-    const struct {
-        std::string file;
-        int status;
-        std::string message;
-    } cases[] = {
-        {"d", 4, "d: is a folder; name a file"},
-        {"fifo", 4, "fifo: is no regular file; use \"-\" for standard input or output"},
-        {"none", 3, "none: cannot be read: No such file or directory"},
-        {"text/x", 3, "text/x: cannot be read: Not a directory"},
-        {"loop", 1, "loop: cannot be read: Too many levels of symbolic links"},
-        {longName, 1, longName + ": cannot be read: File name too long"},
-        {"", 3, ": cannot be read: No such file or directory"},
-        {"closed.nwc", 5, "closed.nwc: cannot be read: Permission denied"},
-        {"readonly.nwc", 5, "readonly.nwc: may not be written to: Permission denied"},
-        {"d/a.nwc", 5, "d/a.nwc: no file can be made in its folder: Permission denied"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(RunBound({"config", "set", c.file, "A=2"}), Refuses(c.status, c.message));
+    for (const auto& [file, status, message] :
+         std::vector<std::tuple<std::string, int, std::string>>{
+             {"d", 4, "d: is a folder; name a file"},
+             {"fifo", 4, "fifo: is no regular file; use \"-\" for standard input or output"},
+             {"none", 3, "none: cannot be read: No such file or directory"},
+             {"text/x", 3, "text/x: cannot be read: Not a directory"},
+             {"loop", 1, "loop: cannot be read: Too many levels of symbolic links"},
+             {std::string(5000, 'x'), 1,
+              std::string(5000, 'x') + ": cannot be read: File name too long"},
+             {"", 3, ": cannot be read: No such file or directory"},
+             {"closed.nwc", 5, "closed.nwc: cannot be read: Permission denied"},
+             {"readonly.nwc", 5, "readonly.nwc: may not be written to: Permission denied"},
+             {"d/a.nwc", 5, "d/a.nwc: no file can be made in its folder: Permission denied"}}) {
+        EXPECT_EQ(RunBound({"config", "set", file, "A=2"}), Refuses(status, message));
     }
     ASSERT_EQ(chmod(Path("d").c_str(), 0700), 0);
     EXPECT_EQ(Show("d/a.nwc") + Show("readonly.nwc"), "A=1\nA=1\n");

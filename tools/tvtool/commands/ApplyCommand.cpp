@@ -1,15 +1,20 @@
 // tvtool apply: puts variables into a text, as the framework does.
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
+#include "tvtool/base/Json.h"
 #include "tvtool/base/PlatformText.h"
 #include "tvtool/base/Tool.h"
-#include "tvtool/config/ConfigText.h"
-#include "tvtool/config/Expansion.h"
-#include "tvtool/config/Variables.h"
+#include "tvtool/config/ApplicationVariables.h"
+#include "tvtool/config/ConfigFiles.h"
+#include "tvtool/config/ListEditing.h"
+#include "tvtool/config/Placeholders.h"
+#include "tvtool/config/SubstitutionTrail.h"
 #include "vars/GlobalVars.h"
 
 #include <algorithm>
 #include <memory>
+#include <new>
+#include <unordered_set>
 
 namespace tvtool {
 
@@ -45,7 +50,7 @@ std::u16string parseDelimiters(const std::string& argument) {
     return pair;
 }
 
-// The place of the first byte that is not valid UTF-8.
+// Returns the index of the first byte that is not valid UTF-8.
 std::size_t findInvalid(std::string_view text) {
     char32_t ignored = 0;
     for (std::size_t at = 0; at < text.size();) {
@@ -58,7 +63,7 @@ std::size_t findInvalid(std::string_view text) {
     return text.size();
 }
 
-// An argument that names no file and holds a placeholder is the text itself.
+// Reads a file, unless the argument names none and holds a placeholder: then it is the text itself.
 Template readTemplate(const std::string& argument, const std::u16string& delimiters) {
     Template made;
     const CFStringEncoding system = CFStringGetSystemEncoding();
@@ -80,7 +85,7 @@ Template readTemplate(const std::string& argument, const std::u16string& delimit
     return made;
 }
 
-void SetVariables(const ApplyOptions& options) {
+void setVariables(const ApplyOptions& options) {
     SetApplicationVariables();
     for (const std::string& path : options.configs) {
         Tova::CVarList list;
@@ -95,19 +100,35 @@ void SetVariables(const ApplyOptions& options) {
     }
 }
 
+// What a substitution works on.
+struct Task {
+    std::u16string_view text;
+    char16_t open;
+    char16_t close;
+    const Tova::WideVars& vars;
+
+    std::vector<Placeholder> PlaceholdersIn(std::u16string_view units) const {
+        return FindPlaceholders(units, open, close, vars);
+    }
+};
+
 std::string nameOf(const Placeholder& placeholder) {
     const StringRef name = TextOfUnits(placeholder.name);
     return name ? TextForPeople(name.Get()) : std::string();
 }
 
-void List(const std::vector<Placeholder>& placeholders, std::u16string_view text, bool json,
-          Output& out) {
+// Names each placeholder once, in the order of the text.
+void listPlaceholders(const Task& task, bool json, Output& out) {
     Json array = Json::array();
     Place place;
     std::size_t offset = 0;
-    for (const Placeholder& placeholder : placeholders) {
+    std::unordered_set<std::u16string_view> seen;
+    for (const Placeholder& placeholder : task.PlaceholdersIn(task.text)) {
+        if (!seen.insert(placeholder.name).second) {
+            continue;
+        }
         const std::string name = nameOf(placeholder);
-        Advance(place, text.substr(offset, placeholder.offset - offset));
+        Advance(place, task.text.substr(offset, placeholder.offset - offset));
         offset = placeholder.offset;
         if (json) {
             array.push_back({{"name", JsonText(name)},
@@ -131,18 +152,20 @@ std::string join(const std::vector<std::string>& parts) {
     return joined;
 }
 
-void refuseUndefined(const Expansion& expansion, const Template& text,
-                     const std::u16string& units) {
+// Complains about every placeholder that is left in `result`: nobody defines it.
+void refuseUndefined(const Task& task, const std::string& name, std::u16string_view result,
+                     const SubstitutionTrail& trail) {
     static constexpr std::size_t cMost = 20;
-    const std::vector<Placeholder> undefined = expansion.Undefined();
+    std::vector<Placeholder> undefined = task.PlaceholdersIn(result);
+    std::erase_if(undefined, [](const Placeholder& found) { return found.isDefined; });
     std::vector<std::string> messages;
     for (const Placeholder& placeholder : undefined) {
-        const std::string through = join(placeholder.through);
-        messages.push_back(At(text.name, PlaceOf(units, placeholder.offset)) + ": nobody defines " +
-                           Quote(nameOf(placeholder)) +
+        const std::string through = join(trail.Through(placeholder.offset));
+        const Place place = PlaceOf(task.text, trail.OffsetOf(placeholder.offset));
+        messages.push_back(At(name, place) + ": nobody defines " + Quote(nameOf(placeholder)) +
                            (through.empty() ? "" : ", which comes from " + through));
         if (messages.size() == cMost && undefined.size() > cMost) {
-            messages.push_back(text.name + ": " + std::to_string(undefined.size() - cMost) +
+            messages.push_back(name + ": " + std::to_string(undefined.size() - cMost) +
                                " more placeholders that nobody defines");
             break;
         }
@@ -158,37 +181,40 @@ void refuseUndefined(const Expansion& expansion, const Template& text,
     throw ToolError(Exit::Failed, last);
 }
 
-void substitute(const Template& text, const std::u16string& delimiters, Output& out) {
-    const Tova::CFRef<CFMutableStringRef> result(
-        CFStringCreateMutableCopy(kCFAllocatorDefault, 0, text.decoded.Get()));
-    const StringRef pair = TextOfUnits(delimiters);
-    Tova::GlobalVars.Apply(result.Get(), pair.Get());
-    const std::optional<std::string> bytes = EncodeText(result.Get(), CFStringGetSystemEncoding());
+void printResult(std::u16string_view result, const Template& text, Output& out) {
+    const StringRef whole = TextOfUnits(result);
+    if (!whole) {
+        throw std::bad_alloc();
+    }
+    const std::optional<std::string> bytes = EncodeText(whole.Get(), CFStringGetSystemEncoding());
     if (!bytes) {
         Fail(Exit::Failed, text.name, "the result does not fit the system encoding");
     }
     out << *bytes << (text.isLiteral ? "\n" : "");
 }
 
-void Apply(const ApplyOptions& options, Session& session) {
+void apply(const ApplyOptions& options, Session& session) {
     const std::u16string delimiters = parseDelimiters(options.delimiters);
-    SetVariables(options);
+    setVariables(options);
     const Template text = readTemplate(options.text, delimiters);
     const std::u16string units = UnitsOf(text.decoded.Get());
-    Expansion expansion(Tova::GlobalVars, delimiters[0], delimiters[1]);
+    const Tova::WideVars vars(Tova::GlobalVars);
+    const Task task{units, delimiters[0], delimiters[1], vars};
     if (options.list) {
-        List(expansion.List(units), units, options.json, session.out);
+        listPlaceholders(task, options.json, session.out);
         if (!options.strict) {
             return;
         }
     }
-    // The substitution itself has no guard against circles.
-    expansion.Follow(units, text.name);
+    // The library's own calls have no guard against circles; the trail is one.
+    SubstitutionTrail trail(units, vars, text.name);
+    std::u16string result;
+    Tova::Substitute(units, task.open, task.close, vars, result, trail);
     if (options.strict) {
-        refuseUndefined(expansion, text, units);
+        refuseUndefined(task, text.name, result, trail);
     }
     if (!options.list) {
-        substitute(text, delimiters, session.out);
+        printResult(result, text, session.out);
     }
 }
 
@@ -217,7 +243,7 @@ void AddApplyCommand(CLI::App& app, Session& session) {
     command->add_flag("--json", options->json, "With --list: as an array of objects");
     command->add_flag("--strict", options->strict,
                       "Fail, with the place, where nobody defines a placeholder");
-    command->callback([options, &session] { Apply(*options, session); });
+    command->callback([options, &session] { apply(*options, session); });
 }
 
 }  // namespace tvtool

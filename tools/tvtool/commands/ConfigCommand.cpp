@@ -2,8 +2,9 @@
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
 #include "tvtool/base/Tool.h"
+#include "tvtool/config/ConfigFiles.h"
 #include "tvtool/config/ConfigText.h"
-#include "tvtool/config/Variables.h"
+#include "tvtool/config/ListEditing.h"
 
 #include <cstring>
 #include <memory>
@@ -26,7 +27,7 @@ struct ConfigOptions {
 
 using Options = std::shared_ptr<ConfigOptions>;
 
-void Assign(Tova::CVarList& list, const ConfigOptions& options, Session& session) {
+void assignAll(Tova::CVarList& list, const ConfigOptions& options, Session& session) {
     for (const std::string& word : options.words) {
         const Assignment assignment = ParseAssignment(word);
         const std::string why = ReasonNotToStore(assignment.name, assignment.fixed);
@@ -41,7 +42,7 @@ void Assign(Tova::CVarList& list, const ConfigOptions& options, Session& session
     }
 }
 
-// Something else than a configuration file is hardly meant to be replaced by one.
+// People hardly want to replace something else by a configuration file.
 void refuseToReplaceOthers(const std::string& path) {
     if (path == "-" || !Exists(path)) {
         return;
@@ -55,19 +56,19 @@ void refuseToReplaceOthers(const std::string& path) {
     }
 }
 
-void Create(const ConfigOptions& options, Session& session) {
+void create(const ConfigOptions& options, Session& session) {
     Tova::CVarList list;
     if (!options.from.empty()) {
         ParseVariables(ReadInput(options.from), InputName(options.from), list);
     }
-    Assign(list, options, session);
+    assignAll(list, options, session);
     if (!options.force) {
         refuseToReplaceOthers(options.file);
     }
     WriteOutput(options.file, EncodeConfig(list));
 }
 
-void Show(const ConfigOptions& options, Session& session) {
+void show(const ConfigOptions& options, Session& session) {
     Tova::CVarList list;
     ReadConfig(options.file, list);
     if (options.json) {
@@ -78,9 +79,9 @@ void Show(const ConfigOptions& options, Session& session) {
     }
 }
 
-// By its exact name, else without the "%" that marks fixed variables elsewhere.
-const Tova::CVar* Find(const Tova::CVarList& list, const std::string& name,
-                       const std::string& file) {
+// Looks for the exact name, then without the "%" that marks fixed variables elsewhere.
+const Tova::CVar* findVariable(const Tova::CVarList& list, const std::string& name,
+                               const std::string& file) {
     const Tova::CVar* var = list.FindVar(name.c_str());
     if (var == nullptr && name.starts_with('%')) {
         var = list.FindVar(name.c_str() + 1);
@@ -92,10 +93,10 @@ const Tova::CVar* Find(const Tova::CVarList& list, const std::string& name,
     return var;
 }
 
-void Get(const ConfigOptions& options, Session& session) {
+void get(const ConfigOptions& options, Session& session) {
     Tova::CVarList list;
     ReadConfig(options.file, list);
-    const Tova::CVar* var = Find(list, options.name, options.file);
+    const Tova::CVar* var = findVariable(list, options.name, options.file);
     if (options.json) {
         return PrintJson(session.out, VariableToJson(*var));
     }
@@ -111,10 +112,10 @@ bool isSame(const Tova::CVar& a, const Tova::CVar& b) {
     return a.IsFixed() == b.IsFixed() && std::strcmp(a.Value(), b.Value()) == 0;
 }
 
-// The lines of `config show` that differ. A list keeps its order, so there is no need to look for
-// lines that moved.
-std::string Difference(const Tova::CVarList& before, const Tova::CVarList& after,
-                       const Output& out) {
+// Returns the lines of `config show` that differ. A list keeps its order, so no line can have
+// moved.
+std::string linesThatDiffer(const Tova::CVarList& before, const Tova::CVarList& after,
+                            const Output& out) {
     std::string lines;
     const auto add = [&](const char* sign, const Tova::CVar& var) {
         lines += coloured(sign + FormatVariable(var), *sign == '-' ? "31" : "32", out);
@@ -137,9 +138,9 @@ std::string Difference(const Tova::CVarList& before, const Tova::CVarList& after
 }
 
 // Ends an edit: shows and writes what changed.
-void Finish(const Tova::CVarList& before, const Tova::CVarList& after, const ConfigOptions& options,
+void finish(const Tova::CVarList& before, const Tova::CVarList& after, const ConfigOptions& options,
             Session& session) {
-    const std::string difference = Difference(before, after, session.out);
+    const std::string difference = linesThatDiffer(before, after, session.out);
     const std::string name = Printable(InputName(options.file));
     if (options.diff && !difference.empty()) {
         session.out << "--- " << name << "\n+++ " << name << "\n" << difference;
@@ -161,32 +162,32 @@ void refuseTwoOutputs(const ConfigOptions& options) {
     }
 }
 
-void Set(const ConfigOptions& options, Session& session) {
+void set(const ConfigOptions& options, Session& session) {
     refuseTwoOutputs(options);
     Tova::CVarList before, after;
     ReadConfig(options.file, before);
     CopyVariables(before, after);
-    Assign(after, options, session);
-    Finish(before, after, options, session);
+    assignAll(after, options, session);
+    finish(before, after, options, session);
 }
 
-void Unset(const ConfigOptions& options, Session& session) {
+void unset(const ConfigOptions& options, Session& session) {
     refuseTwoOutputs(options);
     Tova::CVarList before, after;
     ReadConfig(options.file, before);
     std::unordered_set<const Tova::CVar*> gone;
     for (const std::string& name : options.words) {
-        gone.insert(Find(before, name, options.file));
+        gone.insert(findVariable(before, name, options.file));
     }
     for (const Tova::CVar* var = before.First(); var != nullptr; var = var->Next()) {
         if (!gone.contains(var)) {
             SetVariable(after, var->Name(), var->Value(), var->IsFixed());
         }
     }
-    Finish(before, after, options, session);
+    finish(before, after, options, session);
 }
 
-void Verify(const ConfigOptions& options, Session& session) {
+void verify(const ConfigOptions& options, Session& session) {
     Tova::CVarList list;
     Tova::ConfigFileReport report;
     DecodeConfig(ReadInput(options.file), list, report);
@@ -200,6 +201,7 @@ void Verify(const ConfigOptions& options, Session& session) {
     const std::string damage = DescribeDamage(report);
     if (options.json) {
         PrintJson(session.out, {{"valid", damage.empty()},
+                                {"kind", Tova::DamageOf(report.damage).token},
                                 {"damage", damage.empty() ? Json(nullptr) : JsonText(damage)},
                                 {"variables", count},
                                 {"fixed", fixed},
@@ -235,16 +237,16 @@ void addEditFlags(CLI::App& command, ConfigOptions& options) {
 
 void addReaders(CLI::App& config, Session& session) {
     Options options;
-    CLI::App* command = addCommand(config, session, "show", Show, options,
+    CLI::App* command = addCommand(config, session, "show", show, options,
                                    "Shows all variables, one [%]NAME=VALUE a line",
                                    "  tvtool config show Calyx.nwc >Calyx.txt\n"
                                    "  tvtool config create Copy.nwc --from Calyx.txt");
     command->add_flag("--json", options->json, "As an array of {\"name\", \"value\", \"fixed\"}");
-    command = addCommand(config, session, "get", Get, options, "Prints the value of a variable",
+    command = addCommand(config, session, "get", get, options, "Prints the value of a variable",
                          "  tvtool config get Calyx.nwc AppName");
     AddText(*command, "NAME", options->name, "The variable")->required();
     command->add_flag("--json", options->json, "As {\"name\", \"value\", \"fixed\"}");
-    command = addCommand(config, session, "verify", Verify, options,
+    command = addCommand(config, session, "verify", verify, options,
                          "Says whether a file is in order, or which damage it has",
                          "  tvtool config verify Calyx.nwc");
     command->add_flag("--json", options->json, "As an object");
@@ -253,13 +255,13 @@ void addReaders(CLI::App& config, Session& session) {
 void addEditors(CLI::App& config, Session& session) {
     Options options;
     CLI::App* command =
-        addCommand(config, session, "set", Set, options,
+        addCommand(config, session, "set", set, options,
                    "Sets variables; a % before the name fixes it for good",
                    "  tvtool config set Calyx.nwc AppName=Calyx %Serial=CX7-0042 --diff");
     AddTexts(*command, "NAME=VALUE", options->words, "What to set, taken literally")->required();
     addEditFlags(*command, *options);
     command =
-        addCommand(config, session, "unset", Unset, options, "Removes variables, also fixed ones",
+        addCommand(config, session, "unset", unset, options, "Removes variables, also fixed ones",
                    "  tvtool config unset Calyx.nwc Serial");
     AddTexts(*command, "NAME", options->words, "The variables")->required();
     addEditFlags(*command, *options);
@@ -278,7 +280,7 @@ void addCreate(CLI::App& config, Session& session) {
             "lines that begin with # are comments; - is standard input")
         ->type_name("FILE");
     command->add_flag("--force", options->force, "Replace a file that is no configuration file");
-    command->callback([options, &session] { Create(*options, session); });
+    command->callback([options, &session] { create(*options, session); });
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include "tvtool/base/Json.h"
 #include "tvtool/base/PlatformText.h"
 #include "tvtool/base/Tool.h"
-#include "tvtool/config/Variables.h"
+#include "tvtool/config/ConfigFiles.h"
 #include "tvtool/details/Preferences.h"
 #include "tvtool/details/SendDetails.h"
 

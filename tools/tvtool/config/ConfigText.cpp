@@ -1,7 +1,7 @@
 #include "tvtool/config/ConfigText.h"
 
 #include "tvtool/base/Escapes.h"
-#include "tvtool/config/Variables.h"
+#include "tvtool/config/ListEditing.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -12,7 +12,7 @@ namespace {
 
 std::string FormatName(std::string_view name) {
     std::string text = Escape(name, "=");
-    // What is replaced stands in the text as itself, at the same end.
+    // Escape leaves a blank as it is, so the last character of `text` is that blank.
     if (name.size() > 1 && name.back() == ' ') {
         text.replace(text.size() - 1, 1, "\\x20");
     }
@@ -67,7 +67,7 @@ public:
     }
 
 private:
-    // A blank around the name is far more likely a mistake than meant.
+    // A blank around the name is more likely a mistake than an intention.
     void RefuseBlanks(std::string_view name, std::size_t start) const {
         static constexpr std::string_view cBlanks = " \t";
         if (name.empty()) {
@@ -163,21 +163,6 @@ void ParseVariables(const std::string& text, const std::string& name, Tova::CVar
     } else {
         parseLines(rest, name, builder);
     }
-}
-
-Assignment ParseAssignment(const std::string& argument) {
-    const bool fixed = argument.starts_with('%');
-    const std::size_t equals = argument.find('=');
-    if (equals == argument.npos) {
-        Fail(Exit::Usage, Quote(argument), "has no \"=\"; write NAME=VALUE or %NAME=VALUE");
-    }
-    const std::size_t start = fixed ? 1 : 0;
-    return {argument.substr(start, equals - start), argument.substr(equals + 1), fixed};
-}
-
-bool Assign(Tova::CVarList& list, const Assignment& assignment) {
-    SetVariable(list, assignment.name, assignment.value, assignment.fixed);
-    return list.GetValue(assignment.name.c_str()) == assignment.value;
 }
 
 }  // namespace tvtool

@@ -5,7 +5,7 @@
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Json.h"
 #include "tvtool/base/QueryDecoding.h"
-#include "tvtool/config/Variables.h"
+#include "tvtool/config/ApplicationVariables.h"
 #include "tvtool/details/WebExchange.h"
 
 #include <strings.h>

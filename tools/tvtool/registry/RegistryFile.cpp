@@ -4,7 +4,7 @@
 #include "streams/CMemoryStream.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
-#include "tvtool/config/Variables.h"
+#include "tvtool/config/ApplicationVariables.h"
 #include "vars/GlobalVars.h"
 
 #include <algorithm>

@@ -1,0 +1,89 @@
+// The variables of a list in UTF-16, and their substitution into a text. One thread at a time may
+// use an object.
+#pragma once
+
+#include "vars/CVarList.h"
+#include "vars/Substitution.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace Tova {
+
+// The UTF-16 units of a platform string.
+std::u16string UnitsOf(CFStringRef string);
+
+struct WideVar {
+    std::u16string_view ValueView() const { return value; }
+
+    std::u16string name;
+    std::u16string value;
+    const CVar* var;
+};
+
+class WideVars {
+public:
+    // Copies names and values; the list must outlive the object and stay as it is. Leaves out each
+    // variable whose name or value is not valid in the system encoding.
+    explicit WideVars(const CVarList& list);
+    WideVars(const WideVars&) = delete;
+    WideVars& operator=(const WideVars&) = delete;
+
+    // The variables in the order of the list.
+    const std::vector<WideVar>& All() const { return vars_; }
+    // Returns the first variable of this name, or null.
+    const WideVar* Find(std::u16string_view name) const;
+    // Returns true if one scan gives the result of the passes: the delimiters differ, no name holds
+    // one of them, and no two names read the same.
+    bool ScanServes(char16_t open, char16_t close) const;
+
+private:
+    std::vector<WideVar> vars_;
+    std::unordered_map<std::u16string_view, const WideVar*> byName_;
+};
+
+// Goes over all variables in their order, again and again, until a pass replaces nothing. This
+// defines what a substitution is. Returns the number of replacements. A circle never ends.
+template <class Observer>
+unsigned SubstituteInPasses(std::u16string& text, char16_t open, char16_t close,
+                            const WideVars& vars, Observer& observer) {
+    unsigned total = 0;
+    for (unsigned before = ~0U; before != total;) {
+        if (text.find(open) == text.npos || text.find(close) == text.npos) {
+            break;
+        }
+        before = total;
+        for (const WideVar& var : vars.All()) {
+            total += ReplaceAll<char16_t>(text, open + var.name + close, var, observer);
+            observer.EndPass(text.size());
+        }
+    }
+    return total;
+}
+
+// Puts `text` with the variables substituted into `out`, and returns the number of replacements.
+// Uses one scan if that serves, and passes otherwise.
+template <class Observer>
+unsigned Substitute(std::u16string_view text, char16_t open, char16_t close, const WideVars& vars,
+                    std::u16string& out, Observer& observer) {
+    out.clear();
+    if (vars.ScanServes(open, close)) {
+        // Without a circle no value is open inside itself.
+        const std::size_t maxDepth =
+            Observer::cEndsCircles ? static_cast<std::size_t>(-1) : vars.All().size() + 1;
+        const auto find = [&vars](std::u16string_view name) { return vars.Find(name); };
+        if (const auto count =
+                SubstituteInOneScan(text, open, close, maxDepth, find, out, observer)) {
+            return *count;
+        }
+    }
+    out = text;
+    observer.Append(text.data(), text.size(), {});
+    return SubstituteInPasses(out, open, close, vars, observer);
+}
+
+}  // namespace Tova
