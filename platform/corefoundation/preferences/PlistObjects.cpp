@@ -4,13 +4,12 @@
 #include "corefoundation/collection/Dictionary.h"
 #include "corefoundation/collection/Number.h"
 #include "corefoundation/object/Ref.h"
+#include "corefoundation/preferences/Base64.h"
 #include "corefoundation/preferences/Plist.h"
-#include "corefoundation/preferences/PlistLocale.h"
 #include "corefoundation/string/String.h"
 
-#include <cstdlib>
+#include <charconv>
 #include <map>
-#include <plist/plist.h>
 
 namespace tvplatform {
 
@@ -20,62 +19,47 @@ constexpr int cDeepestValue = 100;
 // A container may hold itself, so depth alone does not bound the work.
 constexpr int cMostParts = 1000000;
 
-struct FreeNode {
-    void operator()(plist_t node) const { plist_free(node); }
-};
-using Node = std::unique_ptr<void, FreeNode>;
-
-// For numbers below zero, which libplist's functions and versions treat differently.
-Node nodeFromXml(const std::string& xml) {
-    plist_t node = nullptr;
-    plist_from_xml(xml.data(), static_cast<uint32_t>(xml.size()), &node);
-    return Node(node);
+PlistValue makeNode(PlistKind kind, std::string text, std::vector<PlistEntry> parts = {}) {
+    return std::make_shared<const PlistNode>(PlistNode{kind, std::move(text), std::move(parts)});
 }
 
-bool isBelowZero(plist_t node) {
-    char* xml = nullptr;
-    uint32_t length = 0;
-    plist_to_xml(node, &xml, &length);
-    const std::unique_ptr<char, decltype(&plist_to_xml_free)> owner(xml, &plist_to_xml_free);
-    return xml != nullptr &&
-           std::string_view(xml, length).find("<integer>-") != std::string_view::npos;
+// The shortest digits that give the number back, whatever the application's locale.
+template <class T>
+std::string digitsOf(T number) {
+    char digits[64];
+    return {digits, std::to_chars(digits, std::end(digits), number).ptr};
 }
 
-Node nodeFromNumber(const Number& number) {
+PlistValue nodeFromNumber(const Number& number) {
     if (const auto* real = std::get_if<double>(&number.Get())) {
-        return Node(plist_new_real(*real));
+        return makeNode(PlistKind::Real, digitsOf(*real));
     }
-    const std::int64_t value = std::get<std::int64_t>(number.Get());
-    return value >= 0
-               ? Node(plist_new_uint(static_cast<uint64_t>(value)))
-               : nodeFromXml("<plist><integer>" + std::to_string(value) + "</integer></plist>");
+    return makeNode(PlistKind::Integer, digitsOf(std::get<std::int64_t>(number.Get())));
 }
 
-// Makes nodes of objects; null for what cannot be one.
+// Makes values of objects; null for what cannot be one.
 class NodeBuilder {
 public:
-    Node Build(CFTypeRef object) {
+    PlistValue Build(CFTypeRef object) {
         if (depth_ >= cDeepestValue || ++parts_ > cMostParts) {
             return nullptr;
         }
         ++depth_;
-        Node node = BuildPart(object);
+        PlistValue node = BuildPart(object);
         --depth_;
         return node;
     }
 
 private:
-    Node BuildPart(CFTypeRef object) {
+    PlistValue BuildPart(CFTypeRef object) {
         if (const auto* number = As<const Number>(object)) {
             return nodeFromNumber(*number);
         }
         if (const auto* boolean = As<const Boolean_>(object)) {
-            return Node(plist_new_bool(boolean->Get() ? 1 : 0));
+            return makeNode(boolean->Get() ? PlistKind::True : PlistKind::False, {});
         }
         if (const auto* data = As<const Data>(object)) {
-            const auto& bytes = data->Get();
-            return Node(plist_new_data(
-                bytes.empty() ? "" : reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+            return makeNode(PlistKind::Bytes, EncodeBase64(data->Get()));
         }
         if (const auto* array = As<const Array>(object)) {
             return BuildArray(*array);
@@ -83,152 +67,142 @@ private:
         if (const auto* dictionary = As<const Dictionary>(object)) {
             return BuildDictionary(*dictionary);
         }
-        const auto text = ToUtf8(object);
-        return text && IsPlistText(*text) ? Node(plist_new_string(text->c_str())) : nullptr;
+        auto text = ToUtf8(object);
+        return text && IsPlistText(*text) ? makeNode(PlistKind::Text, std::move(*text)) : nullptr;
     }
 
-    Node BuildArray(const Array& array) {
+    PlistValue BuildArray(const Array& array) {
         if (array.CallBacks().retain != kCFTypeArrayCallBacks.retain) {
             return nullptr;  // what it holds need not be objects
         }
-        Node node(plist_new_array());
+        std::vector<PlistEntry> parts;
         for (const void* value : array.Values()) {
-            Node part = Build(value);
-            if (!part) {
+            parts.push_back({{}, Build(value)});
+            if (!parts.back().value) {
                 return nullptr;
             }
-            plist_array_append_item(node.get(), part.release());
         }
-        return node;
+        return makeNode(PlistKind::List, {}, std::move(parts));
     }
 
-    Node BuildDictionary(const Dictionary& dictionary) {
+    PlistValue BuildDictionary(const Dictionary& dictionary) {
         const auto retainKey = dictionary.Keys().Get().retain;
         if ((retainKey != kCFTypeDictionaryKeyCallBacks.retain &&
              retainKey != kCFCopyStringDictionaryKeyCallBacks.retain) ||
             dictionary.Values().Get().retain != kCFTypeDictionaryValueCallBacks.retain) {
             return nullptr;
         }
-        std::map<std::string, const void*> sorted;
+        std::map<std::string, PlistValue> sorted;
         for (const auto& [key, value] : dictionary.Entries()) {
             auto text = ToUtf8(key);
-            if (!text || !IsPlistText(*text)) {
-                return nullptr;
-            }
-            sorted.emplace(std::move(*text), value);
-        }
-        Node node(plist_new_dict());
-        for (const auto& [key, value] : sorted) {
-            Node part = Build(value);
+            auto part = text && IsPlistText(*text) ? Build(value) : nullptr;
             if (!part) {
                 return nullptr;
             }
-            plist_dict_set_item(node.get(), key.c_str(), part.release());
+            sorted.emplace(std::move(*text), std::move(part));
         }
-        return node;
+        std::vector<PlistEntry> parts;
+        for (auto& [key, value] : sorted) {
+            parts.push_back({key, std::move(value)});
+        }
+        return makeNode(PlistKind::Dict, {}, std::move(parts));
     }
 
     int depth_ = 0;
     int parts_ = 0;
 };
 
-Ref<CFTypeRef> makeObject(plist_t node);
+Ref<CFTypeRef> makeObject(const PlistNode& node);
 
-Ref<CFTypeRef> makeInteger(plist_t node) {
-    uint64_t bits = 0;
-    plist_get_uint_val(node, &bits);
-    const auto value = static_cast<SInt64>(bits);
-    return Ref<CFTypeRef>(value >= 0 || isBelowZero(node)
-                              ? CFNumberCreate(nullptr, kCFNumberSInt64Type, &value)
-                              : nullptr);
+// Decimal, or hexadecimal behind "0x", with a sign.
+Ref<CFTypeRef> makeInteger(std::string_view text) {
+    const bool isNegative = text.starts_with('-');
+    text.remove_prefix(isNegative || text.starts_with('+') ? 1 : 0);
+    const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    text.remove_prefix(isHexadecimal ? 2 : 0);
+    const std::string signedText = (isNegative ? "-" : "") + std::string(text);
+    SInt64 value = 0;
+    const char* end = signedText.data() + signedText.size();
+    const auto read = std::from_chars(signedText.data(), end, value, isHexadecimal ? 16 : 10);
+    const bool isWhole = read.ec == std::errc() && read.ptr == end && !text.starts_with('-');
+    return Ref<CFTypeRef>(isWhole ? CFNumberCreate(nullptr, kCFNumberSInt64Type, &value) : nullptr);
 }
 
-Ref<CFTypeRef> makeArray(plist_t node) {
+Ref<CFTypeRef> makeReal(std::string_view text) {
+    text.remove_prefix(text.starts_with('+') ? 1 : 0);
+    double value = 0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
+    const bool isWhole = read.ec == std::errc() && read.ptr == text.data() + text.size();
+    return Ref<CFTypeRef>(isWhole ? CFNumberCreate(nullptr, kCFNumberFloat64Type, &value)
+                                  : nullptr);
+}
+
+Ref<CFTypeRef> makeData(std::string_view base64) {
+    const auto bytes = DecodeBase64(base64);
+    return Ref<CFTypeRef>(
+        bytes ? CFDataCreate(nullptr, bytes->data(), static_cast<CFIndex>(bytes->size()))
+              : nullptr);
+}
+
+Ref<CFTypeRef> makeArray(const std::vector<PlistEntry>& parts) {
     Ref<CFMutableArrayRef> array(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
-    plist_array_iter made = nullptr;
-    plist_array_new_iter(node, &made);
-    const std::unique_ptr<void, decltype(&std::free)> iterator(made, &std::free);
-    for (;;) {
-        plist_t part = nullptr;
-        plist_array_next_item(node, made, &part);
-        if (part == nullptr) {
-            return array;
-        }
-        const auto object = makeObject(part);
+    for (const PlistEntry& part : parts) {
+        const auto object = makeObject(*part.value);
         if (!object) {
             return nullptr;
         }
         CFArrayAppendValue(array.Get(), object.Get());
     }
+    return array;
 }
 
-Ref<CFTypeRef> makeDictionary(plist_t node) {
+Ref<CFTypeRef> makeDictionary(const std::vector<PlistEntry>& parts) {
     Ref<CFMutableDictionaryRef> dictionary(CFDictionaryCreateMutable(
         nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-    plist_dict_iter made = nullptr;
-    plist_dict_new_iter(node, &made);
-    const std::unique_ptr<void, decltype(&std::free)> iterator(made, &std::free);
-    for (;;) {
-        char* key = nullptr;
-        plist_t part = nullptr;
-        plist_dict_next_item(node, made, &key, &part);
-        const std::unique_ptr<char, decltype(&std::free)> keyOwner(key, &std::free);
-        if (part == nullptr) {
-            return dictionary;
-        }
-        const Ref<CFStringRef> name(key != nullptr ? MakeString(key) : nullptr);
-        const auto object = makeObject(part);
+    for (const PlistEntry& part : parts) {
+        const Ref<CFStringRef> name(MakeString(part.key));
+        const auto object = makeObject(*part.value);
         if (!name || !object) {
             return nullptr;
         }
         CFDictionarySetValue(dictionary.Get(), name.Get(), object.Get());
     }
+    return dictionary;
 }
 
-// Recursive, as deep as ParsePlist and PlistFromObject allow.
-Ref<CFTypeRef> makeObject(plist_t node) {
-    uint64_t length = 0;
-    switch (plist_get_node_type(node)) {
-    case PLIST_BOOLEAN: {
-        uint8_t value = 0;
-        plist_get_bool_val(node, &value);
-        return Ref<CFTypeRef>::Share(value != 0 ? kCFBooleanTrue : kCFBooleanFalse);
+// Recursive, as deep as ReadPlist and PlistFromObject allow.
+Ref<CFTypeRef> makeObject(const PlistNode& node) {
+    switch (node.kind) {
+    case PlistKind::True:
+        return Ref<CFTypeRef>::Share(kCFBooleanTrue);
+    case PlistKind::False:
+        return Ref<CFTypeRef>::Share(kCFBooleanFalse);
+    case PlistKind::Integer:
+        return makeInteger(node.text);
+    case PlistKind::Real:
+        return makeReal(node.text);
+    case PlistKind::Text:
+        return Ref<CFTypeRef>(MakeString(node.text));
+    case PlistKind::Bytes:
+        return makeData(node.text);
+    case PlistKind::List:
+        return makeArray(node.parts);
+    case PlistKind::Dict:
+        return makeDictionary(node.parts);
+    case PlistKind::Date:
+        break;
     }
-    case PLIST_UINT:
-        return makeInteger(node);
-    case PLIST_REAL: {
-        double value = 0;
-        plist_get_real_val(node, &value);
-        return Ref<CFTypeRef>(CFNumberCreate(nullptr, kCFNumberFloat64Type, &value));
-    }
-    case PLIST_STRING: {
-        const char* text = plist_get_string_ptr(node, &length);
-        return Ref<CFTypeRef>(MakeString(text != nullptr ? text : ""));
-    }
-    case PLIST_DATA: {
-        const char* bytes = plist_get_data_ptr(node, &length);
-        return Ref<CFTypeRef>(CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes),
-                                           static_cast<CFIndex>(length)));
-    }
-    case PLIST_ARRAY:
-        return makeArray(node);
-    case PLIST_DICT:
-        return makeDictionary(node);
-    default:
-        return nullptr;
-    }
+    return nullptr;
 }
 
 }  // namespace
 
 PlistValue PlistFromObject(CFTypeRef object) {
-    const PlistLocale locale;
     return NodeBuilder().Build(object);
 }
 
 CFTypeRef ObjectFromPlist(const PlistValue& value) {
-    const PlistLocale locale;
-    return value ? makeObject(value.get()).Detach() : nullptr;
+    return value ? makeObject(*value).Detach() : nullptr;
 }
 
 }  // namespace tvplatform

@@ -148,7 +148,7 @@ PreferencesReading ReadPreferencesFile(const std::string& path) {
     if (!bytes || bytes->size() > cLargestFile) {
         return {FileState::Unusable, {}};
     }
-    auto entries = ParsePlist(*bytes);
+    auto entries = ReadPlist(*bytes);
     return entries ? PreferencesReading{FileState::Good, std::move(*entries)}
                    : PreferencesReading{FileState::Damaged, {}};
 }
