@@ -208,22 +208,23 @@ TEST_F(PreferencesFiles, NoUpdateOfSeveralProcessesAndThreadsIsLost) {
 }
 
 TEST_F(PreferencesFiles, AChildCanGoOnWhenAnotherThreadIsAtWork) {
+    const ScopedEnv home("HOME", home_.Path("missing"));
     for (int i = 0; i < 5000; ++i) {
         SetText("k" + std::to_string(i), "waits");
     }
     std::atomic<bool> isDone = false;
-    // Listing the keys that wait takes long with the lock held.
-    std::thread reader([&] {
+    // Without a place for the file, this does little but copy the changes with the lock held.
+    std::thread busy([&] {
         while (!isDone) {
-            EXPECT_NE(Keys(), "");
+            EXPECT_FALSE(Sync());
         }
     });
     int result = 1;
     for (int i = 0; i < 40 && result == 1; ++i) {
-        result = InChild([] { return GetText("k1") == "waits" && GetText("x") == "(none)"; });
+        result = InChild([] { return GetText("k1") == "waits"; });
     }
     isDone = true;
-    reader.join();
+    busy.join();
     EXPECT_EQ(result, 1);
 }
 
