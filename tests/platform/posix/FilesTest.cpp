@@ -28,8 +28,22 @@ TEST(PosixFiles, AReplacedFileKeepsItsModeAndOwner) {
         ASSERT_EQ(chown(file.c_str(), 65534, 0) | chown(folder.Path().c_str(), 65534, 0), 0);
         EXPECT_TRUE(keepsModeAndOwner(file, 06755));
         // Unlike root's, the writing of other users takes the set-id bits away.
-        EXPECT_EQ(tvtest::AsNobody([&] { return keepsModeAndOwner(file, 06755); }), 1);
+        EXPECT_TRUE(tvtest::AsNobody([&] { return keepsModeAndOwner(file, 06755); }));
     }
+}
+
+TEST(PosixFiles, LinksAreFollowedToWhereNothingIsYet) {
+    const tvtest::TempDir folder;
+    std::filesystem::create_directory(folder.Path("d"));
+    std::filesystem::create_symlink("d/x", folder.Path("link"));
+    const auto replace = [&folder](const std::string& bytes) {
+        return tvposix::ReplaceFile(folder.Path("link"), bytes, tvposix::NewFile::Private).error;
+    };
+    EXPECT_EQ(replace("first") | replace("second"), 0);
+    EXPECT_EQ(tvtest::ReadFile(folder.Path("d/x")), "second");
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("link")));
+    std::filesystem::remove_all(folder.Path("d"));
+    EXPECT_EQ(replace("third"), ENOENT);
 }
 
 }  // namespace

@@ -49,9 +49,8 @@ Owned<CFTypeRef> nested(int levels, std::size_t copies = 1) {
     return value;
 }
 
-mode_t modeOf(const std::string& path) {
-    struct stat status = {};
-    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
+bool hasMode(const std::string& path, unsigned mode) {
+    return std::filesystem::status(path).permissions() == std::filesystem::perms(mode);
 }
 
 class CFPreferences : public PreferencesTest {};
@@ -102,8 +101,7 @@ TEST_F(CFPreferences, AValueIsASnapshotAndOnlyWhatAPropertyListCanHoldIsKept) {
 TEST_F(CFPreferences, TheFileIsTheUsersAlone) {
     SetText("k", "v");
     ASSERT_TRUE(Sync());
-    EXPECT_EQ(modeOf(file_), 0600U);
-    EXPECT_EQ(modeOf(folder_), 0700U);
+    EXPECT_TRUE(hasMode(file_, 0600) && hasMode(folder_, 0700));
     const std::string xdg = home_.Path("x/y");
     for (const auto& [value, folder] : {std::pair(xdg, xdg), std::pair(std::string("rel"), folder_),
                                         std::pair(std::string(), folder_)}) {
