@@ -59,8 +59,8 @@ public:
     Replacement& operator=(const Replacement&) = delete;
 
     int Error() const { return error_; }
-    int File() const { return file_.Get(); }
-    int SetModeLikeOld();
+    int Write(std::string_view bytes) { return WriteAll(file_.Get(), bytes); }
+    int SetMode(NewFile kind);
     int Finish() {
         const int error = errorOf(fsync(file_.Get()));
         return error != 0 ? error : file_.Close();
@@ -79,19 +79,23 @@ private:
     bool placed_ = false;
 };
 
-int Replacement::SetModeLikeOld() {
+int Replacement::SetMode(NewFile kind) {
+    if (kind == NewFile::Private) {
+        GiveToFolderOwner(file_.Get(), target_);
+        return 0;
+    }
     struct stat old = {};
     if (stat(target_.c_str(), &old) == 0) {
         // One by one, because a user may be allowed to keep the group alone. A file whose owner
         // cannot be kept is changed all the same.
-        static_cast<void>(!fchown(File(), old.st_uid, static_cast<gid_t>(-1)));
-        static_cast<void>(!fchown(File(), static_cast<uid_t>(-1), old.st_gid));
+        static_cast<void>(!fchown(file_.Get(), old.st_uid, static_cast<gid_t>(-1)));
+        static_cast<void>(!fchown(file_.Get(), static_cast<uid_t>(-1), old.st_gid));
     } else {
         const mode_t mask = umask(0);
         umask(mask);
         old.st_mode = 0666 & ~mask;
     }
-    return errorOf(fchmod(File(), old.st_mode & cModeBits));
+    return errorOf(fchmod(file_.Get(), old.st_mode & cModeBits));
 }
 
 // Gives the file a second name that was free.
@@ -174,32 +178,24 @@ void GiveToFolderOwner(int file, const std::string& path) {
 ReplaceResult ReplaceFile(const std::string& path, std::string_view bytes, NewFile kind,
                           const std::string& keepOldAs) {
     std::string target = path;
-    if (const int error = followLinks(target); error != 0) {
-        return {error, ReplaceStep::FollowLinks};
+    ReplaceResult result = {};
+    const auto fails = [&result](ReplaceStep step, int error) {
+        result = {error, step};
+        return error != 0;
+    };
+    if (fails(ReplaceStep::FollowLinks, followLinks(target))) {
+        return result;
     }
-    Replacement replacement(target);
-    if (replacement.Error() != 0) {
-        return {replacement.Error(), ReplaceStep::MakeFile};
-    }
-    if (const int error = WriteAll(replacement.File(), bytes); error != 0) {
-        return {error, ReplaceStep::Write};
-    }
-    // After the writing, which would take the set-id bits away.
-    if (kind == NewFile::Private) {
-        GiveToFolderOwner(replacement.File(), target);
-    } else if (const int error = replacement.SetModeLikeOld(); error != 0) {
-        return {error, ReplaceStep::SetMode};
-    }
-    if (const int error = replacement.Finish(); error != 0) {
-        return {error, ReplaceStep::Write};
-    }
-    if (!keepOldAs.empty()) {
-        if (const int error = keepUnderAnotherName(target, keepOldAs); error != 0) {
-            return {error, ReplaceStep::KeepOld};
-        }
-    }
-    if (const int error = replacement.Rename(); error != 0) {
-        return {error, ReplaceStep::Rename};
+    Replacement file(target);
+    // The mode is set after the writing, which would take the set-id bits away.
+    if (fails(ReplaceStep::MakeFile, file.Error()) ||
+        fails(ReplaceStep::Write, file.Write(bytes)) ||
+        fails(ReplaceStep::SetMode, file.SetMode(kind)) ||
+        fails(ReplaceStep::Write, file.Finish()) ||
+        (!keepOldAs.empty() &&
+         fails(ReplaceStep::KeepOld, keepUnderAnotherName(target, keepOldAs))) ||
+        fails(ReplaceStep::Rename, file.Rename())) {
+        return result;
     }
     return {syncFolderOf(target), ReplaceStep::SyncFolder};
 }

@@ -11,10 +11,6 @@ using namespace tvplatform;
 
 namespace {
 
-bool isConstant(CFStringRef name, CFStringRef constant) {
-    return CFEqual(name, constant) != 0;
-}
-
 std::optional<std::string> programName() {
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
@@ -22,11 +18,12 @@ std::optional<std::string> programName() {
 }
 
 std::optional<std::string> domainName(CFStringRef applicationID) {
-    if (isConstant(applicationID, kCFPreferencesAnyApplication)) {
+    if (CFEqual(applicationID, kCFPreferencesAnyApplication) != 0) {
         return ".GlobalPreferences";
     }
-    auto name = isConstant(applicationID, kCFPreferencesCurrentApplication) ? programName()
-                                                                            : ToUtf8(applicationID);
+    auto name = CFEqual(applicationID, kCFPreferencesCurrentApplication) != 0
+                    ? programName()
+                    : ToUtf8(applicationID);
     // The name must stay within the folder.
     const bool valid = name && !name->empty() &&
                        name->find_first_of(std::string_view("/\0", 2)) == std::string::npos;
@@ -36,8 +33,8 @@ std::optional<std::string> domainName(CFStringRef applicationID) {
 // Returns nullopt if the domain has no store.
 std::optional<PreferencesDomain> findDomain(CFStringRef applicationID, CFStringRef userName,
                                             CFStringRef hostName) {
-    if (!isConstant(userName, kCFPreferencesCurrentUser) ||
-        !isConstant(hostName, kCFPreferencesAnyHost)) {
+    if (CFEqual(userName, kCFPreferencesCurrentUser) == 0 ||
+        CFEqual(hostName, kCFPreferencesAnyHost) == 0) {
         return std::nullopt;
     }
     const auto name = domainName(applicationID);

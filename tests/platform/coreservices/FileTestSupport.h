@@ -62,7 +62,7 @@ pid_t StartChild(Body body) {
     if (child == 0) {
         const rlimit limit = {64U << 20U, 64U << 20U};
         setrlimit(RLIMIT_FSIZE, &limit);
-        alarm(60);
+        alarm(120);
         _exit(body());
     }
     return child;
