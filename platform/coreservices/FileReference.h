@@ -1,17 +1,15 @@
-// What is inside a file reference.
+// The contents of a file reference.
 #pragma once
 
 #include <CoreServices/Files.h>
 
-#include <string>
-
 namespace tvplatform {
 
-// The path in a reference; null for null and for a reference to nothing.
+// Returns the path in a reference. Null if `ref` is null or stands for no object.
 const char* PathOf(const FSRef* ref);
 
-// Makes `ref` stand for the object at `path`, whose canonical path it gets. 0, or the error number
-// with `ref` untouched.
+// Makes `ref` stand for the object at `path`, with its canonical path. Returns 0, or the error
+// number with `ref` untouched.
 int MakeReference(const char* path, FSRef& ref);
 
 }  // namespace tvplatform

@@ -1,7 +1,5 @@
 #include "coreservices/FinderRecords.h"
 
-#include <CoreServices/Finder.h>
-
 #include <algorithm>
 #include <bit>
 #include <cerrno>
@@ -14,16 +12,25 @@ namespace {
 
 constexpr char cAttribute[] = "user.com.apple.FinderInfo";
 
-// The widths of a record's fields in bytes, up to a zero.
+// The widths of the fields of a record in bytes, up to a zero.
 using Layout = UInt8[9];
-constexpr Layout cFileLayout = {4, 4, 2, 2, 2, 2};
-constexpr Layout cFolderLayout = {2, 2, 2, 2, 2, 2, 2, 2};
-constexpr Layout cExtendedFileLayout = {2, 2, 2, 2, 2, 2, 4};
-constexpr Layout cExtendedFolderLayout = {2, 2, 4, 2, 2, 4};
+constexpr Layout cFileLayout = {4, 4, 2, 2, 2, 2};  // type, creator, flags, location (2), reserved
+constexpr Layout cFolderLayout = {2, 2, 2, 2,
+                                  2, 2, 2, 2};  // window (4), flags, location (2), reserved
+constexpr Layout cExtendedFileLayout = {2, 2, 2, 2,
+                                        2, 2, 4};  // reserved (4), flags, reserved, folder
+constexpr Layout cExtendedFolderLayout = {2, 2, 4, 2,
+                                          2, 4};  // scroll (2), reserved, flags, reserved, folder
 
-// Each record is 16 bytes without padding, so the widths above are its whole description.
-static_assert(sizeof(FileInfo) == 16 && sizeof(FolderInfo) == 16 &&
-              sizeof(ExtendedFileInfo) == 16 && sizeof(ExtendedFolderInfo) == 16);
+constexpr int sizeOf(const Layout& layout) {
+    int size = 0;
+    for (const UInt8 width : layout) {
+        size += width;
+    }
+    return size;
+}
+static_assert(sizeOf(cFileLayout) == 16 && sizeOf(cFolderLayout) == 16 &&
+              sizeOf(cExtendedFileLayout) == 16 && sizeOf(cExtendedFolderLayout) == 16);
 
 // Turns fields from the machine's order into big-endian order, or back.
 void convert(UInt8* record, const Layout& layout) {

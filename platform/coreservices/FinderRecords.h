@@ -1,4 +1,4 @@
-// The Finder records of files and folders, as kept in an extended attribute: 16 bytes and 16
+// The Finder records of files and folders. An extended attribute holds them: 16 bytes and 16
 // extended bytes, with their fields in big-endian order, as on every other system that keeps them.
 #pragma once
 
@@ -6,16 +6,16 @@
 
 namespace tvplatform {
 
-// With the fields in the machine's order. Folders have other fields than files.
+// The fields are in the machine's order. Folders have other fields than files.
 struct FinderRecords {
     UInt8 info[16];
     UInt8 extended[16];
 };
 
-// Zeros where there are none, where they are not of this size, and where the file system has no
-// attributes. 0, or the error number.
+// Returns 0 or the error number. The records are zeros if the object has none or some of another
+// size, and if the file system has no attributes.
 int ReadFinderRecords(const char* path, bool isFolder, FinderRecords& records);
-// Without an effect where the file system has no attributes.
+// Returns 0 or the error number. Has no effect if the file system has no attributes.
 int WriteFinderRecords(const char* path, bool isFolder, const FinderRecords& records);
 
 }  // namespace tvplatform

@@ -7,7 +7,7 @@
 #include <unistd.h>
 #include <vector>
 
-namespace tvplatform {
+namespace tvposix {
 
 namespace {
 
@@ -16,7 +16,7 @@ bool isFolder(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-const char* TextOf(const passwd& entry, UserEntry which) {
+const char* textOf(const passwd& entry, UserEntry which) {
     switch (which) {
     case UserEntry::LoginName:
         return entry.pw_name;
@@ -26,6 +26,18 @@ const char* TextOf(const passwd& entry, UserEntry which) {
         return entry.pw_dir;
     }
     return nullptr;
+}
+
+std::optional<FolderPlace> findFolder(const char* variable, const char* underHome) {
+    if (auto path = AbsolutePath(std::getenv(variable))) {
+        return FolderPlace{std::move(*path), "/"};
+    }
+    auto home = AbsolutePath(std::getenv("HOME"));
+    if (!home) {
+        const auto entry = FindUserEntry(UserEntry::Home);
+        home = AbsolutePath(entry ? entry->c_str() : nullptr);
+    }
+    return home ? std::optional(FolderPlace{*home + underHome, *home}) : std::nullopt;
 }
 
 }  // namespace
@@ -44,7 +56,7 @@ std::optional<std::string> FindUserEntry(UserEntry which) {
         }
         buffer.resize(error == ERANGE ? buffer.size() * 2 : buffer.size());
     }
-    const char* text = found != nullptr ? TextOf(*found, which) : nullptr;
+    const char* text = found != nullptr ? textOf(*found, which) : nullptr;
     return text != nullptr && *text != '\0' ? std::optional<std::string>(text) : std::nullopt;
 }
 
@@ -52,16 +64,12 @@ std::optional<std::string> AbsolutePath(const char* value) {
     return value != nullptr && *value == '/' ? std::optional<std::string>(value) : std::nullopt;
 }
 
-std::optional<FolderPlace> FindUserFolder(const char* variable, const char* underHome) {
-    if (auto path = AbsolutePath(std::getenv(variable))) {
-        return FolderPlace{std::move(*path), "/"};
-    }
-    auto home = AbsolutePath(std::getenv("HOME"));
-    if (!home) {
-        const auto entry = FindUserEntry(UserEntry::Home);
-        home = AbsolutePath(entry ? entry->c_str() : nullptr);
-    }
-    return home ? std::optional(FolderPlace{*home + underHome, *home}) : std::nullopt;
+std::optional<FolderPlace> FindConfigFolder() {
+    return findFolder("XDG_CONFIG_HOME", "/.config");
+}
+
+std::optional<FolderPlace> FindDataFolder() {
+    return findFolder("XDG_DATA_HOME", "/.local/share");
 }
 
 int MakeFolder(const FolderPlace& place, mode_t mode) {
@@ -71,7 +79,7 @@ int MakeFolder(const FolderPlace& place, mode_t mode) {
     size_t slash = place.root.size();
     do {
         slash = place.path.find('/', slash + 1);
-        // What exists already says so, even where it could not be made.
+        // An existing folder gives EEXIST even if it could not be made.
         if (mkdir(place.path.substr(0, slash).c_str(), mode) != 0 && errno != EEXIST) {
             return errno;
         }
@@ -79,4 +87,4 @@ int MakeFolder(const FolderPlace& place, mode_t mode) {
     return isFolder(place.path) ? 0 : EEXIST;
 }
 
-}  // namespace tvplatform
+}  // namespace tvposix

@@ -9,7 +9,7 @@ namespace Tova {
 
 namespace {
 
-// A path as text: its bytes in the file system's form, resolved against the base.
+// The text of a path: its bytes in the file system's form, resolved against the base.
 class PathText {
 public:
     explicit PathText(CFURLRef url) {
@@ -36,7 +36,7 @@ CFSPath::~CFSPath() {
     Set(nullptr, true);
 }
 
-// Takes over a new URL, if there is one.
+// Takes over a new URL. Returns `Failure` if there is none.
 RStatus CFSPath::Adopt(CFURLRef created) {
     if (created == nullptr) {
         return Failure;

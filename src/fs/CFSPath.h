@@ -1,5 +1,5 @@
-// The one path type: a file or folder name, held as one platform file URL. One thread at a time may
-// use a path.
+// The path type: the name of a file or folder, held as one platform file URL. One thread at a time
+// may use a path.
 #pragma once
 
 #include "text/CString.h"
@@ -10,14 +10,15 @@
 
 namespace Tova {
 
-// What GetComponent can be asked for.
+// The parts of a path that GetComponent returns.
 enum FSComponentType : int {
     FSContainingFolder = 3,
 };
 
-// An operation that needs a path fails with `Failure` on an empty one, and whatever fails leaves
-// the path and its output arguments unchanged. Texts are POSIX paths; a path whose text does not
-// fit 1,024 bytes, the NUL included, cannot be converted. Nothing throws except for lack of memory.
+// An operation that needs a path returns `Failure` for an empty one. An operation that fails leaves
+// the path and its output arguments unchanged. Texts are POSIX paths. A path with a text of more
+// than 1,024 bytes, the NUL included, cannot be converted. Nothing throws except for lack of
+// memory.
 class CFSPath {
 public:
     // The empty path.
@@ -26,35 +27,37 @@ public:
     CFSPath& operator=(const CFSPath&) = delete;
     virtual ~CFSPath();
 
-    // Appends `name` (UTF-8) as a new last component, less one leading "/".
+    // Appends `name` (UTF-8) as a new last component, without one leading "/".
     RStatus AppendComponent(const char* name);
-    // The same: the text is not split, so "a/b" goes to the platform as it is and adds two levels.
+    // Does the same. Deliberate: the text is not split. "a/b" goes to the platform as it is, which
+    // adds two levels.
     RStatus AppendComponents(const char* names);
-    // Shares the URL of `other`. For a path that is still empty: a URL that is already held is not
-    // released.
+    // Shares the URL of `other`. Deliberate: a URL that this path holds already is not released, so
+    // call this for an empty path only.
     void Copy(const CFSPath& other);
-    // A path that names no directory; relative paths are taken from the current folder.
+    // Makes this a path that does not name a directory. A relative path begins at the current
+    // folder.
     RStatus FromUnixPath(const char* path);
-    // Replaces the URL; null empties the path. With `adopt` the caller's reference is taken over,
-    // without it the path makes one of its own.
+    // Replaces the URL. Null makes the path empty. With `adopt` the path takes over the caller's
+    // reference, without it the path makes its own.
     void Set(CFURLRef url, bool adopt);
-    // Resolves a relative path: the URL becomes a new one without a base.
+    // Resolves a relative path: a new URL without a base replaces the old one.
     RStatus MakeFullPath();
-    // The path of the object behind a platform file reference.
+    // Makes this the path of the object that a platform file reference stands for.
     RStatus MacFromFSRef(const FSRef& ref);
 
     bool IsEmpty() const { return url_ == nullptr; }
-    // The held URL, still owned by the path; null when empty.
+    // Returns the URL, which the path still owns. Null if the path is empty.
     CFURLRef GetURL() const { return url_; }
-    // The containing folder; a root is its own. `out` may be this path. Any `type` but
-    // FSContainingFolder is ErrBadParameter.
+    // Returns the containing folder in `out`, which may be this path. A root contains itself.
+    // ErrBadParameter if `type` is not FSContainingFolder.
     RStatus GetComponent(FSComponentType type, CFSPath& out) const;
-    // True for "/" and for "/Volumes" in any case, where a walk upward is to end.
+    // Returns true for "/", and for "/Volumes" in upper or lower case. A walk upward ends there.
     bool IsRootDirectory() const;
     bool IsFullPath() const;
     RStatus ToUnixPath(CString& out) const;
-    // Fails unless the object exists. The name is never supplied: `unused` may be null and is left
-    // alone.
+    // Fails unless the object exists. Deliberate: the name is never supplied. `unused` may be null
+    // and is left alone.
     RStatus MacToFSRef(FSRef& ref, CFStringRef* unused = nullptr) const;
 
 private:

@@ -1,5 +1,5 @@
-// What a file system offers: whether a path exists, what it is, and the making of folders. A file
-// system has no state; any thread may use one.
+// The interface of a file system: tells whether a path exists and what it is, and makes folders. A
+// file system has no state. Any thread may use one.
 #pragma once
 
 #include "fs/CFSPath.h"
@@ -11,23 +11,23 @@ class CFileSystem {
 public:
     enum FSAttribute : int {
         ReadOnly = 1,
-        // Invisible in the Finder.
+        // The object is invisible in the Finder.
         Hidden = 2,
     };
 
-    // Makes the folder and every missing one above it. `Ok` when it exists already,
-    // ErrAlreadyExists when a file is in the way.
+    // Makes the folder and every missing one above it. Returns `Ok` if it exists already, and
+    // ErrAlreadyExists if a file is in the way.
     virtual RStatus CreateDirectory(const CFSPath& path);
-    // `Ok` or ErrNotFound; the status of the conversion when the path has no text.
+    // Returns `Ok` or ErrNotFound. If the path has no text, returns the status of the conversion.
     virtual RStatus FileExists(const CFSPath& path);
-    // S_NodeIsDirectory or S_NodeIsFile. Here: ErrNotSupported.
+    // Returns S_NodeIsDirectory or S_NodeIsFile. This base class returns ErrNotSupported.
     virtual RStatus GetNodeType(const CFSPath& path);
-    // Makes one folder in an existing one. Here: ErrNotSupported.
+    // Makes one folder in an existing one. This base class returns ErrNotSupported.
     virtual RStatus NativeCreateDirectory(const CFSPath& path);
 
-    // True when the path is not empty.
+    // Returns true if the path is not empty.
     bool IsValidPath(const CFSPath& path) const { return !path.IsEmpty(); }
-    // True: every path may be used with every file system.
+    // Returns true, because every path may be used with every file system.
     bool IsCompatible(const CFSPath& path) const;
 
 protected:

@@ -36,13 +36,13 @@ public:
     FSCatalogInfo info = {};
 };
 
-// Reads what is to be changed of the object at `path`, for which `ref` then stands.
+// Reads the catalog information that is to be changed. Makes `ref` stand for the object at `path`.
 RStatus readCatalog(const CFSPath& path, FSCatalogInfoBitmap which, FSRef& ref, Catalog& catalog) {
     const RStatus status = path.MacToFSRef(ref);
     return status >= 0 ? catalog.Read(ref, which) : status;
 }
 
-// What GetInfo does for one kind.
+// One kind of information: the catalog bits to read, and the copying into the caller's buffer.
 struct InfoRow {
     FSCatalogInfoBitmap bitmap;
     void (*copy)(const FSCatalogInfo& from, void* to);
@@ -53,7 +53,7 @@ void put(T value, void* to) {
     std::memcpy(to, &value, sizeof value);
 }
 
-// In the order of InfoKind.
+// The rows are in the order of InfoKind.
 constexpr InfoRow cInfoRows[] = {
     {kFSCatInfoDataSizes,
      [](const FSCatalogInfo& from, void* to) { put<std::uint64_t>(from.dataLogicalSize, to); }},
@@ -80,8 +80,8 @@ RStatus CLocalFileSystem::CreateDirectory(const CFSPath& path) {
             return status;
         }
     }
-    // Nothing could be made under a path without a text, and the walk upward would be as deep as
-    // the path is long.
+    // No folder could be made under a path without a text, and the walk upward calls
+    // itself once for each component.
     CString text;
     if (full.ToUnixPath(text) < 0 && GetNodeType(full) < 0) {
         return Failure;

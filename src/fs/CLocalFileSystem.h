@@ -1,13 +1,13 @@
 // The file system of this machine: node types, the named folders, Finder information and
-// attributes. It has no state; any thread may use it.
+// attributes. It has no state. Any thread may use it.
 #pragma once
 
 #include "fs/CFileSystem.h"
 
 namespace Tova {
 
-// An empty path or an unknown kind is ErrBadParameter, an object that is missing `Failure`;
-// platform errors go through ToRStatus. Output arguments are written only on success.
+// The operations return ErrBadParameter for an empty path or an unknown kind, and `Failure` for a
+// missing object. ToRStatus converts platform errors. Output arguments are written only on success.
 class CLocalFileSystem final : public CFileSystem {
 public:
     enum DirType : int {
@@ -17,15 +17,15 @@ public:
         MachineAppDataDir = 7,
     };
 
-    // What GetInfo writes to the caller's buffer.
+    // The kinds of information that GetInfo writes to the caller's buffer.
     enum InfoKind : int {
-        // 64 bits: length of the data fork, in bytes.
+        // 64 bits: the length of the data fork in bytes.
         DataSizeInfo = 0,
-        // 16 bits: node flags; 0x10 is a directory.
+        // 16 bits: the node flags. 0x10 stands for a directory.
         NodeFlagsInfo = 1,
-        // 16 bits: POSIX mode.
+        // 16 bits: the POSIX mode.
         PermissionsInfo = 2,
-        // 16 bytes: type, creator, Finder flags, location, reserved.
+        // 16 bytes: type, creator, Finder flags, location, reserved field.
         FinderInfo = 3,
         // 16 bytes.
         ExtendedFinderInfo = 4,
@@ -35,31 +35,33 @@ public:
 
     RStatus CreateDirectory(const CFSPath& path) override;
     RStatus GetNodeType(const CFSPath& path) override;
-    // Fails for every path: a file reference brings no name for the new folder along. So this file
-    // system makes no folders of its own; those that are needed come from GetDirectory. Callers
-    // count on the failure: it is not to be mended.
+    // Deliberate: fails for every path, because a file reference does not supply the name of the
+    // new folder. So this file system makes no folders of its own; GetDirectory makes those that
+    // are needed. Callers count on the failure.
     RStatus NativeCreateDirectory(const CFSPath& path) override;
-    // ReadOnly: false only when owner, group and others may all write.
+    // ReadOnly is false only if the owner, the group and others may all write.
     virtual RStatus GetAttribute(const CFSPath& path, FSAttribute attribute, bool& value);
-    // Only ReadOnly can be set: true takes all three write permissions away, false grants them all.
+    // Sets ReadOnly, and no other attribute. True takes all three write permissions away, false
+    // grants them all.
     virtual RStatus SetAttribute(const CFSPath& path, FSAttribute attribute, bool value);
 
     bool IsCurrentDirSupported() const;
     RStatus MakeFullPath(CFSPath& path) const;
-    // `out` has room for what InfoKind says of `kind`. A missing object is reported before a bad
-    // kind.
+    // `out` must have the size that InfoKind gives for `kind`. A missing object is reported before
+    // an unknown kind.
     RStatus GetInfo(const CFSPath& path, int kind, void* out) const;
-    // Null pointers are skipped.
+    // Skips null pointers.
     RStatus GetFileFinderInfo(const CFSPath& path, unsigned* creator, unsigned* type,
                               unsigned short* flags) const;
-    // Location and reserved field are kept.
+    // Keeps the location and the reserved field.
     RStatus SetFileFinderInfo(const CFSPath& path, unsigned creator, unsigned type,
                               unsigned short flags) const;
-    // Finds the folder, making it when it is missing. `Failure` for any other type.
+    // Finds the folder, and makes it if it is missing. Returns `Failure` for another type.
     RStatus GetDirectory(DirType type, CFSPath& out) const;
-    // "UserAppDataDir" or "MachineAppDataDir"; any other name is ErrBadParameter.
+    // `name` is "UserAppDataDir" or "MachineAppDataDir". Returns ErrBadParameter for another name.
     RStatus GetDirectory(const char* name, CFSPath& out) const;
-    // Expands "[FolderName]" or "[FolderName]/rest". ErrBadParameter for a text without brackets.
+    // Expands "[FolderName]" or "[FolderName]/rest". Returns ErrBadParameter for a text without
+    // brackets.
     RStatus MakePath(const char* text, CFSPath& out) const;
 };
 

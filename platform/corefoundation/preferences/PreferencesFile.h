@@ -4,7 +4,6 @@
 #include "corefoundation/preferences/Plist.h"
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace tvplatform {
@@ -12,13 +11,13 @@ namespace tvplatform {
 enum class FileState {
     Good,
     Absent,
-    // Not a property list that can be read.
+    // The file is not a property list that can be read.
     Damaged,
-    // Not permitted, not a regular file, larger than any file that is written here.
+    // The file is not permitted, not a regular file, or larger than any file that is written here.
     Unusable
 };
 
-// Entries only when the state is Good.
+// There are entries only if the state is Good.
 struct PreferencesReading {
     FileState state;
     std::vector<PlistEntry> entries;
@@ -26,15 +25,11 @@ struct PreferencesReading {
 
 PreferencesReading ReadPreferencesFile(const std::string& path);
 
-// Replaces the file (if it is a link, what it leads to) by one with these entries that only the
-// owner may read, and returns when it is on the disk. With `keepOld` the old one stays under a name
-// that was free, "….damaged-1" and so on. On failure the file is as it was, unless only the last
-// step failed, making the new name of the file last.
+// Replaces the file (if it is a link, the file that it leads to) by one with these entries that
+// only the owner may read, and returns when it is on the disk. With `keepOld` the old file stays as
+// "….damaged-1", or the first number that is free. Returns false after a failure. The old file then
+// stays, except after a failure of the last step, which makes the new name last.
 bool ReplacePreferencesFile(const std::string& path, const std::vector<PlistEntry>& entries,
                             bool keepOld);
-
-// When root made a file in another user's folder, gives it to that user, who could not use it
-// otherwise.
-void GiveToFolderOwner(int file, const std::string& path);
 
 }  // namespace tvplatform

@@ -1,6 +1,6 @@
 #include "corefoundation/preferences/PreferencesLock.h"
 
-#include "corefoundation/preferences/PreferencesFile.h"
+#include "posix/Files.h"
 
 #include <cerrno>
 #include <chrono>
@@ -17,8 +17,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds cLongestWait(2);
 constexpr timespec cPause = {0, 1000000};  // nanoseconds
-// Bytes of the file. Who wants the second waits for it holding the first, so that a process that
-// lets go of the second and wants it again at once stands behind the one that waits.
+// Bytes of the file. A process holds the first one while it waits for the second one. So a process
+// that releases the second one and wants it again at once stands behind the process that waits.
 constexpr off_t cTurn = 0;
 constexpr off_t cWork = 1;
 
@@ -28,7 +28,7 @@ bool setLock(int file, short type, off_t begin, off_t length) {
     range.l_whence = SEEK_SET;
     range.l_start = begin;
     range.l_len = length;
-    // The lock belongs to this opening of the file, so that it holds between threads too.
+    // The lock belongs to this opening of the file, so it works between threads too.
     return fcntl(file, F_OFD_SETLK, &range) == 0;
 }
 
@@ -37,7 +37,7 @@ bool waitForLock(int file, off_t byte, Clock::time_point deadline) {
         if ((errno != EAGAIN && errno != EACCES && errno != EINTR) || Clock::now() >= deadline) {
             return false;
         }
-        // The system has no wait for a file lock with an end to it.
+        // The system cannot wait for a file lock with a time limit.
         nanosleep(&cPause, nullptr);
     }
     return true;
@@ -52,20 +52,19 @@ bool isRegular(int file) {
 
 PreferencesLock::PreferencesLock(const std::string& path)
     : file_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600)) {
-    if (file_ < 0 || !isRegular(file_)) {
+    if (!file_ || !isRegular(file_.Get())) {
         return;
     }
-    GiveToFolderOwner(file_, path);
+    tvposix::GiveToFolderOwner(file_.Get(), path);
     const auto deadline = Clock::now() + cLongestWait;
-    held_ = waitForLock(file_, cTurn, deadline) && waitForLock(file_, cWork, deadline);
-    setLock(file_, F_UNLCK, cTurn, 1);
+    held_ = waitForLock(file_.Get(), cTurn, deadline) && waitForLock(file_.Get(), cWork, deadline);
+    setLock(file_.Get(), F_UNLCK, cTurn, 1);
 }
 
 PreferencesLock::~PreferencesLock() {
-    if (file_ >= 0) {
-        // Closing alone would not do where a child process has been forked meanwhile.
-        setLock(file_, F_UNLCK, 0, 0);
-        close(file_);
+    if (file_) {
+        // Closing alone would keep the lock if a child process has been forked meanwhile.
+        setLock(file_.Get(), F_UNLCK, 0, 0);
     }
 }
 

@@ -1,12 +1,15 @@
 // Keeps other processes and threads from changing a preferences file between reading and replacing.
 #pragma once
 
+#include "posix/Descriptor.h"
+
 #include <string>
 
 namespace tvplatform {
 
-// A lock on a file beside the one it protects, which is made and then stays. Waiting processes get
-// their turn before one that comes back. The lock goes with the object, or with the process.
+// A lock on a file beside the one that it protects. The lock file is made if it is missing, and
+// then stays. A process that waits gets its turn before one that comes back. The lock ends with the
+// object, or with the process.
 class PreferencesLock {
 public:
     // Waits up to 2 s.
@@ -18,7 +21,7 @@ public:
     bool IsHeld() const { return held_; }
 
 private:
-    int file_;
+    const tvposix::Descriptor file_;
     bool held_ = false;
 };
 

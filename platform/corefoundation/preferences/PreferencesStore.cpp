@@ -14,14 +14,14 @@ namespace tvplatform {
 
 namespace {
 
-// A value that waits to be written, or null for a removal. The number tells it from a later one.
+// A value that waits to be written, or null for a removal. A later change has a greater number.
 struct Change {
     PlistValue value;
     std::uint64_t number;
 };
 using Changes = std::map<std::string, Change>;
 
-// What a file holds, in its order.
+// The entries of a file, in its order.
 class Contents {
 public:
     Contents() = default;
@@ -36,7 +36,7 @@ public:
         const auto found = byKey_.find(key);
         return found != byKey_.end() ? found->second : nullptr;
     }
-    // Whether the changes do anything: they set something, or remove what is there.
+    // Returns true if the changes set something or remove an entry that is there.
     bool WouldChange(const Changes& changes) const {
         for (const auto& [key, change] : changes) {
             if (change.value || byKey_.count(key) != 0) {
@@ -45,7 +45,7 @@ public:
         }
         return false;
     }
-    // Changed keys keep their places, new ones follow.
+    // Returns the changed contents. Changed keys keep their places, new ones follow.
     Contents With(const Changes& changes) const {
         std::vector<PlistEntry> entries;
         entries.reserve(entries_.size() + changes.size());
@@ -73,10 +73,12 @@ struct State {
     Changes pending;
     // Null until the file is read for the first time.
     std::shared_ptr<const Contents> contents;
+    // The number of the moment before the file was read.
     std::uint64_t contentsNumber = 0;
 };
 
-// All domains by their files. Never destroyed, because other static objects may still use it.
+// All domains by their files. This is never destroyed, because other static objects may use it
+// late.
 class Memory {
 public:
     static Memory& Get() {
@@ -84,18 +86,18 @@ public:
         return sMemory;
     }
 
-    // Runs `work` on a domain's state with the lock held; it must neither wait nor call out.
+    // Runs `work` on a domain's state with the lock held. `work` must neither wait nor call out.
     template <class Work>
     auto With(const PreferencesDomain& domain, Work work) {
         const std::lock_guard guard(mutex_);
         return work(states_[domain.file]);
     }
-    // With the lock held. Later numbers are greater.
+    // Call this with the lock held. Later numbers are greater.
     std::uint64_t NextNumber() { return ++number_; }
 
 private:
     Memory() {
-        // A child must not inherit a lock that another thread held.
+        // A child must not inherit a lock that another thread holds.
         pthread_atfork([] { Get().mutex_.lock(); }, [] { Get().mutex_.unlock(); },
                        [] { Get().mutex_.unlock(); });
     }
@@ -105,23 +107,23 @@ private:
     std::uint64_t number_ = 0;
 };
 
-// What a domain's state was at one moment.
+// A domain's state at one moment.
 struct Moment {
     Changes pending;
     std::shared_ptr<const Contents> contents;
     std::uint64_t number;
 };
 
-Moment Look(const PreferencesDomain& domain) {
+Moment look(const PreferencesDomain& domain) {
     Memory& memory = Memory::Get();
     return memory.With(domain, [&](State& state) {
         return Moment{state.pending, state.contents, memory.NextNumber()};
     });
 }
 
-// Makes `contents` what the file is known to hold, unless something newer is known, and forgets the
-// changes that are `done`, unless they were made anew meanwhile. `number` is from before the file
-// was read; nothing means that the file was just written under its lock.
+// Keeps `contents` as those of the file, unless newer ones are known, and forgets the changes that
+// are `done`, unless they were made anew meanwhile. `number` was taken before the file was read. It
+// is nullopt if the file has just been read or written under its lock.
 void install(const PreferencesDomain& domain, std::shared_ptr<const Contents> contents,
              std::optional<std::uint64_t> number, const Changes& done) {
     Memory& memory = Memory::Get();
@@ -140,9 +142,9 @@ void install(const PreferencesDomain& domain, std::shared_ptr<const Contents> co
     });
 }
 
-// What the file holds and what waits, read for the first time where need be.
+// Returns the state with contents: reads the file if this has not been done before.
 Moment lookWithContents(const PreferencesDomain& domain) {
-    Moment moment = Look(domain);
+    Moment moment = look(domain);
     if (moment.contents == nullptr) {
         auto read = std::make_shared<const Contents>(
             domain.folder ? ReadPreferencesFile(domain.file).entries : std::vector<PlistEntry>());
@@ -152,17 +154,17 @@ Moment lookWithContents(const PreferencesDomain& domain) {
     return moment;
 }
 
-// Writes what waits into the file as it is now, whoever wrote it last.
+// Writes the pending changes into the file as it is now, with the changes of other writers.
 bool writeChanges(const PreferencesDomain& domain) {
-    if (MakeFolder(*domain.folder, 0700) != 0) {
+    if (tvposix::MakeFolder(*domain.folder, 0700) != 0) {
         return false;
     }
     const PreferencesLock lock(domain.file + ".lock");
     if (!lock.IsHeld()) {
         return false;
     }
-    // Only now: an earlier look might undo what another thread set and wrote meanwhile.
-    const Moment moment = Look(domain);
+    // An earlier look might undo a change that another thread has set and written meanwhile.
+    const Moment moment = look(domain);
     PreferencesReading reading = ReadPreferencesFile(domain.file);
     auto contents = std::make_shared<const Contents>(std::move(reading.entries));
     bool done = reading.state != FileState::Unusable;
@@ -179,13 +181,13 @@ bool writeChanges(const PreferencesDomain& domain) {
 }  // namespace
 
 PreferencesDomain FindPreferencesDomain(const std::string& name) {
-    auto folder = FindUserFolder("XDG_CONFIG_HOME", "/.config");
+    auto folder = tvposix::FindConfigFolder();
     std::string file = folder ? folder->path + "/" + name + ".plist" : name;
     return {std::move(folder), std::move(file)};
 }
 
 PlistValue GetPreference(const PreferencesDomain& domain, const std::string& key) {
-    // Everyday reading copies no more than the one value.
+    // The usual reading copies nothing but the one value.
     const auto known = Memory::Get().With(domain, [&](State& state) -> std::optional<PlistValue> {
         const auto change = state.pending.find(key);
         if (change != state.pending.end()) {
@@ -206,12 +208,11 @@ std::vector<std::string> GetPreferenceKeys(const PreferencesDomain& domain) {
     return {keys.begin(), keys.end()};
 }
 
-void SetPreferences(const PreferencesDomain& domain, const std::vector<PlistEntry>& changes) {
+void SetPreference(const PreferencesDomain& domain, PlistEntry change) {
     Memory& memory = Memory::Get();
     memory.With(domain, [&](State& state) {
-        for (const PlistEntry& change : changes) {
-            state.pending.insert_or_assign(change.key, Change{change.value, memory.NextNumber()});
-        }
+        state.pending.insert_or_assign(std::move(change.key),
+                                       Change{std::move(change.value), memory.NextNumber()});
     });
 }
 
@@ -219,12 +220,12 @@ bool SynchronizePreferences(const PreferencesDomain& domain) {
     if (!domain.folder) {
         return false;
     }
-    const Moment moment = Look(domain);
+    const Moment moment = look(domain);
     PreferencesReading reading = ReadPreferencesFile(domain.file);
     const auto contents = std::make_shared<const Contents>(std::move(reading.entries));
     const bool readable = reading.state == FileState::Good || reading.state == FileState::Absent;
     const bool changes = contents->WouldChange(moment.pending);
-    // Removals of what is not there are done.
+    // A removal of an absent key is done.
     install(domain, contents, moment.number, readable && !changes ? moment.pending : Changes());
     return changes && reading.state != FileState::Unusable ? writeChanges(domain) : readable;
 }

@@ -1,6 +1,6 @@
-// Preferences in memory: what each domain's file held, and what waits to be written into it. Any
-// thread may call everything here, also in a child after a fork. No lock is held while files are
-// read, written or waited for.
+// Preferences in memory: for each domain the contents of its file, and the changes that wait to be
+// written into it. Any thread may call everything here, also in a child after a fork. No lock is
+// held while files are read, written or waited for.
 #pragma once
 
 #include "corefoundation/preferences/Plist.h"
@@ -8,26 +8,26 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace tvplatform {
 
-// Where a domain is kept. Without a folder there is nothing but memory.
+// The place of a domain. Without a folder the domain lives in memory alone.
 struct PreferencesDomain {
-    std::optional<FolderPlace> folder;
+    std::optional<tvposix::FolderPlace> folder;
     std::string file;
 };
 
-// `name` is a file's name without its ending, and valid as such.
+// `name` is the name of a file without its ending, and must be valid as such.
 PreferencesDomain FindPreferencesDomain(const std::string& name);
 
-// Null when there is none.
+// Returns null if there is none.
 PlistValue GetPreference(const PreferencesDomain& domain, const std::string& key);
-// In order of their bytes.
+// Returns the keys in order of their bytes.
 std::vector<std::string> GetPreferenceKeys(const PreferencesDomain& domain);
-// Values to be written at the next synchronising; null removes.
-void SetPreferences(const PreferencesDomain& domain, const std::vector<PlistEntry>& changes);
+// Keeps a value for the next synchronising, which writes it. Null removes the key.
+void SetPreference(const PreferencesDomain& domain, PlistEntry change);
+// See CFPreferencesSynchronize.
 bool SynchronizePreferences(const PreferencesDomain& domain);
 
 }  // namespace tvplatform

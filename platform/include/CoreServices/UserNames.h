@@ -1,13 +1,14 @@
-// Who the user is.
+// The name of the user.
 #pragma once
 
 #include <CoreFoundation/CFString.h>
 
 CF_EXTERN_C_BEGIN
 
-// The name of the user that the process acts for (its effective user): the short one is the login
-// name, the long one the person's name where the password file has it. Without an entry there, the
-// value of LOGNAME, else of USER. The caller releases it; null when there is none. Any thread.
+// Returns the name of the user that the process acts for (its effective user). The short name is
+// the login name; the long name is the person's name if the password file has it, else the login
+// name. A user without an entry there has the name in LOGNAME, else in USER. Returns null if there
+// is no name. The caller releases it. Any thread may call this.
 CF_EXPORT CFStringRef CSCopyUserName(Boolean useShortName);
 
 CF_EXTERN_C_END

@@ -1,11 +1,13 @@
-// Short ways to make and to read URLs, paths and preferences in tests.
+// Short ways to make and to read URLs, paths and preferences in tests, and child processes.
 #pragma once
 
 #include "tests/support/PlatformValues.h"
 
 #include <CoreServices/CoreServices.h>
 
+#include <csignal>
 #include <string>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -48,20 +50,46 @@ inline std::string PathOf(CFURLRef url, bool resolve = true) {
 
 inline FSRef RefOf(const std::string& path) {
     FSRef ref = {};
-    FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &ref, nullptr);
+    CFURLGetFSRef(FileUrl(path), &ref);
     return ref;
 }
 
-// What `body` returns in a child process, which then ends; -1 when it crashed.
+// Starts `body` in a child process, which ends with its result. A child that hangs is killed, and
+// none writes files without bound.
 template <class Body>
-int InChild(Body body) {
+pid_t StartChild(Body body) {
     const pid_t child = fork();
     if (child == 0) {
+        const rlimit limit = {64U << 20U, 64U << 20U};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        alarm(120);
         _exit(body());
     }
+    return child;
+}
+
+// Returns the result of a child; -1 if it crashed.
+inline int EndOf(pid_t child) {
     int status = 0;
     waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+template <class Body>
+int InChild(Body body) {
+    return EndOf(StartChild(body));
+}
+
+// Returns true if `body` returns true in a child, and does not crash.
+template <class Body>
+bool HoldsInChild(Body body) {
+    return InChild([&] { return body() ? 1 : 0; }) == 1;
+}
+
+// The same as a user who owns nothing. Returns true unless root runs the test.
+template <class Body>
+bool AsNobody(Body body) {
+    return geteuid() != 0 || HoldsInChild([&] { return setuid(65534) == 0 && body(); });
 }
 
 }  // namespace tvtest

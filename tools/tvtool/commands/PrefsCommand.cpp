@@ -21,7 +21,7 @@ struct PrefsOptions {
     bool json = false;
 };
 
-StringRef Decode(const std::string& argument) {
+StringRef decode(const std::string& argument) {
     StringRef text = DecodeText(argument, CFStringGetSystemEncoding());
     if (!text) {
         Fail(Exit::Usage, Quote(argument), "is not valid in the system encoding");
@@ -34,8 +34,8 @@ ValueRef copyValue(CFStringRef key) {
                                            kCFPreferencesAnyHost));
 }
 
-ValueRef Find(const std::string& key) {
-    ValueRef value = copyValue(Decode(key).Get());
+ValueRef findValue(const std::string& key) {
+    ValueRef value = copyValue(decode(key).Get());
     if (!value) {
         Fail(Exit::NotFound, cPreferences,
              "no key " + Quote(key) + "; 'tvtool prefs list' shows all");
@@ -48,7 +48,8 @@ void storeValue(CFStringRef key, CFTypeRef value) {
                           kCFPreferencesAnyHost);
 }
 
-// Other programs may have stored other things than texts.
+// Other programs may have stored values that are not texts. Returns null for a value that is not
+// even a number or a Boolean.
 Json valueToJson(CFTypeRef value) {
     if (CFGetTypeID(value) == CFStringGetTypeID()) {
         return EncodeText(static_cast<CFStringRef>(value), kCFStringEncodingUTF8).value_or("");
@@ -78,7 +79,7 @@ std::string valueToText(CFTypeRef value) {
     return json.is_null() ? "(neither a text nor a number)" : json.dump();
 }
 
-void List(const PrefsOptions& options, Session& session) {
+void listKeys(const PrefsOptions& options, Session& session) {
     LoadPreferences();
     const Tova::CFRef<CFArrayRef> keys(CFPreferencesCopyKeyList(
         Tova::CPrefs::Domain(), kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
@@ -103,9 +104,9 @@ void List(const PrefsOptions& options, Session& session) {
     }
 }
 
-void Get(const PrefsOptions& options, Session& session) {
+void printValue(const PrefsOptions& options, Session& session) {
     LoadPreferences();
-    const ValueRef value = Find(options.key);
+    const ValueRef value = findValue(options.key);
     if (options.json) {
         PrintJson(session.out, valueToJson(value.Get()));
     } else {
@@ -113,12 +114,12 @@ void Get(const PrefsOptions& options, Session& session) {
     }
 }
 
-void Set(const PrefsOptions& options, Session&) {
-    const StringRef key = Decode(options.key);
-    const StringRef value = Decode(options.value);
+void setValue(const PrefsOptions& options, Session&) {
+    const StringRef key = decode(options.key);
+    const StringRef value = decode(options.value);
     LoadPreferencesToWrite();
     storeValue(key.Get(), value.Get());
-    // Some characters are refused without a word.
+    // The platform ignores texts that it cannot hold.
     const ValueRef stored = copyValue(key.Get());
     if (!stored || CFEqual(stored.Get(), value.Get()) == 0) {
         Fail(Exit::Usage, cPreferences, "cannot hold this: a key or text with control characters");
@@ -126,10 +127,10 @@ void Set(const PrefsOptions& options, Session&) {
     SavePreferences();
 }
 
-void Delete(const PrefsOptions& options, Session&) {
+void deleteKey(const PrefsOptions& options, Session&) {
     LoadPreferences();
-    static_cast<void>(Find(options.key));
-    storeValue(Decode(options.key).Get(), nullptr);
+    static_cast<void>(findValue(options.key));
+    storeValue(decode(options.key).Get(), nullptr);
     SavePreferences();
 }
 
@@ -154,18 +155,20 @@ void AddPrefsCommand(CLI::App& app, Session& session) {
         AddText(*command, "KEY", options->key, "The key, exactly")->required();
     };
 
-    CLI::App* list = addCommand(*prefs, session, "list", List, options, "Shows all keys and values",
-                                "  tvtool prefs list --json");
+    CLI::App* list = addCommand(*prefs, session, "list", listKeys, options,
+                                "Shows all keys and values", "  tvtool prefs list --json");
     list->add_flag("--json", options->json, "As an object");
-    CLI::App* get = addCommand(*prefs, session, "get", Get, options, "Prints the value of a key",
-                               "  tvtool prefs get RegisterInfo/RegFirstName");
+    CLI::App* get =
+        addCommand(*prefs, session, "get", printValue, options, "Prints the value of a key",
+                   "  tvtool prefs get RegisterInfo/RegFirstName");
     addKey(get);
     get->add_flag("--json", options->json, "As a JSON value");
-    CLI::App* set = addCommand(*prefs, session, "set", Set, options, "Stores a text under a key",
-                               "  tvtool prefs set RegisterInfo/RegFirstName Ada");
+    CLI::App* set =
+        addCommand(*prefs, session, "set", setValue, options, "Stores a text under a key",
+                   "  tvtool prefs set RegisterInfo/RegFirstName Ada");
     addKey(set);
     AddText(*set, "VALUE", options->value, "The text, taken literally")->required();
-    addKey(addCommand(*prefs, session, "delete", Delete, options, "Removes a key",
+    addKey(addCommand(*prefs, session, "delete", deleteKey, options, "Removes a key",
                       "  tvtool prefs delete RegisterInfo/RegFirstName"));
 }
 

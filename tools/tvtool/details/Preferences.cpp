@@ -1,49 +1,40 @@
 #include "tvtool/details/Preferences.h"
 
 #include "interface/CPrefs.h"
+#include "posix/UserFolders.h"
 #include "tvtool/base/Files.h"
 #include "tvtool/base/PlatformText.h"
 #include "tvtool/base/Tool.h"
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 
 namespace tvtool {
 
 namespace {
 
-bool Synchronize() {
+bool synchronize() {
     return CFPreferencesSynchronize(Tova::CPrefs::Domain(), kCFPreferencesCurrentUser,
                                     kCFPreferencesAnyHost) != 0;
 }
 
-// The value of an environment variable that names a folder; those that are relative do not count.
-std::string folderFrom(const char* variable) {
-    const char* value = std::getenv(variable);
-    return value != nullptr && *value == '/' ? value : "";
-}
-
-// Where the platform keeps the preferences. Only to find out what is wrong with the file: reading
-// and writing it is the platform's.
+// Returns the path of the platform's file. It is only used to find out what is wrong with the file:
+// the platform reads and writes it.
 std::string findFile() {
-    std::string folder = folderFrom("XDG_CONFIG_HOME");
-    if (folder.empty()) {
-        folder = folderFrom("HOME");
-        const passwd* user = folder.empty() ? getpwuid(geteuid()) : nullptr;
-        folder = (user != nullptr ? user->pw_dir : folder) + "/.config";
+    const auto folder = tvposix::FindConfigFolder();
+    if (!folder) {
+        Fail(Exit::NotFound, cPreferences, "have no folder; set HOME");
     }
-    return folder + "/" + TextForPeople(Tova::CPrefs::Domain()) + ".plist";
+    return folder->path + "/" + TextForPeople(Tova::CPrefs::Domain()) + ".plist";
 }
 
-// Throws what keeps the file from being made, when it is a folder.
+// Throws a ToolError if the folder keeps the file from being made.
 void requireWritableFolder(const std::filesystem::path& file) {
     std::error_code error;
-    // The platform makes the last folder itself, and none above it.
+    // The platform makes the last folder itself, but not the one above it.
     std::filesystem::path folder = file.parent_path();
     if (!std::filesystem::exists(folder, error)) {
         folder = folder.parent_path();
@@ -53,12 +44,12 @@ void requireWritableFolder(const std::filesystem::path& file) {
     }
 }
 
-// False for a file that can be read and yet is no property list.
-bool Load(const std::string& path) {
-    if (Synchronize()) {
+// Returns false if the file can be read but is no property list. Throws a ToolError if it cannot be
+// read.
+bool load(const std::string& path) {
+    if (synchronize()) {
         return true;
     }
-    // Throws what else it may be.
     static_cast<void>(ReadInput(path));
     return false;
 }
@@ -67,7 +58,7 @@ bool Load(const std::string& path) {
 
 void LoadPreferences() {
     const std::string path = findFile();
-    if (!Load(path)) {
+    if (!load(path)) {
         Fail(Exit::Damaged, path,
              "is no property list; the next change moves it aside and starts anew");
     }
@@ -75,13 +66,13 @@ void LoadPreferences() {
 
 void LoadPreferencesToWrite() {
     const std::string path = findFile();
-    if (!Load(path)) {
+    if (!load(path)) {
         Complain(path + ": is no property list; it is moved aside");
     }
 }
 
 void SavePreferences() {
-    if (Synchronize()) {
+    if (synchronize()) {
         return;
     }
     const std::string path = findFile();

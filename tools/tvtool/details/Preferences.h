@@ -1,17 +1,19 @@
-// The product's preferences of this user, with a reason where the platform only says false.
+// The product's preferences of this user. Adds the reason of a failure, which the platform does not
+// give.
 #pragma once
 
 namespace tvtool {
 
-// How messages call them.
+// The name of the preferences in messages.
 constexpr char cPreferences[] = "preferences";
 
-// Takes in what other processes have written. ToolError when there is something that cannot be
-// read, or (Damaged) that is no property list.
+// Takes in the changes of other processes. Throws a ToolError if the file cannot be read, or
+// (Damaged) is no property list.
 void LoadPreferences();
-// The same, but a damaged file is only complained about: writing keeps it under another name.
+// The same, but prints a message about a damaged file and goes on: writing keeps it under another
+// name.
 void LoadPreferencesToWrite();
-// Writes changes out, or throws a ToolError.
+// Writes changes to the file, or throws a ToolError.
 void SavePreferences();
 
 }  // namespace tvtool

@@ -1,10 +1,13 @@
 // Preferences on files that are damaged, in the way, out of reach, or shared with others.
 #include "tests/platform/corefoundation/preferences/PreferencesTestSupport.h"
 
-#include <csignal>
+#include <atomic>
 #include <fcntl.h>
-#include <sys/resource.h>
+#include <functional>
+#include <sys/inotify.h>
 #include <thread>
+#include <tuple>
+#include <vector>
 
 using namespace tvtest;
 
@@ -12,95 +15,72 @@ namespace {
 
 class PreferencesFiles : public PreferencesTest {
 protected:
-    // Reads nothing, cannot write, and leaves everything as it is.
+    // Expects that nothing is read or written, and that everything stays.
     void ExpectUseless() {
         const std::size_t files = CountFiles();
-        Set("k", CFSTR("v"));
+        SetText("k", "v");
         EXPECT_FALSE(Sync());
         EXPECT_FALSE(Sync());
-        EXPECT_TRUE(CFEqual(Get("k"), CFSTR("v"))) << "it waits on";
-        EXPECT_EQ(Get("other").Get(), nullptr);
+        EXPECT_EQ(GetText("k") + GetText("other"), "v(none)") << "the change waits";
         EXPECT_LE(CountFiles(), files + 1) << "the file to lock, at most";
         Set("k", nullptr);
     }
 };
 
-TEST_F(PreferencesFiles, ADamagedFileIsKeptWhereverItIsCut) {
-    const std::string whole = "<plist><dict><key>other</key><string>x</string></dict></plist>";
-    std::size_t kept = 0;
-    for (std::size_t length = 0; length < whole.size(); ++length) {
-        const std::string cut = whole.substr(0, length);
-        WriteFile(cut);
-        const bool readable = Sync();
-        EXPECT_EQ(ReadFile(file_), cut) << "left alone as long as there is nothing to write";
-        Set("k", CFSTR("v"));
-        EXPECT_TRUE(Sync());
-        const std::string aside = file_ + ".damaged-" + std::to_string(kept + 1);
-        if (readable) {
-            EXPECT_TRUE(CFEqual(Get("other"), CFSTR("x"))) << length;
-            EXPECT_FALSE(std::filesystem::exists(aside));
-        } else {
-            EXPECT_EQ(Get("other").Get(), nullptr);
-            EXPECT_EQ(ReadFile(aside), cut);
-            ++kept;
-        }
-    }
-    EXPECT_EQ(kept, whole.find("</plist>")) << "numbers go on, nothing is overwritten";
-}
-
-TEST_F(PreferencesFiles, HostileDocumentsAreDamagedOnes) {
+TEST_F(PreferencesFiles, ADamagedFileIsKeptUnderAnotherName) {
     std::string deep, tricky, closed, wide;
     for (int i = 0; i < 300; ++i) {
         deep += "<array>";
         tricky += "<dict><!--</dict>--><key><![CDATA[</dict>]]></key>";
         closed += "</dict>";
+        wide += "<key>w</key><array><dict /><array/></array>";
     }
-    std::string abyss = deep;
     for (int i = 0; i < 10; ++i) {
-        abyss += abyss;
+        deep += deep;
     }
-    for (const std::string& text :
-         {"<plist>" + abyss, Plist("<key>k</key>" + tricky + "<true/>" + closed), std::string("x"),
-          std::string("<plist><array/></plist>"), std::string("bplist00"),
-          Plist(std::string("<key>a</key><string>\0</string>", 30)),
-          std::string("<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><dict><key>k</key>"
-                      "<string>&a;</string></dict></plist>")}) {
+    const std::string other = "<key>other</key><string>x</string>";
+    std::vector<std::tuple<std::string, bool>> cases = {
+        {"<plist>" + deep, true},
+        {Plist(other + "<key>k</key>" + tricky + "<true/>" + closed), true},
+        {"x", true},
+        {"<plist><array/></plist>", true},
+        {"bplist00", true},
+        {Plist(std::string("<key>a</key><string>\0</string>", 30)), true},
+        {"<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><dict><key>k</key><string>&a;</string></dict>"
+         "</plist>",
+         true},
+        {Plist(other + wide), false}};
+    const std::string whole = "<plist><dict>" + other + "</dict></plist>";
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        cases.emplace_back(whole.substr(0, length), length < whole.find("</plist>"));
+    }
+    int kept = 0;
+    for (const auto& [text, isDamaged] : cases) {
         WriteFile(text);
-        EXPECT_FALSE(Sync()) << text.substr(0, 40);
+        EXPECT_EQ(Sync(), !isDamaged) << text.substr(0, 80);
+        EXPECT_EQ(ReadFile(file_), text) << "left alone while there is nothing to write";
+        SetText("k", "v");
+        EXPECT_TRUE(Sync());
+        EXPECT_EQ(GetText("other"), isDamaged ? "(none)" : "x") << text.substr(0, 80);
+        kept += isDamaged ? 1 : 0;
+        EXPECT_FALSE(std::filesystem::exists(file_ + ".damaged-" + std::to_string(kept + 1)));
+        EXPECT_TRUE(!isDamaged || ReadFile(file_ + ".damaged-" + std::to_string(kept)) == text);
     }
-    for (int i = 0; i < 150; ++i) {
-        wide += "<key>k" + std::to_string(i) + "</key><array><dict /><array/></array>";
-    }
-    WriteFile(Plist(wide));
-    EXPECT_TRUE(Sync()) << "many, but not deep";
-    EXPECT_NE(Get("k149").Get(), nullptr);
 }
 
 TEST_F(PreferencesFiles, WhatIsNoFileIsLeftAlone) {
-    std::filesystem::create_directories(file_);
-    ExpectUseless();
-    std::filesystem::remove_all(file_);
-    ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
-    ExpectUseless();
-    std::filesystem::remove(file_);
-    std::filesystem::create_symlink("org.x.plist", file_);
-    ExpectUseless();
-    std::filesystem::remove(file_);
-    WriteFile("");
-    std::filesystem::resize_file(file_, (16U << 20U) + 1);
-    ExpectUseless();
-    std::filesystem::remove(file_);
-    std::filesystem::create_directory(file_ + ".lock");
-    ExpectUseless();
-}
-
-TEST_F(PreferencesFiles, WhatWouldBeTooLargeIsNotWritten) {
-    Set("other", CFSTR("x"));
-    ASSERT_TRUE(Sync());
-    const std::string before = ReadFile(file_);
-    Set("k", Utf8Str(std::string(17U << 20U, 'x')));
-    EXPECT_FALSE(Sync());
-    EXPECT_EQ(ReadFile(file_), before);
+    std::filesystem::create_directory(folder_);
+    const std::function<void()> obstacles[] = {
+        [this] { std::filesystem::create_directory(file_); },
+        [this] { ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0); },
+        [this] { std::filesystem::create_symlink("org.x.plist", file_); },
+        [this] { std::filesystem::resize_file(WriteFile(""), (16U << 20U) + 1); },
+        [this] { std::filesystem::create_directory(file_ + ".lock"); }};
+    for (const auto& obstruct : obstacles) {
+        obstruct();
+        ExpectUseless();
+        std::filesystem::remove(file_);
+    }
 }
 
 TEST_F(PreferencesFiles, AHomeThatIsMissingOrOutOfReach) {
@@ -111,147 +91,132 @@ TEST_F(PreferencesFiles, AHomeThatIsMissingOrOutOfReach) {
         ExpectUseless();
     }
     WriteFile(Plist("<key>other</key><string>x</string>"));
-    ASSERT_EQ(chmod(file_.c_str(), 0600), 0);
+    ASSERT_EQ(chmod(home_.Path().c_str(), 0755), 0);
     const auto cannotWrite = [] {
-        Set("k", CFSTR("v"));
-        return !Sync() && !Sync() && CFEqual(Get("k"), CFSTR("v"));
+        SetText("k", "v");
+        return !Sync() && !Sync() && GetText("k") == "v";
     };
-    EXPECT_TRUE(AsNobody([&] { return !Sync() && cannotWrite() && Get("other").Get() == nullptr; }))
+    ASSERT_EQ(chmod(file_.c_str(), 0600), 0);
+    EXPECT_TRUE(AsNobody([&] { return !Sync() && cannotWrite() && GetText("other") == "(none)"; }))
         << "not readable";
     ASSERT_EQ(chmod(file_.c_str(), 0644), 0);
-    EXPECT_TRUE(AsNobody([&] { return Sync() && cannotWrite() && Get("other").Get() != nullptr; }))
+    EXPECT_TRUE(AsNobody([&] { return Sync() && cannotWrite() && GetText("other") == "x"; }))
         << "not writable";
     EXPECT_TRUE(AsNobody([&] {
         unsetenv("HOME");
         return std::filesystem::exists("/nonexistent") || cannotWrite();
     })) << "no HOME, and the password file's does not exist";
-    EXPECT_TRUE(AsNobody([&] {
-        setenv("HOME", home_.Path("new").c_str(), 1);
-        return Sync() && cannotWrite();
-    })) << "nothing there to read";
     EXPECT_EQ(CountFiles(), 3U);
 }
 
-TEST_F(PreferencesFiles, LinksAreFollowed) {
-    std::filesystem::create_directories(home_.Path("dotfiles"));
-    std::filesystem::create_directories(folder_);
-    std::filesystem::create_symlink("../dotfiles/x", file_);
-    for (const char* value : {"first", "second"}) {
-        Set("k", Utf8Str(value));
-        EXPECT_TRUE(Sync()) << "the first time nothing is there yet";
-        EXPECT_TRUE(std::filesystem::is_symlink(file_));
-        EXPECT_NE(ReadFile(home_.Path("dotfiles/x")).find(value), std::string::npos);
-    }
-    std::filesystem::remove_all(home_.Path("dotfiles"));
-    Set("k", CFSTR("third"));
-    EXPECT_FALSE(Sync());
-}
-
-TEST_F(PreferencesFiles, AFullDiskLosesNothing) {
-    Set("k", CFSTR("old"));
+TEST_F(PreferencesFiles, AFullDiskOrAValueThatIsTooLargeLosesNothing) {
+    SetText("k", "old");
     ASSERT_TRUE(Sync());
     const std::string before = ReadFile(file_);
     const std::size_t files = CountFiles();
-    EXPECT_EQ(InChild([] {
-                  std::signal(SIGXFSZ, SIG_IGN);
-                  const rlimit limit = {64, 64};
-                  setrlimit(RLIMIT_FSIZE, &limit);
-                  Set("k", CFSTR("new"));
-                  return !Sync() && CFEqual(Get("k"), CFSTR("new"));
-              }),
-              1);
+    EXPECT_TRUE(HoldsInChild([] {
+        SetText("k", std::string(17U << 20U, 'x'));
+        return !Sync() && GetText("k").size() == 17U << 20U;
+    }));
+    EXPECT_TRUE(HoldsInChild([] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {64, 64};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        SetText("k", "new");
+        return !Sync() && GetText("k") == "new";
+    }));
     EXPECT_EQ(ReadFile(file_), before);
     EXPECT_EQ(CountFiles(), files) << "no temporary file";
 }
 
-// Holds the lock as another process would, which is let go by closing its end of the pipe.
+// The lock belongs to an opening of the file, so another one stands for another process.
 TEST_F(PreferencesFiles, ABusyFileIsWaitedForButNotForEver) {
-    std::filesystem::create_directories(folder_);
-    int ready[2], done[2];
-    ASSERT_EQ(pipe(ready) | pipe(done), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        close(done[1]);
-        struct flock lock = {};
-        lock.l_type = F_WRLCK;
-        const int file = open((file_ + ".lock").c_str(), O_RDWR | O_CREAT, 0600);
-        char byte = static_cast<char>(fcntl(file, F_OFD_SETLK, &lock) == 0);
-        _exit(write(ready[1], &byte, 1) == 1 && read(done[0], &byte, 1) == 0 ? 0 : 1);
-    }
-    char held = 0;
-    ASSERT_EQ(read(ready[0], &held, 1), 1);
-    EXPECT_TRUE(held);
-    Set("k", CFSTR("v"));
+    const int file = open((WriteFile("") + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    ASSERT_EQ(fcntl(file, F_OFD_SETLK, &lock), 0);
+    SetText("k", "v");
     EXPECT_FALSE(Sync());
-    for (const int end : {done[0], done[1], ready[0], ready[1]}) {
-        close(end);
-    }
-    waitpid(child, nullptr, 0);
+    EXPECT_EQ(ReadFile(file_), "");
+    close(file);
     EXPECT_TRUE(Sync()) << "the change has waited";
     EXPECT_NE(ReadFile(file_).find("<key>k<"), std::string::npos);
 }
 
-TEST_F(PreferencesFiles, NoUpdateOfTwoProcessesIsLost) {
-    constexpr int updates = 100;
+TEST_F(PreferencesFiles, NoUpdateOfSeveralProcessesAndThreadsIsLost) {
+    // Each key is written twice, so that a late write of an old value would show.
     const auto update = [](const std::string& prefix) {
         int failures = 0;
-        for (int i = 0; i < updates; ++i) {
-            Set(prefix + std::to_string(i), Int(i));
-            failures += Sync() ? 0 : 1;
+        for (int i = 0; i < 60; ++i) {
+            const std::string key = prefix + std::to_string(i / 2), value = std::to_string(i);
+            SetText(key, value);
+            failures += Sync() && GetText(key) == value ? 0 : 1;
         }
         return failures;
     };
-    Set("before", CFSTR("waits in both"));
+    SetText("before", "waits in all");
     std::vector<pid_t> children;
-    for (const char* prefix : {"a", "b"}) {
-        children.push_back(fork());
-        if (children.back() == 0) {
-            _exit(update(prefix) == 0 ? 0 : 1);
-        }
-    }
-    for (const pid_t child : children) {
-        int status = -1;
-        waitpid(child, &status, 0);
-        EXPECT_EQ(status, 0);
-    }
-    const ScopedEnv config("XDG_CONFIG_HOME", Alias());
-    for (int i = 0; i < updates; ++i) {
-        EXPECT_TRUE(CFEqual(Get("a" + std::to_string(i)), Int(i)));
-        EXPECT_TRUE(CFEqual(Get("b" + std::to_string(i)), Int(i)));
-    }
-    EXPECT_NE(Get("before").Get(), nullptr);
-}
-
-TEST_F(PreferencesFiles, NoUpdateOfSeveralThreadsIsLostAndForksAreSafe) {
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < 3; ++thread) {
-        threads.emplace_back([thread] {
-            for (int i = 0; i < 30; ++i) {
-                // Each key is written twice, so that a late write of an old value would show.
-                const std::string key = std::to_string(thread) + "-" + std::to_string(i / 2);
-                Set(key, Int(i));
-                EXPECT_TRUE(Sync());
-                EXPECT_TRUE(CFEqual(Get(key), Int(i)));
-            }
-        });
+    for (const char* prefix : {"a", "b"}) {
+        children.push_back(StartChild([&] { return update(prefix); }));
     }
-    for (int i = 0; i < 20; ++i) {
-        // At any moment of a thread's synchronising.
-        EXPECT_TRUE(i == 0 || CFEqual(Get("main"), Int(i - 1)));
-        Set("main", Int(i));
-        EXPECT_EQ(InChild([] { return Get("x").Get() == nullptr; }), 1);
+    for (const char* prefix : {"c", "d"}) {
+        threads.emplace_back([&update, prefix] { EXPECT_EQ(update(prefix), 0); });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_TRUE(Sync());
+    for (const pid_t child : children) {
+        EXPECT_EQ(EndOf(child), 0);
+    }
     const ScopedEnv config("XDG_CONFIG_HOME", Alias());
-    for (int thread = 0; thread < 3; ++thread) {
-        for (int i = 0; i < 15; ++i) {
-            EXPECT_TRUE(
-                CFEqual(Get(std::to_string(thread) + "-" + std::to_string(i)), Int(i * 2 + 1)));
+    EXPECT_EQ(GetText("before"), "waits in all");
+    for (int i = 0; i < 30; ++i) {
+        for (const char* prefix : {"a", "b", "c", "d"}) {
+            EXPECT_EQ(GetText(prefix + std::to_string(i)), std::to_string(i * 2 + 1));
         }
     }
+}
+
+TEST_F(PreferencesFiles, AChildCanGoOnWhenAnotherThreadIsAtWork) {
+    const ScopedEnv home("HOME", home_.Path("missing"));
+    for (int i = 0; i < 5000; ++i) {
+        SetText("k" + std::to_string(i), "waits");
+    }
+    std::atomic<bool> isDone = false;
+    // Without a place for the file, this does little but copy the changes with the lock held.
+    std::thread busy([&] {
+        while (!isDone) {
+            EXPECT_FALSE(Sync());
+        }
+    });
+    bool holds = true;
+    for (int i = 0; i < 40 && holds; ++i) {
+        holds = HoldsInChild([] { return GetText("k1") == "waits"; });
+    }
+    isDone = true;
+    busy.join();
+    EXPECT_TRUE(holds);
+}
+
+TEST_F(PreferencesFiles, AnOlderReadingDoesNotReplaceANewerOne) {
+    std::string large;
+    for (int i = 0; i < 100000; ++i) {
+        large += "<key>k" + std::to_string(i) + "</key><string>x</string>";
+    }
+    WriteFile(Plist(large + "<key>k</key><string>old</string>"));
+    const std::string newer = home_.Write("new", Plist("<key>k</key><string>new</string>"));
+    const int watch = inotify_init1(IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(watch, file_.c_str(), IN_OPEN), 0);
+    std::thread slow([] { EXPECT_TRUE(Sync()); });
+    // The slow thread has opened the large file, and is busy with it for a while.
+    char event[512];
+    EXPECT_GT(read(watch, event, sizeof event), 0);
+    std::filesystem::rename(newer, file_);
+    EXPECT_TRUE(Sync());
+    slow.join();
+    close(watch);
+    EXPECT_EQ(GetText("k"), "new");
 }
 
 }  // namespace

@@ -16,28 +16,50 @@ inline Owned<CFTypeRef> Get(const std::string& key, CFStringRef domain = CFSTR("
     return Own(CFPreferencesCopyAppValue(Utf8Str(key), domain));
 }
 
+// A text, "(none)" without a value, "(other)" for a value that is no text.
+inline std::string GetText(const std::string& key, CFStringRef domain = CFSTR("org.x")) {
+    const auto value = Get(key, domain);
+    return value.Get() == nullptr                      ? "(none)"
+           : CFGetTypeID(value) == CFStringGetTypeID() ? Utf8(static_cast<CFStringRef>(value.Get()))
+                                                       : "(other)";
+}
+
 inline void Set(const std::string& key, CFTypeRef value, CFStringRef domain = CFSTR("org.x")) {
     CFPreferencesSetAppValue(Utf8Str(key), value, domain);
+}
+
+inline void SetText(const std::string& key, const std::string& text) {
+    Set(key, Utf8Str(text));
 }
 
 inline bool Sync(CFStringRef domain = CFSTR("org.x")) {
     return CFPreferencesAppSynchronize(domain);
 }
 
+// The keys of the domain, each with a space behind it.
+inline std::string Keys() {
+    const auto keys = Own(
+        CFPreferencesCopyKeyList(CFSTR("org.x"), kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
+    std::string text;
+    for (CFIndex i = 0; i < (keys.Get() != nullptr ? CFArrayGetCount(keys) : 0); ++i) {
+        text += Utf8(static_cast<CFStringRef>(CFArrayGetValueAtIndex(keys, i))) + " ";
+    }
+    return text;
+}
+
 class PreferencesTest : public testing::Test {
 protected:
-    // What has to be there for the domain's file to be written by hand.
+    // Makes what has to be there for the domain's file to be written by hand.
     std::string WriteFile(const std::string& bytes) {
-        std::filesystem::create_directories(folder_);
         return home_.Write(".config/org.x.plist", bytes);
     }
     static std::string Plist(const std::string& entries) {
         return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>" +
                entries + "</dict>\n</plist>\n";
     }
-    // A name under which this process has not read the file yet.
+    // Another name of the folder, under which this process has not read the file yet.
     std::string Alias() {
-        std::string alias = home_.Path("alias" + std::to_string(aliases_++));
+        std::string alias = home_.Path("alias");
         std::filesystem::create_directory_symlink(folder_, alias);
         return alias;
     }
@@ -45,20 +67,10 @@ protected:
         const std::filesystem::recursive_directory_iterator begin(home_.Path());
         return static_cast<std::size_t>(std::distance(begin, {}));
     }
-    // Runs `body` as a user who owns nothing, in a child; skipped (true) unless root runs the test.
-    template <class Body>
-    bool AsNobody(Body body) {
-        if (geteuid() != 0) {
-            return true;
-        }
-        chmod(home_.Path().c_str(), 0755);
-        return InChild([&] { return setuid(65534) == 0 && body(); }) == 1;
-    }
 
     TempHome home_;
     const std::string folder_ = home_.Path(".config");
     const std::string file_ = home_.Path(".config/org.x.plist");
-    int aliases_ = 0;
 };
 
 }  // namespace tvtest

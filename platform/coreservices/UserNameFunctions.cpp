@@ -1,3 +1,4 @@
+// The C interface of the user names.
 #include "corefoundation/string/String.h"
 #include "posix/UserFolders.h"
 
@@ -8,12 +9,13 @@
 using namespace tvplatform;
 
 CFStringRef CSCopyUserName(Boolean useShortName) {
-    auto person = useShortName == 0 ? FindUserEntry(UserEntry::PersonName) : std::nullopt;
+    auto person =
+        useShortName == 0 ? tvposix::FindUserEntry(tvposix::UserEntry::PersonName) : std::nullopt;
     if (person) {
-        // Room and telephone numbers follow.
+        // Room and telephone numbers follow the name.
         person->resize(std::min(person->find(','), person->size()));
     }
-    const auto login = FindUserEntry(UserEntry::LoginName);
+    const auto login = tvposix::FindUserEntry(tvposix::UserEntry::LoginName);
     for (const char* name : {person ? person->c_str() : nullptr, login ? login->c_str() : nullptr,
                              static_cast<const char*>(std::getenv("LOGNAME")),
                              static_cast<const char*>(std::getenv("USER"))}) {

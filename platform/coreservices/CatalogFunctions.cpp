@@ -1,17 +1,13 @@
-// Catalog information, and new folders.
-#include "corefoundation/string/Utf8.h"
+// The C interface of the catalog information.
 #include "coreservices/FileErrors.h"
 #include "coreservices/FileReference.h"
 #include "coreservices/FinderRecords.h"
 
 #include <CoreServices/Files.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace tvplatform;
 
@@ -21,7 +17,7 @@ constexpr FSCatalogInfoBitmap cFinderBits = kFSCatInfoFinderInfo | kFSCatInfoFin
 constexpr FSCatalogInfoBitmap cSettableBits = kFSCatInfoPermissions | cFinderBits;
 constexpr FSCatalogInfoBitmap cKnownBits =
     cSettableBits | kFSCatInfoNodeFlags | kFSCatInfoDataSizes;
-constexpr UInt64 cStatBlock = 512;  // bytes, whatever the file system's own
+constexpr UInt64 cStatBlock = 512;  // bytes, in every file system
 
 void fillFromStatus(FSCatalogInfo& info, FSCatalogInfoBitmap which, const struct stat& status) {
     const bool isFolder = S_ISDIR(status.st_mode);
@@ -53,7 +49,7 @@ int fillFinderRecords(FSCatalogInfo& info, FSCatalogInfoBitmap which, const char
     return error;
 }
 
-// Replaces the records that `which` names and keeps the other.
+// Replaces the records that `which` names and keeps the others.
 int storeFinderRecords(const FSCatalogInfo& info, FSCatalogInfoBitmap which, const char* path,
                        bool isFolder) {
     FinderRecords records = {};
@@ -69,31 +65,13 @@ int storeFinderRecords(const FSCatalogInfo& info, FSCatalogInfoBitmap which, con
     return WriteFinderRecords(path, isFolder, records);
 }
 
-OSErr copyName(std::string_view path, HFSUniStr255& name) {
-    const auto text = DecodeUtf8(path == "/" ? path : path.substr(path.rfind('/') + 1));
-    if (!text || text->size() > std::size(name.unicode)) {
-        return bdNamErr;
-    }
-    name.length = static_cast<UInt16>(text->size());
-    std::copy(text->begin(), text->end(), name.unicode);
-    return noErr;
-}
-
-void copyParent(std::string_view path, FSRef& parent) {
-    const size_t slash = path.rfind('/');
-    parent = {};
-    if (path != "/") {
-        std::memcpy(parent.hidden, path.data(), std::max<size_t>(slash, 1));
-    }
-}
-
 }  // namespace
 
 OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo* catalogInfo,
                        HFSUniStr255* outName, FSSpecPtr fsSpec, FSRef* parentRef) {
     const char* path = PathOf(ref);
-    if (path == nullptr || (whichInfo & ~cKnownBits) != 0 || fsSpec != nullptr ||
-        (whichInfo != 0 && catalogInfo == nullptr)) {
+    if (path == nullptr || (whichInfo & ~cKnownBits) != 0 || outName != nullptr ||
+        fsSpec != nullptr || parentRef != nullptr || (whichInfo != 0 && catalogInfo == nullptr)) {
         return paramErr;
     }
     struct stat status = {};
@@ -109,11 +87,7 @@ OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo, FSCatalo
             return FileErrorOf(error);
         }
     }
-    const OSErr nameError = outName != nullptr ? copyName(path, *outName) : OSErr{noErr};
-    if (parentRef != nullptr) {
-        copyParent(std::string(path), *parentRef);  // a copy, since the two may be one
-    }
-    return nameError;
+    return noErr;
 }
 
 OSErr FSSetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo,
@@ -133,43 +107,10 @@ OSErr FSSetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo,
             return FileErrorOf(error);
         }
     }
-    // Last, because a mode without writing would keep the records out.
+    // The mode comes last, because one without writing would keep the records out.
     if ((whichInfo & kFSCatInfoPermissions) != 0 &&
         chmod(path, catalogInfo->permissions.mode & 07777U) != 0) {
         return FileErrorOf(errno);
     }
     return noErr;
-}
-
-OSErr FSCreateDirectoryUnicode(const FSRef* parentRef, UniCharCount nameLength, const UniChar* name,
-                               FSCatalogInfoBitmap whichInfo, const FSCatalogInfo* catalogInfo,
-                               FSRef* newRef, FSSpecPtr newSpec, UInt32* newDirID) {
-    const char* parent = PathOf(parentRef);
-    if (parent == nullptr || (name == nullptr && nameLength != 0) || newSpec != nullptr ||
-        newDirID != nullptr || (whichInfo != 0 && catalogInfo == nullptr)) {
-        return paramErr;
-    }
-    // No file system has names of more bytes than that, let alone of more units.
-    const auto text = nameLength <= std::size(HFSUniStr255().unicode)
-                          ? EncodeUtf8(std::u16string(name, name + nameLength))
-                          : std::nullopt;
-    if (!text || text->empty() || *text == "." || *text == ".." ||
-        text->find_first_of(std::string_view("/\0", 2)) != std::string::npos) {
-        return bdNamErr;
-    }
-    const std::string path = std::string(parent) + "/" + *text;
-    if (mkdir(path.c_str(), 0777) != 0) {
-        return FileErrorOf(errno);
-    }
-    FSRef made = {};
-    OSErr error = FileErrorOf(MakeReference(path.c_str(), made));
-    if (error == noErr && whichInfo != 0) {
-        error = FSSetCatalogInfo(&made, whichInfo, catalogInfo);
-    }
-    if (error != noErr) {
-        rmdir(path.c_str());
-    } else if (newRef != nullptr) {
-        *newRef = made;
-    }
-    return error;
 }

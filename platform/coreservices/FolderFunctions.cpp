@@ -1,3 +1,4 @@
+// The C interface of the well-known folders.
 #include "coreservices/FileErrors.h"
 #include "coreservices/FileReference.h"
 #include "posix/UserFolders.h"
@@ -12,8 +13,8 @@ using namespace tvplatform;
 
 namespace {
 
-FolderPlace findMachineFolder() {
-    const auto named = AbsolutePath(secure_getenv("TV_MACHINE_DATA_DIR"));
+tvposix::FolderPlace findMachineFolder() {
+    const auto named = tvposix::AbsolutePath(secure_getenv("TV_MACHINE_DATA_DIR"));
     return {named.value_or(TV_DEFAULT_MACHINE_DATA_DIR), "/"};
 }
 
@@ -28,12 +29,11 @@ OSErr FSFindFolder(FSVolumeRefNum domain, OSType folderType, Boolean createFolde
     if (folderType != kApplicationSupportFolderType || (!ofUser && domain != kLocalDomain)) {
         return fnfErr;
     }
-    const auto place = ofUser ? FindUserFolder("XDG_DATA_HOME", "/.local/share")
-                              : std::optional(findMachineFolder());
+    const auto place = ofUser ? tvposix::FindDataFolder() : std::optional(findMachineFolder());
     if (!place) {
         return fnfErr;
     }
-    const int error = createFolder != 0 ? MakeFolder(*place, ofUser ? 0700 : 0755) : 0;
-    // The slash leaves nothing but a folder to be found.
+    const int error = createFolder != 0 ? tvposix::MakeFolder(*place, ofUser ? 0700 : 0755) : 0;
+    // With the slash only a folder is found.
     return FileErrorOf(error != 0 ? error : MakeReference((place->path + "/").c_str(), *foundRef));
 }
