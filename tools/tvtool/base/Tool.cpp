@@ -78,9 +78,13 @@ void Output::PrintValue(std::string_view text) {
     *this << (IsTerminal() ? Escape(text) : std::string(text)) << "\n";
 }
 
+bool IsColourOff() {
+    const char* setting = std::getenv("NO_COLOR");
+    return setting != nullptr && *setting != '\0';
+}
+
 bool Output::IsColoured() const {
-    const char* off = std::getenv("NO_COLOR");
-    return IsTerminal() && (off == nullptr || *off == '\0');
+    return IsTerminal() && !IsColourOff();
 }
 
 CLI::Option* AddText(CLI::App& app, const std::string& name, std::string& target,
