@@ -50,7 +50,7 @@ void loadFromPreferences(Tova::CRegInfo& record) {
     Fail(Exit::NotFound, cPreferences, "no text for " + missing + "; all four are needed");
 }
 
-void Read(const ReadOptions& options, Session& session) {
+void readDetails(const ReadOptions& options, Session& session) {
     if (options.config.empty() == !options.prefs) {
         Fail(Exit::Usage, "details read", "give either --config FILE or --prefs");
     }
@@ -97,7 +97,7 @@ void requireLength(const DetailField& field, const std::string& value, Exit stat
     }
 }
 
-// `values` become those under the keys of an installer's dictionary.
+// Reads a JSON object with the keys of an installer's dictionary into `values`.
 void parseDetails(const std::string& file, Values& values) {
     const std::string name = InputName(file);
     const Json object = ParseJson(ReadInput(file), name);
@@ -137,7 +137,7 @@ Values collectValues(const WriteOptions& options) {
     return values;
 }
 
-// The record that results from putting `values` over what `list` holds.
+// Returns the record that results if `values` replace those in `list`.
 Tova::CRegInfo merge(const Tova::CVarList& list, const Values& values) {
     Tova::CVarList merged;
     for (std::size_t i = 0; i < cCount; ++i) {
@@ -175,7 +175,7 @@ void complainOfValues(const Values& values, const Tova::CVarList& list, const st
 
 // Saves like the framework, but beside the file and renames. It sends after that, so that a failure
 // to send is told from a failure to save.
-void Write(const WriteOptions& options, Session& session) {
+void writeDetails(const WriteOptions& options, Session& session) {
     requireOptionsThatFit(options);
     const Values values = collectValues(options);
     Tova::CVarList list;
@@ -228,7 +228,7 @@ std::vector<std::string> collectAddresses(const CheckOptions& options) {
     return addresses;
 }
 
-void Check(const CheckOptions& options, Session& session) {
+void checkAddresses(const CheckOptions& options, Session& session) {
     Json array = Json::array();
     for (const std::string& address : collectAddresses(options)) {
         const bool isValid = isValidAddress(address);
@@ -248,7 +248,7 @@ void Check(const CheckOptions& options, Session& session) {
 
 void addRead(CLI::App& details, Session& session) {
     const auto [command, options] =
-        AddCommand<ReadOptions>(details, session, "read", Read, "Shows the details",
+        AddCommand<ReadOptions>(details, session, "read", readDetails, "Shows the details",
                                 "  tvtool details read --config Calyx.nwc\n"
                                 "  tvtool details read --prefs --json");
     AddText(command, "--config", options.config,
@@ -261,7 +261,8 @@ void addRead(CLI::App& details, Session& session) {
 
 void addWrite(CLI::App& details, Session& session) {
     const auto [command, options] = AddCommand<WriteOptions>(
-        details, session, "write", Write, "Saves details into an existing configuration file",
+        details, session, "write", writeDetails,
+        "Saves details into an existing configuration file",
         "  tvtool details write Calyx.nwc --first-name Ada --email ada@example.org\n"
         "  tvtool details read --prefs --json | tvtool details write Calyx.nwc --from -\n"
         "  tvtool details write Calyx.nwc --send --to http://127.0.0.1:8080/v/prod_reg");
@@ -280,9 +281,10 @@ void addWrite(CLI::App& details, Session& session) {
 }
 
 void addCheck(CLI::App& details, Session& session) {
-    const auto [command, options] = AddCommand<CheckOptions>(
-        details, session, "check", Check, "Says whether e-mail addresses have a valid form",
-        "  tvtool details check ada@example.org ada@example");
+    const auto [command, options] =
+        AddCommand<CheckOptions>(details, session, "check", checkAddresses,
+                                 "Says whether e-mail addresses have a valid form",
+                                 "  tvtool details check ada@example.org ada@example");
     AddTexts(command, "ADDRESS", options.addresses,
              "The addresses; - takes the lines of standard input")
         ->required();

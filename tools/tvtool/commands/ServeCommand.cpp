@@ -95,7 +95,7 @@ private:
     struct sigaction terminate_ {};
 };
 
-void Serve(const ServeOptions& options, Session& session) {
+void serve(const ServeOptions& options, Session& session) {
     Endpoint endpoint(parseOptions(options));
     const StopOnSignals stopOnSignals(endpoint);
     Complain("listening on " + endpoint.Address());
@@ -110,7 +110,7 @@ void Serve(const ServeOptions& options, Session& session) {
 
 void AddServeCommand(CLI::App& app, Session& session) {
     const auto [command, options] =
-        AddCommand<ServeOptions>(app, session, "serve", Serve,
+        AddCommand<ServeOptions>(app, session, "serve", serve,
                                  "Prints the registrations that arrive, for testing an installer",
                                  "  tvtool serve --port 8080\n"
                                  "  tvtool serve --once --json --fault status=503");

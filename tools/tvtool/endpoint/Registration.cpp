@@ -20,7 +20,7 @@ std::string_view firstLine(std::string_view head) {
     return head.substr(0, head.find(cLineEnd));
 }
 
-// The value of a header, without the blanks around it.
+// Returns the value of a header without the blanks around it.
 std::optional<std::string> findHeader(std::string_view head, std::string_view name) {
     for (std::size_t at = head.find(cLineEnd); at < head.size(); at = head.find(cLineEnd, at)) {
         at += cLineEnd.size();
@@ -45,12 +45,12 @@ std::string timeOfDay() {
     return text;
 }
 
-// An indented line.
+// Returns an indented line.
 std::string line(const std::string& label, const std::string& text) {
     return "  " + LabelledLine(label, text);
 }
 
-std::string Describe(const QueryField& field) {
+std::string describeField(const QueryField& field) {
     const auto* known =
         std::find_if(cDetailFields.begin(), cDetailFields.end(),
                      [&](const DetailField& detail) { return detail.variable == field.name; });
@@ -94,7 +94,7 @@ std::string DescribeRegistration(const Registration& registration) {
     text += line("User-Agent", registration.userAgent ? Escape(*registration.userAgent) : "(none)");
     const std::vector<QueryField> fields = DecodeQuery(registration.query);
     for (const QueryField& field : fields) {
-        text += Describe(field);
+        text += describeField(field);
     }
     for (const DetailField& detail : cDetailFields) {
         const bool isThere =
