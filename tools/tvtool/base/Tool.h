@@ -91,8 +91,8 @@ CLI::Option* AddTexts(CLI::App& app, const std::string& name, std::vector<std::s
 // a command as they are: those after "--", an empty value after "=", "[a,b]", "++". They get a
 // mark, which AddText and AddTexts remove.
 std::vector<std::string> ProtectArguments(int argc, char** argv);
-// Returns the whole number that `text` consists of, or nullopt if it is none between the two
-// others.
+
+// Returns the whole number in `text`, or nullopt if it is no number from `least` to `most`.
 template <class Number>
 std::optional<Number> ParseNumber(std::string_view text, Number least, Number most) {
     Number number = 0;
