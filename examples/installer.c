@@ -1,31 +1,30 @@
-/* Plays the part of an installer: prefills its form with what is known of the user, shows a text
+/* Plays the part of an installer. It fills its form with what is known of the user, shows a text
  * with the application variables in it, and saves the details that the user typed.
  *
  *   installer CONFIG FIRST LAST ORGANISATION EMAIL [--send]
  *
- * With --send the user has agreed that the details go to the product registration. The request runs
- * on a thread of the framework's own; this program then stays open, as an installer that still has
- * files to copy does, until its standard input ends. */
+ * --send means that the user has agreed to send the details to the product registration. The
+ * request runs on a thread of the framework. This program then stays open until its standard input
+ * ends, as an installer does that still has files to copy. */
 #include <TVframework/TVframework.h>
 
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
-typedef struct Field {
-    const char* label;
-    const char* key;
-} Field;
+enum { kFieldCount = 4, kTextSize = 512 };
+static const char* const kLabels[kFieldCount] = {"First name", "Last name", "Organisation",
+                                                 "E-mail"};
 
-static const Field kFields[] = {
-    {"First name", "FNKey"},
-    {"Last name", "LNKey"},
-    {"Organisation", "OrKey"},
-    {"E-mail", "EAKey"},
-};
-enum { kFieldCount = sizeof kFields / sizeof kFields[0], kTextSize = 512 };
+/* The key of a field in the dictionary. A CFSTR is never released. */
+static CFStringRef keyOf(int field) {
+    const CFStringRef keys[kFieldCount] = {CFSTR("FNKey"), CFSTR("LNKey"), CFSTR("OrKey"),
+                                           CFSTR("EAKey")};
+    return keys[field];
+}
 
-static CFStringRef MakeString(const char* text) {
+/* The caller releases the string. */
+static CFStringRef makeString(const char* text) {
     CFStringRef string =
         CFStringCreateWithCString(kCFAllocatorDefault, text, kCFStringEncodingUTF8);
     if (string == NULL) {
@@ -35,14 +34,7 @@ static CFStringRef MakeString(const char* text) {
     return string;
 }
 
-static void setText(CFMutableDictionaryRef form, const char* key, const char* text) {
-    CFStringRef name = MakeString(key);
-    CFStringRef value = MakeString(text);
-    CFDictionarySetValue(form, name, value);
-    CFRelease(value);
-    CFRelease(name);
-}
-
+/* An empty dictionary, which the caller releases. */
 static CFMutableDictionaryRef makeForm(void) {
     return CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
                                      &kCFTypeDictionaryValueCallBacks);
@@ -51,17 +43,15 @@ static CFMutableDictionaryRef makeForm(void) {
 static void printForm(CFDictionaryRef form) {
     for (int i = 0; i < kFieldCount; ++i) {
         char text[kTextSize] = "";
-        CFStringRef name = MakeString(kFields[i].key);
-        CFStringRef value = (CFStringRef)CFDictionaryGetValue(form, name);
+        CFStringRef value = (CFStringRef)CFDictionaryGetValue(form, keyOf(i));
         if (value != NULL) {
             CFStringGetCString(value, text, sizeof text, kCFStringEncodingUTF8);
         }
-        printf("    %-13s %s\n", kFields[i].label, text[0] != '\0' ? text : "-");
-        CFRelease(name);
+        printf("    %-13s %s\n", kLabels[i], text[0] != '\0' ? text : "-");
     }
 }
 
-static void showForm(const char* title, CFStringRef config) {
+static void showConfiguration(const char* title, CFStringRef config) {
     CFMutableDictionaryRef form = makeForm();
     int found = tvReadRegInfoFromNWC(config, form);
     printf("%s (%s)\n", title, found == 1 ? "read" : "there is none yet");
@@ -83,7 +73,7 @@ static void showPreferences(void) {
 static void showWelcome(void) {
     static const char kText[] = "Welcome to <AppName> <MajVersion>.<MinVersion> (<ShortAppKey>)!";
     char shown[kTextSize] = "";
-    CFStringRef text = MakeString(kText);
+    CFStringRef text = makeString(kText);
     CFMutableStringRef welcome = CFStringCreateMutableCopy(kCFAllocatorDefault, 0, text);
     int replaced = tvApplyVariables(welcome, NULL);
     CFStringGetCString(welcome, shown, sizeof shown, kCFStringEncodingUTF8);
@@ -93,18 +83,20 @@ static void showWelcome(void) {
     CFRelease(text);
 }
 
-static int Save(CFStringRef config, char** typed, int send) {
-    signed char consent = 1;
+/* Saves what the user typed. Returns 0 if the file is written. */
+static int save(CFStringRef config, char** typed, int send) {
     CFMutableDictionaryRef form = makeForm();
     for (int i = 0; i < kFieldCount; ++i) {
-        setText(form, kFields[i].key, typed[i]);
+        CFStringRef value = makeString(typed[i]);
+        CFDictionarySetValue(form, keyOf(i), value);
+        CFRelease(value);
     }
     if (send) {
-        CFStringRef key = MakeString("SDKey");
+        /* Both are needed: the user's consent in the form, and the flag below. */
+        signed char consent = 1;
         CFNumberRef number = CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt8Type, &consent);
-        CFDictionarySetValue(form, key, number);
+        CFDictionarySetValue(form, CFSTR("SDKey"), number);
         CFRelease(number);
-        CFRelease(key);
     }
     printf("The user types\n");
     printForm(form);
@@ -119,23 +111,22 @@ int main(int argc, char** argv) {
         fprintf(stderr, "usage: installer CONFIG FIRST LAST ORGANISATION EMAIL [--send]\n");
         return 2;
     }
-    CFStringRef config = MakeString(argv[1]);
+    CFStringRef config = makeString(argv[1]);
 
-    showForm("The configuration file, before", config);
+    showConfiguration("The configuration file, before", config);
     showPreferences();
     showWelcome();
 
-    int result = Save(config, argv + 2, send);
-    if (result != 0) {
+    int result = save(config, argv + 2, send);
+    if (result == 0) {
+        showConfiguration("The configuration file, after", config);
+    } else {
         fprintf(stderr, "installer: the details could not be saved (%d)\n", result);
-        CFRelease(config);
-        return 1;
     }
-    showForm("The configuration file, after", config);
     CFRelease(config);
     fflush(stdout);
 
-    while (send && getchar() != EOF) {
+    while (result == 0 && send && getchar() != EOF) {
     }
-    return 0;
+    return result == 0 ? 0 : 1;
 }

@@ -1,5 +1,5 @@
-// Makes one allocation of the C++ heap fail. Replaces operator new, so exactly one source of a test
-// program includes this.
+// Makes one allocation of the C++ heap fail. The header replaces operator new, so exactly one
+// source of a test program includes it.
 #pragma once
 
 #include <cstdlib>
@@ -7,8 +7,8 @@
 
 namespace tvtest {
 
-// While it lives, allocation number n (from 0) on this thread throws std::bad_alloc; the others
-// succeed. One at a time.
+// While such an object lives, allocation number n (from 0) on this thread throws std::bad_alloc,
+// and the others succeed. Only one may live at a time.
 class FailAllocation {
 public:
     explicit FailAllocation(int n) { sLeft = n + 1; }
@@ -16,7 +16,7 @@ public:
     FailAllocation(const FailAllocation&) = delete;
     FailAllocation& operator=(const FailAllocation&) = delete;
 
-    // True once the allocation has failed.
+    // Returns true once the allocation has failed.
     bool HasFailed() const { return sLeft == 0; }
 
     static bool IsDue() { return sLeft > 0 && --sLeft == 0; }
@@ -28,7 +28,7 @@ private:
 }  // namespace tvtest
 
 // NOLINTBEGIN(misc-definitions-in-headers): these functions may not be inline.
-// Not inlined: a compiler that sees one of them without the other takes them for mismatched.
+// They are not inlined, because a compiler that sees only one of a pair takes it for mismatched.
 [[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return tvtest::FailAllocation::IsDue() ? nullptr : std::malloc(size != 0 ? size : 1);
 }

@@ -9,7 +9,7 @@
 
 namespace tvtest {
 
-// A fresh folder under the system's temporary folder, removed with everything in it.
+// A fresh folder under the system's temporary folder. The destructor removes it with all it holds.
 class TempDir {
 public:
     TempDir();
@@ -17,7 +17,7 @@ public:
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
 
-    // The path of `name` in the folder; the folder itself for "".
+    // Returns the path of `name` in the folder, or of the folder itself if `name` is empty.
     std::string Path(std::string_view name = "") const;
     // Writes a file (byte for byte) into the folder and returns its path.
     std::string Write(std::string_view name, std::string_view bytes) const;
@@ -26,7 +26,7 @@ private:
     std::filesystem::path path_;
 };
 
-// Sets an environment variable, or removes it for nullopt; the destructor restores it.
+// Sets an environment variable, or removes it if the value is nullopt. The destructor restores it.
 class ScopedEnv {
 public:
     ScopedEnv(std::string name, std::optional<std::string> value);
@@ -40,7 +40,7 @@ private:
 };
 
 // A home of the test's own: HOME is a fresh folder, the XDG variables are unset, and the
-// machine-wide data folder is "machine" inside it, so that nothing of the user's is touched.
+// machine-wide data folder is "machine" inside it. So no test touches the user's files.
 class TempHome {
 public:
     TempHome();
@@ -54,7 +54,7 @@ private:
     ScopedEnv home_, config_, data_, machine_, encoding_;
 };
 
-// The whole file, byte for byte; empty when it cannot be read.
+// Returns the whole file, byte for byte, or nothing if it cannot be read.
 std::string ReadFile(const std::string& path);
 
 }  // namespace tvtest

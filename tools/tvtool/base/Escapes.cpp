@@ -1,106 +1,69 @@
 #include "tvtool/base/Escapes.h"
 
 #include <algorithm>
+#include <charconv>
 
 namespace tvtool {
 
 namespace {
 
-constexpr char cHexDigits[] = "0123456789ABCDEF";
+// The characters that have an escape of their own, and the letters of these escapes.
+constexpr std::string_view cShortForms = "\n\r\t\\";
+constexpr std::string_view cLetters = "nrt\\";
 
-unsigned char Byte(char c) {
+unsigned char toByte(char c) {
     return static_cast<unsigned char>(c);
 }
 
-void appendHex(std::string& out, char c) {
-    out += "\\x";
-    out += cHexDigits[Byte(c) >> 4];
-    out += cHexDigits[Byte(c) & 15];
-}
-
-void AppendEscape(std::string& out, char c) {
-    switch (c) {
-    case '\n':
-        out += "\\n";
-        break;
-    case '\r':
-        out += "\\r";
-        break;
-    case '\t':
-        out += "\\t";
-        break;
-    case '\\':
-        out += "\\\\";
-        break;
-    default:
-        appendHex(out, c);
+void appendEscape(std::string& out, char c) {
+    static constexpr char cHexDigits[] = "0123456789ABCDEF";
+    out += '\\';
+    if (const std::size_t i = cShortForms.find(c); i != cShortForms.npos) {
+        out += cLetters[i];
+    } else {
+        out += 'x';
+        out += cHexDigits[toByte(c) >> 4];
+        out += cHexDigits[toByte(c) & 15];
     }
 }
 
-bool isInvisible(char32_t c) {
-    return (c >= 0x80 && c < 0xA0) || c == 0x2028 || c == 0x2029 || c == 0xFEFF;
-}
-
-// How many plain ASCII characters `text` begins with.
-std::size_t countPlain(std::string_view text, std::string_view also) {
-    const auto end = std::find_if(text.begin(), text.end(), [also](char c) {
-        return c < 0x20 || c > 0x7E || also.find(c) != also.npos;
-    });
-    return static_cast<std::size_t>(end - text.begin());
+bool isVisible(char32_t c) {
+    return c >= 0x20 && (c < 0x7F || c >= 0xA0) && c != 0x2028 && c != 0x2029 && c != 0xFEFF;
 }
 
 std::string escapeText(std::string_view text, std::string_view also) {
     std::string out;
     out.reserve(text.size());
-    for (std::size_t at = 0;;) {
-        const std::size_t plain = countPlain(text.substr(at), also);
-        out.append(text.substr(at, plain));
-        at += plain;
-        if (at == text.size()) {
-            return out;
-        }
+    while (!text.empty()) {
         char32_t character = 0;
-        const std::size_t length = DecodeUtf8(text.substr(at), character);
-        const std::size_t taken = std::max<std::size_t>(length, 1);
-        if (length == 0 || isInvisible(character)) {
-            for (const char byte : text.substr(at, taken)) {
-                appendHex(out, byte);
-            }
-        } else if (length == 1) {
-            AppendEscape(out, text[at]);
+        const std::size_t length = DecodeUtf8(text, character);
+        const std::string_view taken = text.substr(0, std::max<std::size_t>(length, 1));
+        if (length > 0 && isVisible(character) && also.find(taken) == also.npos) {
+            out.append(taken);
         } else {
-            out.append(text.substr(at, length));
+            for (const char byte : taken) {
+                appendEscape(out, byte);
+            }
         }
-        at += taken;
+        text.remove_prefix(taken.size());
     }
+    return out;
 }
 
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
-// Takes one escape from the front of `rest`, which begins with the backslash. False, with the
-// reason, when it is none.
+// Takes one escape from the front of `rest`, which begins with the backslash. Returns false and
+// sets `what` if there is none.
 bool takeEscape(std::string_view& rest, char& c, std::string& what) {
-    static constexpr std::string_view cLetters = "nrt\\";
     const std::size_t letter = rest.size() > 1 ? cLetters.find(rest[1]) : cLetters.npos;
     if (letter != cLetters.npos) {
-        c = "\n\r\t\\"[letter];
+        c = cShortForms[letter];
         rest.remove_prefix(2);
         return true;
     }
-    const bool isHex =
-        rest.size() >= 4 && rest[1] == 'x' && hexDigit(rest[2]) >= 0 && hexDigit(rest[3]) >= 0;
-    if (!isHex) {
+    if (!rest.substr(1).starts_with('x') || !ParseHexByte(rest.substr(2), c)) {
         what =
             "a backslash begins \\n, \\r, \\t, \\\\ or \\xHH; write \\\\ for the backslash itself";
         return false;
     }
-    c = static_cast<char>(hexDigit(rest[2]) * 16 + hexDigit(rest[3]));
     rest.remove_prefix(4);
     if (c == '\0') {
         what = "\\x00 cannot stand in a text";
@@ -143,11 +106,23 @@ bool Unescape(std::string_view text, std::string& out, EscapeFault& fault) {
     return true;
 }
 
+bool ParseHexByte(std::string_view text, char& byte) {
+    unsigned char parsed = 0;
+    const std::string_view digits = text.substr(0, 2);
+    const bool isByte =
+        digits.size() == 2 &&
+        std::from_chars(digits.begin(), digits.end(), parsed, 16).ptr == digits.end();
+    if (isByte) {
+        byte = static_cast<char>(parsed);
+    }
+    return isByte;
+}
+
 std::size_t DecodeUtf8(std::string_view text, char32_t& character) {
     if (text.empty()) {
         return 0;
     }
-    const unsigned char lead = Byte(text[0]);
+    const unsigned char lead = toByte(text[0]);
     if (lead < 0x80) {
         character = lead;
         return 1;
@@ -161,10 +136,10 @@ std::size_t DecodeUtf8(std::string_view text, char32_t& character) {
     }
     character = lead & (0x7FU >> length);
     for (std::size_t i = 1; i < length; ++i) {
-        if ((Byte(text[i]) & 0xC0) != 0x80) {
+        if ((toByte(text[i]) & 0xC0) != 0x80) {
             return 0;
         }
-        character = character << 6 | (Byte(text[i]) & 0x3FU);
+        character = character << 6 | (toByte(text[i]) & 0x3FU);
     }
     const bool isTooShort =
         (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);

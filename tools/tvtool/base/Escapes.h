@@ -1,4 +1,4 @@
-// Texts as one line that people can read and that turns back into exactly the same bytes.
+// Writes a text as one line that people can read and that turns back into exactly the same bytes.
 #pragma once
 
 #include <cstddef>
@@ -7,34 +7,39 @@
 
 namespace tvtool {
 
-// Control characters (ASCII's and Unicode's C1), line and paragraph separators, byte-order marks
-// and bytes that are not valid UTF-8 become \n, \r, \t or \xHH; a backslash becomes two. `also`:
-// further ASCII characters that become \xHH.
+// Replaces control characters (ASCII's and Unicode's C1), line and paragraph separators, byte-order
+// marks and bytes that are not valid UTF-8 by \n, \r, \t or \xHH, and a backslash by two. The ASCII
+// characters in `also` become \xHH too.
 std::string Escape(std::string_view text, std::string_view also = {});
-// In double quotes, for messages.
+// Escapes the text and puts it into double quotes, for messages.
 std::string Quote(std::string_view text);
-// As Escape, but leaves a backslash alone: for whole messages, which nobody turns back.
+// Escapes like Escape, but leaves a backslash alone. It is for whole messages, which are never
+// turned back.
 std::string Printable(std::string_view text);
 
 struct EscapeFault {
     std::size_t offset = 0;  // of the backslash
     std::string what;
 };
-// Undoes Escape. False, with the first fault, when a backslash begins no known escape, or one that
-// stands for NUL, which no text can hold.
+// Undoes Escape. Returns false and sets `fault` at the first backslash that begins no known escape,
+// or one that stands for NUL, which a text cannot hold.
 bool Unescape(std::string_view text, std::string& out, EscapeFault& fault);
 
-// The length of the valid UTF-8 sequence at the start of `text` and its character; 0 when there is
-// none.
+// Reads the two hexadecimal digits that `text` begins with. Returns false if it begins with
+// something else; `byte` is then unchanged.
+bool ParseHexByte(std::string_view text, char& byte);
+
+// Returns the length of the valid UTF-8 sequence at the start of `text` and sets `character`.
+// Returns 0 if there is none.
 std::size_t DecodeUtf8(std::string_view text, char32_t& character);
 
-// A place in a text: both numbers count from 1, columns in characters.
+// A place in a text. Both numbers count from 1, columns in characters.
 struct Place {
     std::size_t line = 1;
     std::size_t column = 1;
 };
 Place PlaceOf(std::string_view text, std::size_t offset);
-// "NAME:LINE:COLUMN"
+// Returns "NAME:LINE:COLUMN".
 std::string At(const std::string& name, Place place);
 
 }  // namespace tvtool

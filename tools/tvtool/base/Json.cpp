@@ -3,7 +3,6 @@
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/PlatformText.h"
 
-#include <algorithm>
 #include <optional>
 
 namespace tvtool {
@@ -16,44 +15,34 @@ std::optional<std::string> convert(std::string_view bytes, CFStringEncoding from
     return text ? EncodeText(text.Get(), to) : std::nullopt;
 }
 
-constexpr char cAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-std::string fromObject(const Json& object, const std::string& where) {
-    std::string bytes;
-    if (object.size() != 1 || !object.contains("base64") || !object["base64"].is_string()) {
-        Fail(Exit::Damaged, where, "must be a string or {\"base64\": \"...\"}");
-    }
-    if (!Base64Decode(object["base64"].get<std::string>(), bytes)) {
-        Fail(Exit::Damaged, where, "is no valid base64");
-    }
-    return bytes;
-}
+constexpr std::string_view cAlphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 }  // namespace
 
-Json JsonText(std::string_view bytes) {
-    const CFStringEncoding system = CFStringGetSystemEncoding();
-    const std::optional<std::string> text = convert(bytes, system, kCFStringEncodingUTF8);
-    // Some encodings have two forms of a character; only what comes back the same may be text.
-    if (text && convert(*text, kCFStringEncodingUTF8, system) == bytes) {
+Json JsonText(std::string_view bytes, CFStringEncoding encoding) {
+    const std::optional<std::string> text = convert(bytes, encoding, kCFStringEncodingUTF8);
+    // Some encodings have two forms of a character. Only bytes that come back the same may be text.
+    if (text && convert(*text, kCFStringEncodingUTF8, encoding) == bytes) {
         return *text;
     }
     return {{"base64", Base64Encode(bytes)}};
 }
 
 std::string TextFromJson(const Json& value, const std::string& where) {
-    if (!value.is_string() && !value.is_object()) {
+    const bool isBase64 = value.is_object() && value.size() == 1 && value.contains("base64");
+    const Json& content = isBase64 ? value["base64"] : value;
+    if (!content.is_string()) {
         Fail(Exit::Damaged, where, "must be a string or {\"base64\": \"...\"}");
     }
-    std::optional<std::string> bytes;
-    if (value.is_object()) {
-        bytes = fromObject(value, where);
-    } else {
-        bytes = convert(value.get_ref<const std::string&>(), kCFStringEncodingUTF8,
-                        CFStringGetSystemEncoding());
-    }
+    const std::string& text = content.get_ref<const std::string&>();
+    const std::optional<std::string> bytes =
+        isBase64 ? Base64Decode(text)
+                 : convert(text, kCFStringEncodingUTF8, CFStringGetSystemEncoding());
     if (!bytes) {
-        Fail(Exit::Damaged, where, "has characters that the system encoding does not have");
+        Fail(Exit::Damaged, where,
+             isBase64 ? "is no valid base64"
+                      : "has characters that the system encoding does not have");
     }
     if (bytes->find('\0') != bytes->npos) {
         Fail(Exit::Damaged, where, "holds a NUL, which no text can hold");
@@ -76,45 +65,38 @@ void PrintJson(Output& out, const Json& value) {
 
 std::string Base64Encode(std::string_view bytes) {
     std::string text;
-    for (std::size_t at = 0; at < bytes.size(); at += 3) {
-        const std::size_t count = std::min<std::size_t>(bytes.size() - at, 3);
-        unsigned group = 0;
-        for (std::size_t i = 0; i < 3; ++i) {
-            group = group << 8 | (i < count ? static_cast<unsigned char>(bytes[at + i]) : 0U);
-        }
-        for (std::size_t i = 0; i < 4; ++i) {
-            text += i <= count ? cAlphabet[group >> (18 - 6 * i) & 63] : '=';
+    unsigned bits = 0;
+    int count = 0;  // of the bits that are not written yet
+    for (const char byte : bytes) {
+        bits = bits << 8 | static_cast<unsigned char>(byte);
+        for (count += 8; count >= 6;) {
+            text += cAlphabet[bits >> (count -= 6) & 63];
         }
     }
+    if (count > 0) {
+        text += cAlphabet[bits << (6 - count) & 63];
+    }
+    text.resize((text.size() + 3) / 4 * 4, '=');
     return text;
 }
 
-bool Base64Decode(std::string_view text, std::string& bytes) {
-    bytes.clear();
-    for (std::size_t at = 0; at < text.size(); at += 4) {
-        const std::string_view four = text.substr(at, 4);
-        const bool isLast = at + 4 >= text.size();
-        std::size_t count = 4;
-        while (isLast && count > 2 && count <= four.size() && four[count - 1] == '=') {
-            --count;
+std::optional<std::string> Base64Decode(std::string_view text) {
+    std::string bytes;
+    unsigned bits = 0;
+    int count = 0;
+    for (const char c : text.substr(0, text.find('='))) {
+        const std::size_t digit = cAlphabet.find(c);
+        if (digit == cAlphabet.npos) {
+            return std::nullopt;
         }
-        unsigned group = 0;
-        for (std::size_t i = 0; i < 4; ++i) {
-            const std::size_t digit =
-                i < four.size() ? std::string_view(cAlphabet).find(four[i]) : std::string::npos;
-            if (i < count && digit == std::string::npos) {
-                return false;
-            }
-            group = group << 6 | (i < count ? static_cast<unsigned>(digit) : 0U);
-        }
-        if ((group & ((1U << (8 * (4 - count))) - 1)) != 0) {
-            return false;  // bits that belong to no byte
-        }
-        for (std::size_t i = 0; i + 1 < count; ++i) {
-            bytes += static_cast<char>(group >> (16 - 8 * i) & 0xFF);
+        bits = bits << 6 | static_cast<unsigned>(digit);
+        count += 6;
+        if (count >= 8) {
+            bytes += static_cast<char>(bits >> (count -= 8));
         }
     }
-    return true;
+    // There is one form only: with its padding, and no bits that belong to no byte.
+    return Base64Encode(bytes) == text ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
 }  // namespace tvtool

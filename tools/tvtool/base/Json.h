@@ -1,11 +1,13 @@
-// 8-bit texts in JSON. A text is decoded from the system encoding (UTF-8 unless TV_SYSTEM_ENCODING
-// says otherwise); one that does not decode becomes {"base64": "..."}, so that nothing is lost.
+// Puts 8-bit texts into JSON. A text is decoded from an encoding; bytes that are no text in it
+// become {"base64": "..."}, so that nothing is lost.
 #pragma once
 
 #include "tvtool/base/Tool.h"
 
+#include <CoreFoundation/CoreFoundation.h>
 #include <nlohmann/json.hpp>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,17 +15,19 @@ namespace tvtool {
 
 using Json = nlohmann::ordered_json;
 
-Json JsonText(std::string_view bytes);
-// The bytes of what JsonText made. `where` names the value in the ToolError (Damaged) for anything
-// else, a text that the system encoding cannot hold, or one that holds a NUL.
+// The system encoding is UTF-8 unless TV_SYSTEM_ENCODING says otherwise.
+Json JsonText(std::string_view bytes, CFStringEncoding encoding = CFStringGetSystemEncoding());
+// Returns the bytes of a value that JsonText made in the system encoding. Throws ToolError
+// (Damaged) for another value, for a text that the system encoding cannot hold, and for a NUL.
+// `where` names the value in the message.
 std::string TextFromJson(const Json& value, const std::string& where);
 
-// Parses a whole text; `name` is that of the file, for the ToolError (Damaged).
+// Parses a whole text. Throws ToolError (Damaged); `name` is the file's name in the message.
 Json ParseJson(const std::string& text, const std::string& name);
 void PrintJson(Output& out, const Json& value);
 
 std::string Base64Encode(std::string_view bytes);
-// False when `text` is not base64 with its padding.
-bool Base64Decode(std::string_view text, std::string& bytes);
+// Returns nullopt if `text` is not base64 with its padding.
+std::optional<std::string> Base64Decode(std::string_view text);
 
 }  // namespace tvtool

@@ -6,8 +6,9 @@ namespace tvtool {
 
 namespace {
 
-// The bytes of as much of `text` as `encoding` can hold; `isWhole`: that was all of it.
-std::string Encode(CFStringRef text, CFStringEncoding encoding, UInt8 substitute, bool& isWhole) {
+// Returns the bytes of as much of `text` as `encoding` can hold. `isWhole` tells whether that is
+// all of it.
+std::string encode(CFStringRef text, CFStringEncoding encoding, UInt8 substitute, bool& isWhole) {
     const CFRange whole = CFRangeMake(0, CFStringGetLength(text));
     CFIndex size = 0;
     isWhole = CFStringGetBytes(text, whole, encoding, substitute, false, nullptr, 0, &size) ==
@@ -28,13 +29,13 @@ StringRef DecodeText(std::string_view bytes, CFStringEncoding encoding) {
 
 std::optional<std::string> EncodeText(CFStringRef text, CFStringEncoding encoding) {
     bool isWhole = false;
-    std::string bytes = Encode(text, encoding, 0, isWhole);
+    std::string bytes = encode(text, encoding, 0, isWhole);
     return isWhole ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
 std::string TextForPeople(CFStringRef text) {
     bool isWhole = false;
-    return Encode(text, CFStringGetSystemEncoding(), '?', isWhole);
+    return encode(text, CFStringGetSystemEncoding(), '?', isWhole);
 }
 
 std::u16string UnitsOf(CFStringRef text) {

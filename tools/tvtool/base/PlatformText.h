@@ -1,4 +1,4 @@
-// Platform strings from bytes, and back.
+// Makes platform strings from bytes, and bytes from platform strings.
 #pragma once
 
 #include "text/CFRef.h"
@@ -13,12 +13,13 @@ namespace tvtool {
 
 using StringRef = Tova::CFRef<CFStringRef>;
 
-// Null when the bytes are not valid in `encoding`.
+// Returns null if the bytes are not valid in `encoding`.
 StringRef DecodeText(std::string_view bytes, CFStringEncoding encoding);
-// Nothing when `encoding` cannot hold the text.
+// Returns nullopt if `encoding` cannot hold the text.
 std::optional<std::string> EncodeText(CFStringRef text, CFStringEncoding encoding);
-// As EncodeText in the system encoding; what cannot be held becomes "?".
+// Encodes in the system encoding. A character that it does not have becomes "?".
 std::string TextForPeople(CFStringRef text);
+// Convert from and to UTF-16.
 std::u16string UnitsOf(CFStringRef text);
 StringRef TextOfUnits(std::u16string_view units);
 

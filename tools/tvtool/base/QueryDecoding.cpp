@@ -1,30 +1,24 @@
 #include "tvtool/base/QueryDecoding.h"
 
+#include "tvtool/base/Escapes.h"
+
 #include <algorithm>
-#include <charconv>
 
 namespace tvtool {
 
 namespace {
 
-std::string DecodeText(std::string_view text, bool& isMalformed) {
+std::string decodePart(std::string_view text, bool& isMalformed) {
     std::string out;
     out.reserve(text.size());
     for (std::size_t at = 0; at < text.size(); ++at) {
-        unsigned char byte = 0;
-        const std::string_view digits = text.substr(at + 1, 2);
-        if (text[at] == '+') {
-            out += ' ';
-        } else if (text[at] != '%') {
-            out += text[at];
-        } else if (digits.size() == 2 &&
-                   std::from_chars(digits.begin(), digits.end(), byte, 16).ptr == digits.end()) {
-            out += static_cast<char>(byte);
+        char c = text[at] == '+' ? ' ' : text[at];
+        if (c == '%' && ParseHexByte(text.substr(at + 1), c)) {
             at += 2;
-        } else {
+        } else if (c == '%') {
             isMalformed = true;
-            out += '%';
         }
+        out += c;
     }
     return out;
 }
@@ -43,9 +37,9 @@ std::vector<QueryField> DecodeQuery(std::string_view query) {
         const std::size_t equals = std::min(piece.find('='), piece.size());
         QueryField field;
         field.hasValue = equals < piece.size();
-        field.name = DecodeText(piece.substr(0, equals), field.isMalformed);
+        field.name = decodePart(piece.substr(0, equals), field.isMalformed);
         if (field.hasValue) {
-            field.value = DecodeText(piece.substr(equals + 1), field.isMalformed);
+            field.value = decodePart(piece.substr(equals + 1), field.isMalformed);
         }
         fields.push_back(std::move(field));
     }

@@ -1,4 +1,4 @@
-// What a form-encoded query holds.
+// Takes a form-encoded query apart.
 #pragma once
 
 #include <string>
@@ -10,12 +10,13 @@ namespace tvtool {
 struct QueryField {
     std::string name;
     std::string value;
-    bool hasValue = false;     // there was a "="
-    bool isMalformed = false;  // a "%" without two hexadecimal digits, which is left as it is
+    bool hasValue = false;  // there was a "="
+    bool isMalformed =
+        false;  // there was a "%" without two hexadecimal digits, which stays as it is
 };
 
-// The fields in their order, also those of one name and those without one; an empty piece between
-// two "&" is none. "+" becomes a blank and %XX its byte, whatever that is.
+// Returns the fields in their order, with repeated names and fields without a name. An empty piece
+// between two "&" is no field. "+" becomes a blank and %XX becomes its byte, whatever that is.
 std::vector<QueryField> DecodeQuery(std::string_view query);
 
 }  // namespace tvtool

@@ -28,14 +28,14 @@ Exit statusOf(int error) {
     }
 }
 
-// Stands before arguments to which CLI11 would give a meaning of its own.
+// Marks an argument to which CLI11 would give a meaning of its own.
 constexpr char cProtection = '\x01';
 
 std::string unprotect(const std::string& argument) {
     return argument.starts_with(cProtection) ? argument.substr(1) : argument;
 }
 
-// The rest of `text` that was not written; empty when all was. errno says why.
+// Returns the rest of `text` that could not be written, which is empty if all was. errno says why.
 std::string_view writeAll(int fd, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = write(fd, text.data(), text.size());
@@ -58,7 +58,7 @@ void FailErrno(int error, const std::string& subject, const std::string& what) {
 }
 
 void Complain(std::string_view message) {
-    // Nobody is left to tell when even this cannot be written.
+    // If even this cannot be written, there is nobody left to tell.
     static_cast<void>(writeAll(STDERR_FILENO, "tvtool: " + Printable(message) + "\n"));
 }
 
@@ -78,9 +78,13 @@ void Output::PrintValue(std::string_view text) {
     *this << (IsTerminal() ? Escape(text) : std::string(text)) << "\n";
 }
 
+bool IsColourOff() {
+    const char* setting = std::getenv("NO_COLOR");
+    return setting != nullptr && *setting != '\0';
+}
+
 bool Output::IsColoured() const {
-    const char* off = std::getenv("NO_COLOR");
-    return IsTerminal() && (off == nullptr || *off == '\0');
+    return IsTerminal() && !IsColourOff();
 }
 
 CLI::Option* AddText(CLI::App& app, const std::string& name, std::string& target,

@@ -1,10 +1,13 @@
-// What the commands of tvtool share: exit statuses, errors, output, and how arguments are declared.
-// One thread uses all of this, except Complain, which is for any.
+// What the commands of tvtool share: exit statuses, errors, output, and the declaration of
+// arguments. One thread uses all of this; any thread may use Complain.
 #pragma once
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <exception>
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,7 +16,7 @@ namespace tvtool {
 
 enum class Exit : int {
     Done = 0,
-    Failed = 1,  // or: what was compared differs
+    Failed = 1,  // or two things that were compared differ
     Usage = 2,
     NotFound = 3,
     Damaged = 4,  // or invalid
@@ -21,8 +24,9 @@ enum class Exit : int {
     Network = 6,
 };
 
-// Ends a command. The message names its subject first, "FILE: what is wrong, and what to do", and
-// may hold any bytes: what would disturb a terminal or a line is escaped when it is printed.
+// Ends a command. The message names its subject first, "FILE: what is wrong, and what to do". It
+// may hold any bytes: characters that would disturb a terminal or a line are escaped when it is
+// printed.
 class ToolError : public std::exception {
 public:
     ToolError(Exit status, std::string message) : status_(status), message_(std::move(message)) {}
@@ -35,34 +39,37 @@ private:
 };
 
 [[noreturn]] void Fail(Exit status, const std::string& subject, const std::string& what);
-// The same for a system call: the status and the text are those of the error number.
+// Fails for a system call, with the status and the text of the error number.
 [[noreturn]] void FailErrno(int error, const std::string& subject, const std::string& what);
 
 // Prints "tvtool: MESSAGE" in one line on standard error.
 void Complain(std::string_view message);
 
-// Standard output, collected and written by Flush, which finds out about a full disk or a closed
-// pipe. What is not flushed when a command fails is written all the same, before the error.
+// Returns true if NO_COLOR is set.
+bool IsColourOff();
+
+// Collects standard output. Flush writes it, and finds out about a full disk or a closed pipe. If a
+// command fails, the output so far is written before the error.
 class Output {
 public:
     Output& operator<<(std::string_view text) {
         text_ += text;
         return *this;
     }
-    // Throws ToolError(Failed) when not everything could be written.
+    // Throws ToolError (Failed) if not everything could be written.
     void Flush();
-    // Whether to colour: on a terminal, unless NO_COLOR is set.
+    // Returns true if standard output is a terminal and NO_COLOR is not set.
     bool IsColoured() const;
     bool IsTerminal() const;
-    // A text for programs, as it is, with a line end; escaped when a person's terminal gets it.
+    // Prints a text and a line end. A program gets the text as it is, a terminal gets it escaped.
     void PrintValue(std::string_view text);
 
 private:
     std::string text_;
 };
 
-// One run of the tool. A command's callback gets it from whoever declared the command, prints to
-// `out`, and sets a status other than Done by SetStatus or by throwing a ToolError.
+// One run of the tool. A command prints to `out`. It sets a status other than Done by SetStatus, or
+// by throwing a ToolError.
 class Session {
 public:
     Output out;
@@ -73,21 +80,47 @@ private:
     Exit status_ = Exit::Done;
 };
 
-// Declaring arguments. CLI11's own conversions give a meaning to texts like "{}", "[a,b]" and "%%";
-// these hand over what was typed. `target` must outlive the parsing: keep it in a shared_ptr that
-// the command's callback captures.
+// CLI11's own conversions give a meaning to texts like "{}", "[a,b]" and "%%"; these two functions
+// hand over what was typed. `target` must outlive the parsing.
 CLI::Option* AddText(CLI::App& app, const std::string& name, std::string& target,
                      const std::string& description);
-// An option that can be repeated, or a positional argument that takes all that are left.
+// Declares an option that can be repeated, or a positional argument that takes all that are left.
 CLI::Option* AddTexts(CLI::App& app, const std::string& name, std::vector<std::string>& target,
                       const std::string& description);
-// What to give to the parser, in its order (the last argument first). Arguments that CLI11 would
-// not take as they are (what comes after "--", an empty value after "=", "[a,b]", "++") are marked;
-// the functions above take the mark away.
+// Returns the arguments in the parser's order (the last one first). Some arguments would not reach
+// a command as they are: those after "--", an empty value after "=", "[a,b]", "++". They get a
+// mark, which AddText and AddTexts remove.
 std::vector<std::string> ProtectArguments(int argc, char** argv);
-// A sub-command; `example` is the last part of its help: whole command lines, one a line.
+
+// Returns the whole number in `text`, or nullopt if it is no number from `least` to `most`.
+template <class Number>
+std::optional<Number> ParseNumber(std::string_view text, Number least, Number most) {
+    Number number = 0;
+    const auto [end, error] = std::from_chars(text.begin(), text.end(), number);
+    const bool isValid =
+        error == std::errc() && end == text.end() && number >= least && number <= most;
+    return isValid ? std::optional(number) : std::nullopt;
+}
+
+// Declares a sub-command. `example` is the last part of its help: whole command lines, one a line.
 CLI::App* AddSubcommand(CLI::App& app, const std::string& name, const std::string& description,
                         const std::string& example);
+
+template <class Options>
+struct Command {
+    CLI::App& app;
+    Options& options;  // The command owns it.
+};
+// Declares a sub-command that calls `action` with its options. `session` outlives the parsing.
+template <class Options>
+Command<Options> AddCommand(CLI::App& parent, Session& session, const std::string& name,
+                            void (*action)(const Options&, Session&),
+                            const std::string& description, const std::string& example) {
+    CLI::App* app = AddSubcommand(parent, name, description, example);
+    const auto options = std::make_shared<Options>();
+    app->callback([action, options, &session] { action(*options, session); });
+    return {*app, *options};
+}
 
 // Each declares one command and its sub-commands. `session` outlives the parsing.
 void AddConfigCommand(CLI::App& app, Session& session);

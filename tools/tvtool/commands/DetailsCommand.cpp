@@ -1,8 +1,7 @@
 // tvtool details: the user's registration details in configuration files and in the preferences.
-#include "interface/CRegInfo.h"
-#include "interface/DictStrings.h"
 #include "interface/RegInfoStorage.h"
 #include "text/CEmailAddress.h"
+#include "tvtool/base/DetailFields.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
 #include "tvtool/base/Json.h"
@@ -14,38 +13,20 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <optional>
 
 namespace tvtool {
 
 namespace {
 
-struct Field {
-    const char* option;
-    const char* label;
-    const char* variable;
-    CFStringRef (*key)();
-    const Tova::CString& (Tova::CRegInfo::*value)() const;
-    int longest;
-};
+constexpr std::size_t cCount = cDetailFields.size();
+constexpr std::array<const char*, cCount> cOptionNames = {"--first-name", "--last-name",
+                                                          "--organisation", "--email"};
 
-using Info = Tova::CRegInfo;
-namespace Key = Tova::DetailsKey;
-
-// In the order of the framework.
-constexpr std::array<Field, 4> cFields = {{
-    {"--first-name", "First name", Info::cFirstNameVar, Key::FirstName, &Info::FirstName,
-     Info::cMaxName},
-    {"--last-name", "Last name", Info::cLastNameVar, Key::LastName, &Info::LastName,
-     Info::cMaxName},
-    {"--organisation", "Organisation", Info::cOrgVar, Key::Organisation, &Info::Organisation,
-     Info::cMaxOrg},
-    {"--email", "E-mail", Info::cEmailVar, Key::Email, &Info::Email, Info::cMaxEmail},
-}};
-
-std::string keyOf(const Field& field) {
-    return TextForPeople(field.key());
+bool isValidAddress(const std::string& address) {
+    // A NUL would hide the rest.
+    return address.find('\0') == address.npos &&
+           Tova::CEmailAddress(Tova::CString(address.c_str())).IsValid();
 }
 
 struct ReadOptions {
@@ -60,7 +41,7 @@ void loadFromPreferences(Tova::CRegInfo& record) {
         return;
     }
     std::string missing;
-    for (const Field& field : cFields) {
+    for (const DetailField& field : cDetailFields) {
         Tova::CString value;
         if (!Tova::ReadValue(Tova::CString(field.variable), value)) {
             missing += (missing.empty() ? "RegisterInfo/" : ", ") + std::string(field.variable);
@@ -69,7 +50,7 @@ void loadFromPreferences(Tova::CRegInfo& record) {
     Fail(Exit::NotFound, cPreferences, "no text for " + missing + "; all four are needed");
 }
 
-void Read(const ReadOptions& options, Session& session) {
+void readDetails(const ReadOptions& options, Session& session) {
     if (options.config.empty() == !options.prefs) {
         Fail(Exit::Usage, "details read", "give either --config FILE or --prefs");
     }
@@ -82,13 +63,12 @@ void Read(const ReadOptions& options, Session& session) {
         record.SetFromVars(list);
     }
     Json object = Json::object();
-    for (const Field& field : cFields) {
+    for (const DetailField& field : cDetailFields) {
         const char* value = (record.*field.value)().CStr();
         if (options.json) {
-            object[keyOf(field)] = JsonText(value);
+            object[TextForPeople(field.key())] = JsonText(value);
         } else {
-            const std::string label = field.label + std::string(":");
-            session.out << label << std::string(15 - label.size(), ' ') << Escape(value) << "\n";
+            session.out << LabelledLine(field.label, Escape(value));
         }
     }
     if (options.json) {
@@ -99,23 +79,25 @@ void Read(const ReadOptions& options, Session& session) {
 struct WriteOptions {
     std::string file;
     std::string from;
-    // By field; the last one counts, none: the field stays.
-    std::array<std::vector<std::string>, cFields.size()> values;
+    // By field. The last one counts; without one the field stays.
+    std::array<std::vector<std::string>, cCount> values;
     SendOptions send;
+
+    bool HasRequest() const { return send.send || send.dryRun; }
 };
 
-using Values = std::array<std::optional<std::string>, cFields.size()>;
+using Values = std::array<std::optional<std::string>, cCount>;
 
-void requireLength(const Field& field, const std::string& value, Exit status,
+void requireLength(const DetailField& field, const std::string& value, Exit status,
                    const std::string& subject) {
-    if (value.size() > static_cast<std::size_t>(field.longest)) {
+    if (value.size() > field.longest) {
         Fail(status, subject,
              "has " + std::to_string(value.size()) + " bytes; the framework keeps at most " +
                  std::to_string(field.longest));
     }
 }
 
-// `values` become those under the keys of an installer's dictionary.
+// Reads a JSON object with the keys of an installer's dictionary into `values`.
 void parseDetails(const std::string& file, Values& values) {
     const std::string name = InputName(file);
     const Json object = ParseJson(ReadInput(file), name);
@@ -123,16 +105,15 @@ void parseDetails(const std::string& file, Values& values) {
         Fail(Exit::Damaged, name, "is no JSON object with the details");
     }
     for (const auto& [key, value] : object.items()) {
-        const std::string& wanted = key;
+        const std::string where = name + ": " + Quote(key);
         std::size_t i = 0;
-        while (i < cFields.size() && keyOf(cFields[i]) != wanted) {
+        while (i < cCount && TextForPeople(cDetailFields[i].key()) != key) {
             ++i;
         }
-        const std::string where = name + ": " + Quote(key);
-        if (i < cFields.size()) {
+        if (i < cCount) {
             values[i] = TextFromJson(value, where);
-            requireLength(cFields[i], *values[i], Exit::Damaged, where);
-        } else if (key != TextForPeople(Key::Send())) {
+            requireLength(cDetailFields[i], *values[i], Exit::Damaged, where);
+        } else if (key != TextForPeople(Tova::DetailsKey::Send())) {
             Fail(Exit::Damaged, where, "is no key; those are FNKey, LNKey, OrKey and EAKey");
         }
     }
@@ -143,47 +124,66 @@ Values collectValues(const WriteOptions& options) {
     if (!options.from.empty()) {
         parseDetails(options.from, values);
     }
-    for (std::size_t i = 0; i < cFields.size(); ++i) {
+    for (std::size_t i = 0; i < cCount; ++i) {
         if (!options.values[i].empty()) {
             values[i] = options.values[i].back();
-            requireLength(cFields[i], *values[i], Exit::Usage, cFields[i].option);
+            requireLength(cDetailFields[i], *values[i], Exit::Usage, cOptionNames[i]);
         }
     }
-    if (!options.send.send && !options.send.dryRun &&
+    if (!options.HasRequest() &&
         std::none_of(values.begin(), values.end(), [](const auto& v) { return v.has_value(); })) {
         Fail(Exit::Usage, "details write", "give at least one detail, or --from FILE");
     }
     return values;
 }
 
-// The record that results from putting `values` over what `list` holds.
+// Returns the record that results if `values` replace those in `list`.
 Tova::CRegInfo merge(const Tova::CVarList& list, const Values& values) {
     Tova::CVarList merged;
-    for (std::size_t i = 0; i < cFields.size(); ++i) {
-        const char* name = cFields[i].variable;
+    for (std::size_t i = 0; i < cCount; ++i) {
+        const char* name = cDetailFields[i].variable;
         merged.SetValue(name, values[i] ? values[i]->c_str() : list.GetValue(name), false);
     }
     return Tova::CRegInfo(merged);
 }
 
-// Like the framework, but beside the file, renamed over it; and what is sent is sent after that, so
-// that it can be told whether only the sending failed.
-void Write(const WriteOptions& options, Session& session) {
+void requireOptionsThatFit(const WriteOptions& options) {
     if (options.file == "-" && options.from == "-") {
         Fail(Exit::Usage, "details write", "standard input cannot be both FILE and --from");
     }
-    if ((!options.send.to.empty() || !options.send.wait.empty()) && !options.send.send &&
-        !options.send.dryRun) {
+    if ((!options.send.to.empty() || !options.send.wait.empty()) && !options.HasRequest()) {
         Fail(Exit::Usage, "details write", "--to and --wait go with --send or --dry-run");
     }
+}
+
+// Says which values a fixed variable of the file kept out, and whether the address looks wrong.
+void complainOfValues(const Values& values, const Tova::CVarList& list, const std::string& name,
+                      Session& session) {
+    for (std::size_t i = 0; i < cCount; ++i) {
+        const char* variable = cDetailFields[i].variable;
+        if (values[i] && *values[i] != list.GetValue(variable)) {
+            Complain(name + ": " + Quote(variable) +
+                     " is fixed and kept its value; 'tvtool config unset' removes it");
+            session.SetStatus(Exit::Failed);
+        }
+    }
+    const std::optional<std::string>& email = values.back();
+    if (email && !email->empty() && !isValidAddress(*email)) {
+        Complain(name + ": " + Quote(*email) + " is no valid e-mail address (saved)");
+    }
+}
+
+// Saves like the framework, but beside the file and renames. It sends after that, so that a failure
+// to send is told from a failure to save.
+void writeDetails(const WriteOptions& options, Session& session) {
+    requireOptionsThatFit(options);
     const Values values = collectValues(options);
-    const std::string name = InputName(options.file);
     Tova::CVarList list;
     ReadConfig(options.file, list);
     const std::string before = EncodeConfig(list);
     const Tova::CRegInfo record = merge(list, values);
     std::optional<DetailsRequest> request;
-    if (options.send.send || options.send.dryRun) {
+    if (options.HasRequest()) {
         request.emplace(record, options.send);
     }
     if (options.send.dryRun) {
@@ -193,16 +193,7 @@ void Write(const WriteOptions& options, Session& session) {
         return;
     }
     record.SetVariables(list);
-    for (std::size_t i = 0; i < cFields.size(); ++i) {
-        if (values[i] && *values[i] != list.GetValue(cFields[i].variable)) {
-            Complain(name + ": " + Quote(cFields[i].variable) +
-                     " is fixed and kept its value; 'tvtool config unset' removes it");
-            session.SetStatus(Exit::Failed);
-        }
-    }
-    if (values.back() && !record.IsValidEmailAddress()) {
-        Complain(name + ": " + Quote(*values.back()) + " is no valid e-mail address (saved)");
-    }
+    complainOfValues(values, list, InputName(options.file), session);
     const std::string after = EncodeConfig(list);
     if (after != before || options.file == "-") {
         WriteOutput(options.file, after);
@@ -219,7 +210,7 @@ struct CheckOptions {
     bool json = false;
 };
 
-// "-" stands for the lines of standard input.
+// Puts the lines of standard input in the place of "-".
 std::vector<std::string> collectAddresses(const CheckOptions& options) {
     std::vector<std::string> addresses;
     for (const std::string& address : options.addresses) {
@@ -237,12 +228,10 @@ std::vector<std::string> collectAddresses(const CheckOptions& options) {
     return addresses;
 }
 
-void Check(const CheckOptions& options, Session& session) {
+void checkAddresses(const CheckOptions& options, Session& session) {
     Json array = Json::array();
     for (const std::string& address : collectAddresses(options)) {
-        // A NUL would hide the rest.
-        const bool isValid = address.find('\0') == address.npos &&
-                             Tova::CEmailAddress(Tova::CString(address.c_str())).IsValid();
+        const bool isValid = isValidAddress(address);
         if (!isValid) {
             session.SetStatus(Exit::Damaged);
         }
@@ -258,50 +247,48 @@ void Check(const CheckOptions& options, Session& session) {
 }
 
 void addRead(CLI::App& details, Session& session) {
-    CLI::App* command = AddSubcommand(details, "read", "Shows the details",
-                                      "  tvtool details read --config Calyx.nwc\n"
-                                      "  tvtool details read --prefs --json");
-    auto options = std::make_shared<ReadOptions>();
-    AddText(*command, "--config", options->config,
+    const auto [command, options] =
+        AddCommand<ReadOptions>(details, session, "read", readDetails, "Shows the details",
+                                "  tvtool details read --config Calyx.nwc\n"
+                                "  tvtool details read --prefs --json");
+    AddText(command, "--config", options.config,
             "Read this configuration file; - is standard input")
         ->type_name("FILE");
-    command->add_flag("--prefs", options->prefs, "Read this user's preferences");
-    command->add_flag("--json", options->json,
-                      "As an object with the keys of an installer's dictionary");
-    command->callback([options, &session] { Read(*options, session); });
+    command.add_flag("--prefs", options.prefs, "Read this user's preferences");
+    command.add_flag("--json", options.json,
+                     "As an object with the keys of an installer's dictionary");
 }
 
 void addWrite(CLI::App& details, Session& session) {
-    CLI::App* command = AddSubcommand(
-        details, "write", "Saves details into an existing configuration file",
+    const auto [command, options] = AddCommand<WriteOptions>(
+        details, session, "write", writeDetails,
+        "Saves details into an existing configuration file",
         "  tvtool details write Calyx.nwc --first-name Ada --email ada@example.org\n"
         "  tvtool details read --prefs --json | tvtool details write Calyx.nwc --from -\n"
         "  tvtool details write Calyx.nwc --send --to http://127.0.0.1:8080/v/prod_reg");
-    auto options = std::make_shared<WriteOptions>();
-    AddText(*command, "FILE", options->file, "The configuration file")->required();
-    for (std::size_t i = 0; i < cFields.size(); ++i) {
-        AddTexts(*command, cFields[i].option, options->values[i],
-                 "At most " + std::to_string(cFields[i].longest) + " bytes; \"\" empties it")
+    AddText(command, "FILE", options.file, "The configuration file")->required();
+    for (std::size_t i = 0; i < cCount; ++i) {
+        const std::string longest = std::to_string(cDetailFields[i].longest);
+        AddTexts(command, cOptionNames[i], options.values[i],
+                 "At most " + longest + " bytes; \"\" empties it")
             ->type_name("TEXT");
     }
-    AddText(*command, "--from", options->from,
+    AddText(command, "--from", options.from,
             "Take details from a JSON object with the keys FNKey, LNKey, OrKey\n"
             "and EAKey; - is standard input, which other users cannot see")
         ->type_name("FILE");
-    AddSendOptions(*command, options->send);
-    command->callback([options, &session] { Write(*options, session); });
+    AddSendOptions(command, options.send);
 }
 
 void addCheck(CLI::App& details, Session& session) {
-    CLI::App* command =
-        AddSubcommand(details, "check", "Says whether e-mail addresses have a valid form",
-                      "  tvtool details check ada@example.org ada@example");
-    auto options = std::make_shared<CheckOptions>();
-    AddTexts(*command, "ADDRESS", options->addresses,
+    const auto [command, options] =
+        AddCommand<CheckOptions>(details, session, "check", checkAddresses,
+                                 "Says whether e-mail addresses have a valid form",
+                                 "  tvtool details check ada@example.org ada@example");
+    AddTexts(command, "ADDRESS", options.addresses,
              "The addresses; - takes the lines of standard input")
         ->required();
-    command->add_flag("--json", options->json, "As an array of {\"address\", \"valid\"}");
-    command->callback([options, &session] { Check(*options, session); });
+    command.add_flag("--json", options.json, "As an array of {\"address\", \"valid\"}");
 }
 
 }  // namespace

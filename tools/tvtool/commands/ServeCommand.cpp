@@ -4,9 +4,7 @@
 #include "tvtool/endpoint/Endpoint.h"
 
 #include <array>
-#include <charconv>
 #include <csignal>
-#include <memory>
 
 namespace tvtool {
 
@@ -33,18 +31,13 @@ constexpr std::array<FaultName, 5> cFaultNames = {{
 }};
 constexpr std::string_view cStatus = "status=";
 
-// A whole decimal number between two others.
-bool parseNumber(std::string_view text, int least, int most, int& number) {
-    const auto [end, error] = std::from_chars(text.begin(), text.end(), number);
-    return error == std::errc() && end == text.end() && number >= least && number <= most;
-}
-
 Fault parseFault(const std::string& text) {
     Fault fault;
     if (text.starts_with(cStatus)) {
         fault.kind = Fault::Kind::Status;
-        // Answers below 200 are none: the client goes on waiting.
-        if (!parseNumber(std::string_view(text).substr(cStatus.size()), 200, 599, fault.status)) {
+        // A status below 200 is no answer: the client goes on waiting.
+        fault.status = ParseNumber<int>(text.substr(cStatus.size()), 200, 599).value_or(0);
+        if (fault.status == 0) {
             Fail(Exit::Usage, "--fault " + Quote(text), "a status is a number from 200 to 599");
         }
         return fault;
@@ -61,11 +54,12 @@ Fault parseFault(const std::string& text) {
 
 EndpointOptions parseOptions(const ServeOptions& options) {
     EndpointOptions parsed;
-    int port = 0;
-    if (!options.port.empty() && !parseNumber(options.port, 0, 65535, port)) {
+    const std::optional<std::uint16_t> port =
+        ParseNumber<std::uint16_t>(options.port.empty() ? "0" : options.port, 0, 65535);
+    if (!port) {
         Fail(Exit::Usage, "--port " + Quote(options.port), "a port is a number from 0 to 65535");
     }
-    parsed.port = static_cast<std::uint16_t>(port);
+    parsed.port = *port;
     parsed.once = options.once;
     if (!options.fault.empty()) {
         parsed.fault = parseFault(options.fault);
@@ -76,8 +70,8 @@ EndpointOptions parseOptions(const ServeOptions& options) {
     return parsed;
 }
 
-// While it lives, SIGINT and SIGTERM stop the endpoint. A second one ends the process, should
-// standard output not take what is printed.
+// Lets SIGINT and SIGTERM stop the endpoint as long as this object lives. A second signal ends the
+// process, in case standard output takes no more bytes.
 class StopOnSignals {
 public:
     explicit StopOnSignals(Endpoint& endpoint) {
@@ -101,7 +95,7 @@ private:
     struct sigaction terminate_ {};
 };
 
-void Serve(const ServeOptions& options, Session& session) {
+void serve(const ServeOptions& options, Session& session) {
     Endpoint endpoint(parseOptions(options));
     const StopOnSignals stopOnSignals(endpoint);
     Complain("listening on " + endpoint.Address());
@@ -115,28 +109,27 @@ void Serve(const ServeOptions& options, Session& session) {
 }  // namespace
 
 void AddServeCommand(CLI::App& app, Session& session) {
-    CLI::App* command = AddSubcommand(
-        app, "serve", "Prints the registrations that arrive, for testing an installer",
-        "  tvtool serve --port 8080\n"
-        "  tvtool serve --once --json --fault status=503");
-    auto options = std::make_shared<ServeOptions>();
-    AddText(*command, "--port", options->port,
+    const auto [command, options] =
+        AddCommand<ServeOptions>(app, session, "serve", serve,
+                                 "Prints the registrations that arrive, for testing an installer",
+                                 "  tvtool serve --port 8080\n"
+                                 "  tvtool serve --once --json --fault status=503");
+    AddText(command, "--port", options.port,
             "Listen on this port of 127.0.0.1; any free one otherwise.\n"
             "The first line on standard error says where")
         ->type_name("N");
-    AddTexts(*command, "--tls", options->tls,
+    AddTexts(command, "--tls", options.tls,
              "Take HTTPS only, with this certificate and its key (PEM files)")
         ->type_size(2)
         ->expected(1)
         ->type_name("CERT KEY");
-    command->add_flag("--json", options->json, "One JSON object a line");
-    command->add_flag("--once", options->once, "End after the first registration");
-    AddText(*command, "--fault", options->fault,
+    command.add_flag("--json", options.json, "One JSON object a line");
+    command.add_flag("--once", options.once, "End after the first registration");
+    AddText(command, "--fault", options.fault,
             "Once the request is read: stall (never answer), slow (a byte a\n"
             "second), reset (the connection), truncate (the answer),\n"
             "redirect-loop, or status=N")
         ->type_name("FAULT");
-    command->callback([options, &session] { Serve(*options, session); });
 }
 
 }  // namespace tvtool

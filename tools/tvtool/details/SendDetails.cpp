@@ -12,9 +12,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
-#include <cstdlib>
+#include <optional>
 
 namespace tvtool {
 
@@ -24,18 +23,13 @@ constexpr long cDefaultWait = 30;
 constexpr long cLongestWait = 3600;
 constexpr char cSaved[] = "; the details are saved";
 
-bool isSet(const char* variable) {
-    const char* value = std::getenv(variable);
-    return value != nullptr && *value != '\0';
-}
-
-// One line on a terminal that is standard error, rewritten as time passes and gone at the end. With
-// NO_COLOR it is written once and stays, without any escape sequence.
+// Shows one line if standard error is a terminal, rewrites it as time passes and removes it at the
+// end. With NO_COLOR the line is written once and stays, without any escape sequence.
 class ProgressLine {
 public:
     explicit ProgressLine(std::string text)
         : text_(std::move(text)), isShown_(isatty(STDERR_FILENO) == 1),
-          isRewritten_(isShown_ && !isSet("NO_COLOR")) {}
+          isRewritten_(isShown_ && !IsColourOff()) {}
     ~ProgressLine() {
         if (isRewritten_) {
             std::fputs("\r\033[K", stderr);
@@ -59,18 +53,16 @@ private:
 };
 
 long parseWait(const std::string& text) {
-    long seconds = cDefaultWait;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, seconds);
-    if (!text.empty() &&
-        (error != std::errc() || stop != end || seconds < 0 || seconds > cLongestWait)) {
+    const std::optional<long> seconds =
+        text.empty() ? cDefaultWait : ParseNumber<long>(text, 0, cLongestWait);
+    if (!seconds) {
         Fail(Exit::Usage, "--wait " + Quote(text),
              "give a number of seconds up to " + std::to_string(cLongestWait) + "; 0: no limit");
     }
-    return seconds;
+    return *seconds;
 }
 
-// "user:password", whose second half may be empty.
+// Returns "user:password", whose second half may be empty.
 std::string decodeCredentials(const std::string& escaped) {
     const StringRef text = DecodeText(escaped, kCFStringEncodingUTF8);
     const StringRef plain(
@@ -79,7 +71,8 @@ std::string decodeCredentials(const std::string& escaped) {
     return credentials + (credentials.find(':') == credentials.npos ? ":" : "");
 }
 
-// The framework's escaping breaks off there, and makes an address that cannot be requested.
+// The framework's escaping breaks off at such a character, and the address that results cannot be
+// requested.
 void requireAscii(const Tova::CVarList& details) {
     for (const Tova::CVar* var = details.First(); var != nullptr; var = var->Next()) {
         const std::string_view value = var->Value();
@@ -90,7 +83,7 @@ void requireAscii(const Tova::CVarList& details) {
     }
 }
 
-// False when there is none.
+// Returns false if there is no address.
 bool findAddress(const std::string& to, Tova::CString& address) {
     if (!to.empty()) {
         address = to.c_str();
@@ -98,7 +91,7 @@ bool findAddress(const std::string& to, Tova::CString& address) {
     }
     SetApplicationVariables();
     Tova::GetRegistrationAddress(address);
-    // The default of a build that has no host for it.
+    // A build without a host has this default address.
     return !address.IsEmpty() && !std::string_view(address.CStr()).starts_with("https:///");
 }
 
@@ -165,7 +158,7 @@ void DetailsRequest::TakeApart(const std::string& url, bool isGiven) {
     target_ = (url[end] == '/' ? "" : "/") + url.substr(end);
 }
 
-// The normalisation of the address takes the escapes of "&" and "+" away.
+// Normalising the address removes the escapes of "&" and "+".
 void DetailsRequest::WarnOfLosses(const Tova::CVarList& details) const {
     const std::vector<QueryField> fields = DecodeQuery(target_.substr(target_.find('?') + 1));
     for (const Tova::CVar* var = details.First(); var != nullptr; var = var->Next()) {

@@ -1,5 +1,4 @@
-// Sends registration details like the framework, and other than that waits to see what becomes of
-// them.
+// Sends registration details like the framework. Unlike the framework it waits for the answer.
 #pragma once
 
 #include "interface/CRegInfo.h"
@@ -13,25 +12,25 @@ namespace tvtool {
 struct SendOptions {
     bool send = false;
     bool dryRun = false;
-    std::string to;    // empty: where the framework would send to
+    std::string to;    // if empty, the framework's own address
     std::string wait;  // seconds, as typed
 };
 void AddSendOptions(CLI::App& command, SendOptions& options);
 
-// One request, made of what can be known without the network.
+// One request. Everything in it is known without the network.
 class DetailsRequest {
 public:
-    // ToolError when the options do not fit together, or there is no address or none that can be
-    // requested. Warns of details that will not arrive as they are.
+    // Throws ToolError if an option is wrong, or if there is no address that can be requested.
+    // Warns of details that will not arrive as they are.
     DetailsRequest(const Tova::CRegInfo& record, const SendOptions& options);
 
-    // The head of the request in lines, as it goes to a server without a proxy between.
+    // Returns the lines of the request's head, as a server gets them if there is no proxy between.
     std::string Describe() const;
-    // "https://example.org"
+    // For example "https://example.org".
     const std::string& Origin() const { return origin_; }
 
-    // Sends and waits. Says what was answered: "HTTP 200, 5 bytes". ToolError (Network) for any
-    // failure and for a status of 400 or more; its text says that the details are saved.
+    // Sends and waits. Returns what was answered, "HTTP 200, 5 bytes". Throws ToolError (Network)
+    // for any failure and for a status of 400 or more. Its text says that the details are saved.
     std::string Send() const;
 
 private:
@@ -42,7 +41,7 @@ private:
     StringRef userAgent_;
     long wait_;  // seconds
     std::string origin_;
-    std::string credentials_;  // that the address names
+    std::string credentials_;  // those in the address
     std::string host_;
     std::string target_;
 };

@@ -1,6 +1,6 @@
 #include "tvtool/endpoint/Registration.h"
 
-#include "interface/CRegInfo.h"
+#include "tvtool/base/DetailFields.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Json.h"
 #include "tvtool/base/QueryDecoding.h"
@@ -8,23 +8,11 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <array>
 #include <ctime>
 
 namespace tvtool {
 
 namespace {
-
-struct Label {
-    std::string_view variable;
-    std::string_view text;
-};
-constexpr std::array<Label, 4> cLabels = {{
-    {Tova::CRegInfo::cFirstNameVar, "First name"},
-    {Tova::CRegInfo::cLastNameVar, "Last name"},
-    {Tova::CRegInfo::cOrgVar, "Organisation"},
-    {Tova::CRegInfo::cEmailVar, "E-mail"},
-}};
 
 constexpr std::string_view cLineEnd = "\r\n";
 
@@ -32,7 +20,7 @@ std::string_view firstLine(std::string_view head) {
     return head.substr(0, head.find(cLineEnd));
 }
 
-// The value of a header, without the blanks around it.
+// Returns the value of a header without the blanks around it.
 std::optional<std::string> findHeader(std::string_view head, std::string_view name) {
     for (std::size_t at = head.find(cLineEnd); at < head.size(); at = head.find(cLineEnd, at)) {
         at += cLineEnd.size();
@@ -57,40 +45,27 @@ std::string timeOfDay() {
     return text;
 }
 
-std::string Line(std::string label, const std::string& text) {
-    label += ":";
-    label.resize(std::max<std::size_t>(label.size() + 1, 15), ' ');
-    return "  " + label + text + "\n";
+// Returns an indented line.
+std::string line(const std::string& label, const std::string& text) {
+    return "  " + LabelledLine(label, text);
 }
 
-std::string Describe(const QueryField& field) {
-    const auto* known = std::find_if(cLabels.begin(), cLabels.end(), [&](const Label& label) {
-        return label.variable == field.name;
-    });
+std::string describeField(const QueryField& field) {
+    const auto* known =
+        std::find_if(cDetailFields.begin(), cDetailFields.end(),
+                     [&](const DetailField& detail) { return detail.variable == field.name; });
     const std::string label =
-        known != cLabels.end() ? std::string(known->text) : "Unknown " + Quote(field.name);
+        known != cDetailFields.end() ? known->label : "Unknown " + Quote(field.name);
     std::string text = field.hasValue ? Escape(field.value) : "(no value)";
     if (field.isMalformed) {
         text += "  (holds a malformed escape)";
     }
-    return Line(label, text);
+    return line(label, text);
 }
 
-bool isUtf8(std::string_view text) {
-    while (!text.empty()) {
-        char32_t ignored = 0;
-        const std::size_t length = DecodeUtf8(text, ignored);
-        if (length == 0) {
-            return false;
-        }
-        text.remove_prefix(length);
-    }
-    return true;
-}
-
-// Like JsonText, but on the wire texts are UTF-8 whatever the system encoding is.
+// On the wire texts are UTF-8 whatever the system encoding is.
 Json wireText(const std::string& bytes) {
-    return isUtf8(bytes) ? Json(bytes) : Json{{"base64", Base64Encode(bytes)}};
+    return JsonText(bytes, kCFStringEncodingUTF8);
 }
 
 }  // namespace
@@ -116,17 +91,17 @@ std::optional<Registration> FindRegistration(std::string_view head) {
 
 std::string DescribeRegistration(const Registration& registration) {
     std::string text = timeOfDay() + "  GET " + Escape(registration.path) + "\n";
-    text += Line("User-Agent", registration.userAgent ? Escape(*registration.userAgent) : "(none)");
+    text += line("User-Agent", registration.userAgent ? Escape(*registration.userAgent) : "(none)");
     const std::vector<QueryField> fields = DecodeQuery(registration.query);
     for (const QueryField& field : fields) {
-        text += Describe(field);
+        text += describeField(field);
     }
-    for (const Label& label : cLabels) {
+    for (const DetailField& detail : cDetailFields) {
         const bool isThere =
             std::any_of(fields.begin(), fields.end(),
-                        [&](const QueryField& field) { return field.name == label.variable; });
+                        [&](const QueryField& field) { return field.name == detail.variable; });
         if (!isThere) {
-            text += Line(std::string(label.text), "(missing)");
+            text += line(detail.label, "(missing)");
         }
     }
     return text + "\n";
@@ -135,7 +110,8 @@ std::string DescribeRegistration(const Registration& registration) {
 std::string RegistrationAsJson(const Registration& registration) {
     Json fields = Json::object();
     for (const QueryField& field : DecodeQuery(registration.query)) {
-        const std::string name = isUtf8(field.name) ? field.name : Escape(field.name);
+        const Json decoded = wireText(field.name);
+        const std::string name = decoded.is_string() ? field.name : Escape(field.name);
         const Json value = field.hasValue ? wireText(field.value) : Json();
         if (!fields.contains(name)) {
             fields[name] = value;

@@ -1,4 +1,4 @@
-// A registration as it arrived: found in the head of a request, and shown.
+// Finds a registration in the head of a request, and shows it as it arrived.
 #pragma once
 
 #include <optional>
@@ -14,16 +14,17 @@ struct Registration {
     std::optional<std::string> userAgent;
 };
 
-// The request's address as it stands in the request line; empty when that line is none.
+// Returns the address in the request line. It is empty if that line is not valid.
 std::string_view TargetOf(std::string_view head);
-// Nothing unless the request is a GET whose address has a query.
+// Returns nullopt unless the request is a GET whose address has a query.
 std::optional<Registration> FindRegistration(std::string_view head);
 
-// A block of lines for people, with the time of day; nothing in it can disturb a terminal.
+// Returns a block of lines for people, with the time of day. It holds no control characters.
 std::string DescribeRegistration(const Registration& registration);
-// One line of JSON: "path", "query", "userAgent" (null: none) and "fields", decoded, in their
-// order; a field that occurs several times has an array of its values. What is not UTF-8 is an
-// object with "base64"; in a field's name it is escaped.
+// Returns one line of JSON: "path", "query", "userAgent" (null if there is none) and "fields",
+// which are decoded and in their order. A field that occurs several times has an array of its
+// values. Bytes that are not UTF-8 become an object with "base64"; in a field's name they are
+// escaped.
 std::string RegistrationAsJson(const Registration& registration);
 
 }  // namespace tvtool
