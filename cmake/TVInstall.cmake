@@ -59,10 +59,9 @@ foreach(section 1 3 5 7)
     file(GLOB pages CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/man/*.${section}")
     install(FILES ${pages} DESTINATION "${CMAKE_INSTALL_MANDIR}/man${section}" COMPONENT tools)
 endforeach()
-install(FILES "${PROJECT_SOURCE_DIR}/completions/tvtool.bash"
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" RENAME tvtool
-    COMPONENT tools)
-install(FILES "${PROJECT_SOURCE_DIR}/completions/_tvtool"
+install(FILES "${PROJECT_BINARY_DIR}/completions/bash/tvtool"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tools)
+install(FILES "${PROJECT_BINARY_DIR}/completions/zsh/_tvtool"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" COMPONENT tools)
-install(FILES "${PROJECT_SOURCE_DIR}/completions/tvtool.fish"
+install(FILES "${PROJECT_BINARY_DIR}/completions/fish/tvtool.fish"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" COMPONENT tools)

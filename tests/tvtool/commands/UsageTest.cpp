@@ -1,57 +1,9 @@
 #include "tests/tvtool/ToolRunner.h"
 
-#include <gmock/gmock.h>
-
 namespace tvtest {
 namespace {
 
-using testing::HasSubstr;
-
 class UsageTest : public ToolTest {};
-
-TEST_F(UsageTest, EveryCommandHasHelpWithAnExample) {
-    const std::vector<std::vector<std::string>> commands = {{},
-                                                            {"config"},
-                                                            {"config", "create"},
-                                                            {"config", "show"},
-                                                            {"config", "get"},
-                                                            {"config", "set"},
-                                                            {"config", "unset"},
-                                                            {"config", "verify"},
-                                                            {"apply"},
-                                                            {"details"},
-                                                            {"details", "read"},
-                                                            {"details", "write"},
-                                                            {"details", "check"},
-                                                            {"prefs"},
-                                                            {"prefs", "list"},
-                                                            {"prefs", "get"},
-                                                            {"prefs", "set"},
-                                                            {"prefs", "delete"},
-                                                            {"serve"}};
-    for (std::vector<std::string> command : commands) {
-        std::string name = "tvtool";
-        for (const std::string& word : command) {
-            name += " " + word;
-        }
-        SCOPED_TRACE(name);
-        command.push_back("--help");
-        const ToolResult help = Run(command);
-        EXPECT_EQ(help.status, 0);
-        EXPECT_EQ(help.err, "");
-        EXPECT_THAT(help.out, HasSubstr("Usage: " + name + " "));
-        EXPECT_THAT(help.out, testing::ContainsRegex("Example:\n  .*" + name));
-        command.back() = "-h";
-        EXPECT_EQ(Run(command), help);
-        std::size_t longest = 0;
-        for (std::size_t at = 0, end; at < help.out.size(); at = end + 1) {
-            end = help.out.find('\n', at);
-            longest = std::max(longest, end - at);
-        }
-        EXPECT_LE(longest, 100U) << help.out;
-    }
-    EXPECT_THAT(Run({"--version"}).out, testing::StartsWith("tvtool "));
-}
 
 TEST_F(UsageTest, SaysWhatIsWrongWithACommandLine) {
     const struct {

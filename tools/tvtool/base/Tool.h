@@ -81,6 +81,11 @@ CLI::Option* AddText(CLI::App& app, const std::string& name, std::string& target
 // An option that can be repeated, or a positional argument that takes all that are left.
 CLI::Option* AddTexts(CLI::App& app, const std::string& name, std::vector<std::string>& target,
                       const std::string& description);
+// Names the words, with blanks between them, that a shell offers for the option's value. The parser
+// takes other texts too.
+void OfferWords(CLI::Option& option, const std::string& words);
+// Returns the words that OfferWords named for `option`, or "".
+std::string OfferedWords(CLI::Option& option);
 // What to give to the parser, in its order (the last argument first). Arguments that CLI11 would
 // not take as they are (what comes after "--", an empty value after "=", "[a,b]", "++") are marked;
 // the functions above take the mark away.
