@@ -54,6 +54,11 @@ check_exported() {
             sed -E '/^\.Ft/{N;s/^\.Ft (.*)\n\.Fn (\w+) "(.*)"/\1 \2(\3)/;s/" "/, /g}')"
     pages=$(grep -l '^\.so man3/tvframework.3$' man/*.3 | sed 's|man/||; s|\.3$||')
     expect 'functions in the header and pages in man/' "$functions" "$pages"
+    # A test compares the page with the variables themselves.
+    expect 'built-in variables in the header and in man/tvframework.7' \
+        "$(sed -n '/^ \* Variables\./,/^ \*$/p' include/TVframework/TVframework.h |
+            grep -o '"[A-Za-z]*"' | tr -d '"')" \
+        "$(sed -nE 's/^\.It (\w+) Ta .* Ta (yes|no)$/\1/p' man/tvframework.7)"
 }
 
 platform_declarations() {
