@@ -1,5 +1,5 @@
-// Sends the user's details to the product registration, and the parts of the request. One thread at
-// a time; the request itself runs on a thread of its own.
+// Sends the user's details to the product registration, and makes the parts of the request. One
+// thread at a time may use this; the request itself runs on a thread of its own.
 #pragma once
 
 #include "interface/CRegInfo.h"
@@ -7,19 +7,19 @@
 
 namespace Tova {
 
-// Makes `address` the address to which details go: "ProdRegURL" of the shared registry under the
-// application's key, else the build's default. A build without a default host gives
+// Sets `address` to the address to which details go: "ProdRegURL" of the shared registry under the
+// application's key, or else the build's default. A build without a default host gives
 // "https:///v/prod_reg", which cannot be made into a request.
 void GetRegistrationAddress(CString& address);
 // Appends "?" and the details as a form-encoded query, whatever the address holds already.
 void AppendRegistrationQuery(const CRegInfo& record, CString& address);
-// Both.
+// Sets `address` to the registration address with the query of the details.
 void BuildRegistrationAddress(const CRegInfo& record, CString& address);
-// The User-Agent header's text.
+// Sets `userAgent` to the text of the User-Agent header.
 void GetRegistrationUserAgent(CString& userAgent);
 
-// Starts the request and returns; nobody hears how it ends. It runs until it ends by itself or the
-// process does.
+// Starts the request and returns, without reporting how the request ends. The request runs until it
+// is done or the process ends.
 void SendRegInfo(const CRegInfo& record);
 
 }  // namespace Tova
