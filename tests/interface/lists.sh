@@ -37,9 +37,9 @@ check_exported() {
     prototypes=$(declarations include/TVframework/TVframework.h |
         sed -nE 's/^ *(TV_EXPORT )?(.*\btv[A-Z][A-Za-z]*\(.*\))$/\2/p')
     functions=$(sed -E 's/.*\b(tv[A-Za-z]+)\(.*/\1/' <<<"$prototypes")
-    script=$(awk '/^[A-Z_0-9]+ *{/ { version = $1 } /local:/ { exit }
-        /^ *[A-Za-z]+;/ { sub(/;/, ""); print $1 "@@" version }' src/interface/TVframework.map)
-    expect 'functions in the header and in TVframework.map' "$functions" "${script//@@*([A-Z_0-9])/}"
+    script=$(awk '/^[A-Z_0-9.]+ *{/ { version = $1 } /local:/ { version = "" }
+        version != "" && /^ *[A-Za-z]+;/ { sub(/;/, ""); print $1 "@@" version }' src/interface/TVframework.map)
+    expect 'functions in the header and in TVframework.map' "$functions" "${script//@@*([A-Z_0-9.])/}"
     expect 'functions in TVframework.map and in the library' "$script" "$(symbols)"
     # The library has no data, and one symbol for each version.
     expect 'symbols of the library that are no functions' \
