@@ -4,8 +4,8 @@
 
 namespace {
 
-// Returns the value under `key`, or null if it is not of the type given.
-CFTypeRef find(CFDictionaryRef dict, CFStringRef key, CFTypeID type) {
+// The value under `key` when it is of the type given; null otherwise.
+CFTypeRef Find(CFDictionaryRef dict, CFStringRef key, CFTypeID type) {
     if (dict == nullptr || key == nullptr) {
         return nullptr;
     }
@@ -19,7 +19,7 @@ void getStringFromDict(CFDictionaryRef dict, CFStringRef key, char* buffer, int 
     if (buffer == nullptr || bufferSize <= 0) {
         return;
     }
-    const auto value = static_cast<CFStringRef>(find(dict, key, CFStringGetTypeID()));
+    const auto value = static_cast<CFStringRef>(Find(dict, key, CFStringGetTypeID()));
     if (value == nullptr ||
         !CFStringGetCString(value, buffer, bufferSize, CFStringGetSystemEncoding())) {
         *buffer = '\0';
@@ -80,9 +80,9 @@ CRegInfo GetRegInfoFromDict(CFDictionaryRef details) {
 
 bool IsSendingAllowed(CFDictionaryRef details) {
     const auto number =
-        static_cast<CFNumberRef>(find(details, DetailsKey::Send(), CFNumberGetTypeID()));
+        static_cast<CFNumberRef>(Find(details, DetailsKey::Send(), CFNumberGetTypeID()));
     SInt8 consent = 0;
-    // A number that does not fit, or is no integer, gives no consent.
+    // A number that does not fit, or is no integer, is no consent.
     return number != nullptr && CFNumberGetValue(number, kCFNumberSInt8Type, &consent) &&
            consent == 1;
 }

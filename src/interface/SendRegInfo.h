@@ -7,8 +7,8 @@
 
 namespace Tova {
 
-// Sets `address` to the address to which details go: "ProdRegURL" of the shared registry under the
-// application's key, or else the build's default. A build without a default host gives
+// Makes `address` the address to which details go: "ProdRegURL" of the shared registry under the
+// application's key, else the build's default. A build without a default host gives
 // "https:///v/prod_reg", which cannot be made into a request.
 void GetRegistrationAddress(CString& address);
 // Appends "?" and the details as a form-encoded query, whatever the address holds already.

@@ -80,7 +80,7 @@ while IFS='|' read -r line expected; do
     _tvtool
     expect "bash completes '$line'" "$expected" "${COMPREPLY[*]}"
 done <<'TABLE'
-tvtool |config apply details prefs registry serve
+tvtool re|registry
 tvtool registry s|show
 tvtool registry verify --j|--json
 tvtool registry get ./r P --|--help
