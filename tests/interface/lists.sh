@@ -77,7 +77,7 @@ check_platform() {
 
 # In code quotes, the document names each function, types and constants if it likes, and no other.
 check_document() {
-    local names='\b(CF|FS|CS)[A-Z][a-z][A-Za-z0-9]*\b' functions others
+    local names='\b(CF|FS|CS)[A-Z]+[a-z][A-Za-z0-9]*\b' functions others
     functions=$(platform_functions | grep -v '^__')
     others=$(platform_declarations | grep -oE "$names" | grep -vxF "$functions" | sort -u
         find platform/include -name '*.h' | sed 's|.*/||; s|\.h$||')
