@@ -1,5 +1,5 @@
-# The installed layout: the framework bundle, the platform library, headers, and what finds them.
-# The tree can be moved as a whole: everything in it refers to its neighbours relatively.
+# Installs the framework bundle, the platform library, the headers, the tool, and the files that help
+# to find them. The tree can be moved as a whole: all references in it are relative.
 include(CMakePackageConfigHelpers)
 
 if(APPLE)
@@ -10,8 +10,8 @@ set(framework_dir "${CMAKE_INSTALL_LIBDIR}/TVframework.framework")
 file(RELATIVE_PATH libdir_to_prefix "/p/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/p")
 file(RELATIVE_PATH bindir_to_libdir "/p/${CMAKE_INSTALL_BINDIR}" "/p/${CMAKE_INSTALL_LIBDIR}")
 
-# The loader resolves $ORIGIN without following links, so the framework is found to stand either in
-# its bundle or beside the platform library.
+# The loader resolves $ORIGIN without following links. So the framework looks for the platform library
+# both from its bundle and from the folder of the link to it.
 set_target_properties(TVframework PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/../../..")
 set_target_properties(tvtool PROPERTIES INSTALL_RPATH "$ORIGIN/${bindir_to_libdir}")
 
@@ -59,10 +59,9 @@ foreach(section 1 3 5 7)
     file(GLOB pages CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/man/*.${section}")
     install(FILES ${pages} DESTINATION "${CMAKE_INSTALL_MANDIR}/man${section}" COMPONENT tools)
 endforeach()
-install(FILES "${PROJECT_SOURCE_DIR}/completions/tvtool.bash"
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" RENAME tvtool
-    COMPONENT tools)
-install(FILES "${PROJECT_SOURCE_DIR}/completions/_tvtool"
+install(FILES "${PROJECT_BINARY_DIR}/completions/bash/tvtool"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tools)
+install(FILES "${PROJECT_BINARY_DIR}/completions/zsh/_tvtool"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" COMPONENT tools)
-install(FILES "${PROJECT_SOURCE_DIR}/completions/tvtool.fish"
+install(FILES "${PROJECT_BINARY_DIR}/completions/fish/tvtool.fish"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" COMPONENT tools)

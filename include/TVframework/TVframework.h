@@ -1,35 +1,35 @@
 /* TVframework: what installers and applications share about the product Calyx.
  *
- * A process-wide list of named variables, which is substituted into texts, and the user's
- * registration details, which are read from and saved into configuration files. C and C++.
+ * The framework keeps a process-wide list of named variables, which it puts into texts, and reads
+ * and saves the user's registration details. This header serves C and C++.
  *
- * Threads. There is no lock: call these functions from one thread at a time. Sending is done on a
- * thread of the framework's own and holds nobody up.
+ * Threads. There is no lock: call these functions from one thread at a time. The framework sends on
+ * a thread of its own and holds nobody up.
  *
- * Ownership. Arguments stay the caller's; the framework keeps no reference to a dictionary, path or
+ * Ownership. Arguments stay the caller's. The framework keeps no reference to a dictionary, path or
  * text once a function has returned. Every pointer argument may be null.
  *
- * Encodings. Paths are POSIX paths, converted to UTF-8. All other texts are converted in the
+ * Encodings. Paths are POSIX paths and are converted to UTF-8. All other texts are converted in the
  * platform's system encoding (CFStringGetSystemEncoding), which is UTF-8 unless the build or the
- * environment variable TV_SYSTEM_ENCODING says otherwise.
+ * environment variable TV_SYSTEM_ENCODING names another.
  *
- * Variables. "MajVersion", "MinVersion" (both fixed), "AppName" and "ShortAppKey" are built in; the
+ * Variables. "MajVersion", "MinVersion" (both fixed), "AppName" and "ShortAppKey" are built in. The
  * framework's own configuration file, Resources/CXMnwc beside the library, may add others and
- * rename the product. They are set by the first call of tvReadRegInfoFromNWC,
- * tvReadRegInfoFromPrefs or tvWriteRegInfo in a process (with arguments that are not null), never
- * by loading the library, and not read again after that.
+ * rename the product. The first call of tvReadRegInfoFromNWC, tvReadRegInfoFromPrefs or
+ * tvWriteRegInfo in a process, with arguments that are not null, sets the variables. Loading the
+ * library does not set them, and later calls do not read the file again.
  *
- * Details. A dictionary with CFString keys and values:
+ * Details. The user's details are a dictionary with CFString keys and values:
  *
  *   "FNKey"  first name       at most 30 bytes when saved
  *   "LNKey"  last name        at most 30 bytes
  *   "OrKey"  organisation     at most 60 bytes
  *   "EAKey"  e-mail address   at most 64 bytes
- *   "SDKey"  a CFNumber; 1: the user agrees to sending (read by tvWriteRegInfo only)
+ *   "SDKey"  a CFNumber, which is 1 if the user agrees to sending (only tvWriteRegInfo reads it)
  *
- * Preferences. The domain "com.NimbusWorks.NWCX7" of the current user on any host, keys
- * "RegisterInfo/RegFirstName", "RegisterInfo/RegLastName", "RegisterInfo/RegOrg" and
- * "RegisterInfo/RegEmail". */
+ * Preferences. The details are in the domain "com.NimbusWorks.NWCX7" of the current user on any
+ * host, under the keys "RegisterInfo/RegFirstName", "RegisterInfo/RegLastName",
+ * "RegisterInfo/RegOrg" and "RegisterInfo/RegEmail". */
 #ifndef TVFRAMEWORK_TVFRAMEWORK_H
 #define TVFRAMEWORK_TVFRAMEWORK_H
 
@@ -41,53 +41,54 @@
 extern "C" {
 #endif
 
-/* Replaces each variable's placeholder in `text`, in place, by the variable's value, and again the
- * placeholders that values bring along, until none is left. A placeholder is a name between two
- * delimiters: the two characters (UTF-16 units) of `delimiters`, or "<" and ">" when it is null.
- * Names are case-sensitive; what is no variable's name stays as it is.
+/* Replaces each variable's placeholder in `text`, in place, by the variable's value, and then the
+ * placeholders that came with values, until none is left. A placeholder is a name between two
+ * delimiters: the two characters (UTF-16 units) of `delimiters`, or "<" and ">" if it is null.
+ * Names are case-sensitive. A name that no variable has stays as it is.
  *
- * Returns the number of replacements. 0, with the text unchanged, when `text` is null, `delimiters`
- * is not exactly two characters long, or no function has set the variables yet: this one does not.
+ * Returns the number of replacements. Returns 0 and leaves the text unchanged if `text` is null, if
+ * `delimiters` is not exactly two characters long, or if no function has set the variables yet.
+ * This function does not set them.
  *
- * Values that refer to each other in a circle make it run for ever or until memory runs out. From
+ * Values that refer to each other in a circle make it run for ever or until memory runs out. In
  * C++, lack of memory arrives as std::bad_alloc. */
 TV_EXPORT int tvApplyVariables(CFMutableStringRef text, CFStringRef delimiters);
 
-/* Removes `key` from the preferences domain, exactly as given (no "RegisterInfo/" is added), and
- * writes the domain out. Nothing happens for null; nothing is reported. Throws nothing. */
+/* Removes `key` from the preferences domain, exactly as given (without adding "RegisterInfo/"), and
+ * writes the domain out. Does nothing if `key` is null. Reports no failure and throws nothing. */
 TV_EXPORT void tvDeletePrefsItem(CFStringRef key);
 
-/* Reads the user's details from the configuration file at `path` into `details`, replacing the four
- * values there; a detail that the file lacks becomes the empty string.
+/* Reads the user's details from the configuration file at `path` into `details`, and replaces the
+ * four values there. A detail that the file lacks becomes the empty string. Blocks while it reads
+ * the file. Throws nothing.
  *
- * Returns 1 when the file was read. -1 when an argument is null, with nothing touched, and when the
- * path cannot be converted, or the file is missing, unreadable or damaged: the four values are then
- * empty strings, so that a form is always in a consistent state. Throws nothing. Blocks while the
- * file is read. */
+ * Returns 1 if it read the file. Returns -1 and touches nothing if an argument is null. Returns -1
+ * and sets the four values to empty strings, so that a form is always in a consistent state, if the
+ * path cannot be converted, or if the file is missing, unreadable or damaged. */
 TV_EXPORT int tvReadRegInfoFromNWC(CFStringRef path, CFMutableDictionaryRef details);
 
-/* Reads the user's details from the preferences domain into `details`, replacing the four values
- * there.
+/* Reads the user's details from the preferences domain into `details`, and replaces the four values
+ * there. Throws nothing.
  *
- * Returns 1 when all four were there. Otherwise -1, and unlike tvReadRegInfoFromNWC leaves
- * `details` untouched. Throws nothing. */
+ * Returns 1 if all four were there. Otherwise returns -1 and, unlike tvReadRegInfoFromNWC, leaves
+ * `details` untouched. */
 TV_EXPORT int tvReadRegInfoFromPrefs(CFMutableDictionaryRef details);
 
-/* Saves the user's details into the configuration file at `path`, which must exist: everything else
- * that it holds stays, and variables that it marks as fixed keep their values. A detail that is
- * missing, is no string, cannot be converted or is too long is saved as the empty string, never
- * cut. The file is replaced in place; failures while writing, once it was opened, are not reported.
- * The preferences are not written.
+/* Saves the user's details into the configuration file at `path`, which must exist. Everything else
+ * in the file stays, and variables that it marks as fixed keep their values. A detail is saved as
+ * the empty string, and is never cut, if it is missing, is no string, cannot be converted or is too
+ * long. The function replaces the file's content in place, and does not report a failure to write
+ * once it has opened the file. It does not write the preferences.
  *
- * When `send` is not 0 and "SDKey" is exactly 1, the details also go to the product registration
- * with an HTTP GET: to the address "ProdRegURL" that the shared application registry holds for the
- * variable "AppKey", else to the default of the build, which may be none. The request runs in the
- * background: the function does not wait for it and never reports what became of it. It ends with
- * the process.
+ * If `send` is not 0 and "SDKey" is exactly 1, the function also sends the details to the product
+ * registration with an HTTP GET. It sends them to the address "ProdRegURL" that the shared
+ * application registry holds for the variable "AppKey", or else to the default of the build, which
+ * may have none. The request runs in the background: the function does not wait for it and never
+ * reports its outcome. The request ends with the process.
  *
- * Returns 0 when the details were saved, -1 when `path` or `details` is null or the path cannot be
- * converted (nothing is done), -3 when the file is missing, unreadable, damaged or cannot be opened
- * for writing. From C++, lack of memory arrives as std::bad_alloc. */
+ * Returns 0 if it saved the details. Returns -1 and does nothing if `path` or `details` is null or
+ * the path cannot be converted. Returns -3 if the file is missing, unreadable or damaged, or cannot
+ * be opened for writing. In C++, lack of memory arrives as std::bad_alloc. */
 TV_EXPORT int tvWriteRegInfo(CFStringRef path, CFDictionaryRef details, unsigned int send);
 
 #ifdef __cplusplus

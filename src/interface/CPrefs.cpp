@@ -7,7 +7,7 @@ CFStringRef CPrefs::Domain() {
 }
 
 void CPrefs::Synchronize() {
-    // There is nothing to be done about a failure: what was there before is then read.
+    // Nothing can be done about a failure: reading then gives the earlier values.
     static_cast<void>(
         CFPreferencesSynchronize(Domain(), kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
 }

@@ -7,12 +7,12 @@ namespace Tova {
 
 class CPrefs {
 public:
-    // The domain's identifier; never released.
+    // Returns the domain's identifier. Callers do not release it.
     static CFStringRef Domain();
     // Writes changes out and takes in those of other processes.
     static void Synchronize();
-    // Removes `key`, exactly as given, and writes the domain out. 1, whatever became of that; 0
-    // for null.
+    // Removes `key`, exactly as given, and writes the domain out. Returns 0 if `key` is null, and
+    // otherwise 1, even if the domain could not be written.
     static int Clear(CFStringRef key);
 };
 

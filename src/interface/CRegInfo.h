@@ -20,23 +20,24 @@ public:
     static constexpr int cMaxEmail = 64;
 
     CRegInfo() = default;
-    // Cuts fields that are too long, if need be inside a multi-byte character. Null counts as an
-    // empty text.
+    // Cuts fields that are too long, even inside a multi-byte character. A null text counts as an
+    // empty one.
     CRegInfo(const char* firstName, const char* lastName, const char* organisation,
              const char* email);
     explicit CRegInfo(const CVarList& vars);
 
-    // Takes the fields whole: the limits are only for what users type. A field without a variable
+    // Takes the fields whole: the limits apply only to what users type. A field without a variable
     // becomes empty.
     void SetFromVars(const CVarList& vars);
-    // Sets the four variables, empty fields included; none is fixed.
+    // Sets the four variables, also for empty fields. None of them becomes fixed.
     void SetVariables(CVarList& vars) const;
 
-    // First name, a blank, last name; the blank is there even beside an empty part.
+    // Sets `name` to the first name, a blank and the last name. The blank is there even if one of
+    // them is empty.
     void GetName(CString& name) const;
-    // No address at all counts as valid.
+    // An empty address counts as valid.
     bool IsValidEmailAddress() const;
-    // True when all fields are equal, byte for byte.
+    // Returns true if all fields are equal, byte for byte.
     bool Compare(const CRegInfo& other) const;
 
     const CString& FirstName() const { return firstName_; }

@@ -1,18 +1,19 @@
-// 8-bit texts in the caller's dictionaries, converted in the system encoding. A null dictionary or
-// key finds nothing and changes nothing.
+// Reads and stores 8-bit texts in the caller's dictionaries, converted in the system encoding. With
+// a null dictionary or key, nothing is found and nothing changes.
 #pragma once
 
 #include "interface/CRegInfo.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
-// Copies the text under `key` into `buffer` of `bufferSize` bytes. The result is empty, never cut,
-// when there is none, it is no string, the encoding cannot hold it, or it does not fit with its
-// NUL. A null buffer, or one of no size, is left alone.
+// Copies the text under `key` into `buffer` of `bufferSize` bytes. The result is empty, and never
+// cut, if there is no text, the value is no string, the encoding cannot hold it, or it does not fit
+// together with its NUL. Does nothing if `buffer` is null or `bufferSize` is not positive.
 void getStringFromDict(CFDictionaryRef dict, CFStringRef key, char* buffer, int bufferSize);
 
-// Stores `text` under `key`, replacing what is there; does nothing when it is not valid in the
-// system encoding. A null text stores the empty string, and only where the key is absent: callers
+// Stores `text` under `key` and replaces the value there. Does nothing if `text` is not valid in
+// the system encoding.
+// Deliberate: a null text stores the empty string, and only if the key is absent, because callers
 // rely on the difference.
 void setStringInDict(CFMutableDictionaryRef dict, CFStringRef key, const char* text);
 
@@ -27,9 +28,10 @@ CFStringRef Email();
 CFStringRef Send();
 }  // namespace DetailsKey
 
-// Stores the four fields under their keys, empty ones as empty strings.
+// Stores the four fields under their keys. Empty fields are stored as empty strings.
 void SetDictFromRegInfo(CFMutableDictionaryRef details, const CRegInfo& record);
-// A record of the four texts in the dictionary; a text that is too long gives an empty field.
+// Returns a record of the four texts in the dictionary. A text that is too long gives an empty
+// field.
 CRegInfo GetRegInfoFromDict(CFDictionaryRef details);
 
 }  // namespace Tova

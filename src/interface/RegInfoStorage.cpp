@@ -18,7 +18,7 @@ bool ReadValue(const CString& name, CString& value) {
     if (!stored || CFGetTypeID(stored.Get()) != CFStringGetTypeID()) {
         return false;
     }
-    // A text that cannot be converted still counts as found; `value` then keeps what it held.
+    // A text that cannot be converted still counts as found. `value` then stays as it is.
     value.CopyFromCFString(static_cast<CFStringRef>(stored.Get()), kCFStringEncodingInvalidId);
     return true;
 }

@@ -36,7 +36,7 @@ bool IsSendingAllowed(CFDictionaryRef details) {
 
 void GetRegistrationAddress(CString& address) {
     CString appKey;
-    // Without a key the registry is asked all the same, and finds nothing.
+    // Without a key, the registry finds nothing.
     static_cast<void>(AppGetVariable("AppKey", appKey));
     const CNWRegistry registry(appKey.CStr());
     CString found;
@@ -70,7 +70,7 @@ void SendRegInfo(const CRegInfo& record) {
     const CFRef<CFStringRef> url(address.CreateCFString(kCFStringEncodingInvalidId));
     const std::unique_ptr<MacThreadedWebReader, ReleaseReader> reader(
         MacThreadedWebReader::Create());
-    // Whether it could be started changes nothing for the caller.
+    // The caller does not hear whether the request could be started.
     static_cast<void>(reader->StartRead(url.Get(), agent.Get(), nullptr, nullptr));
 }
 

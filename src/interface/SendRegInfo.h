@@ -1,5 +1,5 @@
-// Sends the user's details to the product registration, and the parts of the request. One thread at
-// a time; the request itself runs on a thread of its own.
+// Sends the user's details to the product registration, and makes the parts of the request. One
+// thread at a time may use this; the request itself runs on a thread of its own.
 #pragma once
 
 #include "interface/CRegInfo.h"
@@ -18,13 +18,13 @@ bool IsSendingAllowed(CFDictionaryRef details);
 void GetRegistrationAddress(CString& address);
 // Appends "?" and the details as a form-encoded query, whatever the address holds already.
 void AppendRegistrationQuery(const CRegInfo& record, CString& address);
-// Both.
+// Sets `address` to the registration address with the query of the details.
 void BuildRegistrationAddress(const CRegInfo& record, CString& address);
-// The User-Agent header's text.
+// Sets `userAgent` to the text of the User-Agent header.
 void GetRegistrationUserAgent(CString& userAgent);
 
-// Starts the request and returns; nobody hears how it ends. It runs until it ends by itself or the
-// process does.
+// Starts the request and returns, without reporting how the request ends. The request runs until it
+// is done or the process ends.
 void SendRegInfo(const CRegInfo& record);
 
 }  // namespace Tova

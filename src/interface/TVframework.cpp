@@ -1,5 +1,5 @@
-// The exported functions. Those that only read let no exception out; tvApplyVariables and
-// tvWriteRegInfo let lack of memory through, having released what they hold.
+// The exported functions. tvApplyVariables and tvWriteRegInfo release what they hold and let lack
+// of memory through. The others let no exception out.
 #include <TVframework/TVframework.h>
 
 #include "interface/AppVariables.h"
@@ -42,7 +42,7 @@ int tvReadRegInfoFromNWC(CFStringRef path, CFMutableDictionaryRef details) {
         CRegInfo record;
         const bool loaded = file.CopyFromCFString(path, kCFStringEncodingUTF8) &&
                             Tova::CNWCFileRegInfo::Load(file.CStr(), record);
-        // Also after a failure, with an empty record: a form is never left half filled.
+        // Deliberate: a failure empties the form, so that it is never left half filled.
         Tova::SetDictFromRegInfo(details, record);
         result = loaded ? 1 : -1;
     });

@@ -4,11 +4,10 @@
 #include "interface/CPrefs.h"
 #include "interface/CRegInfo.h"
 #include "interface/RegInfoStorage.h"
+#include "tests/support/TempHome.h"
 #include "tests/vars/VarsTestSupport.h"
 
 #include <gtest/gtest.h>
-
-#include <string>
 
 namespace tvtest {
 
@@ -35,8 +34,8 @@ inline std::string Show(CFDictionaryRef dict) {
     std::string text;
     for (const char* key : {"FNKey", "LNKey", "OrKey", "EAKey"}) {
         const void* value = CFDictionaryGetValue(dict, MakeString(key).Get());
-        text += value != nullptr ? TextOf(static_cast<CFStringRef>(value)) : "-";
-        text += *key != 'E' ? "|" : "";
+        text += value == nullptr ? "-" : TextOf(static_cast<CFStringRef>(value));
+        text += *key == 'E' ? "" : "|";
     }
     return text;
 }

@@ -5,35 +5,25 @@
 #include "mac/MacThreadedWebReader.h"
 #include "tests/interface/InterfaceTestSupport.h"
 #include "tests/support/LoopbackServer.h"
-#include "tests/support/TempHome.h"
 #include "vars/GlobalVars.h"
 
-#include <gtest/gtest.h>
-
 #include <future>
-#include <string>
 
 namespace {
 
-using tvtest::MakeString;
+using namespace tvtest;
 
 class SendRegInfo : public ::testing::Test {
 protected:
     SendRegInfo() {
         Tova::GlobalVars.Empty();
-        tvtest::Fill(Tova::GlobalVars, {{"MajVersion", "7"}, {"AppKey", "calyx<MajVersion>"}});
-        tvtest::WriteConfig(home_.Path("config"), {});
+        Fill(Tova::GlobalVars, {{"MajVersion", "7"}, {"AppKey", "calyx<MajVersion>"}});
+        WriteConfig(home_.Path("config"), {});
     }
-    ~SendRegInfo() override { Tova::GlobalVars.Empty(); }
 
     void SetRegistryAddress(const std::string& address) {
         home_.Write("machine/Nimbus Works/Nimbus Works Registry",
                     "[calyx7]\nProdRegURL=" + address + "\n");
-    }
-    static std::string Address() {
-        Tova::CString address("before");
-        Tova::BuildRegistrationAddress(Tova::CRegInfo("Ada", "King & Co", "", "a@b.c"), address);
-        return address.CStr();
     }
     // Readers are numbered, so the numbers of two fresh ones tell how many were made between them.
     static int NextReader() {
@@ -44,42 +34,43 @@ protected:
     }
     // Saves with the flag and "SDKey" given and returns how many requests were made.
     int Save(unsigned send, double consent) {
-        const auto details = tvtest::MakeDict({{"FNKey", "Ada"}, {"EAKey", "a@b.c"}});
-        CFDictionarySetValue(details.Get(), MakeString("SDKey").Get(),
-                             tvtest::MakeNumber(consent).Get());
+        const auto details = MakeDict({{"FNKey", "Ada"}, {"EAKey", "a@b.c"}});
+        CFDictionarySetValue(details.Get(), CFSTR("SDKey"), MakeNumber(consent).Get());
         const int before = NextReader();
         EXPECT_EQ(tvWriteRegInfo(MakeString(home_.Path("config")).Get(), details.Get(), send), 0);
         return NextReader() - before - 1;
     }
 
-    tvtest::TempHome home_;
-    tvtest::ScopedEnv noProxy_{"no_proxy", "127.0.0.1"};
+    TempHome home_;
+    ScopedEnv noProxy_{"no_proxy", "127.0.0.1"};
 };
 
 TEST_F(SendRegInfo, AddressComesFromTheRegistryOrTheBuild) {
     const std::string query = "?RegFirstName=Ada&RegLastName=King+%26+Co&RegOrg=&RegEmail=a%40b.c";
     const std::string fallback = "https://" TV_REGISTRATION_HOST "/v/prod_reg" + query;
-    EXPECT_EQ(Address(), fallback);
+    Tova::CString address("before");
+    const auto build = [&] {
+        Tova::BuildRegistrationAddress(Tova::CRegInfo("Ada", "King & Co", "", "a@b.c"), address);
+        return address.CStr();
+    };
+    EXPECT_EQ(build(), fallback);
     SetRegistryAddress("http://x.y/z?a=b");
-    EXPECT_EQ(Address(), "http://x.y/z?a=b" + query);
+    EXPECT_EQ(build(), "http://x.y/z?a=b" + query);
     Tova::GlobalVars.SetValue("AppKey", "other", false);
-    EXPECT_EQ(Address(), fallback);
+    EXPECT_EQ(build(), fallback);
 }
 
 TEST_F(SendRegInfo, ConsentAndFlagDecideWhetherARequestIsMade) {
     std::promise<std::string> arrived;
-    tvtest::LoopbackServer server([&](tvtest::Connection& peer) {
+    LoopbackServer server([&](Connection& peer) {
         arrived.set_value(peer.ReadRequest());
         peer.Answer("HTTP/1.1 200 OK\r\nConnection: close\r\n", "");
     });
     SetRegistryAddress(server.Url("/v/prod_reg"));
-    EXPECT_EQ(Save(0, 1), 0);
-    EXPECT_EQ(Save(1, 0), 0);
-    EXPECT_EQ(Save(1, 2), 0);
+    EXPECT_EQ(Save(0, 1) + Save(1, 0) + Save(1, 2), 0);
     ASSERT_EQ(Save(4, 1), 1);
     const std::string request = arrived.get_future().get();
-    EXPECT_EQ(tvtest::PathOf(request),
-              "/v/prod_reg?RegFirstName=Ada&RegLastName=&RegOrg=&RegEmail=a@b.c");
+    EXPECT_EQ(PathOf(request), "/v/prod_reg?RegFirstName=Ada&RegLastName=&RegOrg=&RegEmail=a@b.c");
     EXPECT_NE(request.find("\r\nUser-Agent: Calyx Registration\r\n"), std::string::npos) << request;
     EXPECT_EQ(server.Accepted(), 1);
 }

@@ -6,8 +6,8 @@
 
 static void showVariables(void) {
     char shown[512] = "";
-    CFMutableStringRef text = CFStringCreateMutableCopy(
-        kCFAllocatorDefault, 0, CFSTR("<AppName> <MajVersion>.<MinVersion> <AppKey>"));
+    CFMutableStringRef text =
+        CFStringCreateMutableCopy(NULL, 0, CFSTR("<AppName> <MajVersion>.<MinVersion> <AppKey>"));
     int count = tvApplyVariables(text, NULL);
     CFStringGetCString(text, shown, sizeof shown, kCFStringEncodingUTF8);
     printf("%s %d\n", shown, count);
@@ -15,10 +15,9 @@ static void showVariables(void) {
 }
 
 int main(int argc, char** argv) {
-    CFStringRef path = CFStringCreateWithCString(kCFAllocatorDefault, argc > 1 ? argv[1] : "",
-                                                 kCFStringEncodingUTF8);
-    CFMutableDictionaryRef form = CFDictionaryCreateMutable(
-        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
+    CFStringRef path = CFStringCreateWithCString(NULL, argv[argc - 1], kCFStringEncodingUTF8);
+    CFMutableDictionaryRef form = CFDictionaryCreateMutable(NULL, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                            &kCFTypeDictionaryValueCallBacks);
     tvDeletePrefsItem(CFSTR("absent"));
     showVariables();
     printf("%d ", tvReadRegInfoFromNWC(path, form));

@@ -113,6 +113,19 @@ CLI::Option* AddTexts(CLI::App& app, const std::string& name, std::vector<std::s
     return option->allow_extra_args(false);
 }
 
+// The words are the name of a check that refuses nothing: the parser has no other place for them.
+void OfferWords(CLI::Option& option, const std::string& words) {
+    option.check([](const std::string&) { return std::string(); }, "", words);
+}
+
+std::string OfferedWords(CLI::Option& option) {
+    try {
+        return option.get_validator(0)->get_name();
+    } catch (const CLI::OptionNotFound&) {
+        return "";
+    }
+}
+
 std::vector<std::string> ProtectArguments(int argc, char** argv) {
     std::vector<std::string> arguments;
     bool isAfterOptions = false;

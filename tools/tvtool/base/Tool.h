@@ -87,6 +87,11 @@ CLI::Option* AddText(CLI::App& app, const std::string& name, std::string& target
 // Declares an option that can be repeated, or a positional argument that takes all that are left.
 CLI::Option* AddTexts(CLI::App& app, const std::string& name, std::vector<std::string>& target,
                       const std::string& description);
+// Names the words, with blanks between them, that a shell offers for the option's value. The parser
+// takes other texts too.
+void OfferWords(CLI::Option& option, const std::string& words);
+// Returns the words that OfferWords named for `option`, or "".
+std::string OfferedWords(CLI::Option& option);
 // Returns the arguments in the parser's order (the last one first). Some arguments would not reach
 // a command as they are: those after "--", an empty value after "=", "[a,b]", "++". They get a
 // mark, which AddText and AddTexts remove.

@@ -135,7 +135,7 @@ void addShow(CLI::App& registry, Session& session) {
                       "  tvtool registry show --shared Calyx");
     const auto arguments = std::make_shared<Arguments>();
     AddText(*command, "FILE", arguments->file,
-            std::string(cFileHelp) + "; without it, the shared registry");
+            std::string(cFileHelp) + ";\nwithout it, the shared registry");
     AddText(*command, "PATH", arguments->path, "Show what is there, such as Calyx/Paths");
     command->add_flag("--shared", arguments->shared, "Show PATH of the shared registry");
     addFlags(*command, *arguments);
@@ -148,10 +148,10 @@ void addGet(CLI::App& registry, Session& session) {
                                       "  tvtool registry get ./registry Calyx/ProdRegURL");
     const auto arguments = std::make_shared<Arguments>();
     AddText(*command, "FILE", arguments->file,
-            std::string(cFileHelp) + "; with one argument, that is PATH in the shared registry")
+            std::string(cFileHelp) + ";\nwith one argument, that is PATH in the shared registry")
         ->required();
     AddText(*command, "PATH", arguments->path,
-            "The names of directories and of the value, with \"/\" between them; a directory's "
+            "The names of directories and of the value, with \"/\" between them;\na directory's "
             "may be cut short");
     command->callback([arguments, &session] { get(*arguments, session); });
 }
@@ -162,7 +162,7 @@ void addVerify(CLI::App& registry, Session& session) {
                       "  tvtool registry verify ./registry");
     const auto arguments = std::make_shared<Arguments>();
     AddText(*command, "FILE", arguments->file,
-            std::string(cFileHelp) + "; without it, the shared registry");
+            std::string(cFileHelp) + ";\nwithout it, the shared registry");
     addFlags(*command, *arguments);
     command->callback([arguments, &session] { verify(*arguments, session); });
 }

@@ -125,11 +125,16 @@ void AddServeCommand(CLI::App& app, Session& session) {
         ->type_name("CERT KEY");
     command.add_flag("--json", options.json, "One JSON object a line");
     command.add_flag("--once", options.once, "End after the first registration");
-    AddText(command, "--fault", options.fault,
-            "Once the request is read: stall (never answer), slow (a byte a\n"
-            "second), reset (the connection), truncate (the answer),\n"
-            "redirect-loop, or status=N")
-        ->type_name("FAULT");
+    CLI::Option* fault = AddText(command, "--fault", options.fault,
+                                 "Once the request is read: stall (never answer), slow (a byte a\n"
+                                 "second), reset (the connection), truncate (the answer),\n"
+                                 "redirect-loop, or status=N")
+                             ->type_name("FAULT");
+    std::string words(cStatus);
+    for (const FaultName& known : cFaultNames) {
+        words += " " + std::string(known.name);
+    }
+    OfferWords(*fault, words);
 }
 
 }  // namespace tvtool

@@ -1,4 +1,5 @@
 #include "tvtool/base/Tool.h"
+#include "tvtool/commands/Completions.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -38,6 +39,7 @@ void declare(CLI::App& app, Session& session) {
     AddPrefsCommand(app, session);
     AddRegistryCommand(app, session);
     AddServeCommand(app, session);
+    AddCompletionsCommand(app, session);
 }
 
 // The innermost command that was named, and how it was typed.
