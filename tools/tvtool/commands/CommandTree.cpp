@@ -53,8 +53,8 @@ CommandOption readOption(CLI::Option& option) {
     return made;
 }
 
-Command readCommand(CLI::App& app, std::vector<std::string> path) {
-    Command made;
+CommandNode readCommand(CLI::App& app, std::vector<std::string> path) {
+    CommandNode made;
     path.push_back(app.get_name());
     made.path = path;
     made.description = firstClause(app.get_description());
@@ -76,7 +76,7 @@ Command readCommand(CLI::App& app, std::vector<std::string> path) {
 
 }  // namespace
 
-Command ReadCommandTree(CLI::App& app) {
+CommandNode ReadCommandTree(CLI::App& app) {
     return readCommand(app, {});
 }
 

@@ -29,15 +29,15 @@ struct CommandArgument {
     bool isRepeated = false;
 };
 
-struct Command {
+struct CommandNode {
     std::vector<std::string> path;  // the tool's name, then the names of the sub-commands
     std::string description;
-    std::vector<Command> commands;
+    std::vector<CommandNode> commands;
     std::vector<CommandOption> options;
     std::vector<CommandArgument> arguments;
 };
 
 // Reads `app` and everything below it. Commands that the help does not show are left out.
-Command ReadCommandTree(CLI::App& app);
+CommandNode ReadCommandTree(CLI::App& app);
 
 }  // namespace tvtool

@@ -22,9 +22,10 @@ std::string join(const std::vector<std::string>& words, const std::string& betwe
     return join(words, between, [](const std::string& word) { return word; });
 }
 
-void forEachCommand(const Command& command, const std::function<void(const Command&)>& use) {
+void forEachCommand(const CommandNode& command,
+                    const std::function<void(const CommandNode&)>& use) {
     use(command);
-    for (const Command& inner : command.commands) {
+    for (const CommandNode& inner : command.commands) {
         forEachCommand(inner, use);
     }
 }
@@ -41,7 +42,7 @@ std::string backslashed(const std::string& text, const char* special) {
 
 // One line a command: its arguments, then its options, for example "tvtool config get FILE NAME
 // --help --json". "..." follows what can be repeated, and COMMAND stands for a sub-command.
-std::string listOf(const Command& tree) {
+std::string listOf(const CommandNode& tree) {
     const auto argument = [](const CommandArgument& it) {
         const std::string name = it.value.name + (it.isRepeated ? "..." : "");
         return " " + (it.isRequired ? name : "[" + name + "]");
@@ -52,7 +53,7 @@ std::string listOf(const Command& tree) {
                join(it.values, ",", name);
     };
     std::string list;
-    forEachCommand(tree, [&](const Command& command) {
+    forEachCommand(tree, [&](const CommandNode& command) {
         list += join(command.path, " ") + (command.commands.empty() ? "" : " COMMAND") +
                 join(command.arguments, "", argument) + join(command.options, "", option) + "\n";
     });
@@ -141,11 +142,11 @@ std::string bashKind(const ValueKind& kind) {
     return kind.isFile ? "file" : kind.words.empty() ? "other" : join(kind.words, "|");
 }
 
-std::string bashScript(const Command& tree) {
+std::string bashScript(const CommandNode& tree) {
     std::string commands, options;
-    forEachCommand(tree, [&](const Command& command) {
+    forEachCommand(tree, [&](const CommandNode& command) {
         const std::string path = join(command.path, " ");
-        const auto name = [](const Command& inner) { return inner.path.back(); };
+        const auto name = [](const CommandNode& inner) { return inner.path.back(); };
         const auto kind = [](const CommandArgument& argument) {
             return bashKind(argument.value) + (argument.isRepeated ? "..." : "");
         };
@@ -195,7 +196,7 @@ std::string zshSpec(const CommandOption& option) {
     });
 }
 
-std::string zshFunction(const Command& command) {
+std::string zshFunction(const CommandNode& command) {
     std::string text = "_" + join(command.path, "_") + "() {\n";
     text += command.commands.empty() ? "    _arguments -S" : "    local state\n    _arguments -C";
     for (const CommandOption& option : command.options) {
@@ -214,7 +215,7 @@ std::string zshFunction(const Command& command) {
     text += " \\\n        '1: :->command' '*:: :->rest'\n"
             "    local -a commands=(\n";
     std::string cases;
-    for (const Command& inner : command.commands) {
+    for (const CommandNode& inner : command.commands) {
         const std::string name = inner.path.back();
         text += "        " + zshQuoted(name + ":" + inner.description) + "\n";
         cases += "            " + name + ") _" + join(inner.path, "_") + " ;;\n";
@@ -227,10 +228,10 @@ std::string zshFunction(const Command& command) {
            cases + "        esac ;;\n    esac\n}\n";
 }
 
-std::string zshScript(const Command& tree) {
+std::string zshScript(const CommandNode& tree) {
     std::string text =
         "#compdef tvtool\n# Completion of tvtool for zsh, printed by the tool itself.\n";
-    forEachCommand(tree, [&](const Command& command) { text += "\n" + zshFunction(command); });
+    forEachCommand(tree, [&](const CommandNode& command) { text += "\n" + zshFunction(command); });
     return text + "\n_tvtool \"$@\"\n";
 }
 
@@ -274,9 +275,9 @@ std::string fishOption(const CommandOption& option) {
     return text + " -d " + fishQuoted(option.description) + "\n";
 }
 
-std::string fishScript(const Command& tree) {
+std::string fishScript(const CommandNode& tree) {
     std::string text = cFishHead;
-    forEachCommand(tree, [&](const Command& command) {
+    forEachCommand(tree, [&](const CommandNode& command) {
         const std::string path =
             join(std::vector<std::string>(command.path.begin() + 1, command.path.end()), " ");
         const std::string here = command.commands.empty() ? "__tvtool_in " : "__tvtool_ends_with ";
@@ -284,7 +285,7 @@ std::string fishScript(const Command& tree) {
         for (const CommandOption& option : command.options) {
             text += start + fishOption(option);
         }
-        for (const Command& inner : command.commands) {
+        for (const CommandNode& inner : command.commands) {
             text +=
                 start + " -a " + inner.path.back() + " -d " + fishQuoted(inner.description) + "\n";
         }
@@ -296,7 +297,7 @@ std::string fishScript(const Command& tree) {
 }
 
 void Print(const std::string& format, CLI::App& app, Session& session) {
-    const Command tree = ReadCommandTree(app);
+    const CommandNode tree = ReadCommandTree(app);
     if (format == "bash") {
         session.out << bashScript(tree);
     } else if (format == "zsh") {
