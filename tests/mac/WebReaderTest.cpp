@@ -1,13 +1,17 @@
 // What a reader promises to its callers: results, states, handshake, references.
 #include "mac/MacThreadedWebReaderManager.h"
 #include "tests/mac/ReaderSession.h"
+#include "tests/support/AtUnlock.h"
 #include "tests/support/LoopbackServer.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 #include <thread>
+#include <tuple>
 
+using tvtest::AtUnlock;
 using tvtest::Connection;
 using tvtest::LoopbackServer;
 using tvtest::PlatformString;
@@ -221,6 +225,63 @@ TEST(WebReader, EveryOneOfSeveralAbortsReturns) {
         EXPECT_EQ(session.Reader()->GetProgress(), 0);
     }
     manager().WaitForThreads();
+}
+
+// The abort looks for a stream while the start stands at some step, and goes on when the read runs.
+TEST(WebReader, AnAbortThatOvertakesTheStartLeavesNoStream) {
+    LoopbackServer server(neverAnswer);
+    int ended = 0;
+    for (int step = 1; step <= 8; ++step) {
+        ReaderSession session;
+        std::promise<void> looked;
+        std::promise<void> started;
+        std::thread abort;
+        const auto overtake = [&] {
+            const AtUnlock goOn(2, [&] {
+                looked.set_value();
+                started.get_future().wait();
+            });
+            session.Reader()->AbortRead();
+        };
+        {
+            const AtUnlock beginAbort(step, [&] {
+                abort = std::thread(overtake);
+                looked.get_future().wait();
+            });
+            ASSERT_EQ(session.Start(server.Url()), 0);
+        }
+        started.set_value();
+        if (abort.joinable()) {
+            abort.join();
+        }
+        if (session.Reader()->GetProgress() == 0) {
+            ++ended;
+            EXPECT_EQ(session.Reader()->GetState(), 2) << step;
+        }
+    }
+    EXPECT_GE(ended, 2);
+}
+
+// The cancellation comes when the caller has promised a worker. It acts when the read runs.
+TEST(WebReader, ACancelledCallerFinishesTheHandshake) {
+    LoopbackServer server(neverAnswer);
+    for (int round = 0; round < 50; ++round) {
+        ReaderSession session;
+        bool returned = false;
+        std::thread caller([&] {
+            const AtUnlock cancel(6, [&] {
+                EXPECT_EQ(session.Reader()->GetProgress(), 1);
+                pthread_cancel(pthread_self());
+            });
+            session.Start(server.Url());
+            returned = true;
+            pthread_testcancel();
+            ADD_FAILURE() << "not cancelled";
+        });
+        caller.join();
+        ASSERT_TRUE(returned);
+        EXPECT_EQ(session.Reader()->GetProgress(), 5);
+    }
 }
 
 // A callback that is busy with the stream while another thread takes the stream away.
