@@ -26,26 +26,27 @@ struct Releaser {
 template <class T>
 using Ref = std::unique_ptr<std::remove_pointer_t<T>, Releaser>;
 
-Ref<CFStringRef> Text(const std::string& text) {
+Ref<CFStringRef> textOf(const std::string& text) {
     return Ref<CFStringRef>(
         CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8));
 }
 
-Ref<CFHTTPMessageRef> Request(const std::string& address, CFStringRef method = CFSTR("GET")) {
-    const Ref<CFURLRef> url(CFURLCreateWithString(nullptr, Text(address).get(), nullptr));
+Ref<CFHTTPMessageRef> makeRequest(const std::string& address, CFStringRef method = CFSTR("GET")) {
+    const Ref<CFURLRef> url(CFURLCreateWithString(nullptr, textOf(address).get(), nullptr));
     return Ref<CFHTTPMessageRef>(
         CFHTTPMessageCreateRequest(nullptr, method, url.get(), kCFHTTPVersion1_1));
 }
 
-Ref<CFReadStreamRef> Stream(const std::string& address, bool redirects = false) {
-    Ref<CFReadStreamRef> stream(CFReadStreamCreateForHTTPRequest(nullptr, Request(address).get()));
+Ref<CFReadStreamRef> makeStream(const std::string& address, bool redirects = false) {
+    Ref<CFReadStreamRef> stream(
+        CFReadStreamCreateForHTTPRequest(nullptr, makeRequest(address).get()));
     EXPECT_TRUE(CFReadStreamSetProperty(stream.get(), kCFStreamPropertyHTTPShouldAutoredirect,
                                         redirects ? kCFBooleanTrue : kCFBooleanFalse));
     return stream;
 }
 
 // Reads to the end by waiting; what the last read gave is added in brackets.
-std::string ReadAll(CFReadStreamRef stream) {
+std::string readAll(CFReadStreamRef stream) {
     std::string body;
     UInt8 bytes[7];
     CFIndex count = 0;
@@ -67,7 +68,7 @@ TEST(CFHTTPMessage, SendsOnlyHeadersThatMayBeSent) {
         request = connection.ReadRequest();
         connection.Answer("200 OK", "");
     });
-    const auto message = Request(server.Url());
+    const auto message = makeRequest(server.Url());
     const std::pair<const char*, const char*> headers[] = {
         {"X-Good", "one"},    {"x-good", "a b\xc3\xa9"},
         {"X-Good", "a\r\nb"}, {"X-Good", "a\nb"},
@@ -79,12 +80,12 @@ TEST(CFHTTPMessage, SendsOnlyHeadersThatMayBeSent) {
         {"X-GONE", nullptr},
     };
     for (const auto& [name, value] : headers) {
-        CFHTTPMessageSetHeaderFieldValue(message.get(), Text(name).get(),
-                                         value != nullptr ? Text(value).get() : nullptr);
+        CFHTTPMessageSetHeaderFieldValue(message.get(), textOf(name).get(),
+                                         value != nullptr ? textOf(value).get() : nullptr);
     }
     const Ref<CFReadStreamRef> stream(CFReadStreamCreateForHTTPRequest(nullptr, message.get()));
     ASSERT_TRUE(CFReadStreamOpen(stream.get()));
-    EXPECT_EQ(ReadAll(stream.get()), "[0]");
+    EXPECT_EQ(readAll(stream.get()), "[0]");
     EXPECT_EQ(request, "GET / HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.Port()) +
                            "\r\nAccept: */*\r\nx-good: a b\xc3\xa9\r\nX-Empty:\r\n\r\n");
 }
@@ -96,7 +97,7 @@ TEST(CFHTTPMessage, IsNoneWithoutItsArguments) {
     EXPECT_EQ(CFHTTPMessageCreateRequest(nullptr, nullptr, url.get(), kCFHTTPVersion1_1), nullptr);
     EXPECT_EQ(CFHTTPMessageCreateRequest(nullptr, CFSTR("GET"), url.get(), nullptr), nullptr);
     EXPECT_EQ(CFReadStreamCreateForHTTPRequest(nullptr, nullptr), nullptr);
-    EXPECT_EQ(CFHTTPMessageGetResponseStatusCode(Request("http://h/").get()), 0);
+    EXPECT_EQ(CFHTTPMessageGetResponseStatusCode(makeRequest("http://h/").get()), 0);
 }
 
 TEST(CFHTTPStream, IsReadByWaiting) {
@@ -110,7 +111,7 @@ TEST(CFHTTPStream, IsReadByWaiting) {
             }
         }
     });
-    const auto stream = Stream(server.Url("/moved"), true);
+    const auto stream = makeStream(server.Url("/moved"), true);
     EXPECT_EQ(CFReadStreamGetStatus(stream.get()), kCFStreamStatusNotOpen);
     EXPECT_EQ(CFReadStreamRead(stream.get(), nullptr, 1), -1);
     EXPECT_EQ(CFReadStreamCopyProperty(stream.get(), kCFStreamPropertyHTTPResponseHeader), nullptr);
@@ -118,12 +119,12 @@ TEST(CFHTTPStream, IsReadByWaiting) {
     EXPECT_FALSE(CFReadStreamOpen(stream.get()));
     EXPECT_FALSE(CFReadStreamSetProperty(stream.get(), kCFStreamPropertyHTTPShouldAutoredirect,
                                          kCFBooleanFalse));
-    EXPECT_EQ(ReadAll(stream.get()), "a body[0]");
+    EXPECT_EQ(readAll(stream.get()), "a body[0]");
     EXPECT_EQ(CFReadStreamGetStatus(stream.get()), kCFStreamStatusAtEnd);
     EXPECT_EQ(statusOf(stream.get()), 200);
     CFReadStreamClose(stream.get());
     EXPECT_EQ(CFReadStreamGetStatus(stream.get()), kCFStreamStatusClosed);
-    EXPECT_EQ(ReadAll(stream.get()), "[-1]");
+    EXPECT_EQ(readAll(stream.get()), "[-1]");
     EXPECT_FALSE(CFReadStreamOpen(stream.get()));
 }
 
@@ -132,9 +133,9 @@ TEST(CFHTTPStream, LeavesARedirectToWhoeverDoesNotFollow) {
         connection.ReadRequest();
         connection.Answer("302 Found\r\nLocation: /here", "moved");
     });
-    const auto stream = Stream(server.Url());
+    const auto stream = makeStream(server.Url());
     ASSERT_TRUE(CFReadStreamOpen(stream.get()));
-    EXPECT_EQ(ReadAll(stream.get()), "moved[0]");
+    EXPECT_EQ(readAll(stream.get()), "moved[0]");
     EXPECT_EQ(statusOf(stream.get()), 302);
     EXPECT_EQ(server.Accepted(), 1);
 }
@@ -143,13 +144,13 @@ TEST(CFHTTPStream, WhatCannotBeOpenedFailsAtOnce) {
     const char* addresses[] = {"ftp://h/",   "file:///x",    "http://",
                                "https:///x", "http://u@:8/", "data:,x"};
     for (const char* address : addresses) {
-        const auto stream = Stream(address);
+        const auto stream = makeStream(address);
         EXPECT_FALSE(CFReadStreamOpen(stream.get())) << address;
         EXPECT_EQ(CFReadStreamGetStatus(stream.get()), kCFStreamStatusError) << address;
         EXPECT_EQ(CFReadStreamGetError(stream.get()).domain, kCFStreamErrorDomainHTTP) << address;
     }
     const Ref<CFReadStreamRef> post(CFReadStreamCreateForHTTPRequest(
-        nullptr, Request("http://127.0.0.1/", CFSTR("POST")).get()));
+        nullptr, makeRequest("http://127.0.0.1/", CFSTR("POST")).get()));
     EXPECT_FALSE(CFReadStreamOpen(post.get()));
 }
 
@@ -183,7 +184,7 @@ TEST(CFHTTPStream, CallsItsClientOnTheRunLoop) {
         connection.ReadRequest();
         connection.Answer("200 OK", "12345678");
     });
-    const auto stream = Stream(server.Url());
+    const auto stream = makeStream(server.Url());
     Client client;
     CFStreamClientContext context = client.Context();
     const CFOptionFlags all = kCFStreamEventHasBytesAvailable | kCFStreamEventErrorOccurred |
@@ -211,7 +212,7 @@ TEST(CFHTTPStream, AnnouncesUnreadBytesOnce) {
         connection.ReadRequest();
         connection.Answer("200 OK", "12");
     });
-    const auto stream = Stream(server.Url());
+    const auto stream = makeStream(server.Url());
     Client client;
     client.readEach = 0;
     CFStreamClientContext context = client.Context();
