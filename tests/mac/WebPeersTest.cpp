@@ -1,8 +1,8 @@
 // Readers against servers of every kind, well-behaved and not.
 #include "tests/mac/ReaderSession.h"
-#include "tests/mac/TlsServer.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/TempHome.h"
+#include "tests/support/TlsServer.h"
 
 #include <gtest/gtest.h>
 

@@ -127,24 +127,18 @@ TEST(WebReader, AnAbortedReadLeavesItsStateOpen) {
 }
 
 TEST(WebReader, ARefusalEndsTheRead) {
-    const struct {
-        const char* name;
-        const char* body;
-        bool useCallback;
-        unsigned long refused;
-        int state;
-    } cases[] = {
-        {"first bytes", "hello", true, kCFStreamEventHasBytesAvailable, 6},
-        {"end", "", true, kCFStreamEventEndEncountered, 6},
-        {"error", nullptr, true, kCFStreamEventErrorOccurred, 7},
-        {"no callback, bytes", "hello", false, 0, 6},
-        {"no callback, error", nullptr, false, 0, 7},
+    const std::tuple<const char*, const char*, bool, int> cases[] = {
+        {"first bytes", "hello", true, 6},
+        {"end", "", true, 6},
+        {"error", nullptr, true, 7},
+        {"no callback, bytes", "hello", false, 6},
+        {"no callback, error", nullptr, false, 7},
     };
-    for (const auto& c : cases) {
-        LoopbackServer server([&](Connection& connection) {
+    for (const auto& [name, body, useCallback, state] : cases) {
+        LoopbackServer server([text = body](Connection& connection) {
             connection.ReadRequest();
-            if (c.body != nullptr) {
-                connection.Answer(cOk, c.body);
+            if (text != nullptr) {
+                connection.Answer(cOk, text);
                 connection.Hold();
             }
         });
@@ -155,13 +149,12 @@ TEST(WebReader, ARefusalEndsTheRead) {
             ++*static_cast<std::atomic<int>*>(context);
             return false;
         };
-        ASSERT_EQ(reader->StartRead(url.Get(), nullptr, c.useCallback ? refuse : nullptr, &calls),
-                  0);
+        ASSERT_EQ(reader->StartRead(url.Get(), nullptr, useCallback ? refuse : nullptr, &calls), 0);
         manager().WaitForThreads();
-        EXPECT_EQ(reader->GetState(), c.state) << c.name;
-        EXPECT_EQ(reader->GetProgress(), 0) << c.name;
-        EXPECT_EQ(reader->GetRefCount(), 1) << c.name;
-        EXPECT_EQ(calls, c.useCallback ? 1 : 0) << c.name;
+        EXPECT_EQ(reader->GetState(), state) << name;
+        EXPECT_EQ(reader->GetProgress(), 0) << name;
+        EXPECT_EQ(reader->GetRefCount(), 1) << name;
+        EXPECT_EQ(calls, useCallback ? 1 : 0) << name;
         reader->Release();
     }
 }
