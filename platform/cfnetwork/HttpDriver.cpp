@@ -4,8 +4,6 @@
 
 #include <CFNetwork/CFHTTPStream.h>
 #include <CoreFoundation/CFNumber.h>
-#include <CoreFoundation/CFString.h>
-#include <CoreFoundation/CFURL.h>
 
 #include <strings.h>
 
@@ -19,7 +17,7 @@ bool isWebScheme(std::string_view scheme) {
            (scheme.size() == 5 && strncasecmp(scheme.data(), "https", 5) == 0);
 }
 
-// Whether an address has a scheme that can be fetched, and a host.
+// Returns true if the address has a scheme that can be fetched, and a host.
 bool isWebAddress(std::string_view address) {
     const size_t colon = address.find("://");
     if (colon == std::string_view::npos || !isWebScheme(address.substr(0, colon))) {
@@ -109,19 +107,10 @@ CFTypeRef HttpDriver::CopyProperty(CFStringRef name) const {
         return CFRetain(followRedirects_ ? kCFBooleanTrue : kCFBooleanFalse);
     }
     const auto transfer = Transfer();
-    if (!transfer || !transfer->State().opened) {
-        return nullptr;
-    }
-    if (is(name, kCFStreamPropertyHTTPResponseHeader)) {
-        return ToRef<CFTypeRef>(new HttpMessage(transfer->Header()));
-    }
-    if (is(name, kCFStreamPropertyHTTPFinalURL)) {
-        CFStringRef text = CreateString(transfer->FinalUrl());
-        CFURLRef url = text != nullptr ? CFURLCreateWithString(nullptr, text, nullptr) : nullptr;
-        CFRelease(text);
-        return url;
-    }
-    return nullptr;
+    const int status = transfer ? transfer->Status() : 0;
+    return status != 0 && is(name, kCFStreamPropertyHTTPResponseHeader)
+               ? ToRef<CFTypeRef>(new HttpMessage(status))
+               : nullptr;
 }
 
 }  // namespace tvplatform

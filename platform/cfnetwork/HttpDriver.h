@@ -11,8 +11,8 @@ namespace tvplatform {
 
 class HttpDriver final : public ReadStreamDriver {
 public:
-    // Loads the HTTP module, if the request can be sent at all. That happens here, on the thread of
-    // the program, so that a loader or an exit that it is in the middle of is never waited for.
+    // Loads the HTTP module, if the request can be sent at all. It does so here, on the program's
+    // own thread. A worker that loaded the module could wait for that thread's dlopen or exit.
     explicit HttpDriver(const HttpMessage& request);
 
     bool Open(CFStreamError& error) override;

@@ -9,11 +9,12 @@
 namespace tvplatform {
 namespace {
 
-// The folder that this library was loaded from, with a "/" behind; "" when that is unknown.
+// Returns the folder that this library was loaded from, with a "/" at its end, or "" if it is
+// unknown.
 std::string ownFolder() {
     Dl_info info{};
     char real[PATH_MAX];
-    // Any object of this library will do.
+    // Any object of this library serves.
     static const char marker = 0;
     if (dladdr(&marker, &info) == 0 || info.dli_fname == nullptr ||
         realpath(info.dli_fname, real) == nullptr) {
@@ -39,7 +40,8 @@ HttpOpenFunction openModule() {
 
 }  // namespace
 
-// No lock: a thread may be here while it is inside dlopen itself, and opening twice is harmless.
+// It takes no lock, because a thread may be inside dlopen when it comes here. Opening twice is
+// harmless.
 HttpOpenFunction LoadHttp() {
     static constinit std::atomic<HttpOpenFunction> known{nullptr};
     HttpOpenFunction open = known;

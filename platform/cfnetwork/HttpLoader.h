@@ -5,9 +5,9 @@
 
 namespace tvplatform {
 
-// The module's function, with the library behind it initialised; null where the module, which lies
-// beside this library, cannot be loaded (a later request tries again) or its library fails to start
-// (which holds for the process).
+// Returns the module's function and initialises the library behind it. Returns null if the module,
+// which lies beside this library, cannot be loaded. A later request then tries again. Returns null
+// for the rest of the process if the library behind it fails to start.
 HttpOpenFunction LoadHttp();
 
 }  // namespace tvplatform

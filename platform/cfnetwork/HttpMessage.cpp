@@ -1,11 +1,9 @@
 #include "cfnetwork/HttpMessage.h"
 
-#include <CoreFoundation/CFString.h>
-
 #include <strings.h>
 
 #include <algorithm>
-#include <charconv>
+#include <string_view>
 
 namespace tvplatform {
 namespace {
@@ -31,54 +29,16 @@ bool mayBeValue(std::string_view value) {
     });
 }
 
-std::string_view trimmed(std::string_view text) {
-    const size_t first = text.find_first_not_of(" \t\r\n");
-    const size_t last = text.find_last_not_of(" \t\r\n");
-    return first == std::string_view::npos ? std::string_view{}
-                                           : text.substr(first, last - first + 1);
-}
-
-// Cuts the first line, with its line end, off `rest`.
-std::string_view takeLine(std::string_view& rest) {
-    const std::string_view line = rest.substr(0, rest.find('\n'));
-    rest.remove_prefix(std::min(rest.size(), line.size() + 1));
-    return line;
-}
-
 }  // namespace
 
-HttpMessage::HttpMessage(std::string method, CFURLRef url, std::string address, std::string version)
-    : Object(cType), method_(std::move(method)), version_(std::move(version)), url_(url),
-      address_(std::move(address)) {
-    CFRetain(url_);
-}
+HttpMessage::HttpMessage(std::string method, std::string address)
+    : Object(cType), method_(std::move(method)), address_(std::move(address)) {}
 
-HttpMessage::HttpMessage(std::string_view header) : Object(cType) {
-    const std::string_view statusLine = takeLine(header);
-    const size_t space = std::min(statusLine.find(' '), statusLine.size());
-    version_ = statusLine.substr(0, space);
-    const std::string_view status = trimmed(statusLine.substr(space));
-    std::from_chars(status.data(), status.data() + status.size(), status_);
-    while (!header.empty()) {
-        const std::string_view line = takeLine(header);
-        if (const size_t colon = line.find(':'); colon != std::string_view::npos) {
-            headers_.emplace_back(line.substr(0, colon), trimmed(line.substr(colon + 1)));
-        } else if (!headers_.empty() && !trimmed(line).empty()) {
-            // A continued line.
-            headers_.back().second.append(" ").append(trimmed(line));
-        }
-    }
-}
+HttpMessage::HttpMessage(int status) : Object(cType), status_(status) {}
 
 HttpMessage::HttpMessage(const HttpMessage& other)
-    : Object(cType), method_(other.method_), version_(other.version_), url_(other.url_),
-      address_(other.address_), status_(other.status_), headers_(other.headers_) {
-    CFRetain(url_);
-}
-
-HttpMessage::~HttpMessage() {
-    CFRelease(url_);
-}
+    : Object(cType), method_(other.method_), address_(other.address_), status_(other.status_),
+      headers_(other.headers_) {}
 
 void HttpMessage::SetHeader(const std::string& name, const std::optional<std::string>& value) {
     if (!mayBeName(name) || (value && !mayBeValue(*value))) {
@@ -90,48 +50,14 @@ void HttpMessage::SetHeader(const std::string& name, const std::optional<std::st
     }
 }
 
-std::optional<std::string> HttpMessage::Header(std::string_view name) const {
-    std::optional<std::string> joined;
-    for (const auto& [known, value] : headers_) {
-        if (sameName(known, name)) {
-            joined = joined ? *joined + ", " + value : value;
-        }
-    }
-    return joined;
-}
-
 std::vector<std::string> HttpMessage::HeaderLines() const {
     std::vector<std::string> lines;
     for (const auto& [name, value] : headers_) {
-        // The HTTP library's sign for a header without a value; with a colon it would drop it.
-        lines.push_back(trimmed(value).empty() ? name + ";" : name + ": " + value);
+        // The HTTP library drops a header that has a colon and no value. The semicolon keeps it.
+        const bool isBlank = value.find_first_not_of(' ') == std::string::npos;
+        lines.push_back(isBlank ? name + ";" : name + ": " + value);
     }
     return lines;
-}
-
-std::optional<std::string> Utf8Of(CFStringRef text) {
-    if (text == nullptr || CFGetTypeID(text) != CFStringGetTypeID()) {
-        return std::nullopt;
-    }
-    const CFRange all = CFRangeMake(0, CFStringGetLength(text));
-    CFIndex size = 0;
-    if (CFStringGetBytes(text, all, kCFStringEncodingUTF8, 0, false, nullptr, 0, &size) !=
-        all.length) {
-        return std::nullopt;
-    }
-    std::string bytes(static_cast<size_t>(size), '\0');
-    CFStringGetBytes(text, all, kCFStringEncodingUTF8, 0, false,
-                     reinterpret_cast<UInt8*>(bytes.data()), size, &size);
-    return bytes;
-}
-
-CFStringRef CreateString(std::string_view bytes) {
-    const auto* data = reinterpret_cast<const UInt8*>(bytes.data());
-    const auto size = static_cast<CFIndex>(bytes.size());
-    CFStringRef text = CFStringCreateWithBytes(nullptr, data, size, kCFStringEncodingUTF8, false);
-    return text != nullptr
-               ? text
-               : CFStringCreateWithBytes(nullptr, data, size, kCFStringEncodingISOLatin1, false);
 }
 
 }  // namespace tvplatform

@@ -1,76 +1,60 @@
 // The C interface of HTTP messages.
 #include "cfnetwork/HttpMessage.h"
 
+#include <CFNetwork/CFHTTPMessage.h>
 #include <CoreFoundation/CFString.h>
 #include <CoreFoundation/CFURL.h>
 
 using tvplatform::As;
-using tvplatform::CreateString;
 using tvplatform::HttpMessage;
 using tvplatform::ToRef;
-using tvplatform::Utf8Of;
+
+namespace {
+
+// Returns nothing for null, another type, and a text that UTF-8 cannot hold.
+std::optional<std::string> utf8Of(CFStringRef text) {
+    if (text == nullptr || CFGetTypeID(text) != CFStringGetTypeID()) {
+        return std::nullopt;
+    }
+    const CFRange all = CFRangeMake(0, CFStringGetLength(text));
+    CFIndex size = 0;
+    if (CFStringGetBytes(text, all, kCFStringEncodingUTF8, 0, false, nullptr, 0, &size) !=
+        all.length) {
+        return std::nullopt;
+    }
+    std::string bytes(static_cast<size_t>(size), '\0');
+    CFStringGetBytes(text, all, kCFStringEncodingUTF8, 0, false,
+                     reinterpret_cast<UInt8*>(bytes.data()), size, &size);
+    return bytes;
+}
+
+}  // namespace
 
 extern "C" {
 
-const CFStringRef kCFHTTPVersion1_0 = CFSTR("HTTP/1.0");
 const CFStringRef kCFHTTPVersion1_1 = CFSTR("HTTP/1.1");
-
-CFTypeID CFHTTPMessageGetTypeID(void) {
-    return static_cast<CFTypeID>(HttpMessage::cType);
-}
 
 CFHTTPMessageRef CFHTTPMessageCreateRequest(CFAllocatorRef, CFStringRef requestMethod, CFURLRef url,
                                             CFStringRef httpVersion) {
     if (url == nullptr || CFGetTypeID(url) != CFURLGetTypeID()) {
         return nullptr;
     }
-    const auto method = Utf8Of(requestMethod);
-    const auto address = Utf8Of(CFURLGetString(url));
-    const auto version = Utf8Of(httpVersion);
-    if (!method || !address || !version || address->find(':') == std::string::npos) {
+    const auto method = utf8Of(requestMethod);
+    const auto address = utf8Of(CFURLGetString(url));
+    if (!method || !address || !utf8Of(httpVersion) || address->find(':') == std::string::npos) {
         return nullptr;
     }
-    return ToRef<CFHTTPMessageRef>(new HttpMessage(*method, url, *address, *version));
+    return ToRef<CFHTTPMessageRef>(new HttpMessage(*method, *address));
 }
 
 void CFHTTPMessageSetHeaderFieldValue(CFHTTPMessageRef message, CFStringRef headerField,
                                       CFStringRef value) {
     auto* self = As<HttpMessage>(message);
-    const auto name = Utf8Of(headerField);
-    const auto text = Utf8Of(value);
+    const auto name = utf8Of(headerField);
+    const auto text = utf8Of(value);
     if (self != nullptr && name && (text || value == nullptr)) {
         self->SetHeader(*name, text);
     }
-}
-
-Boolean CFHTTPMessageIsRequest(CFHTTPMessageRef message) {
-    const auto* self = As<HttpMessage>(message);
-    return self != nullptr && self->IsRequest();
-}
-
-CFURLRef CFHTTPMessageCopyRequestURL(CFHTTPMessageRef request) {
-    const auto* self = As<HttpMessage>(request);
-    return self != nullptr ? static_cast<CFURLRef>(CFRetain(self->Url())) : nullptr;
-}
-
-CFStringRef CFHTTPMessageCopyRequestMethod(CFHTTPMessageRef request) {
-    const auto* self = As<HttpMessage>(request);
-    return self != nullptr && self->IsRequest() ? CreateString(self->Method()) : nullptr;
-}
-
-CFStringRef CFHTTPMessageCopyVersion(CFHTTPMessageRef message) {
-    const auto* self = As<HttpMessage>(message);
-    return self != nullptr ? CreateString(self->Version()) : nullptr;
-}
-
-CFStringRef CFHTTPMessageCopyHeaderFieldValue(CFHTTPMessageRef message, CFStringRef headerField) {
-    const auto* self = As<HttpMessage>(message);
-    const auto name = Utf8Of(headerField);
-    if (self == nullptr || !name) {
-        return nullptr;
-    }
-    const auto value = self->Header(*name);
-    return value ? CreateString(*value) : nullptr;
 }
 
 CFIndex CFHTTPMessageGetResponseStatusCode(CFHTTPMessageRef response) {

@@ -14,7 +14,6 @@ extern "C" {
 
 const CFStreamPropertyKey kCFStreamPropertyHTTPResponseHeader =
     CFSTR("kCFStreamPropertyHTTPResponseHeader");
-const CFStreamPropertyKey kCFStreamPropertyHTTPFinalURL = CFSTR("kCFStreamPropertyHTTPFinalURL");
 const CFStreamPropertyKey kCFStreamPropertyHTTPShouldAutoredirect =
     CFSTR("kCFStreamPropertyHTTPShouldAutoredirect");
 

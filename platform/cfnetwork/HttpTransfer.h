@@ -1,6 +1,6 @@
-// What lies between the platform layer and its HTTP module, which is opened on the first request.
-// The two are built and installed together; the number in the entry points' names changes with
-// anything in this header.
+// The interface between the platform layer and its HTTP module, which the first request opens. The
+// two are built and installed together. The number in the names of the entry points changes with
+// this header.
 #pragma once
 
 #include "corefoundation/runloop/ReadStreamState.h"
@@ -29,7 +29,8 @@ struct HttpRequest {
     size_t maxHeader = size_t{256} * 1024;
 };
 
-// One GET. Any thread, several at once; nothing waits for the peer.
+// One GET. Any thread may call any operation, also several at once. No operation waits for the
+// peer.
 class HttpTransfer {
 public:
     virtual ~HttpTransfer() = default;
@@ -38,23 +39,22 @@ public:
     virtual void Step(std::span<const pollfd> polled) = 0;
     virtual DriverState State() const = 0;
     virtual size_t Read(unsigned char* buffer, size_t size) = 0;
-    // Ends the transfer; only what has arrived can still be read.
+    // Ends the transfer. What has arrived can still be read.
     virtual void Cancel() = 0;
 
-    // The header of the answer as it arrived, status line first, and the address that gave it;
-    // empty until State says opened.
-    virtual std::string Header() const = 0;
-    virtual std::string FinalUrl() const = 0;
+    // Returns the status of the answer, and 0 before State says opened.
+    virtual int Status() const = 0;
 };
 
-// Initialises the HTTP library, once. False when that fails.
+// Initialises the HTTP library, once. Returns false if that fails.
 using HttpStartFunction = bool (*)();
-// Begins a transfer. False, and no change, when it cannot be begun; always once the process exits.
+// Begins a transfer. Returns false, and leaves `transfer`, if it cannot begin. It cannot once the
+// process exits.
 using HttpOpenFunction = bool (*)(const HttpRequest& request,
                                   std::shared_ptr<HttpTransfer>& transfer);
 
 inline constexpr char cHttpModule[] = "libtvplatform-http.so.1";
-inline constexpr char cHttpStartFunction[] = "tvplatform_http_start_1";
-inline constexpr char cHttpOpenFunction[] = "tvplatform_http_open_1";
+inline constexpr char cHttpStartFunction[] = "tvplatform_http_start_2";
+inline constexpr char cHttpOpenFunction[] = "tvplatform_http_open_2";
 
 }  // namespace tvplatform

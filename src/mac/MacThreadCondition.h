@@ -17,20 +17,23 @@ public:
 
     void Set(int value);
 
-    // Waits until the state is `value` (0), the time is over (ETIMEDOUT) or waiting fails (another
-    // error number; EINVAL for a clock that cannot be read). Without `untilValue` the call never
-    // returns: nothing ends that wait, not even the time-out. Kept so; nobody uses it.
+    // Waits until the state is `value` and returns 0, until the time is over and returns ETIMEDOUT,
+    // or until waiting fails and returns another error number (EINVAL if the clock cannot be read).
+    // Deliberate: without `untilValue` the call never returns, not even after the time. The class
+    // is defined so, and nobody uses it.
     int DoWait(int milliseconds, int value, bool untilValue);
-    // DoWait without a value: -1 for EINVAL or ETIMEDOUT, else the state. Never returns either.
+    // Calls DoWait without a value, so it never returns. It would return -1 for EINVAL or
+    // ETIMEDOUT, else the state.
     int Wait(int milliseconds);
-    // Waits until the state is `value`, however long: 0, or the error that ended the wait.
+    // Waits until the state is `value`, without a limit. Returns 0, or the error that ended the
+    // wait.
     int WaitTilCondition(int value);
 
-    // The state, without the lock: an old value may be seen for a moment.
+    // Returns the state without taking the lock, so a caller may see an old value for a moment.
     int State() const { return state_; }
 
-    // Runs `change(int& state)` under the mutex and wakes every waiter: for facts that belong
-    // together with the state, and for more than one waiter.
+    // Runs `change(int& state)` under the mutex and wakes every waiter. It serves several waiters,
+    // and facts that change together with the state.
     template <class Change>
     void Update(Change change) {
         const Guard guard(mutex_);
@@ -49,12 +52,12 @@ public:
         }
     }
 
-    // The moment `milliseconds` after `now`. Negative times are not normalised beyond the one carry
-    // that positive ones need.
+    // Returns the moment `milliseconds` after `now`.
+    // Deliberate: it makes only the one carry that positive times need, so a negative rest stays.
     static timespec Deadline(timeval now, int milliseconds);
 
 private:
-    // Unlocks also when the waiting thread is cancelled.
+    // Its destructor unlocks also if the waiting thread is cancelled.
     class Guard {
     public:
         explicit Guard(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }

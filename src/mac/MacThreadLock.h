@@ -1,11 +1,11 @@
-// A POSIX mutex. Any thread.
+// A POSIX mutex. Any thread may use it.
 #pragma once
 
 #include <pthread.h>
 
 class MacThreadLock {
 public:
-    // A recursive lock may be taken again by the thread that holds it; any other kind deadlocks.
+    // The thread that holds a recursive lock may take it again. With any other lock that deadlocks.
     explicit MacThreadLock(bool recursive);
     ~MacThreadLock();
     MacThreadLock(const MacThreadLock&) = delete;

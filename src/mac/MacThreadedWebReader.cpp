@@ -1,9 +1,8 @@
 #include "mac/MacThreadedWebReader.h"
 
-#include "mac/MacThreadGuard.h"
+#include "mac/MacThread.h"
 #include "mac/MacThreadedWebReaderManager.h"
 #include "text/CFRef.h"
-#include "text/CatchAll.h"
 
 #include <optional>
 
@@ -11,6 +10,7 @@ namespace {
 
 constexpr CFOptionFlags cEvents =
     kCFStreamEventHasBytesAvailable | kCFStreamEventErrorOccurred | kCFStreamEventEndEncountered;
+
 Tova::CFRef<CFReadStreamRef> makeStream(CFStringRef text, CFStringRef userAgent) {
     const Tova::CFRef<CFURLRef> url(MacThreadedWebReader::CreateRequestUrl(text));
     const Tova::CFRef<CFHTTPMessageRef> request(
@@ -32,30 +32,6 @@ Tova::CFRef<CFReadStreamRef> makeStream(CFStringRef text, CFStringRef userAgent)
 
 }  // namespace
 
-// Counts a thread that is inside the reader on a caller's behalf.
-class MacThreadedWebReader::User {
-public:
-    explicit User(MacThreadedWebReader& reader) : reader_(reader) { ++reader_.users_; }
-    ~User() { --reader_.users_; }
-    User(const User&) = delete;
-    User& operator=(const User&) = delete;
-
-private:
-    MacThreadedWebReader& reader_;
-};
-
-// A reference for as long as an operation takes.
-class MacThreadedWebReader::Reference {
-public:
-    explicit Reference(MacThreadedWebReader& reader) : reader_(reader) { reader_.Retain(); }
-    ~Reference() { reader_.Release(); }
-    Reference(const Reference&) = delete;
-    Reference& operator=(const Reference&) = delete;
-
-private:
-    MacThreadedWebReader& reader_;
-};
-
 // Gives the claim on a read up again unless a worker takes it over.
 class MacThreadedWebReader::Claim {
 public:
@@ -74,19 +50,6 @@ private:
     MacThreadedWebReader* reader_;
 };
 
-// Keeps the calling thread from being cancelled half-way through a handshake.
-class MacThreadedWebReader::CancellationOff {
-public:
-    CancellationOff() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
-    ~CancellationOff() { pthread_setcancelstate(before_, nullptr); }
-    CancellationOff(const CancellationOff&) = delete;
-    CancellationOff& operator=(const CancellationOff&) = delete;
-
-private:
-    int before_ = PTHREAD_CANCEL_ENABLE;
-};
-
-constinit MacThreadedWebReaderManager MacThreadedWebReaderManager::sSingleton;
 std::atomic<int32_t> MacThreadedWebReader::sSerialNumber{1};
 
 MacThreadedWebReader* MacThreadedWebReader::Create() {
@@ -111,7 +74,7 @@ MacThreadedWebReader::~MacThreadedWebReader() {
     if (wakeSource_ != nullptr) {
         CFRelease(wakeSource_);
     }
-    // Left by a stream that failed to open; AbortRead releases every other one.
+    // A stream that failed to open is still here. AbortRead releases every other one.
     if (stream_ != nullptr) {
         CFRelease(stream_);
     }
@@ -176,7 +139,7 @@ int MacThreadedWebReader::StartRead(CFStringRef url, CFStringRef userAgent, Call
     return StartWorker(reads_);
 }
 
-// Progress changes only once the read is known to be allowed.
+// Progress changes only after the read is known to be allowed.
 bool MacThreadedWebReader::ClaimRead() {
     bool claimed = false;
     progress_.Update([&](int&) { claimed = !busy_.exchange(true); });
@@ -200,15 +163,16 @@ void MacThreadedWebReader::GiveUpClaim() {
     progress_.Update([&](int&) { busy_ = false; });
 }
 
-// Without a thread the wait for the worker never ends; kept so. The lock keeps the worker from
-// delivering an event before the caller has seen that it started: that event's abort would find the
-// handshake half done.
+// Deliberate: if no thread can be made, the wait for the worker never ends. Callers know it so.
+// The lock keeps the worker from delivering an event before the caller has seen that it started.
+// The abort of that event would find the handshake half done.
 int MacThreadedWebReader::StartWorker(ReadNumber read) {
     const MacThreadLockHolder hold(handshakeLock_);
     auto& manager = MacThreadedWebReaderManager::sSingleton;
     manager.ThreadWillStart();
-    const int result = MacThreadGuard::CreateThread(&thread_, &threadAttributes_, ThreadProc, this);
-    std::optional<CancellationOff> untilItHasAnswered;
+    const int result =
+        MacThread::CreateWithoutSignals(&thread_, &threadAttributes_, ThreadProc, this);
+    std::optional<MacThread::CancellationOff> untilItHasAnswered;
     if (result == 0) {
         untilItHasAnswered.emplace();
     } else {
@@ -223,7 +187,7 @@ int MacThreadedWebReader::StartWorker(ReadNumber read) {
         }
     });
     if (!opened) {
-        // The worker is about to end; the reader is free for the next read when this returns.
+        // The worker is about to end. The reader is free for the next read when this returns.
         progress_.WaitUntil([&](int) { return !IsClaimedBy(read); });
     }
     return result;
@@ -239,7 +203,8 @@ void MacThreadedWebReader::SetStream(CFReadStreamRef stream) {
     stream_ = stream;
 }
 
-// The caller's own reference on the stream of that read, or null when it is gone.
+// Returns a reference on the stream of that read, which the caller owns, or null if the stream is
+// gone.
 CFReadStreamRef MacThreadedWebReader::CopyStream(ReadNumber read) const {
     const MacThreadLockHolder hold(streamLock_);
     if (stream_ == nullptr || reads_ != read) {
@@ -247,78 +212,4 @@ CFReadStreamRef MacThreadedWebReader::CopyStream(ReadNumber read) const {
     }
     CFRetain(stream_);
     return stream_;
-}
-
-void MacThreadedWebReader::AbortRead() {
-    Abort(reads_);
-}
-
-void MacThreadedWebReader::Abort(ReadNumber read) {
-    const Reference reference(*this);
-    const User user(*this);
-    DropStream(read);
-    StopWorker(read);
-    // An abort that overtook StartRead found no stream at first.
-    DropStream(read);
-}
-
-void MacThreadedWebReader::DropStream(ReadNumber read) {
-    const Tova::CFRef<CFReadStreamRef> stream(CopyStream(read));
-    if (!stream) {
-        return;
-    }
-    CFReadStreamSetClient(stream.Get(), kCFStreamEventNone, nullptr, nullptr);
-    {
-        const MacThreadLockHolder hold(runLoopLock_);
-        if (runLoop_ != nullptr) {
-            CFReadStreamUnscheduleFromRunLoop(stream.Get(), runLoop_, kCFRunLoopCommonModes);
-        }
-    }
-    CFReadStreamClose(stream.Get());
-    const MacThreadLockHolder hold(streamLock_);
-    if (stream_ == stream.Get()) {
-        CFRelease(stream_);
-        stream_ = nullptr;
-    }
-}
-
-// Every wait also ends with the worker, since another abort may have come first and the worker may
-// end by an exception. What was awaited then is not there, and nothing is left to do.
-void MacThreadedWebReader::StopWorker(ReadNumber read) {
-    if (!IsWorkerOf(read)) {
-        return;
-    }
-    if (IsOwnWorker()) {
-        abortedByWorker_ = true;
-        AskWorkerToStop(read);
-        if (MacThreadedWebReaderManager::sSingleton.IsExiting()) {
-            // The callback that this worker is in ends the process and does not return: whoever
-            // waits for the worker would wait for ever.
-            progress_.Update([&](int&) { working_ = false; });
-        }
-        return;
-    }
-    progress_.WaitUntil([&](int progress) {
-        return !IsWorkerOf(read) || (progress != cStarting && progress != cWorkerStarted);
-    });
-    AskWorkerToStop(read);
-    progress_.WaitUntil([&](int) { return !IsWorkerOf(read); });
-    progress_.Update([&](int& progress) {
-        if (reads_ == read && progress == cFinished) {
-            progress = cIdle;
-        }
-    });
-}
-
-void MacThreadedWebReader::AskWorkerToStop(ReadNumber read) {
-    progress_.Update([&](int& progress) {
-        if (IsWorkerOf(read) && progress > cIdle && progress < cStopping) {
-            progress = cStopping;
-        }
-    });
-    CFRunLoopSourceSignal(wakeSource_);
-    const MacThreadLockHolder hold(runLoopLock_);
-    if (runLoop_ != nullptr && CFRunLoopIsWaiting(runLoop_)) {
-        CFRunLoopWakeUp(runLoop_);
-    }
 }

@@ -1,6 +1,6 @@
-// One HTTP GET at a time on a thread of its own. Readers are counted and belong to the manager;
-// Create is the only way to make one. Any thread may call anything, also from the callback.
-// docs/web-reader.md tells how the threads meet.
+// Makes one HTTP GET at a time on a thread of its own. Readers are counted and belong to the
+// manager, and Create is the only way to make one. Any thread may call anything, also from the
+// callback. docs/web-reader.md tells how the threads meet.
 #pragma once
 
 #include "mac/MacThreadCondition.h"
@@ -15,42 +15,44 @@
 class MacThreadedWebReader {
 public:
     // Called on the worker thread, with no lock held, for the events "has bytes available" (2),
-    // "error" (8) and "end" (16) of the stream. It reads what it wants from the stream. False ends
-    // the read; true goes on, and at the end or an error leaves the read to the caller's AbortRead.
+    // "error" (8) and "end" (16) of the stream. It may read from the stream. If it returns false,
+    // the read ends. If it returns true, the read goes on, and after the end or an error it waits
+    // for the caller's AbortRead.
     using Callback = bool (*)(CFReadStreamRef stream, unsigned long event, void* context);
 
-    // A new reader with one reference, which the caller gives back with Release.
+    // Returns a new reader with one reference, which the caller gives back with Release.
     static MacThreadedWebReader* Create();
 
     void Retain();
-    // Returns 0. May destroy the reader: the last reference also counts workers and aborts that are
-    // under way.
+    // Returns 0. Destroys the reader with its last reference. Workers and aborts that are under way
+    // hold references too.
     int Release();
     int GetRefCount() const;
 
-    // The stream's status (CFStreamStatus) while there is a stream, else how the last read ended: 0
-    // none yet, 6 closed, 7 error, and 2 for one that AbortRead cut short. A reader in that last
-    // state starts no further read.
+    // Returns the stream's status (CFStreamStatus) while there is a stream. Otherwise it tells how
+    // the last read ended: 0 none yet, 6 closed, 7 error, 2 cut short by AbortRead. Deliberate: a
+    // reader whose state stays 2 starts no further read. The class is defined so.
     int GetState() const;
 
     // Starts to fetch `url`, whose percent escapes are decoded and made anew: an escaped "&" or "+"
     // in a query arrives unescaped. A null `userAgent` sends none; a null callback ends the read
     // with its first event. `context` must live until the read has ended; AbortRead waits for that.
-    // Waits for the worker to begin, never for the network.
+    // The call waits for the worker to begin, and never for the network. It returns:
     //   0   started, or failed to open (GetState is then not 2, and no event comes)
     //   -1  a read is under way or its worker has not ended yet
     //   -2  no URL; nothing has changed
     //   -3  the address cannot be requested
-    // Where no thread can be made the call never returns; it keeps waiting for the worker.
+    // Deliberate: if no thread can be made, the call never returns. It keeps waiting for the
+    // worker.
     int StartRead(CFStringRef url, CFStringRef userAgent, Callback callback, void* context);
 
     // The address that StartRead would request, in the form in which it goes out; the caller's own.
     // Null for one that cannot be requested. Sends nothing.
     static CFURLRef CreateRequestUrl(CFStringRef url);
 
-    // Ends the read under way, if any, and waits until its worker is gone, hence until a running
-    // callback has returned. On the worker's own thread it does not wait: the worker then ends when
-    // the callback returns. Returns for every one of several callers.
+    // Ends the read under way, if there is one, and waits until its worker is gone, so until a
+    // running callback has returned. On the worker's own thread it does not wait: the worker then
+    // ends when the callback returns. If several threads call it, it returns on each.
     void AbortRead();
 
     // The handshake between caller, worker and abort (docs/web-reader.md).
@@ -82,11 +84,21 @@ private:
         cFinished = 9,
     };
 
-    class CancellationOff;
     class Claim;
     class Reference;
-    class User;
     class WorkerEnd;
+
+    // Counts a thread that is inside the reader for a caller.
+    class User {
+    public:
+        explicit User(MacThreadedWebReader& reader) : reader_(reader) { ++reader_.users_; }
+        ~User() { --reader_.users_; }
+        User(const User&) = delete;
+        User& operator=(const User&) = delete;
+
+    private:
+        MacThreadedWebReader& reader_;
+    };
 
     bool ClaimRead();
     void GiveUpClaim();

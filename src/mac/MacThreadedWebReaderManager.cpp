@@ -9,11 +9,13 @@
 
 #include <atomic>
 
+constinit MacThreadedWebReaderManager MacThreadedWebReaderManager::sSingleton;
+
 struct MacThreadedWebReaderManager::Shared {
     MacThreadLock lock{false};
     // Under the lock.
     ReaderMap readers;
-    // How many threads work for readers.
+    // Counts the threads that work for readers.
     MacThreadCondition threads{0};
     std::atomic<bool> exiting{false};
     const pid_t process = getpid();
@@ -21,7 +23,7 @@ struct MacThreadedWebReaderManager::Shared {
 
 namespace {
 
-// Set on the threads that are counted, which must not wait for themselves.
+// True on the threads that are counted. They must not wait for themselves.
 thread_local bool tIsCounted = false;
 
 }  // namespace
@@ -44,7 +46,7 @@ MacThreadedWebReaderManager::~MacThreadedWebReaderManager() {
     Destroy(readers);
 }
 
-// A callback may be what ends the process: then its own thread is still there.
+// A callback may end the process. Its own thread is still there then.
 void MacThreadedWebReaderManager::WaitForThreads() const {
     const int own = tIsCounted ? 1 : 0;
     Own().threads.WaitUntil([own](int count) { return count <= own; });
@@ -101,7 +103,7 @@ bool MacThreadedWebReaderManager::IsExiting() const {
     return Own().exiting;
 }
 
-// So that no abort destroys a reader while they are walked through.
+// The references keep an abort from destroying a reader while the readers are walked through.
 std::vector<MacThreadedWebReader*> MacThreadedWebReaderManager::RetainAll() {
     std::vector<MacThreadedWebReader*> readers;
     const MacThreadLockHolder hold(Own().lock);
@@ -112,7 +114,7 @@ std::vector<MacThreadedWebReader*> MacThreadedWebReaderManager::RetainAll() {
     return readers;
 }
 
-// A reader that some thread is still inside of is left to it.
+// A reader stays if a thread is still inside it.
 void MacThreadedWebReaderManager::Destroy(const std::vector<MacThreadedWebReader*>& readers) {
     const MacThreadLockHolder hold(Own().lock);
     for (MacThreadedWebReader* reader : readers) {

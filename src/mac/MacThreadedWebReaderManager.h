@@ -1,5 +1,5 @@
-// Owns every web reader of the process: counts references, destroys a reader with its last one, and
-// at exit stops and destroys those that are left. Any thread.
+// Owns every web reader of the process. It counts references, destroys a reader with its last one,
+// and stops and destroys the readers that are left at exit. Any thread may call anything.
 #pragma once
 
 #include <cstdint>
@@ -11,21 +11,22 @@ class MacThreadedWebReader;
 class MacThreadedWebReaderManager {
 public:
     constexpr MacThreadedWebReaderManager() = default;
-    // Runs at process exit: aborts every reader, waits until all threads of readers are done with
-    // them, and destroys the readers. The lock and the (then empty) map stay for threads that come
-    // later. Does nothing in a child that was forked after the first use: the threads are not
-    // there.
+    // Runs at process exit. It aborts every reader, waits until all threads of readers are done
+    // with them, and destroys the readers. The lock and the map, which is empty then, stay for
+    // threads that come later. In a child that was forked after the first use it does nothing,
+    // because the threads are not there.
     ~MacThreadedWebReaderManager();
     MacThreadedWebReaderManager(const MacThreadedWebReaderManager&) = delete;
     MacThreadedWebReaderManager& operator=(const MacThreadedWebReaderManager&) = delete;
 
-    // Takes the reader over with a count of 1; a known reader and null are ignored.
+    // Takes the reader over with a count of 1. It ignores null and a reader that it knows.
     void Add(MacThreadedWebReader* reader);
-    // An unknown reader and null are ignored: an address that was destroyed may be passed.
+    // Ignores null and a reader that it does not know, so a reader that was destroyed may be
+    // passed.
     void Retain(MacThreadedWebReader* reader);
-    // Destroys the reader, under the lock, when this was its last reference. Returns 0.
+    // Destroys the reader, under the lock, if this was its last reference. Returns 0.
     int Release(MacThreadedWebReader* reader);
-    // 0 for an unknown reader and null.
+    // Returns 0 for null and a reader that it does not know.
     int GetRefCount(const MacThreadedWebReader* reader) const;
 
     // Every thread that works for a reader is counted from before it is created until it has
@@ -37,7 +38,7 @@ public:
     void ThreadHasEnded();
     // Waits until no other thread works for a reader.
     void WaitForThreads() const;
-    // The destructor has begun: no read begins any more.
+    // Returns true once the destructor has begun. No read begins any more then.
     bool IsExiting() const;
 
     static MacThreadedWebReaderManager sSingleton;

@@ -1,5 +1,5 @@
 // The worker and the threads that end a read on behalf of its callback.
-#include "mac/MacThreadGuard.h"
+#include "mac/MacThread.h"
 #include "mac/MacThreadedWebReader.h"
 #include "mac/MacThreadedWebReaderManager.h"
 #include "text/CFRef.h"
@@ -18,8 +18,8 @@ bool MacThreadedWebReader::IsOwnWorker() const {
     return tWorkerOf == this;
 }
 
-// Whatever ends the worker, by the loop, an exception or the thread's cancellation: its waiters are
-// told and its reference is given back.
+// Tells the waiters and gives the worker's reference back, whether the loop, an exception or the
+// thread's cancellation ends the worker.
 class MacThreadedWebReader::WorkerEnd {
 public:
     explicit WorkerEnd(MacThreadedWebReader& reader) : reader_(reader) {
@@ -139,7 +139,8 @@ void MacThreadedWebReader::StartTerminateThread() {
     Retain();
     manager.ThreadWillStart();
     pthread_t thread{};
-    if (MacThreadGuard::CreateThread(&thread, &threadAttributes_, TerminateThreadProc, this) != 0) {
+    if (MacThread::CreateWithoutSignals(&thread, &threadAttributes_, TerminateThreadProc, this) !=
+        0) {
         manager.ThreadWillNotStart();
         Release();
         Abort(reads_);

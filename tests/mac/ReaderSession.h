@@ -27,8 +27,8 @@ private:
 
 class ReaderSession {
 public:
-    // What the callback does besides recording; its answer is the callback's. By default every
-    // event goes on, and bytes are read.
+    // Runs in the callback, which returns its answer. By default the session reads bytes and goes
+    // on with every event.
     using Step = std::function<bool(CFReadStreamRef stream, unsigned long event)>;
 
     ReaderSession() : reader_(MacThreadedWebReader::Create()) {}
@@ -37,12 +37,13 @@ public:
     ReaderSession& operator=(const ReaderSession&) = delete;
 
     MacThreadedWebReader* Reader() const { return reader_; }
-    // Null for "no user agent".
+    // Sends no user agent if `userAgent` is null.
     int Start(const std::string& url, const char* userAgent = "Test/1.0");
-    // Waits for the end of the data or an error, then aborts. What came: "data,end" or
-    // "data,error".
+    // Waits for the end of the data or an error, aborts, and returns what came, for example
+    // "data,end".
     std::string Finish();
-    // Start and Finish; "refused -3" or "not opened" where no event can come.
+    // Calls Start and Finish. Returns for example "refused -3" or "not opened" if no event can
+    // come.
     std::string Fetch(const std::string& url, const char* userAgent = "Test/1.0");
     // Blocks until the callback has seen that many events.
     void WaitForEvents(size_t count);

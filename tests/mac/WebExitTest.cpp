@@ -1,7 +1,7 @@
 // Processes that end while a read is under way. Each ends at once and cleanly, whatever the server
 // does: a hang, a crash and a sanitizer's report all change its status.
-#include "tests/mac/TlsServer.h"
 #include "tests/support/LoopbackServer.h"
+#include "tests/support/TlsServer.h"
 
 #include <gtest/gtest.h>
 

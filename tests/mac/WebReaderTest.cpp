@@ -1,13 +1,17 @@
 // What a reader promises to its callers: results, states, handshake, references.
 #include "mac/MacThreadedWebReaderManager.h"
 #include "tests/mac/ReaderSession.h"
+#include "tests/support/AtUnlock.h"
 #include "tests/support/LoopbackServer.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 #include <thread>
+#include <tuple>
 
+using tvtest::AtUnlock;
 using tvtest::Connection;
 using tvtest::LoopbackServer;
 using tvtest::PlatformString;
@@ -123,24 +127,18 @@ TEST(WebReader, AnAbortedReadLeavesItsStateOpen) {
 }
 
 TEST(WebReader, ARefusalEndsTheRead) {
-    const struct {
-        const char* name;
-        const char* body;
-        bool useCallback;
-        unsigned long refused;
-        int state;
-    } cases[] = {
-        {"first bytes", "hello", true, kCFStreamEventHasBytesAvailable, 6},
-        {"end", "", true, kCFStreamEventEndEncountered, 6},
-        {"error", nullptr, true, kCFStreamEventErrorOccurred, 7},
-        {"no callback, bytes", "hello", false, 0, 6},
-        {"no callback, error", nullptr, false, 0, 7},
+    const std::tuple<const char*, const char*, bool, int> cases[] = {
+        {"first bytes", "hello", true, 6},
+        {"end", "", true, 6},
+        {"error", nullptr, true, 7},
+        {"no callback, bytes", "hello", false, 6},
+        {"no callback, error", nullptr, false, 7},
     };
-    for (const auto& c : cases) {
-        LoopbackServer server([&](Connection& connection) {
+    for (const auto& [name, body, useCallback, state] : cases) {
+        LoopbackServer server([text = body](Connection& connection) {
             connection.ReadRequest();
-            if (c.body != nullptr) {
-                connection.Answer(cOk, c.body);
+            if (text != nullptr) {
+                connection.Answer(cOk, text);
                 connection.Hold();
             }
         });
@@ -151,13 +149,12 @@ TEST(WebReader, ARefusalEndsTheRead) {
             ++*static_cast<std::atomic<int>*>(context);
             return false;
         };
-        ASSERT_EQ(reader->StartRead(url.Get(), nullptr, c.useCallback ? refuse : nullptr, &calls),
-                  0);
+        ASSERT_EQ(reader->StartRead(url.Get(), nullptr, useCallback ? refuse : nullptr, &calls), 0);
         manager().WaitForThreads();
-        EXPECT_EQ(reader->GetState(), c.state) << c.name;
-        EXPECT_EQ(reader->GetProgress(), 0) << c.name;
-        EXPECT_EQ(reader->GetRefCount(), 1) << c.name;
-        EXPECT_EQ(calls, c.useCallback ? 1 : 0) << c.name;
+        EXPECT_EQ(reader->GetState(), state) << name;
+        EXPECT_EQ(reader->GetProgress(), 0) << name;
+        EXPECT_EQ(reader->GetRefCount(), 1) << name;
+        EXPECT_EQ(calls, useCallback ? 1 : 0) << name;
         reader->Release();
     }
 }
@@ -221,6 +218,63 @@ TEST(WebReader, EveryOneOfSeveralAbortsReturns) {
         EXPECT_EQ(session.Reader()->GetProgress(), 0);
     }
     manager().WaitForThreads();
+}
+
+// The abort looks for a stream while the start stands at some step, and goes on when the read runs.
+TEST(WebReader, AnAbortThatOvertakesTheStartLeavesNoStream) {
+    LoopbackServer server(neverAnswer);
+    int ended = 0;
+    for (int step = 1; step <= 8; ++step) {
+        ReaderSession session;
+        std::promise<void> looked;
+        std::promise<void> started;
+        std::thread abort;
+        const auto overtake = [&] {
+            const AtUnlock goOn(2, [&] {
+                looked.set_value();
+                started.get_future().wait();
+            });
+            session.Reader()->AbortRead();
+        };
+        {
+            const AtUnlock beginAbort(step, [&] {
+                abort = std::thread(overtake);
+                looked.get_future().wait();
+            });
+            ASSERT_EQ(session.Start(server.Url()), 0);
+        }
+        started.set_value();
+        if (abort.joinable()) {
+            abort.join();
+        }
+        if (session.Reader()->GetProgress() == 0) {
+            ++ended;
+            EXPECT_EQ(session.Reader()->GetState(), 2) << step;
+        }
+    }
+    EXPECT_GE(ended, 2);
+}
+
+// The cancellation comes when the caller has promised a worker. It acts when the read runs.
+TEST(WebReader, ACancelledCallerFinishesTheHandshake) {
+    LoopbackServer server(neverAnswer);
+    for (int round = 0; round < 50; ++round) {
+        ReaderSession session;
+        bool returned = false;
+        std::thread caller([&] {
+            const AtUnlock cancel(6, [&] {
+                EXPECT_EQ(session.Reader()->GetProgress(), 1);
+                pthread_cancel(pthread_self());
+            });
+            session.Start(server.Url());
+            returned = true;
+            pthread_testcancel();
+            ADD_FAILURE() << "not cancelled";
+        });
+        caller.join();
+        ASSERT_TRUE(returned);
+        EXPECT_EQ(session.Reader()->GetProgress(), 5);
+    }
 }
 
 // A callback that is busy with the stream while another thread takes the stream away.

@@ -12,7 +12,7 @@
 namespace tvtest {
 namespace {
 
-// No proxy and no certificates of whoever runs the tests, from before the first thread.
+// Hides the proxies and certificates of the user who runs the tests, before the first thread.
 [[maybe_unused]] const bool gIsAlone = [] {
     for (const char* name : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY",
                              "no_proxy", "NO_PROXY", "SSL_CERT_FILE", "SSL_CERT_DIR"}) {
@@ -21,8 +21,8 @@ namespace {
     return true;
 }();
 
-// A bound socket; `port` comes back.
-int Bind(int& port) {
+// Returns a bound socket and sets `port`.
+int bindLoopback(int& port) {
     const int made = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -84,7 +84,7 @@ void Connection::Reset() const {
 }
 
 LoopbackServer::LoopbackServer(Handler handler) : handler_(std::move(handler)) {
-    listener_ = Bind(port_);
+    listener_ = bindLoopback(port_);
     if (listen(listener_, 64) != 0) {
         throw std::runtime_error("cannot listen on a loopback socket");
     }
@@ -152,7 +152,7 @@ std::string HeaderOf(std::string_view request, std::string_view name) {
 
 int ClosedPort() {
     int port = 0;
-    close(Bind(port));
+    close(bindLoopback(port));
     return port;
 }
 

@@ -18,13 +18,13 @@ public:
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    // The header of the next request, up to and with the empty line; "" when the peer has closed.
+    // Returns the header of the next request, with the empty line, or "" if the peer has closed.
     std::string ReadRequest() const;
     // Waits for the first byte and leaves it there.
     void WaitForBytes() const;
-    // False when the peer is gone.
+    // Returns false if the peer is gone.
     bool Send(std::string_view bytes) const;
-    // An answer with a length, after which the connection may be used again.
+    // Sends an answer with a length. The connection may be used again afterwards.
     bool Answer(std::string_view statusAndHeaders, std::string_view body) const;
     // Waits until the peer closes its end, or the server stops.
     void Hold() const;
@@ -65,11 +65,11 @@ private:
     std::thread acceptor_;
 };
 
-// The path of a request's first line.
+// Returns the path of a request's first line.
 std::string PathOf(std::string_view request);
-// The value of a header of a request, or "(none)".
+// Returns the value of a header of a request, or "(none)".
 std::string HeaderOf(std::string_view request, std::string_view name);
-// A port of the loopback address on which nobody listens.
+// Returns a port of the loopback address on which nobody listens.
 int ClosedPort();
 
 }  // namespace tvtest

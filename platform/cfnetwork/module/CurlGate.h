@@ -1,5 +1,6 @@
-// Who may be inside libcurl. The TLS library below it is taken down by an exit handler of its own,
-// so every use of the two is a visit through this gate, which the module shuts before that.
+// Decides which threads may be inside libcurl. An exit handler of its own takes the TLS library
+// below libcurl down. So every use of the two is a visit through this gate, and the module shuts it
+// before that.
 #pragma once
 
 #include <atomic>
@@ -12,14 +13,14 @@ class CurlGate {
     struct State;
 
 public:
-    // The one gate. Never destroyed: threads may come at any time.
+    // Returns the one gate. It is never destroyed, because threads may come at any time.
     static CurlGate& Only() {
         static CurlGate& gate = *new CurlGate;
         return gate;
     }
 
-    // A stay inside, which waits while the gate is closed. True unless the gate is shut for good;
-    // then libcurl must be left alone.
+    // A stay inside. The constructor waits while the gate is closed. The visit is false if the gate
+    // is shut for good: libcurl must be left alone then.
     class Visit {
     public:
         Visit();
@@ -36,11 +37,11 @@ public:
     // Keeps new visits waiting, and waits for those inside to end.
     void Close();
     void Open();
-    // For a closed gate.
+    // The gate must be closed.
     void ShutForGood();
-    // What a visitor does last, inside. Before the first visit.
+    // Sets what a visitor does last, inside. It is called before the first visit.
     void SetLeave(void (*leave)()) { leave_ = leave; }
-    // In a forked child, whose other threads, inside or waiting, do not exist: an open gate.
+    // Makes an open gate in a forked child, in which the other visitors do not exist.
     void Renew();
 
 private:

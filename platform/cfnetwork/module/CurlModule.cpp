@@ -3,6 +3,7 @@
 #include "cfnetwork/module/CurlGate.h"
 #include "cfnetwork/module/CurlTransfer.h"
 #include "cfnetwork/module/SignalGuard.h"
+#include "cfnetwork/module/TransferList.h"
 
 #include <dlfcn.h>
 #include <pthread.h>
@@ -62,39 +63,22 @@ bool startLibrary() {
 
 }  // namespace
 
-void TransferList::Add(CurlTransfer& transfer) {
-    const std::lock_guard guard(lock_);
-    transfers_.push_back(&transfer);
-}
-
-void TransferList::Remove(CurlTransfer& transfer) {
-    const std::lock_guard guard(lock_);
-    std::erase(transfers_, &transfer);
-}
-
-void TransferList::CancelAll() {
-    const std::lock_guard guard(lock_);
-    for (CurlTransfer* transfer : transfers_) {
-        transfer->CancelInside();
-    }
-}
-
 }  // namespace tvplatform
 
 extern "C" {
 
 // Declared by type only, in HttpTransfer.h: they are looked up by name.
-bool tvplatform_http_start_1();
-bool tvplatform_http_open_1(const tvplatform::HttpRequest& request,
+bool tvplatform_http_start_2();
+bool tvplatform_http_open_2(const tvplatform::HttpRequest& request,
                             std::shared_ptr<tvplatform::HttpTransfer>& transfer);
 
-__attribute__((visibility("default"))) bool tvplatform_http_start_1() {
+__attribute__((visibility("default"))) bool tvplatform_http_start_2() {
     static const bool started = tvplatform::startLibrary();
     return started;
 }
 
 __attribute__((visibility("default"))) bool
-tvplatform_http_open_1(const tvplatform::HttpRequest& request,
+tvplatform_http_open_2(const tvplatform::HttpRequest& request,
                        std::shared_ptr<tvplatform::HttpTransfer>& transfer) {
     auto made = std::make_shared<tvplatform::CurlTransfer>(request);
     if (!made->Start()) {

@@ -3,6 +3,7 @@
 #include "cfnetwork/module/CurlErrors.h"
 #include "cfnetwork/module/CurlGate.h"
 #include "cfnetwork/module/SignalGuard.h"
+#include "cfnetwork/module/TransferList.h"
 
 #include <strings.h>
 
@@ -23,9 +24,9 @@ bool isBlank(std::string_view text) {
     return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
-// No exception may pass through the library: `failed` tells it instead.
+// Returns `failed` in place of an exception, because none may pass through the library.
 template <class Result, class Body>
-Result Guarded(Result failed, Body body) {
+Result guarded(Result failed, Body body) {
     try {
         return body();
     } catch (const std::exception&) {
@@ -110,7 +111,7 @@ bool CurlTransfer::SetOptions() {
     return good;
 }
 
-// The library itself knows the system's store only; the variables are the tools' convention.
+// The library itself knows only the system's store. The variables are a convention of tools.
 void CurlTransfer::SetTrust() {
     if (const char* file = secure_getenv("SSL_CERT_FILE"); file != nullptr && *file != '\0') {
         curl_easy_setopt(easy_, CURLOPT_CAINFO, file);
@@ -123,7 +124,7 @@ void CurlTransfer::SetTrust() {
 }
 
 int CurlTransfer::OnSocket(CURL*, curl_socket_t socket, int what, void* self, void*) {
-    return Guarded(-1, [=] {
+    return guarded(-1, [=] {
         static_cast<CurlTransfer*>(self)->SetSocket(socket, what);
         return 0;
     });
@@ -146,7 +147,7 @@ int CurlTransfer::OnTimer(CURLM*, long milliseconds, void* self) {
 }
 
 size_t CurlTransfer::OnBody(char* bytes, size_t size, size_t count, void* self) {
-    return Guarded(size_t{0}, [=] {
+    return guarded(size_t{0}, [=] {
         return static_cast<CurlTransfer*>(self)->TakeBody({bytes, size * count});
     });
 }
@@ -158,7 +159,7 @@ size_t CurlTransfer::TakeBody(std::string_view bytes) {
         paused_ = true;
         return CURL_WRITEFUNC_PAUSE;
     }
-    // What was read is dropped before the text would have to grow for it.
+    // Bytes that were read are dropped before the text would have to grow.
     if (unreadStart_ > 0 && unread_.size() + bytes.size() > unread_.capacity()) {
         unread_.erase(0, unreadStart_);
         unreadStart_ = 0;
@@ -169,7 +170,7 @@ size_t CurlTransfer::TakeBody(std::string_view bytes) {
 }
 
 size_t CurlTransfer::OnHeader(char* bytes, size_t size, size_t count, void* self) {
-    return Guarded(size_t{0}, [=] {
+    return guarded(size_t{0}, [=] {
         const bool good = static_cast<CurlTransfer*>(self)->TakeHeaderLine({bytes, size * count});
         return good ? size * count : 0;
     });
@@ -181,7 +182,7 @@ bool CurlTransfer::TakeHeaderLine(std::string_view line) {
     if (headerBytes_ > request_.maxHeader) {
         return false;
     }
-    // A header field may look like a status line, so that it is not enough to begin like one.
+    // A header field may look like a status line. Only the first line of an answer is one.
     const bool isFirst = std::exchange(nextIsFirst_, isBlank(line));
     if (isFirst && startsWith(line, "http/") && !TakeStatusLine()) {
         return false;
@@ -197,16 +198,13 @@ bool CurlTransfer::TakeHeaderLine(std::string_view line) {
     }
     if (isBlank(line)) {
         CompleteHeader();
-    } else {
-        headerSoFar_.append(line);
     }
     return true;
 }
 
-// A new answer begins. From the first one that came over https on, nothing but https is followed;
-// false when that cannot be seen to.
+// Begins a new answer. From the first one that came over https on, only https is followed. Returns
+// false if that rule cannot be set.
 bool CurlTransfer::TakeStatusLine() {
-    headerSoFar_.clear();
     hasLocation_ = false;
     const char* scheme = nullptr;
     curl_easy_getinfo(easy_, CURLINFO_SCHEME, &scheme);
@@ -214,22 +212,16 @@ bool CurlTransfer::TakeStatusLine() {
            curl_easy_setopt(easy_, CURLOPT_REDIR_PROTOCOLS_STR, "https") == CURLE_OK;
 }
 
+// Interim answers, and those whose redirect is followed, are not the answer.
 void CurlTransfer::CompleteHeader() {
     const long status = statusOf(easy_);
     const bool interim = status < 200;
     const bool followed = request_.followRedirects && status >= 300 && status < 400 && hasLocation_;
     if (!interim && !followed) {
-        MarkOpened();
+        const std::lock_guard guard(dataLock_);
+        state_.opened = true;
+        status_ = static_cast<int>(status);
     }
-}
-
-void CurlTransfer::MarkOpened() {
-    const char* url = nullptr;
-    curl_easy_getinfo(easy_, CURLINFO_EFFECTIVE_URL, &url);
-    const std::lock_guard guard(dataLock_);
-    state_.opened = true;
-    header_ = headerSoFar_;
-    finalUrl_ = url != nullptr ? url : "";
 }
 
 Clock::time_point CurlTransfer::IdleDeadline() const {
@@ -267,7 +259,7 @@ void CurlTransfer::Advance(std::span<const pollfd> polled) {
         lastByte_ = Clock::now();
         curl_easy_pause(easy_, CURLPAUSE_CONT);
     }
-    // A failure shows as a transfer that ends, or as one that the idle limit ends.
+    // A failure of these calls ends the transfer, or the idle limit does.
     int running = 0;
     for (const pollfd& socket : polled) {
         if (socket.revents != 0) {
@@ -298,7 +290,7 @@ void CurlTransfer::Finish(CURLcode result) {
     curl_easy_getinfo(easy_, CURLINFO_OS_ERRNO, &systemError);
     {
         const std::lock_guard guard(dataLock_);
-        // A connection that is closed inside the header passes for an answer with the library.
+        // The library takes a connection that is closed inside the header for an answer.
         if (result == CURLE_OK && !state_.opened) {
             result = CURLE_GOT_NOTHING;
         }
@@ -363,14 +355,9 @@ void CurlTransfer::FreeHandles() {
     sockets_.clear();
 }
 
-std::string CurlTransfer::Header() const {
+int CurlTransfer::Status() const {
     const std::lock_guard guard(dataLock_);
-    return header_;
-}
-
-std::string CurlTransfer::FinalUrl() const {
-    const std::lock_guard guard(dataLock_);
-    return finalUrl_;
+    return status_;
 }
 
 }  // namespace tvplatform

@@ -4,8 +4,8 @@
 
 namespace tvplatform {
 
-// Shared between the stream and a running callback, so that replacing the client does not pull its
-// context away.
+// The stream and a running callback share it, so that a new client does not take the context away
+// from that callback.
 class ReadStream::Client {
 public:
     Client(CFOptionFlags wanted, CFReadStreamClientCallBack function,
@@ -102,15 +102,6 @@ CFStreamError ReadStream::Error() const {
     return phase_ == Phase::Failed ? openError_ : driver_->State().error;
 }
 
-bool ReadStream::HasBytesAvailable() const {
-    const std::lock_guard guard(lock_);
-    if (phase_ != Phase::Running) {
-        return false;
-    }
-    const DriverState state = driver_->State();
-    return state.hasBytes || state.ended || state.failed;
-}
-
 CFIndex ReadStream::Read(UInt8* buffer, CFIndex size) {
     if (buffer == nullptr || size <= 0) {
         return -1;
@@ -120,7 +111,7 @@ CFIndex ReadStream::Read(UInt8* buffer, CFIndex size) {
         if (phase_ != Phase::Running) {
             return -1;
         }
-        // Asked for before the bytes: what arrives in between must not count as read.
+        // The state is asked for before the bytes: what arrives in between must not count as read.
         const DriverState state = driver_->State();
         const size_t count = driver_->Read(buffer, static_cast<size_t>(size));
         if (count > 0) {
@@ -136,8 +127,8 @@ CFIndex ReadStream::Read(UInt8* buffer, CFIndex size) {
     return -1;
 }
 
-// One wait for the driver and one step of it, on a thread that reads without a loop, or faster than
-// its loop brings bytes. The thread's own loop serves as what Close can wake.
+// Waits once for the driver and lets it make one step, on a thread that reads without a loop, or
+// faster than its loop brings bytes. Close wakes the thread's own loop.
 bool ReadStream::WaitForBytes() {
     const auto loop = Ref<RunLoop*>::Share(RunLoop::Current());
     PollSet set(Clock::time_point::max());
@@ -203,7 +194,7 @@ void ReadStream::Schedule(RunLoop& loop, CFStringRef mode) {
     loop.WakeUp();
     const std::lock_guard guard(lock_);
     if (phase_ == Phase::Closed) {
-        // Closed meanwhile. The caller's reference keeps this from being the last one.
+        // It was closed meanwhile. The caller's reference keeps the stream alive here.
         loop.DetachFromAllModes(*this);
     }
 }
@@ -220,16 +211,13 @@ void ReadStream::WakeLoops() {
     }
 }
 
-// The next event that the client has not had, or 0. Under the lock.
+// Returns the next event that the client has not had, or 0. The caller holds the lock.
 CFOptionFlags ReadStream::DueEvent() const {
     if (phase_ != Phase::Running || client_ == nullptr) {
         return 0;
     }
     const DriverState state = driver_->State();
     const CFOptionFlags open = client_->events & ~delivered_;
-    if (state.opened && (open & kCFStreamEventOpenCompleted) != 0) {
-        return kCFStreamEventOpenCompleted;
-    }
     if (state.hasBytes) {
         return open & kCFStreamEventHasBytesAvailable;
     }

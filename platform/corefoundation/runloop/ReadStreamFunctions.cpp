@@ -17,10 +17,6 @@ bool isString(CFTypeRef object) {
 
 extern "C" {
 
-CFTypeID CFReadStreamGetTypeID(void) {
-    return static_cast<CFTypeID>(ReadStream::cType);
-}
-
 CFStreamStatus CFReadStreamGetStatus(CFReadStreamRef stream) {
     const auto* self = As<ReadStream>(stream);
     return self != nullptr ? self->Status() : CFStreamStatus{kCFStreamStatusNotOpen};
@@ -40,11 +36,6 @@ void CFReadStreamClose(CFReadStreamRef stream) {
     if (auto* self = As<ReadStream>(stream)) {
         self->Close();
     }
-}
-
-Boolean CFReadStreamHasBytesAvailable(CFReadStreamRef stream) {
-    const auto* self = As<ReadStream>(stream);
-    return self != nullptr && self->HasBytesAvailable();
 }
 
 CFIndex CFReadStreamRead(CFReadStreamRef stream, UInt8* buffer, CFIndex bufferLength) {

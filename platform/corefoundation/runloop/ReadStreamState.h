@@ -1,4 +1,4 @@
-// How far the bytes of a stream have come.
+// Tells how far the bytes of a stream have come.
 #pragma once
 
 #include <CoreFoundation/CFStream.h>

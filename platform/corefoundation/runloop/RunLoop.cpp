@@ -14,7 +14,8 @@
 namespace tvplatform {
 namespace {
 
-// Where the system has no event descriptor left, nothing can end a wait: it is cut into slices.
+// If the system has no event descriptor left, nothing can end a wait. So the wait is cut into
+// slices.
 constexpr std::chrono::milliseconds cSliceWithoutWakeUp{50};
 
 bool sameMode(CFStringRef a, CFStringRef b) {
@@ -42,20 +43,6 @@ pthread_key_t loopKey(void (*endThread)(void*)) {
 
 }  // namespace
 
-void PollSet::Wait() {
-    int timeout = 0;
-    if (const auto now = Clock::now(); until_ > now) {
-        // Rounded up, so that a loop does not spin through the last part of a millisecond.
-        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(until_ - now).count();
-        timeout = static_cast<int>(std::min<int64_t>(rest, INT32_MAX));
-    }
-    if (poll(descriptors_.data(), descriptors_.size(), timeout) < 0) {
-        for (pollfd& descriptor : descriptors_) {
-            descriptor.revents = 0;
-        }
-    }
-}
-
 // One item in one pass, with its part of the poll set.
 struct RunLoop::Turn {
     Ref<RunLoopItem*> item;
@@ -71,9 +58,6 @@ struct RunLoop::ByOrder {
 RunLoop::RunLoop() : Object(cType), wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 RunLoop::~RunLoop() {
-    for (const Attachment& attachment : attachments_) {
-        CFRelease(attachment.mode);
-    }
     if (wakeDescriptor_ >= 0) {
         close(wakeDescriptor_);
     }
@@ -104,23 +88,22 @@ void RunLoop::EndThread(void* loop) {
 }
 
 void RunLoop::Attach(RunLoopItem& item, CFStringRef mode) {
-    DetachWhere([](const Attachment& attachment) { return !attachment.item->IsValid(); });
     const std::lock_guard guard(lock_);
     const bool known =
         std::any_of(attachments_.begin(), attachments_.end(), [&](const auto& other) {
-            return other.item.Get() == &item && sameMode(other.mode, mode);
+            return other.item.Get() == &item && sameMode(other.mode.Get(), mode);
         });
     if (!known) {
         const auto place =
             std::upper_bound(attachments_.begin(), attachments_.end(), item.Order(), ByOrder{});
-        attachments_.insert(place, {Ref<RunLoopItem*>::Share(&item), mode});
-        CFRetain(mode);
+        attachments_.insert(place,
+                            {Ref<RunLoopItem*>::Share(&item), Ref<CFStringRef>::Share(mode)});
     }
 }
 
 void RunLoop::Detach(const RunLoopItem& item, CFStringRef mode) {
     DetachWhere([&](const Attachment& attachment) {
-        return attachment.item.Get() == &item && sameMode(attachment.mode, mode);
+        return attachment.item.Get() == &item && sameMode(attachment.mode.Get(), mode);
     });
 }
 
@@ -130,7 +113,7 @@ void RunLoop::DetachFromAllModes(const RunLoopItem& item) {
 
 template <class Predicate>
 void RunLoop::DetachWhere(Predicate predicate) {
-    // Destroyed after the lock is free: an item's end may call its owner.
+    // They are destroyed after the lock is free, because an item's destructor may call its owner.
     std::vector<Attachment> detached;
     {
         const std::lock_guard guard(lock_);
@@ -144,24 +127,13 @@ void RunLoop::DetachWhere(Predicate predicate) {
             return true;
         });
     }
-    for (const Attachment& attachment : detached) {
-        CFRelease(attachment.mode);
-    }
-}
-
-bool RunLoop::IsAttached(const RunLoopItem& item, CFStringRef mode) const {
-    const std::lock_guard guard(lock_);
-    return std::any_of(attachments_.begin(), attachments_.end(), [&](const Attachment& attachment) {
-        return attachment.item.Get() == &item && sameMode(attachment.mode, mode);
-    });
 }
 
 bool RunLoop::Serves(const RunLoopItem& item, CFStringRef mode) const {
     const std::lock_guard guard(lock_);
-    return item.IsValid() &&
-           std::any_of(attachments_.begin(), attachments_.end(), [&](const Attachment& attachment) {
-               return attachment.item.Get() == &item && covers(attachment.mode, mode);
-           });
+    return std::any_of(attachments_.begin(), attachments_.end(), [&](const Attachment& other) {
+        return other.item.Get() == &item && covers(other.mode.Get(), mode);
+    });
 }
 
 std::vector<RunLoop::Turn> RunLoop::ItemsOf(CFStringRef mode) const {
@@ -172,7 +144,7 @@ std::vector<RunLoop::Turn> RunLoop::ItemsOf(CFStringRef mode) const {
         const bool known = std::any_of(turns.begin(), turns.end(), [&](const Turn& turn) {
             return turn.item.Get() == attachment.item.Get();
         });
-        if (!known && attachment.item->IsValid() && covers(attachment.mode, mode)) {
+        if (!known && covers(attachment.mode.Get(), mode)) {
             turns.push_back({attachment.item});
         }
     }
@@ -194,11 +166,6 @@ void RunLoop::WakeUp() {
     [[maybe_unused]] const ssize_t written = write(wakeDescriptor_, &one, sizeof one);
 }
 
-void RunLoop::Stop() {
-    stopped_ = true;
-    WakeUp();
-}
-
 void RunLoop::PrepareWakeUp(PollSet& set) const {
     if (wakeDescriptor_ >= 0) {
         set.Add(wakeDescriptor_, POLLIN);
@@ -212,8 +179,8 @@ void RunLoop::ClearWakeUp() {
     [[maybe_unused]] const ssize_t taken = read(wakeDescriptor_, &count, sizeof count);
 }
 
-// The loop counts as waiting before it looks at its items for the last time. So whoever makes a
-// source due afterwards sees a waiting loop and wakes it, and whoever did before is seen.
+// The loop counts as waiting before it looks at its items for the last time. A thread that signals
+// a source after that look therefore sees a waiting loop and wakes it.
 bool RunLoop::Pass(std::vector<Turn>& turns, CFStringRef mode, Clock::time_point until,
                    bool onlyOne) {
     PollSet set(until);
@@ -224,9 +191,6 @@ bool RunLoop::Pass(std::vector<Turn>& turns, CFStringRef mode, Clock::time_point
         turn.item->Prepare(set);
         turn.end = set.Descriptors().size();
     }
-    if (stopped_) {
-        set.DoNotWait();
-    }
     set.Wait();
     waiting_ = false;
     ClearWakeUp();
@@ -234,7 +198,7 @@ bool RunLoop::Pass(std::vector<Turn>& turns, CFStringRef mode, Clock::time_point
     bool handled = false;
     const std::span<const pollfd> polled(set.Descriptors());
     for (const Turn& turn : turns) {
-        if (stopped_ || (handled && onlyOne)) {
+        if (handled && onlyOne) {
             break;
         }
         if (Serves(*turn.item.Get(), mode)) {
@@ -249,17 +213,11 @@ bool RunLoop::Pass(std::vector<Turn>& turns, CFStringRef mode, Clock::time_point
 
 SInt32 RunLoop::Run(CFStringRef mode, Clock::time_point until, bool returnAfterSourceHandled) {
     for (;;) {
-        if (stopped_.exchange(false)) {
-            return kCFRunLoopRunStopped;
-        }
         std::vector<Turn> turns = ItemsOf(mode);
         if (turns.empty()) {
             return kCFRunLoopRunFinished;
         }
         const bool handled = Pass(turns, mode, until, returnAfterSourceHandled);
-        if (stopped_.exchange(false)) {
-            return kCFRunLoopRunStopped;
-        }
         if (handled && returnAfterSourceHandled) {
             return kCFRunLoopRunHandledSource;
         }

@@ -1,66 +1,46 @@
-// Run loops and what they serve. Any thread, except where a comment says the loop's.
+// A thread's run loop. Any thread may call anything, except where a comment names the loop's
+// thread.
 #pragma once
 
-#include "corefoundation/object/Object.h"
 #include "corefoundation/object/Ref.h"
-#include "corefoundation/runloop/RunLoopPollSet.h"
+#include "corefoundation/runloop/RunLoopItem.h"
 
 #include <CoreFoundation/CFRunLoop.h>
 
 #include <mutex>
-#include <span>
 #include <vector>
 
 namespace tvplatform {
-
-// Something that can be attached to a loop. Both operations run on the loop's thread, with no lock
-// of the loop held.
-class RunLoopItem : public Object {
-public:
-    // Adds what the loop is to wait for. Called after the loop counts as waiting.
-    virtual void Prepare(PollSet& set) = 0;
-    // Goes on after the wait, given the descriptors that this item added. True when it called back.
-    virtual bool Fire(std::span<const pollfd> polled) = 0;
-    virtual bool IsValid() const { return true; }
-
-    // Lower comes first.
-    CFIndex Order() const { return order_; }
-
-protected:
-    RunLoopItem(TypeId type, CFIndex order) : Object(type), order_(order) {}
-
-private:
-    const CFIndex order_;
-};
 
 class RunLoop final : public Object {
 public:
     static constexpr TypeId cType = TypeId::RunLoop;
 
-    // The calling thread's loop, borrowed; null only without memory.
+    // Returns the calling thread's loop, borrowed. Throws std::bad_alloc if there is no memory for
+    // it.
     static RunLoop* Current();
     ~RunLoop() override;
 
     void Attach(RunLoopItem& item, CFStringRef mode);
     void Detach(const RunLoopItem& item, CFStringRef mode);
     void DetachFromAllModes(const RunLoopItem& item);
-    bool IsAttached(const RunLoopItem& item, CFStringRef mode) const;
 
     bool IsWaiting() const { return waiting_; }
     void WakeUp();
-    void Stop();
+    // Returns true on the loop's thread.
     bool IsCurrent() const;
 
-    // The loop's thread.
+    // Only on the loop's thread. Returns a CFRunLoopRunResult.
     SInt32 Run(CFStringRef mode, Clock::time_point until, bool returnAfterSourceHandled);
-    // Adds what ends a wait in WakeUp, and takes it back after the wait.
+    // PrepareWakeUp adds the descriptor with which WakeUp ends a wait. ClearWakeUp follows the
+    // wait.
     void PrepareWakeUp(PollSet& set) const;
     void ClearWakeUp();
 
 private:
     struct Attachment {
         Ref<RunLoopItem*> item;
-        CFStringRef mode;
+        Ref<CFStringRef> mode;
     };
     struct ByOrder;
     struct Turn;
@@ -75,31 +55,10 @@ private:
     bool Pass(std::vector<Turn>& turns, CFStringRef mode, Clock::time_point until, bool onlyOne);
 
     mutable std::mutex lock_;
-    // Sorted by order, else as attached.
+    // Sorted by order. Equal orders stay as they were attached.
     std::vector<Attachment> attachments_;
     std::atomic<bool> waiting_{false};
-    std::atomic<bool> stopped_{false};
     int wakeDescriptor_;
-};
-
-class RunLoopSource final : public RunLoopItem {
-public:
-    static constexpr TypeId cType = TypeId::RunLoopSource;
-
-    RunLoopSource(CFIndex order, const CFRunLoopSourceContext& context);
-    ~RunLoopSource() override;
-
-    void Signal() { signalled_ = true; }
-    void Invalidate() { valid_ = false; }
-
-    void Prepare(PollSet& set) override;
-    bool Fire(std::span<const pollfd> polled) override;
-    bool IsValid() const override { return valid_; }
-
-private:
-    const CFRunLoopSourceContext context_;
-    std::atomic<bool> signalled_{false};
-    std::atomic<bool> valid_{true};
 };
 
 }  // namespace tvplatform

@@ -1,5 +1,6 @@
 // The C interface of run loops and their sources.
 #include "corefoundation/runloop/RunLoop.h"
+#include "corefoundation/runloop/RunLoopSource.h"
 
 #include <CoreFoundation/CFString.h>
 
@@ -30,61 +31,13 @@ Clock::time_point after(double seconds) {
 
 }  // namespace
 
-namespace tvplatform {
-
-RunLoopSource::RunLoopSource(CFIndex order, const CFRunLoopSourceContext& context)
-    : RunLoopItem(cType, order), context_(context) {
-    if (context_.retain != nullptr) {
-        context_.retain(context_.info);
-    }
-}
-
-RunLoopSource::~RunLoopSource() {
-    if (context_.release != nullptr) {
-        context_.release(context_.info);
-    }
-}
-
-void RunLoopSource::Prepare(PollSet& set) {
-    if (signalled_) {
-        set.DoNotWait();
-    }
-}
-
-bool RunLoopSource::Fire(std::span<const pollfd>) {
-    if (!valid_ || !signalled_.exchange(false)) {
-        return false;
-    }
-    if (context_.perform != nullptr) {
-        context_.perform(context_.info);
-    }
-    return true;
-}
-
-}  // namespace tvplatform
-
 extern "C" {
 
 const CFRunLoopMode kCFRunLoopDefaultMode = CFSTR("kCFRunLoopDefaultMode");
 const CFRunLoopMode kCFRunLoopCommonModes = CFSTR("kCFRunLoopCommonModes");
 
-CFTypeID CFRunLoopGetTypeID(void) {
-    return static_cast<CFTypeID>(RunLoop::cType);
-}
-
-CFTypeID CFRunLoopSourceGetTypeID(void) {
-    return static_cast<CFTypeID>(RunLoopSource::cType);
-}
-
 CFRunLoopRef CFRunLoopGetCurrent(void) {
     return ToRef<CFRunLoopRef>(RunLoop::Current());
-}
-
-void CFRunLoopRun(void) {
-    SInt32 result = 0;
-    do {
-        result = CFRunLoopRunInMode(kCFRunLoopDefaultMode, cLongestRun, false);
-    } while (result == kCFRunLoopRunTimedOut);
 }
 
 CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds,
@@ -106,34 +59,13 @@ void CFRunLoopWakeUp(CFRunLoopRef loop) {
     }
 }
 
-void CFRunLoopStop(CFRunLoopRef loop) {
-    if (auto* self = As<RunLoop>(loop)) {
-        self->Stop();
-    }
-}
-
 void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
     auto* self = As<RunLoop>(loop);
     auto* item = As<RunLoopSource>(source);
-    if (self != nullptr && item != nullptr && item->IsValid() && isMode(mode)) {
+    if (self != nullptr && item != nullptr && isMode(mode)) {
         self->Attach(*item, mode);
         self->WakeUp();
     }
-}
-
-void CFRunLoopRemoveSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
-    auto* self = As<RunLoop>(loop);
-    auto* item = As<RunLoopSource>(source);
-    if (self != nullptr && item != nullptr && isMode(mode)) {
-        self->Detach(*item, mode);
-    }
-}
-
-Boolean CFRunLoopContainsSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
-    const auto* self = As<RunLoop>(loop);
-    const auto* item = As<RunLoopSource>(source);
-    return self != nullptr && item != nullptr && isMode(mode) && item->IsValid() &&
-           self->IsAttached(*item, mode);
 }
 
 CFRunLoopSourceRef CFRunLoopSourceCreate(CFAllocatorRef, CFIndex order,
@@ -148,17 +80,6 @@ void CFRunLoopSourceSignal(CFRunLoopSourceRef source) {
     if (auto* self = As<RunLoopSource>(source)) {
         self->Signal();
     }
-}
-
-void CFRunLoopSourceInvalidate(CFRunLoopSourceRef source) {
-    if (auto* self = As<RunLoopSource>(source)) {
-        self->Invalidate();
-    }
-}
-
-Boolean CFRunLoopSourceIsValid(CFRunLoopSourceRef source) {
-    const auto* self = As<RunLoopSource>(source);
-    return self != nullptr && self->IsValid();
 }
 
 }  // extern "C"

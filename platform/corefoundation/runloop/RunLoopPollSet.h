@@ -1,4 +1,5 @@
-// What a run loop waits for in one pass: descriptors and the latest moment to go on. One thread.
+// Holds what a run loop waits for in one pass: descriptors, and the latest moment to go on. One
+// thread at a time may use a set.
 #pragma once
 
 #include <poll.h>
@@ -15,14 +16,14 @@ class PollSet {
 public:
     explicit PollSet(Clock::time_point until) : until_(until) {}
 
-    // `events` as for poll.
+    // `events` has the bits of poll.
     void Add(int descriptor, short events) { descriptors_.push_back({descriptor, events, 0}); }
-    // The wait ends at `moment` at the latest.
+    // Ends the wait at `moment` at the latest.
     void WaitUntil(Clock::time_point moment) { until_ = std::min(until_, moment); }
     void DoNotWait() { until_ = Clock::time_point::min(); }
 
-    // Waits; afterwards the descriptors' `revents` tell what happened. An interruption by a signal
-    // counts as nothing having happened.
+    // Waits. Afterwards the `revents` of the descriptors tell what happened. After an interruption
+    // by a signal they are all 0.
     void Wait();
 
     Clock::time_point Until() const { return until_; }

@@ -1,10 +1,10 @@
 // Read streams that fetch a web address.
 //
-// http and https only, at first and on every redirect; an https request is never redirected to
-// http; 20 redirects at most. Certificates are always verified, against the system's store or what
-// SSL_CERT_FILE and SSL_CERT_DIR name. Proxies come from the environment. A connection has 10
-// seconds to come about, a peer 60 seconds for its next byte. Nothing is remembered between
-// streams: no cookies, no passwords, no connections.
+// They use http and https only, at first and on every redirect. A redirect never leads from https
+// to http, and at most 20 redirects are followed. Certificates are always verified, against the
+// system's store or against what SSL_CERT_FILE and SSL_CERT_DIR name. Proxies come from the
+// environment. A connection has 10 seconds to come about, and a peer has 60 seconds for its next
+// byte. Streams share no cookies, passwords or connections.
 #pragma once
 
 #include <CFNetwork/CFHTTPMessage.h>
@@ -12,12 +12,10 @@
 
 CF_EXTERN_C_BEGIN
 
-// The header of the answer, once it is complete (CFHTTPMessageRef).
+// The header of the answer (CFHTTPMessageRef). It has no value before the header is complete.
 CF_EXPORT const CFStreamPropertyKey kCFStreamPropertyHTTPResponseHeader;
-// The address that answered, after redirects (CFURLRef); with the header.
-CF_EXPORT const CFStreamPropertyKey kCFStreamPropertyHTTPFinalURL;
-// Whether redirects are followed (CFBooleanRef); false at first. Where they are not, the answer of
-// the redirecting server is the answer.
+// Tells whether redirects are followed (CFBooleanRef). It is false at first. If redirects are not
+// followed, the answer of the redirecting server is the answer.
 CF_EXPORT const CFStreamPropertyKey kCFStreamPropertyHTTPShouldAutoredirect;
 
 // Further error domains of such streams.
@@ -29,10 +27,10 @@ enum {
     kCFStreamErrorHTTPBadURL = -3
 };
 
-// A new stream, owned by the caller, that will send a copy of the request; null for no request.
-// The stream is not opened yet. Opening fails at once for a scheme other than http and https, an
-// address without a host, a method other than GET, and where HTTP support cannot be loaded. Every
-// status of an answer (404, 500, …) is a success of the stream.
+// Returns a new stream, which the caller owns and which sends a copy of the request. Returns null
+// if `request` is no request. The stream is not opened yet. Opening fails at once for a scheme
+// other than http and https, an address without a host, a method other than GET, and if HTTP
+// support cannot be loaded. An answer of any status (404, 500, …) is a success of the stream.
 CF_EXPORT CFReadStreamRef CFReadStreamCreateForHTTPRequest(CFAllocatorRef allocator,
                                                            CFHTTPMessageRef request);
 

@@ -10,6 +10,7 @@
 #include <pthread.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,19 +34,21 @@ std::atomic<bool> gCreatingFailed{false};
 bool gLeaksCanBeTold = true;
 std::string gUrl;
 
-// A process that hangs is ended by the alarm, or else with whoever started it.
+// The alarm ends a process that hangs, or the end of its parent does. It writes no large files.
 void limitLife() {
     alarm(cHangs);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const rlimit largest{1 << 20, 1 << 20};
+    setrlimit(RLIMIT_FSIZE, &largest);
 }
 
-void Yield(const std::atomic<bool>& flag) {
+void awaitFlag(const std::atomic<bool>& flag) {
     while (!flag) {
         std::this_thread::yield();
     }
 }
 
-bool OnEvent(CFReadStreamRef stream, unsigned long event, void* endsProcess) {
+bool onEvent(CFReadStreamRef stream, unsigned long event, void* endsProcess) {
     if (event == kCFStreamEventHasBytesAvailable) {
         UInt8 bytes[4096];
         CFReadStreamRead(stream, bytes, sizeof bytes);
@@ -73,15 +76,15 @@ bool abortOther(CFReadStreamRef, unsigned long, void* other) {
     return true;
 }
 
-void Start(MacThreadedWebReader* reader, MacThreadedWebReader::Callback callback, void* context) {
+void start(MacThreadedWebReader* reader, MacThreadedWebReader::Callback callback, void* context) {
     CFStringRef url = CFStringCreateWithCString(nullptr, gUrl.c_str(), kCFStringEncodingUTF8);
     reader->StartRead(url, nullptr, callback, context);
     CFRelease(url);
 }
 
-MacThreadedWebReader* Start(bool endsProcess = false) {
+MacThreadedWebReader* start(bool endsProcess = false) {
     MacThreadedWebReader* reader = MacThreadedWebReader::Create();
-    Start(reader, OnEvent, endsProcess ? &gUrl : nullptr);
+    start(reader, onEvent, endsProcess ? &gUrl : nullptr);
     return reader;
 }
 
@@ -93,9 +96,9 @@ void await(const std::string& when) {
         while (read(STDIN_FILENO, &byte, 1) < 0) {
         }
     } else if (when == "data") {
-        Yield(gDataCame);
+        awaitFlag(gDataCame);
     } else if (when == "lookup") {
-        Yield(gLookingUp);
+        awaitFlag(gLookingUp);
     } else if (when != "now") {
         for (int rounds = std::stoi(when); rounds > 0; --rounds) {
             std::this_thread::yield();
@@ -122,7 +125,7 @@ int withChild(bool reads) {
         limitLife();
         if (reads) {
             gDataCame = false;
-            Start();
+            start();
             await("data");
         }
         exit(cDone);
@@ -140,28 +143,29 @@ int fromLibrary(const char* path, const std::string& when) {
     if (library == nullptr) {
         return 1;
     }
-    const auto start = reinterpret_cast<void (*)(const char*)>(dlsym(library, "tvtest_start_read"));
-    start(gUrl.c_str());
+    const auto send = reinterpret_cast<void (*)(const char*)>(dlsym(library, "tvtest_start_read"));
+    send(gUrl.c_str());
     await(when);
     dlclose(library);
     return cDone;
 }
 
-// Whoever cannot have a thread waits for ever, but keeps neither an abort nor the exit.
+// A caller that cannot have a thread waits for ever, but keeps neither an abort nor the exit
+// waiting.
 int withoutThread() {
     MacThreadedWebReader* reader = MacThreadedWebReader::Create();
     std::thread([reader] {
         gCreatingFails = true;
         CFStringRef url = CFStringCreateWithCString(nullptr, gUrl.c_str(), kCFStringEncodingUTF8);
-        reader->StartRead(url, nullptr, OnEvent, nullptr);
+        reader->StartRead(url, nullptr, onEvent, nullptr);
         _exit(1);
     }).detach();
-    Yield(gCreatingFailed);
+    awaitFlag(gCreatingFailed);
     reader->AbortRead();
     return reader->GetProgress() == 1 ? cDone : 1;
 }
 
-int Run(const std::string& how, const std::string& when, const char* library) {
+int run(const std::string& how, const std::string& when, const char* library) {
     if (how == "idle") {
         MacThreadedWebReader::Create();
         return isLoaded("libcurl") || isLoaded("libtvplatform-http") ? 1 : cDone;
@@ -174,15 +178,15 @@ int Run(const std::string& how, const std::string& when, const char* library) {
     }
     if (how == "exit in an awaited callback") {
         MacThreadedWebReader* first = MacThreadedWebReader::Create();
-        Start(first, exitOnceAborted, first);
+        start(first, exitOnceAborted, first);
         await("data");
-        Start(MacThreadedWebReader::Create(), abortOther, first);
+        start(MacThreadedWebReader::Create(), abortOther, first);
         pause();
     }
-    MacThreadedWebReader* reader = Start(how == "exit in the callback");
+    MacThreadedWebReader* reader = start(how == "exit in the callback");
     if (how == "many") {
         for (int i = 0; i < 7; ++i) {
-            Start();
+            start();
         }
     }
     await(when);
@@ -257,5 +261,5 @@ int main(int argc, char** argv) {
     }
     limitLife();
     gUrl = argv[3];
-    return Run(argv[1], argv[2], argc > 4 ? argv[4] : nullptr);
+    return run(argv[1], argv[2], argc > 4 ? argv[4] : nullptr);
 }

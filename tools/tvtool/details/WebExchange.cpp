@@ -18,14 +18,14 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// What the worker of a reader reports.
+// Collects what the worker of a reader reports.
 class Exchange {
 public:
     static bool OnEvent(CFReadStreamRef stream, unsigned long event, void* exchange) {
         return static_cast<Exchange*>(exchange)->Take(stream, event);
     }
 
-    // False when it has not ended by then.
+    // Returns false if the request has not ended by then.
     bool WaitUntil(Clock::time_point time) {
         std::unique_lock guard(lock_);
         return ended_.wait_until(guard, time, [this] { return hasEnded_; });
@@ -118,11 +118,11 @@ WebResult FetchAndWait(CFStringRef url, CFStringRef userAgent, long seconds,
                        const std::function<void(long)>& tick) {
     Exchange exchange;
     {
-        // Gone before the exchange is; its end waits for a callback that is running.
+        // The reader goes before the exchange does. Its end waits for a callback that is running.
         const std::unique_ptr<MacThreadedWebReader, EndReader> reader(
             MacThreadedWebReader::Create());
         const int started = reader->StartRead(url, userAgent, &Exchange::OnEvent, &exchange);
-        // No progress means that the stream did not open, unless all is over already.
+        // If there is no progress, the stream did not open, or the request is over already.
         if (started != 0 || (reader->GetProgress() == 0 && !exchange.HasEnded())) {
             return {};
         }

@@ -1,4 +1,4 @@
-// One web request whose end is waited for.
+// Makes one web request and waits for its end.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -14,15 +14,15 @@ namespace tvtool {
 struct WebResult {
     enum class End { Complete, Failed, NotStarted, TimeLimit };
     End end = End::NotStarted;
-    long status = 0;  // 0: no answer came
+    long status = 0;  // It stays 0 if no answer came.
     std::size_t bodyBytes = 0;
-    CFStreamError error{};  // of End::Failed
+    CFStreamError error{};  // It is set with End::Failed.
 };
-// What went wrong, in words.
+// Tells in words what went wrong.
 std::string DescribeError(const CFStreamError& error);
 
-// Waits for at most `seconds` (0: until the request ends by itself), then drops the request. Calls
-// `tick` about every second with the number of those that have passed.
+// Waits for at most `seconds` and then drops the request. For 0 it waits until the request ends by
+// itself. Calls `tick` about every second with the number of seconds that have passed.
 WebResult FetchAndWait(CFStringRef url, CFStringRef userAgent, long seconds,
                        const std::function<void(long)>& tick);
 

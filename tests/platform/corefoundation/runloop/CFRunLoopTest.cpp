@@ -9,27 +9,23 @@
 
 namespace {
 
-// A source that runs a function of the test.
+// A source that runs a function of the test. It is attached to the calling thread's loop.
 class Source {
 public:
-    explicit Source(std::function<void()> perform, CFIndex order = 0)
+    explicit Source(std::function<void()> perform, CFIndex order = 0,
+                    CFRunLoopMode mode = kCFRunLoopDefaultMode)
         : perform_(std::move(perform)) {
         CFRunLoopSourceContext context{};
         context.info = &perform_;
         context.perform = [](void* info) { (*static_cast<std::function<void()>*>(info))(); };
         source_ = CFRunLoopSourceCreate(nullptr, order, &context);
+        Add(mode);
     }
-    ~Source() {
-        CFRunLoopSourceInvalidate(source_);
-        CFRelease(source_);
-    }
+    ~Source() { CFRelease(source_); }
     Source(const Source&) = delete;
     Source& operator=(const Source&) = delete;
 
-    CFRunLoopSourceRef Get() const { return source_; }
-    void Add(CFRunLoopMode mode = kCFRunLoopDefaultMode) const {
-        CFRunLoopAddSource(CFRunLoopGetCurrent(), source_, mode);
-    }
+    void Add(CFRunLoopMode mode) const { CFRunLoopAddSource(CFRunLoopGetCurrent(), source_, mode); }
     void Signal() const { CFRunLoopSourceSignal(source_); }
 
 private:
@@ -41,109 +37,76 @@ SInt32 runDefault(double seconds, bool returnAfterSource) {
     return CFRunLoopRunInMode(kCFRunLoopDefaultMode, seconds, returnAfterSource);
 }
 
-constexpr double cForEver = 1e300;
-
-TEST(CFRunLoop, FinishesWithoutSources) {
-    EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunFinished);
-    EXPECT_EQ(CFRunLoopRunInMode(nullptr, cForEver, false), kCFRunLoopRunFinished);
-    int calls = 0;
-    const Source source([&] { ++calls; });
-    // In another mode, and removed by its own call.
-    source.Add(CFSTR("other"));
-    source.Signal();
-    EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunFinished);
-    EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopCommonModes, cForEver, false), kCFRunLoopRunFinished);
-    const Source own(
-        [&] {
-            ++calls;
-            CFRunLoopRemoveSource(CFRunLoopGetCurrent(), own.Get(), CFSTR("other"));
-            CFRunLoopSourceInvalidate(source.Get());
-        },
-        -1);
-    own.Add(CFSTR("other"));
-    own.Signal();
-    EXPECT_EQ(CFRunLoopRunInMode(CFSTR("other"), cForEver, false), kCFRunLoopRunFinished);
-    EXPECT_EQ(calls, 1);
-    EXPECT_FALSE(CFRunLoopSourceIsValid(source.Get()));
-    EXPECT_FALSE(CFRunLoopContainsSource(CFRunLoopGetCurrent(), source.Get(), CFSTR("other")));
+// Runs `body` on a thread of its own, whose loop is therefore empty at first.
+void onNewLoop(const std::function<void()>& body) {
+    std::thread(body).join();
 }
 
+constexpr double cForEver = 1e300;
+
 TEST(CFRunLoop, TellsHowARunEnded) {
-    int calls = 0;
-    const Source source([&] { ++calls; });
-    source.Add(kCFRunLoopCommonModes);
-    source.Add();  // Attached in both, called once.
-    EXPECT_EQ(runDefault(0, true), kCFRunLoopRunTimedOut);
-    EXPECT_EQ(runDefault(0.001, true), kCFRunLoopRunTimedOut);
-    source.Signal();
-    source.Signal();
-    EXPECT_EQ(runDefault(cForEver, true), kCFRunLoopRunHandledSource);
-    EXPECT_EQ(calls, 1);
-    source.Signal();
-    EXPECT_EQ(runDefault(-1, false), kCFRunLoopRunTimedOut);
-    EXPECT_EQ(calls, 2);
-    CFRunLoopStop(CFRunLoopGetCurrent());
-    EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunStopped);
-    const Source stops([&] { CFRunLoopStop(CFRunLoopGetCurrent()); });
-    stops.Add();
-    stops.Signal();
-    EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunStopped);
-    stops.Signal();
-    CFRunLoopRun();
-    EXPECT_EQ(runDefault(0, false), kCFRunLoopRunTimedOut);
+    onNewLoop([] {
+        EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunFinished);
+        EXPECT_EQ(CFRunLoopRunInMode(nullptr, cForEver, false), kCFRunLoopRunFinished);
+        int calls = 0;
+        const Source source([&] { ++calls; }, 0, CFSTR("other"));
+        source.Signal();
+        EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunFinished);
+        source.Add(kCFRunLoopCommonModes);
+        source.Add(kCFRunLoopDefaultMode);  // It is called once all the same.
+        EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopCommonModes, cForEver, false),
+                  kCFRunLoopRunFinished);
+        EXPECT_EQ(CFRunLoopRunInMode(CFSTR("other"), 0, true), kCFRunLoopRunHandledSource);
+        EXPECT_EQ(runDefault(0, true), kCFRunLoopRunTimedOut);
+        EXPECT_EQ(runDefault(0.001, true), kCFRunLoopRunTimedOut);
+        source.Signal();
+        source.Signal();
+        EXPECT_EQ(runDefault(cForEver, true), kCFRunLoopRunHandledSource);
+        EXPECT_EQ(calls, 2);
+        source.Signal();
+        EXPECT_EQ(runDefault(-1, false), kCFRunLoopRunTimedOut);
+        EXPECT_EQ(calls, 3);
+    });
 }
 
 TEST(CFRunLoop, CallsByOrderAndGivesEveryoneATurn) {
-    std::string calls;
-    const Source late([&] { calls += "c"; }, 5);
-    const Source first([&] { calls += "a"; }, -5);
-    const Source busy([&] {
-        calls += "b";
-        busy.Signal();
+    onNewLoop([] {
+        std::string calls;
+        const Source late([&] { calls += "c"; }, 5);
+        const Source first([&] { calls += "a"; }, -5);
+        const Source busy([&] {
+            calls += "b";
+            busy.Signal();
+        });
+        const Source other([&] { calls += "o"; });
+        for (const Source* source : {&late, &first, &busy, &other}) {
+            source->Signal();
+        }
+        EXPECT_EQ(runDefault(0, false), kCFRunLoopRunTimedOut);
+        EXPECT_EQ(calls, "aboc");
+        other.Signal();
+        EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
+        EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
+        EXPECT_EQ(calls, "abocbo");
+        const Source nested([&] { runDefault(0, true); }, -10);
+        nested.Signal();
+        EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
+        EXPECT_EQ(calls, "abocbob");
     });
-    const Source other([&] { calls += "o"; });
-    for (const Source* source : {&late, &first, &busy, &other}) {
-        source->Add();
-        source->Signal();
-    }
-    EXPECT_EQ(runDefault(0, false), kCFRunLoopRunTimedOut);
-    EXPECT_EQ(calls, "aboc");
-    calls.clear();
-    other.Signal();
-    EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
-    EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
-    EXPECT_EQ(calls, "bo");
 }
 
-TEST(CFRunLoop, RunsInsideItself) {
-    SInt32 inner = 0;
-    const Source nested([&] { inner = runDefault(0, false); });
-    nested.Add();
-    nested.Signal();
-    EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
-    EXPECT_EQ(inner, kCFRunLoopRunTimedOut);
-    const Source stopsInner([&] {
-        CFRunLoopStop(CFRunLoopGetCurrent());
-        inner = runDefault(cForEver, false);
-    });
-    stopsInner.Add();
-    stopsInner.Signal();
-    EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
-    EXPECT_EQ(inner, kCFRunLoopRunStopped);
-}
-
-// Signals that are followed by a wake-up only where the loop says that it waits: one that fell
-// between its last look and its wait would be lost, and the hand-over would stand still.
+// Each signal is followed by a wake-up only if the loop says that it waits, and a wake-up alone
+// ends the first wait. A signal that is lost makes the test stand still.
 TEST(CFRunLoop, LosesNoSignal) {
     constexpr int cRounds = 20000;
     std::atomic<int> performed{0};
     std::atomic<CFRunLoopRef> loop{nullptr};
-    const Source source([&] { ++performed; });
+    std::atomic<const Source*> shared{nullptr};
     std::thread worker([&] {
-        source.Add();
+        const Source source([&] { ++performed; });
+        CFRetain(CFRunLoopGetCurrent());
+        shared = &source;
         loop = CFRunLoopGetCurrent();
-        // The signaller looks at the loop once more after the last round.
-        CFRetain(loop);
         while (performed < cRounds) {
             EXPECT_EQ(runDefault(cForEver, true), kCFRunLoopRunHandledSource);
         }
@@ -151,9 +114,9 @@ TEST(CFRunLoop, LosesNoSignal) {
     while (loop == nullptr) {
         std::this_thread::yield();
     }
+    const CFRunLoopRef target = loop;
     for (int round = 0; round < cRounds; ++round) {
-        const CFRunLoopRef target = loop;
-        source.Signal();
+        shared.load()->Signal();
         if (CFRunLoopIsWaiting(target)) {
             CFRunLoopWakeUp(target);
         }
@@ -162,40 +125,29 @@ TEST(CFRunLoop, LosesNoSignal) {
         }
     }
     worker.join();
-    CFRelease(loop);
+    // The loop outlives its thread, and never waits again.
+    EXPECT_NE(target, CFRunLoopGetCurrent());
+    CFRunLoopWakeUp(target);
+    EXPECT_FALSE(CFRunLoopIsWaiting(target));
+    CFRelease(target);
 }
 
-TEST(CFRunLoop, AWakeUpBeforeTheWaitEndsIt) {
-    const Source source([] {});
-    source.Add();
-    CFRunLoopWakeUp(CFRunLoopGetCurrent());
-    std::thread stopper([loop = CFRunLoopGetCurrent()] { CFRunLoopStop(loop); });
-    EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunStopped);
-    stopper.join();
-}
-
-TEST(CFRunLoop, OutlivesItsThreadWithoutWhatWasAttached) {
-    std::atomic<int> released{0};
-    CFRunLoopRef loop = nullptr;
-    std::thread([&] {
-        loop = CFRunLoopGetCurrent();
-        EXPECT_EQ(loop, CFRunLoopGetCurrent());
-        CFRetain(loop);
+TEST(CFRunLoop, AnEndingThreadReleasesWhatWasAttached) {
+    int held = 0;
+    onNewLoop([&] {
         CFRunLoopSourceContext context{};
-        context.info = &released;
-        context.release = [](const void* info) {
-            ++*static_cast<std::atomic<int>*>(const_cast<void*>(info));
+        context.info = &held;
+        context.retain = [](const void* info) {
+            ++*static_cast<int*>(const_cast<void*>(info));
+            return info;
         };
+        context.release = [](const void* info) { --*static_cast<int*>(const_cast<void*>(info)); };
         CFRunLoopSourceRef source = CFRunLoopSourceCreate(nullptr, 0, &context);
-        CFRunLoopAddSource(loop, source, kCFRunLoopDefaultMode);
+        CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
         CFRelease(source);
-        EXPECT_EQ(released, 0);
-    }).join();
-    EXPECT_EQ(released, 1);
-    EXPECT_NE(loop, CFRunLoopGetCurrent());
-    CFRunLoopWakeUp(loop);
-    EXPECT_FALSE(CFRunLoopIsWaiting(loop));
-    CFRelease(loop);
+        EXPECT_EQ(held, 1);
+    });
+    EXPECT_EQ(held, 0);
 }
 
 TEST(CFRunLoop, IgnoresWhatIsNoLoop) {
@@ -203,17 +155,14 @@ TEST(CFRunLoop, IgnoresWhatIsNoLoop) {
     context.version = 1;
     EXPECT_EQ(CFRunLoopSourceCreate(nullptr, 0, &context), nullptr);
     EXPECT_EQ(CFRunLoopSourceCreate(nullptr, 0, nullptr), nullptr);
+    CFRunLoopSourceSignal(nullptr);
     auto* text = reinterpret_cast<CFRunLoopRef>(
         const_cast<void*>(static_cast<const void*>(kCFRunLoopDefaultMode)));
     for (CFRunLoopRef wrong : {CFRunLoopRef{nullptr}, text}) {
         CFRunLoopWakeUp(wrong);
-        CFRunLoopStop(wrong);
         CFRunLoopAddSource(wrong, nullptr, kCFRunLoopDefaultMode);
         EXPECT_FALSE(CFRunLoopIsWaiting(wrong));
     }
-    CFRunLoopSourceSignal(nullptr);
-    CFRunLoopSourceInvalidate(nullptr);
-    EXPECT_FALSE(CFRunLoopSourceIsValid(nullptr));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "tests/mac/TlsServer.h"
+#include "tests/support/TlsServer.h"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -13,7 +13,7 @@ namespace {
 
 constexpr char cNewKey[] = " -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes ";
 
-void Run(const std::string& arguments) {
+void run(const std::string& arguments) {
     if (std::system(("openssl " + arguments + " >/dev/null 2>&1").c_str()) != 0) {
         throw std::runtime_error("openssl failed: " + arguments);
     }
@@ -37,7 +37,7 @@ std::string readUpTo(int output, std::string_view mark) {
 
 TestCertificates::TestCertificates() {
     const std::string ca = folder_.Path("ca");
-    Run("req -x509" + std::string(cNewKey) + "-keyout " + ca + ".key -out " + ca +
+    run("req -x509" + std::string(cNewKey) + "-keyout " + ca + ".key -out " + ca +
         ".pem -subj '/CN=Test authority' -days 2");
 }
 
@@ -46,9 +46,9 @@ std::string TestCertificates::Issue(const std::string& name, const std::string& 
     const std::string path = folder_.Path(name);
     const std::string ca = folder_.Path("ca");
     folder_.Write(name + ".ext", "subjectAltName=" + subjectAltName + "\n");
-    Run("req" + std::string(cNewKey) + "-keyout " + path + ".key -out " + path +
+    run("req" + std::string(cNewKey) + "-keyout " + path + ".key -out " + path +
         ".csr -subj /CN=server");
-    Run("x509 -req -in " + path + ".csr -CA " + ca + ".pem -CAkey " + ca + ".key -days " +
+    run("x509 -req -in " + path + ".csr -CA " + ca + ".pem -CAkey " + ca + ".key -days " +
         std::to_string(days) + " -extfile " + path + ".ext -out " + path + ".pem");
     return path;
 }
@@ -56,7 +56,7 @@ std::string TestCertificates::Issue(const std::string& name, const std::string& 
 std::string TestCertificates::SelfSign(const std::string& name,
                                        const std::string& subjectAltName) const {
     const std::string path = folder_.Path(name);
-    Run("req -x509" + std::string(cNewKey) + "-keyout " + path + ".key -out " + path +
+    run("req -x509" + std::string(cNewKey) + "-keyout " + path + ".key -out " + path +
         ".pem -subj /CN=server -days 2 -addext subjectAltName=" + subjectAltName);
     return path;
 }

@@ -1,0 +1,25 @@
+// How the threads of a reader are made, and how a caller's thread is kept from being cancelled.
+#pragma once
+
+#include <pthread.h>
+
+namespace MacThread {
+
+// Does what pthread_create does. Every signal is blocked in the new thread from its first
+// instruction.
+int CreateWithoutSignals(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
+                         void* argument);
+
+// Holds back the cancellation of the calling thread for a scope.
+class CancellationOff {
+public:
+    CancellationOff() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
+    ~CancellationOff() { pthread_setcancelstate(before_, nullptr); }
+    CancellationOff(const CancellationOff&) = delete;
+    CancellationOff& operator=(const CancellationOff&) = delete;
+
+private:
+    int before_ = PTHREAD_CANCEL_ENABLE;
+};
+
+}  // namespace MacThread

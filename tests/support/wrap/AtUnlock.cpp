@@ -1,0 +1,41 @@
+#include "tests/support/AtUnlock.h"
+
+#include <pthread.h>
+
+#include <utility>
+
+namespace {
+
+thread_local int tLeft = 0;
+thread_local std::function<void()>* tAction = nullptr;
+
+}  // namespace
+
+namespace tvtest {
+
+AtUnlock::AtUnlock(int count, std::function<void()> action) {
+    tAction = new std::function<void()>(std::move(action));
+    tLeft = count;
+}
+
+AtUnlock::~AtUnlock() {
+    tLeft = 0;
+    delete std::exchange(tAction, nullptr);
+}
+
+}  // namespace tvtest
+
+extern "C" {
+
+int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
+int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex);
+
+int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
+    const int result = __real_pthread_mutex_unlock(mutex);
+    if (tLeft > 0 && --tLeft == 0) {
+        (*tAction)();
+    }
+    return result;
+}
+
+}  // extern "C"
