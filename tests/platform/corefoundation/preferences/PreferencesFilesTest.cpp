@@ -49,10 +49,17 @@ TEST_F(PreferencesFiles, ADamagedFileIsKeptUnderAnotherName) {
         {"<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><dict><key>k</key><string>&a;</string></dict>"
          "</plist>",
          true},
+        {"<!DOCTYPE plist SYSTEM "
+         "\"x\"><plist><dict><key>k</key><string>&a;</string></dict></plist>",
+         true},
+        {"<plist version=\"<!--\"><dict><key>k</key>" + deep + "-->", true},
+        {Plist("<key>k</key><string>\xEF\xBF\xBE</string>"), true},
+        {Plist("<key>k</key>"), true},
+        {Plist("<key>k</key><string><true/></string>"), true},
         {Plist(other + wide), false}};
     const std::string whole = "<plist><dict>" + other + "</dict></plist>";
     for (std::size_t length = 0; length < whole.size(); ++length) {
-        cases.emplace_back(whole.substr(0, length), length < whole.find("</plist>"));
+        cases.emplace_back(whole.substr(0, length), true);
     }
     int kept = 0;
     for (const auto& [text, isDamaged] : cases) {
