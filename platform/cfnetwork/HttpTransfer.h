@@ -39,7 +39,7 @@ public:
     virtual void Step(std::span<const pollfd> polled) = 0;
     virtual DriverState State() const = 0;
     virtual size_t Read(unsigned char* buffer, size_t size) = 0;
-    // Ends the transfer. What has arrived can still be read.
+    // Ends the transfer. Bytes that have arrived can still be read.
     virtual void Cancel() = 0;
 
     // Returns the status of the answer, and 0 before State says opened.

@@ -5,7 +5,7 @@
 
 namespace tvplatform {
 
-// Returns the path in a reference. Null if `ref` is null or stands for no object.
+// Returns the path in a reference, or null if `ref` is null or stands for no object.
 const char* PathOf(const FSRef* ref);
 
 // Makes `ref` stand for the object at `path`, with its canonical path. Returns 0, or the error

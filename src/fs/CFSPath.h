@@ -47,7 +47,7 @@ public:
     RStatus MacFromFSRef(const FSRef& ref);
 
     bool IsEmpty() const { return url_ == nullptr; }
-    // Returns the URL, which the path still owns. Null if the path is empty.
+    // Returns the URL, which the path still owns, or null if the path is empty.
     CFURLRef GetURL() const { return url_; }
     // Returns the containing folder in `out`, which may be this path. A root contains itself.
     // ErrBadParameter if `type` is not FSContainingFolder.

@@ -46,8 +46,8 @@ public:
     // worker.
     int StartRead(CFStringRef url, CFStringRef userAgent, Callback callback, void* context);
 
-    // The address that StartRead would request, in the form in which it goes out; the caller's own.
-    // Null for one that cannot be requested. Sends nothing.
+    // Returns the address that StartRead would request, in the form in which it goes out, or null
+    // if it cannot be requested. The caller owns it. Sends nothing.
     static CFURLRef CreateRequestUrl(CFStringRef url);
 
     // Ends the read under way, if there is one, and waits until its worker is gone, so until a

@@ -23,7 +23,7 @@ struct MacThreadedWebReaderManager::Shared {
 
 namespace {
 
-// True on the threads that are counted. They must not wait for themselves.
+// Marks the threads that are counted. They must not wait for themselves.
 thread_local bool tIsCounted = false;
 
 }  // namespace

@@ -100,8 +100,8 @@ public:
     void Parse(CStream& stream);
     // Reads the sectioned format to the end. Throws only what the stream throws.
     void ParseOldFormat(CStream& stream);
-    // Returns the next token of the current format: 0 at the end, the character for one of ; = { },
-    // or 256 for a name, which it stores in `text`. Throws ErrSyntax.
+    // Returns the next token of the current format: the character if it is one of ; = { }, 256 if
+    // it is a name, which goes into `text`, and 0 at the end. Throws ErrSyntax.
     static int GetNextToken(CStream& stream, CString& text);
     // Stores the rest of the line, verbatim. Always returns true.
     static bool ScanValue(CStream& stream, CString& text);

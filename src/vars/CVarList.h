@@ -55,8 +55,9 @@ public:
     // Replaces each placeholder, a name between the two `delimiters`, by the variable's value, and
     // again whatever placeholders arise from that, until none is left. Returns the number of
     // replacements. Unknown names stay, delimiters included. Null delimiters stand for "<>",
-    // further characters are ignored, and with fewer than two no text is a placeholder. Deliberate:
-    // values that refer to each other in a circle never end. There is no guard; callers see to it.
+    // further characters are ignored, and with fewer than two no text is a placeholder.
+    // Deliberate: values that refer to each other in a circle never end. There is no guard; callers
+    // see to it.
     int Apply(CString& text, const char* delimiters) const;
     // Does the same for a platform string. Returns 0, with the text unchanged, if the text is null
     // or the delimiters are not exactly two UTF-16 units. A variable that is not valid in the

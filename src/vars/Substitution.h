@@ -41,7 +41,7 @@ CFRef<CFStringRef> MakeCFString(const char* text);
 struct NoObserver {
     // Names what is being read: the text if it is default-made, else the value that Replace named.
     struct Source {};
-    // True if the observer ends every substitution that would have no end.
+    // Tells whether the observer ends every substitution that would have no end.
     static constexpr bool cEndsCircles = false;
 
     // The scan and the passes put `count` characters of `source` at the end of the result.

@@ -55,7 +55,7 @@ TEST(Substitution, BothFormsGiveTheSame) {
     CVarList deep;
     Fill(deep, {{"A", "A>B"}});
     expectBothForms(deep, "<<<<<A>", nullptr, "A>BBBBB", 5);
-    // Where names hold delimiters, placeholders overlap, and the order of the variables decides.
+    // If names hold delimiters, placeholders overlap, and the order of the variables decides.
     CVarList outer, inner;
     Fill(outer, {{"a<b", "1"}, {"b", "2"}});
     Fill(inner, {{"b", "2"}, {"a<b", "1"}});

@@ -60,7 +60,7 @@ private:
     bool paused_ = false;
     size_t headerBytes_ = 0;
     bool hasLocation_ = false;
-    // True if the next header line is the first of an answer.
+    // Tells whether the next header line is the first of an answer.
     bool nextIsFirst_ = true;
 
     // The reader has made room again.

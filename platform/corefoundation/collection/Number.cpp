@@ -126,7 +126,7 @@ constexpr CFNumberType cFixedTypes[] = {0,
                                                            : kCFNumberFloat64Type};
 static_assert(std::size(cFixedTypes) == kCFNumberMaxType + 1);
 
-// The type of fixed width that `type` means on this machine; 0 for an unknown type.
+// Returns the type of fixed width that `type` means on this machine, or 0 if it is unknown.
 CFNumberType fixedTypeOf(CFNumberType type) {
     return type > 0 && type <= kCFNumberMaxType ? cFixedTypes[type] : 0;
 }

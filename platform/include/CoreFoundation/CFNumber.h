@@ -40,7 +40,7 @@ CF_EXPORT CFTypeID CFNumberGetTypeID(void);
 CF_EXPORT CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType type,
                                      const void* value);
 // Returns the type of fixed width (1 to 6) that has the size of the type that the number was made
-// with; 0 if `number` is no number.
+// with, or 0 if `number` is no number.
 CF_EXPORT CFNumberType CFNumberGetType(CFNumberRef number);
 CF_EXPORT Boolean CFNumberIsFloatType(CFNumberRef number);
 // Stores the number as `type`. Returns false if it does not fit exactly. Then the stored value is

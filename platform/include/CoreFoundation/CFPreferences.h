@@ -45,8 +45,8 @@ CF_EXPORT CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStrin
 CF_EXPORT Boolean CFPreferencesSynchronize(CFStringRef applicationID, CFStringRef userName,
                                            CFStringRef hostName);
 
-// The same for the current user on any host. A key that the domain does not have is looked up in
-// the domain of all applications.
+// These three do the same for the current user on any host. If the domain does not have a key, the
+// value is that of the domain of all applications.
 CF_EXPORT CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef key, CFStringRef applicationID);
 CF_EXPORT void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value,
                                         CFStringRef applicationID);

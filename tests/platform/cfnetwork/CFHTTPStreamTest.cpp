@@ -243,8 +243,8 @@ protected:
         ASSERT_TRUE(start_());
     }
 
-    // Waits a little for what the transfer waits for, and lets it go on. True when it asked for a
-    // descriptor.
+    // Waits a little for what the transfer waits for, and lets it go on. Returns true if it asked
+    // for a descriptor.
     static bool Advance(tvplatform::HttpTransfer& transfer) {
         tvplatform::PollSet set(tvplatform::Clock::time_point::max());
         transfer.Prepare(set);

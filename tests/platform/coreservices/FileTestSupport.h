@@ -68,7 +68,7 @@ pid_t StartChild(Body body) {
     return child;
 }
 
-// Returns the result of a child; -1 if it crashed.
+// Returns the result of a child, or -1 if it crashed.
 inline int EndOf(pid_t child) {
     int status = 0;
     waitpid(child, &status, 0);
@@ -86,7 +86,7 @@ bool HoldsInChild(Body body) {
     return InChild([&] { return body() ? 1 : 0; }) == 1;
 }
 
-// The same as a user who owns nothing. Returns true unless root runs the test.
+// Does this as a user who owns nothing. Returns true unless root runs the test.
 template <class Body>
 bool AsNobody(Body body) {
     return geteuid() != 0 || HoldsInChild([&] { return setuid(65534) == 0 && body(); });

@@ -37,11 +37,11 @@ public:
     void Keep(std::size_t from, std::size_t count);
     void EndPass(std::size_t length);
 
-    // Where in the text the character of the result at `index` comes from. For a character of a
-    // value that is the beginning of the placeholder that led to it.
+    // Returns where in the text the character of the result at `index` comes from. For a character
+    // of a value that is the beginning of the placeholder that led to it.
     std::size_t OffsetOf(std::size_t index) const { return origins_[index].offset; }
-    // The variables that led to the character of the result at `index`, for messages, the outermost
-    // first. Empty if the character stands in the text itself.
+    // Returns the variables that led to the character of the result at `index`, for messages, the
+    // outermost first. There are none if the character stands in the text itself.
     std::vector<std::string> Through(std::size_t index) const;
 
 private:

@@ -17,7 +17,7 @@ namespace tvtool {
 namespace {
 
 constexpr std::string_view cEmptyLine = "\r\n\r\n";
-// What is read and dropped from a peer that goes on sending after its answer.
+// This much is read and dropped from a peer that goes on sending after its answer.
 constexpr int cMaxDrainReads = 64;
 
 bool wouldBlock(int error) {
@@ -143,7 +143,7 @@ std::ptrdiff_t Connection::TlsResult(int result, short& wanted) {
     }
 }
 
-// True when one of the events, or the end of the connection, is there.
+// Returns true if one of the events, or the end of the connection, is there.
 bool Connection::Wait(short events, Clock::time_point deadline) {
     std::array<pollfd, 2> polled = {{{socket_.Get(), events, 0}, {stop_, POLLIN, 0}}};
     for (;;) {

@@ -42,15 +42,15 @@ public:
     // What ReadHead has read, from the request line up to the empty line.
     std::string_view HeadBytes() const { return {unread_.data(), headSize_}; }
 
-    // Bytes from the start of the head on; what ReadHead has read stays there for this. 0 at the
-    // end, -1 on a failure.
+    // Reads bytes from the start of the head on, since ReadHead leaves them there. Returns how
+    // many, 0 at the end, and -1 on a failure.
     std::ptrdiff_t Read(char* bytes, std::size_t size);
-    // False when not everything could be written.
+    // Returns false if not everything could be written.
     bool Write(std::string_view bytes);
 
     // Waits until the other side closes the connection, as long as that takes.
     void WaitForPeer();
-    // False when the endpoint stops or the other side is gone before `time` has passed.
+    // Returns false if the endpoint stops or the other side is gone before `time` has passed.
     bool Pause(std::chrono::milliseconds time);
     // Nothing more will be written; waits for the other side to have read it all.
     void Finish();
@@ -63,8 +63,8 @@ private:
         void operator()(SSL* tls) const { SSL_free(tls); }
     };
 
-    // One attempt, as read() and write(); `wanted` becomes what to wait for before the next one, or
-    // 0 when this one counts.
+    // These make one attempt, as read() and write() do. `wanted` becomes the event to wait for
+    // before the next one, and 0 if this one counts.
     std::ptrdiff_t TryRead(char* bytes, std::size_t size, short& wanted);
     std::ptrdiff_t TryWrite(std::string_view bytes, short& wanted);
     std::ptrdiff_t TlsResult(int result, short& wanted);

@@ -222,7 +222,7 @@ void Endpoint::Work(Worker& worker, FileDescriptor socket) {
     Signal(wake_);
 }
 
-// True when the connection is to be asked for another request.
+// Returns true if the connection may have another request.
 bool Endpoint::ServeRequest(Worker& worker, Connection& connection) {
     switch (connection.ReadHead()) {
     case Connection::Head::None:

@@ -13,8 +13,8 @@ struct HttpAnswer {
     std::string location;  // where to redirect to; empty for no such header
 };
 
-// Answers the request whose head `connection` has read, or refuses it where it is no proper HTTP.
-// True when the connection can take another request, which only happens with `keepAlive`.
+// Answers the request whose head `connection` has read, or refuses it if it is no proper HTTP.
+// Returns true if the connection can take another request, which only happens with `keepAlive`.
 bool AnswerRequest(Connection& connection, const HttpAnswer& answer, bool keepAlive);
 
 }  // namespace tvtool
