@@ -1,5 +1,6 @@
 #include "tvtool/base/Tool.h"
 
+#include "posix/Files.h"
 #include "tvtool/base/Escapes.h"
 
 #include <unistd.h>
@@ -35,18 +36,6 @@ std::string unprotect(const std::string& argument) {
     return argument.starts_with(cProtection) ? argument.substr(1) : argument;
 }
 
-// Returns the rest of `text` that could not be written, which is empty if all was. errno says why.
-std::string_view writeAll(int fd, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = write(fd, text.data(), text.size());
-        if (written < 0 && errno != EINTR) {
-            break;
-        }
-        text.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
-    }
-    return text;
-}
-
 }  // namespace
 
 void Fail(Exit status, const std::string& subject, const std::string& what) {
@@ -59,14 +48,14 @@ void FailErrno(int error, const std::string& subject, const std::string& what) {
 
 void Complain(std::string_view message) {
     // If even this cannot be written, there is nobody left to tell.
-    static_cast<void>(writeAll(STDERR_FILENO, "tvtool: " + Printable(message) + "\n"));
+    static_cast<void>(tvposix::WriteAll(STDERR_FILENO, "tvtool: " + Printable(message) + "\n"));
 }
 
 void Output::Flush() {
     const std::string text = std::move(text_);
     text_.clear();
-    if (!writeAll(STDOUT_FILENO, text).empty()) {
-        Fail(Exit::Failed, "standard output", std::strerror(errno));
+    if (const int error = tvposix::WriteAll(STDOUT_FILENO, text); error != 0) {
+        Fail(Exit::Failed, "standard output", std::strerror(error));
     }
 }
 

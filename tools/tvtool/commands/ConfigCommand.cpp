@@ -25,8 +25,6 @@ struct ConfigOptions {
     bool diff = false;
 };
 
-using Options = std::shared_ptr<ConfigOptions>;
-
 void assignAll(Tova::CVarList& list, const ConfigOptions& options, Session& session) {
     for (const std::string& word : options.words) {
         const Assignment assignment = ParseAssignment(word);
@@ -220,67 +218,65 @@ void verify(const ConfigOptions& options, Session& session) {
 
 using Action = void (*)(const ConfigOptions&, Session&);
 
-CLI::App* addCommand(CLI::App& config, Session& session, const std::string& name, Action action,
-                     Options& options, const std::string& description, const std::string& example) {
-    CLI::App* command = AddSubcommand(config, name, description, example);
-    options = std::make_shared<ConfigOptions>();
-    AddText(*command, "FILE", options->file, "The configuration file, or - for standard input")
+// Declares a command whose first argument is a configuration file to read.
+Command<ConfigOptions> addReader(CLI::App& config, Session& session, const std::string& name,
+                                 Action action, const std::string& description,
+                                 const std::string& example) {
+    const auto command = AddCommand(config, session, name, action, description, example);
+    AddText(command.app, "FILE", command.options.file,
+            "The configuration file, or - for standard input")
         ->required();
-    command->callback([action, options, &session] { action(*options, session); });
     return command;
 }
 
-void addEditFlags(CLI::App& command, ConfigOptions& options) {
-    command.add_flag("--dry-run", options.dryRun, "Write nothing");
-    command.add_flag("--diff", options.diff, "Show the lines that change");
+void addEditFlags(const Command<ConfigOptions>& command) {
+    command.app.add_flag("--dry-run", command.options.dryRun, "Write nothing");
+    command.app.add_flag("--diff", command.options.diff, "Show the lines that change");
 }
 
 void addReaders(CLI::App& config, Session& session) {
-    Options options;
-    CLI::App* command = addCommand(config, session, "show", show, options,
-                                   "Shows all variables, one [%]NAME=VALUE a line",
-                                   "  tvtool config show Calyx.nwc >Calyx.txt\n"
-                                   "  tvtool config create Copy.nwc --from Calyx.txt");
-    command->add_flag("--json", options->json, "As an array of {\"name\", \"value\", \"fixed\"}");
-    command = addCommand(config, session, "get", get, options, "Prints the value of a variable",
-                         "  tvtool config get Calyx.nwc AppName");
-    AddText(*command, "NAME", options->name, "The variable")->required();
-    command->add_flag("--json", options->json, "As {\"name\", \"value\", \"fixed\"}");
-    command = addCommand(config, session, "verify", verify, options,
-                         "Says whether a file is in order, or which damage it has",
-                         "  tvtool config verify Calyx.nwc");
-    command->add_flag("--json", options->json, "As an object");
+    const auto showing =
+        addReader(config, session, "show", show, "Shows all variables, one [%]NAME=VALUE a line",
+                  "  tvtool config show Calyx.nwc >Calyx.txt\n"
+                  "  tvtool config create Copy.nwc --from Calyx.txt");
+    showing.app.add_flag("--json", showing.options.json,
+                         "As an array of {\"name\", \"value\", \"fixed\"}");
+    const auto getting = addReader(config, session, "get", get, "Prints the value of a variable",
+                                   "  tvtool config get Calyx.nwc AppName");
+    AddText(getting.app, "NAME", getting.options.name, "The variable")->required();
+    getting.app.add_flag("--json", getting.options.json, "As {\"name\", \"value\", \"fixed\"}");
+    const auto verifying = addReader(config, session, "verify", verify,
+                                     "Says whether a file is in order, or which damage it has",
+                                     "  tvtool config verify Calyx.nwc");
+    verifying.app.add_flag("--json", verifying.options.json, "As an object");
 }
 
 void addEditors(CLI::App& config, Session& session) {
-    Options options;
-    CLI::App* command =
-        addCommand(config, session, "set", set, options,
-                   "Sets variables; a % before the name fixes it for good",
-                   "  tvtool config set Calyx.nwc AppName=Calyx %Serial=CX7-0042 --diff");
-    AddTexts(*command, "NAME=VALUE", options->words, "What to set, taken literally")->required();
-    addEditFlags(*command, *options);
-    command =
-        addCommand(config, session, "unset", unset, options, "Removes variables, also fixed ones",
-                   "  tvtool config unset Calyx.nwc Serial");
-    AddTexts(*command, "NAME", options->words, "The variables")->required();
-    addEditFlags(*command, *options);
+    const auto setting = addReader(
+        config, session, "set", set, "Sets variables; a % before the name fixes it for good",
+        "  tvtool config set Calyx.nwc AppName=Calyx %Serial=CX7-0042 --diff");
+    AddTexts(setting.app, "NAME=VALUE", setting.options.words, "What to set, taken literally")
+        ->required();
+    addEditFlags(setting);
+    const auto unsetting =
+        addReader(config, session, "unset", unset, "Removes variables, also fixed ones",
+                  "  tvtool config unset Calyx.nwc Serial");
+    AddTexts(unsetting.app, "NAME", unsetting.options.words, "The variables")->required();
+    addEditFlags(unsetting);
 }
 
 void addCreate(CLI::App& config, Session& session) {
-    CLI::App* command = AddSubcommand(config, "create", "Makes a configuration file",
-                                      "  tvtool config create Calyx.nwc AppName=Calyx %Serial=42\n"
-                                      "  tvtool config create Calyx.nwc --from Calyx.txt");
-    auto options = std::make_shared<ConfigOptions>();
-    AddText(*command, "OUT", options->file, "The file to make, or - for standard output")
-        ->required();
-    AddTexts(*command, "NAME=VALUE", options->words, "A variable, or %NAME=VALUE for a fixed one");
-    AddText(*command, "--from", options->from,
+    const auto [command, options] =
+        AddCommand(config, session, "create", create, "Makes a configuration file",
+                   "  tvtool config create Calyx.nwc AppName=Calyx %Serial=42\n"
+                   "  tvtool config create Calyx.nwc --from Calyx.txt");
+    AddText(command, "OUT", options.file, "The file to make, or - for standard output")->required();
+    AddTexts(command, "NAME=VALUE", options.words, "A variable, or %NAME=VALUE for a fixed one");
+    AddText(command, "--from", options.from,
             "Take variables from what 'config show' prints, with or without --json;\n"
             "lines that begin with # are comments; - is standard input")
         ->type_name("FILE");
-    command->add_flag("--force", options->force, "Replace a file that is no configuration file");
-    command->callback([options, &session] { create(*options, session); });
+    command.add_flag("--force", options.force, "Replace a file that is no configuration file");
 }
 
 }  // namespace

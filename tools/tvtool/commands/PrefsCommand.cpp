@@ -91,7 +91,10 @@ void listKeys(const PrefsOptions& options, Session& session) {
         if (!value) {
             continue;
         }
-        object[EncodeText(key, kCFStringEncodingUTF8).value_or("")] = valueToJson(value.Get());
+        // Appended, because a look-up in an object that keeps its order takes longer with every
+        // key.
+        object.get_ref<Json::object_t&>().push_back(
+            {EncodeText(key, kCFStringEncodingUTF8).value_or(""), valueToJson(value.Get())});
         lines.push_back(Escape(TextForPeople(key), "=") + "=" + Escape(valueToText(value.Get())) +
                         "\n");
     }
@@ -134,41 +137,28 @@ void deleteKey(const PrefsOptions& options, Session&) {
     SavePreferences();
 }
 
-using Action = void (*)(const PrefsOptions&, Session&);
-
-CLI::App* addCommand(CLI::App& prefs, Session& session, const std::string& name, Action action,
-                     const std::shared_ptr<PrefsOptions>& options, const std::string& description,
-                     const std::string& example) {
-    CLI::App* command = AddSubcommand(prefs, name, description, example);
-    command->callback([action, options, &session] { action(*options, session); });
-    return command;
-}
-
 }  // namespace
 
 void AddPrefsCommand(CLI::App& app, Session& session) {
     CLI::App* prefs =
         AddSubcommand(app, "prefs", "Looks into this user's preferences", "  tvtool prefs list");
     prefs->require_subcommand(1);
-    auto options = std::make_shared<PrefsOptions>();
-    const auto addKey = [&options](CLI::App* command) {
-        AddText(*command, "KEY", options->key, "The key, exactly")->required();
+    const auto addKey = [](const Command<PrefsOptions>& command) {
+        AddText(command.app, "KEY", command.options.key, "The key, exactly")->required();
     };
 
-    CLI::App* list = addCommand(*prefs, session, "list", listKeys, options,
-                                "Shows all keys and values", "  tvtool prefs list --json");
-    list->add_flag("--json", options->json, "As an object");
-    CLI::App* get =
-        addCommand(*prefs, session, "get", printValue, options, "Prints the value of a key",
-                   "  tvtool prefs get RegisterInfo/RegFirstName");
+    const auto list = AddCommand(*prefs, session, "list", listKeys, "Shows all keys and values",
+                                 "  tvtool prefs list --json");
+    list.app.add_flag("--json", list.options.json, "As an object");
+    const auto get = AddCommand(*prefs, session, "get", printValue, "Prints the value of a key",
+                                "  tvtool prefs get RegisterInfo/RegFirstName");
     addKey(get);
-    get->add_flag("--json", options->json, "As a JSON value");
-    CLI::App* set =
-        addCommand(*prefs, session, "set", setValue, options, "Stores a text under a key",
-                   "  tvtool prefs set RegisterInfo/RegFirstName Ada");
+    get.app.add_flag("--json", get.options.json, "As a JSON value");
+    const auto set = AddCommand(*prefs, session, "set", setValue, "Stores a text under a key",
+                                "  tvtool prefs set RegisterInfo/RegFirstName Ada");
     addKey(set);
-    AddText(*set, "VALUE", options->value, "The text, taken literally")->required();
-    addKey(addCommand(*prefs, session, "delete", deleteKey, options, "Removes a key",
+    AddText(set.app, "VALUE", set.options.value, "The text, taken literally")->required();
+    addKey(AddCommand(*prefs, session, "delete", deleteKey, "Removes a key",
                       "  tvtool prefs delete RegisterInfo/RegFirstName"));
 }
 

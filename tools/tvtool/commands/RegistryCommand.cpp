@@ -43,7 +43,8 @@ const Tova::CRegNode& findNode(const RegistryFile& file, const std::string& path
     return *found;
 }
 
-void show(Arguments arguments, Session& session) {
+void show(const Arguments& given, Session& session) {
+    Arguments arguments = given;
     if (arguments.shared) {
         if (!arguments.path.empty()) {
             throw CLI::ValidationError("--shared", "takes a PATH and no FILE");
@@ -62,7 +63,8 @@ void show(Arguments arguments, Session& session) {
     file.ReportProblem(session);
 }
 
-void get(Arguments arguments, Session& session) {
+void get(const Arguments& given, Session& session) {
+    Arguments arguments = given;
     if (arguments.path.empty()) {
         arguments.TakeFileForPath();
     }
@@ -98,9 +100,15 @@ void verify(const Arguments& arguments, Session& session) {
     file.ReportProblem(session);
 }
 
+struct AppArguments {
+    std::string key;
+    std::string valueName;
+    bool json = false;
+};
+
 // Asks the framework's own object, so that the answer is the one that the framework gets.
-void showApplication(const std::string& key, const std::string& valueName, bool json,
-                     Session& session) {
+void showApplication(const AppArguments& arguments, Session& session) {
+    const auto& [key, valueName, json] = arguments;
     const std::string name = RegistryFile::SharedPath();
     // Reads the file itself too, because the framework does not say why it finds less.
     const RegistryFile file(name);
@@ -128,61 +136,49 @@ void showApplication(const std::string& key, const std::string& valueName, bool 
 }
 
 void addShow(CLI::App& registry, Session& session) {
-    CLI::App* command =
-        AddSubcommand(registry, "show", "Show a registry, or a part of it, as a tree",
-                      "  tvtool registry show\n"
-                      "  tvtool registry show ./registry Calyx/Paths --json\n"
-                      "  tvtool registry show --shared Calyx");
-    const auto arguments = std::make_shared<Arguments>();
-    AddText(*command, "FILE", arguments->file,
+    const auto [command, arguments] =
+        AddCommand(registry, session, "show", show, "Show a registry, or a part of it, as a tree",
+                   "  tvtool registry show\n"
+                   "  tvtool registry show ./registry Calyx/Paths --json\n"
+                   "  tvtool registry show --shared Calyx");
+    AddText(command, "FILE", arguments.file,
             std::string(cFileHelp) + ";\nwithout it, the shared registry");
-    AddText(*command, "PATH", arguments->path, "Show what is there, such as Calyx/Paths");
-    command->add_flag("--shared", arguments->shared, "Show PATH of the shared registry");
-    addFlags(*command, *arguments);
-    command->callback([arguments, &session] { show(*arguments, session); });
+    AddText(command, "PATH", arguments.path, "Show what is there, such as Calyx/Paths");
+    command.add_flag("--shared", arguments.shared, "Show PATH of the shared registry");
+    addFlags(command, arguments);
 }
 
 void addGet(CLI::App& registry, Session& session) {
-    CLI::App* command = AddSubcommand(registry, "get", "Print one value",
-                                      "  tvtool registry get Calyx/ProdRegURL\n"
-                                      "  tvtool registry get ./registry Calyx/ProdRegURL");
-    const auto arguments = std::make_shared<Arguments>();
-    AddText(*command, "FILE", arguments->file,
+    const auto [command, arguments] =
+        AddCommand(registry, session, "get", get, "Print one value",
+                   "  tvtool registry get Calyx/ProdRegURL\n"
+                   "  tvtool registry get ./registry Calyx/ProdRegURL");
+    AddText(command, "FILE", arguments.file,
             std::string(cFileHelp) + ";\nwith one argument, that is PATH in the shared registry")
         ->required();
-    AddText(*command, "PATH", arguments->path,
+    AddText(command, "PATH", arguments.path,
             "The names of directories and of the value, with \"/\" between them;\na directory's "
             "may be cut short");
-    command->callback([arguments, &session] { get(*arguments, session); });
 }
 
 void addVerify(CLI::App& registry, Session& session) {
-    CLI::App* command =
-        AddSubcommand(registry, "verify", "Check a registry file and count what is in it",
-                      "  tvtool registry verify ./registry");
-    const auto arguments = std::make_shared<Arguments>();
-    AddText(*command, "FILE", arguments->file,
+    const auto [command, arguments] = AddCommand(registry, session, "verify", verify,
+                                                 "Check a registry file and count what is in it",
+                                                 "  tvtool registry verify ./registry");
+    AddText(command, "FILE", arguments.file,
             std::string(cFileHelp) + ";\nwithout it, the shared registry");
-    addFlags(*command, *arguments);
-    command->callback([arguments, &session] { verify(*arguments, session); });
+    addFlags(command, arguments);
 }
 
 void addApp(CLI::App& registry, Session& session) {
-    CLI::App* command = AddSubcommand(
-        registry, "app", "Show what the framework finds for an application on this machine",
-        "  tvtool registry app Calyx\n"
-        "  tvtool registry app Calyx ProdRegURL");
-    struct AppArguments {
-        std::string key, name;
-        bool json = false;
-    };
-    const auto arguments = std::make_shared<AppArguments>();
-    AddText(*command, "KEY", arguments->key, "The application's directory")->required();
-    AddText(*command, "NAME", arguments->name, "One of its values");
-    command->add_flag("--json", arguments->json, "Print JSON");
-    command->callback([arguments, &session] {
-        showApplication(arguments->key, arguments->name, arguments->json, session);
-    });
+    const auto [command, arguments] =
+        AddCommand(registry, session, "app", showApplication,
+                   "Show what the framework finds for an application on this machine",
+                   "  tvtool registry app Calyx\n"
+                   "  tvtool registry app Calyx ProdRegURL");
+    AddText(command, "KEY", arguments.key, "The application's directory")->required();
+    AddText(command, "NAME", arguments.valueName, "One of its values");
+    command.add_flag("--json", arguments.json, "Print JSON");
 }
 
 }  // namespace
