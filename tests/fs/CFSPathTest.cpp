@@ -38,16 +38,14 @@ TEST(CFSPath, WalkingUpwardEndsAtARoot) {
     }
     CFSPath empty;
     EXPECT_EQ(Path("/a").GetComponent(Tova::FSComponentType(1), empty), Tova::ErrBadParameter);
-    EXPECT_EQ(empty.GetComponent(FSContainingFolder, empty), Tova::Failure);
-    EXPECT_EQ(empty.AppendComponent("x"), Tova::Failure);
-    EXPECT_FALSE(empty.IsRootDirectory() || empty.IsFullPath());
+    EXPECT_FALSE(empty.GetComponent(FSContainingFolder, empty) >= 0 ||
+                 empty.AppendComponent("x") >= 0 || empty.IsRootDirectory() || empty.IsFullPath());
 }
 
 TEST(CFSPath, ATextIsFullAndHasAtMost1023Bytes) {
     Path relative("x/y");
     EXPECT_FALSE(relative.IsFullPath());
-    EXPECT_EQ(relative.MakeFullPath(), Tova::Ok);
-    EXPECT_TRUE(relative.IsFullPath());
+    EXPECT_TRUE(relative.MakeFullPath() >= 0 && relative.IsFullPath());
     EXPECT_EQ(text(relative), std::filesystem::current_path().string() + "/x/y");
     const std::string longest = "/" + std::string(1022, 'x');
     Path path(longest), longer(longest + "x");

@@ -42,13 +42,12 @@ TEST_F(CLocalFileSystemTest, TellsWhatAPathIsAndMakesNoFolders) {
             std::tuple(exists, type, create))
             << name.substr(0, 80);
     }
-}
-
-TEST_F(CLocalFileSystemTest, ReportsAMissingObjectBeforeABadKind) {
+    // A missing object is reported before a bad kind.
     unsigned long long out[2] = {};
     const Path file(file_);
-    EXPECT_EQ(std::tuple(LFS.GetInfo(Path(none_), 5, out), LFS.GetInfo(file, 5, out),
-                         LFS.GetInfo(file, 0, nullptr), LFS.GetInfo(file, 0, out), out[0]),
+    const std::tuple seen{LFS.GetInfo(Path(none_), 5, out), LFS.GetInfo(file, 5, out),
+                          LFS.GetInfo(file, 0, nullptr), LFS.GetInfo(file, 0, out), out[0]};
+    EXPECT_EQ(seen,
               std::tuple(Tova::Failure, Tova::ErrBadParameter, Tova::ErrBadParameter, Tova::Ok, 5));
 }
 

@@ -32,9 +32,8 @@ TEST(CTime, TakesFieldsOfTheLocalZone) {
 TEST(CTime, FormatsWithinTheSize) {
     const CTime time(2009, 1, 1, 0, 0, 0);
     char buffer[12] = {};
-    EXPECT_TRUE(time.Format("%Y-%m-%d", buffer, 11));
+    EXPECT_TRUE(time.Format("%Y-%m-%d", buffer, 11) && CTime(-1).Format("%S", buffer, 12));
     EXPECT_FALSE(time.Format("%Y-%m-%d", buffer, 10));
-    EXPECT_TRUE(CTime(-1).Format("%S", buffer, 12)) << "a time like any other";
     CString text;
     text.Append('g', 300);
     CTime(std::numeric_limits<std::time_t>::max()).Format("%Y", text);
