@@ -1,6 +1,5 @@
 #include "streams/CFileStream.h"
 
-#include "fs/CLocalFileSystem.h"
 #include "streams/Scrambling.h"
 #include "tests/fs/FSTesting.h"
 #include "tests/support/TempHome.h"
@@ -180,23 +179,6 @@ TEST_F(CFileStreamTest, AFifoIsReadAsItComes) {
     close(out);
     EXPECT_TRUE(stream_.ReadToDelim(out_, 0, -1, nullptr) && out_.IsEmpty());
     EXPECT_TRUE(stream_.AtEOF());
-}
-
-TEST_F(CFileStreamTest, StampsWhatIsOpenedForWriting) {
-    const struct Info final : Tova::ILocalFileInfo {
-        unsigned GetCreator() const override { return 0x43524541; }
-        unsigned GetType() const override { return 0x54595045; }
-    } info;
-    const Path path(dir_.Write("f", "abc"));
-    unsigned before = 1, creator = 1, type = 0;
-    EXPECT_EQ(stream_.Open(path, cRO, &info), Tova::Ok);
-    EXPECT_EQ(Tova::LFS.GetFileFinderInfo(path, &before, nullptr, nullptr), Tova::Ok);
-    EXPECT_EQ(stream_.Open(path, 0, &info), Tova::Ok);
-    EXPECT_EQ(Tova::LFS.GetFileFinderInfo(path, &creator, &type, nullptr), Tova::Ok);
-    if (creator == 0) {
-        GTEST_SKIP() << "this file system keeps no Finder information";
-    }
-    EXPECT_EQ(std::tuple(before, creator, type), std::tuple(0U, 0x43524541U, 0x54595045U));
 }
 
 }  // namespace
