@@ -4,20 +4,19 @@
 
 #include <filesystem>
 
-using Tova::CFSPath;
-using Tova::FSContainingFolder;
+using namespace Tova;
 
 namespace {
 
 TEST(CFSPath, AppendsComponentsAsTheyAre) {
     Path path("/a");
     for (const char* name : {"x", "/x", "b/c", "caf\xC3\xA9"}) {
-        EXPECT_EQ(path.AppendComponent(name), Tova::Ok);
+        EXPECT_EQ(path.AppendComponent(name), Ok);
     }
-    EXPECT_EQ(path.AppendComponent(nullptr), Tova::Failure);
-    EXPECT_EQ(path.AppendComponents("\xFF"), Tova::Failure) << "not UTF-8";
-    EXPECT_EQ(path.FromUnixPath(""), Tova::Failure);
-    EXPECT_EQ(path.FromUnixPath(nullptr), Tova::Failure);
+    EXPECT_EQ(path.AppendComponent(nullptr), Failure);
+    EXPECT_EQ(path.AppendComponents("\xFF"), Failure) << "not UTF-8";
+    EXPECT_EQ(path.FromUnixPath(""), Failure);
+    EXPECT_EQ(path.FromUnixPath(nullptr), Failure);
     EXPECT_EQ(text(path), "/a/x/x/b/c/caf\xC3\xA9") << "a failure changes nothing";
     path.Set(path.GetURL(), false);
     EXPECT_EQ(CFGetRetainCount(path.GetURL()), 1) << "its own URL survives";
@@ -32,12 +31,12 @@ TEST(CFSPath, WalkingUpwardEndsAtARoot) {
         Path path(walk[0]);
         for (const char* folder : {walk[1], walk[2], walk[2]}) {
             EXPECT_EQ(path.IsRootDirectory(), text(path) == walk[2]);
-            EXPECT_EQ(path.GetComponent(FSContainingFolder, path), Tova::Ok) << "into itself";
+            EXPECT_EQ(path.GetComponent(FSContainingFolder, path), Ok) << "into itself";
             EXPECT_EQ(text(path), folder);
         }
     }
     CFSPath empty;
-    EXPECT_EQ(Path("/a").GetComponent(Tova::FSComponentType(1), empty), Tova::ErrBadParameter);
+    EXPECT_EQ(Path("/a").GetComponent(FSComponentType(1), empty), ErrBadParameter);
     EXPECT_FALSE(empty.GetComponent(FSContainingFolder, empty) >= 0 ||
                  empty.AppendComponent("x") >= 0 || empty.IsRootDirectory() || empty.IsFullPath());
 }

@@ -95,10 +95,8 @@ TEST_F(RegistryTest, FileRegistriesByName) {
     EXPECT_EQ(std::unique_ptr<CRegistry>(CRegistry::Create("FILE:r"))->Read(), ErrNotFound);
     const std::unique_ptr<CRegistry> folder(CRegistry::Create("FILE:[MachineAppDataDir]"));
     EXPECT_EQ(folder->Read(), Ok) << "a folder reads as an empty file";
-    for (const char* other :
-         {"MEM:", "file:[MachineAppDataDir]/r", "", static_cast<const char*>(nullptr)}) {
-        EXPECT_EQ(CRegistry::Create(other), nullptr);
-    }
+    EXPECT_FALSE(CRegistry::Create("MEM:") || CRegistry::Create("file:[MachineAppDataDir]/r") ||
+                 CRegistry::Create("") || CRegistry::Create(nullptr));
 }
 
 }  // namespace

@@ -13,10 +13,7 @@
 #include <memory>
 #include <tuple>
 
-using State = Tova::CStream::State;
-using Tova::CFileStream;
-using Tova::CString;
-using Tova::RStatus;
+using namespace Tova;
 
 namespace {
 
@@ -46,15 +43,14 @@ protected:
 
 TEST_F(CFileStreamTest, DispositionsChooseStatusAndMode) {
     // The access mode, or the status of a failure, without and with the file.
-    const std::tuple<unsigned, int, int> cases[] = {
-        {0U, Tova::ErrNotFound, O_RDWR},
-        {cRO | cWO, Tova::ErrNotFound, O_RDONLY},
-        {0x1000000U, O_RDWR, Tova::ErrAlreadyExists},
-        {0x2000000U | cRO, O_RDWR, O_RDWR},
-        {0x2000000U | cWO, O_WRONLY, O_WRONLY},
-        {0x3000000U | cRO, O_RDWR, O_RDONLY},
-        {0x4000000U | cWO, O_WRONLY, Tova::ErrNotFound},
-        {0x5000000U, Tova::ErrBadParameter, Tova::ErrBadParameter}};
+    const std::tuple<unsigned, int, int> cases[] = {{0U, ErrNotFound, O_RDWR},
+                                                    {cRO | cWO, ErrNotFound, O_RDONLY},
+                                                    {0x1000000U, O_RDWR, ErrAlreadyExists},
+                                                    {0x2000000U | cRO, O_RDWR, O_RDWR},
+                                                    {0x2000000U | cWO, O_WRONLY, O_WRONLY},
+                                                    {0x3000000U | cRO, O_RDWR, O_RDONLY},
+                                                    {0x4000000U | cWO, O_WRONLY, ErrNotFound},
+                                                    {0x5000000U, ErrBadParameter, ErrBadParameter}};
     for (const auto& [flags, ifMissing, ifThere] : cases) {
         for (const bool there : {false, true}) {
             std::filesystem::remove(path_);
@@ -66,7 +62,8 @@ TEST_F(CFileStreamTest, DispositionsChooseStatusAndMode) {
             const int file = stream.Descriptor();
             EXPECT_EQ(status < 0 ? status : fcntl(file, F_GETFL) & O_ACCMODE,
                       there ? ifThere : ifMissing);
-            EXPECT_EQ(stream.GetState(), status < 0 ? State::NotOpen : State::Open);
+            EXPECT_EQ(stream.GetState(),
+                      status < 0 ? CStream::State::NotOpen : CStream::State::Open);
             EXPECT_TRUE(status < 0 || (fcntl(file, F_GETFD) & FD_CLOEXEC) != 0);
             EXPECT_EQ(std::filesystem::exists(path_), there || status >= 0);
             EXPECT_EQ(tvtest::ReadFile(path_), there && (flags >> 24) != 2 ? "old" : "");
@@ -78,12 +75,12 @@ TEST_F(CFileStreamTest, PathsThatCannotBeOpened) {
     const std::string missing = dir_.Path("no/f");
     const auto longPath = [this](size_t n) { return dir_.Path(std::string(n, 'n')); };
     const std::tuple<std::string, unsigned, RStatus> cases[] = {
-        {missing, cAlways | cFolder, Tova::Failure},  // the file system makes no folders
-        {missing, cAlways, Tova::ErrBadName},
-        {missing, CFileStream::cOpenMissing | cFolder, Tova::ErrBadName},
-        {longPath(300), cAlways, Tova::ErrBadName},
-        {longPath(1023), cAlways, Tova::Failure},  // has no text
-        {dir_.Path(), cAlways, Tova::Failure}};
+        {missing, cAlways | cFolder, Failure},  // the file system makes no folders
+        {missing, cAlways, ErrBadName},
+        {missing, CFileStream::cOpenMissing | cFolder, ErrBadName},
+        {longPath(300), cAlways, ErrBadName},
+        {longPath(1023), cAlways, Failure},  // has no text
+        {dir_.Path(), cAlways, Failure}};
     for (const auto& [path, flags, expected] : cases) {
         EXPECT_EQ(TestStream().OpenText(path, flags), expected) << path << std::hex << flags;
     }
@@ -92,24 +89,24 @@ TEST_F(CFileStreamTest, PathsThatCannotBeOpened) {
 // Reading a folder is an error of the system: the stream fails, and with delimiter 0 that is an
 // end.
 TEST_F(CFileStreamTest, AReadErrorFailsTheStream) {
-    ASSERT_EQ(stream_.OpenText("/", cRO | cNoMark), Tova::Ok);
+    ASSERT_EQ(stream_.OpenText("/", cRO | cNoMark), Ok);
     EXPECT_FALSE(stream_.ReadToDelim(out_, 10, -1, nullptr));
     EXPECT_TRUE(stream_.ReadToDelim(out_, 0, -1, nullptr));
-    EXPECT_EQ(stream_.GetState(), State::Failed);
-    ASSERT_EQ(stream_.OpenText("/", cRO | cNoMark | cThrows), Tova::Ok);
+    EXPECT_EQ(stream_.GetState(), CStream::State::Failed);
+    ASSERT_EQ(stream_.OpenText("/", cRO | cNoMark | cThrows), Ok);
     EXPECT_THROW(stream_.ReadToDelim(out_, 10, -1, nullptr), RStatus);
     EXPECT_THROW(stream_.ReadRawByte(eof_), RStatus);
 }
 
 TEST_F(CFileStreamTest, OpeningExaminesTheMarkAndAppendsOnRequest) {
-    ASSERT_EQ(stream_.OpenText(dir_.Write("f", "\xFF\xFE!"), CFileStream::cAppend), Tova::Ok);
-    EXPECT_EQ(stream_.GetEncoding(), Tova::CStream::Encoding::Utf16);
+    ASSERT_EQ(stream_.OpenText(dir_.Write("f", "\xFF\xFE!"), CFileStream::cAppend), Ok);
+    EXPECT_EQ(stream_.GetEncoding(), CStream::Encoding::Utf16);
     EXPECT_TRUE(stream_.WriteChar('a') && stream_.Close());
     EXPECT_EQ(tvtest::ReadFile(path_), std::string("\xFF\xFE!a\0", 5));
 }
 
 TEST_F(CFileStreamTest, EndOfFileIsNoError) {
-    ASSERT_EQ(stream_.OpenText(dir_.Write("f", "a"), cRO | CFileStream::cThrowAtEnd), Tova::Ok);
+    ASSERT_EQ(stream_.OpenText(dir_.Write("f", "a"), cRO | CFileStream::cThrowAtEnd), Ok);
     char two[2] = {};
     EXPECT_TRUE(stream_.InternalRead(2, two, nullptr)) << "short, but something";
     EXPECT_THROW(stream_.AtEOF(), RStatus);
@@ -119,7 +116,7 @@ TEST_F(CFileStreamTest, EndOfFileIsNoError) {
 
 TEST_F(CFileStreamTest, WithoutAFileEverythingIsFalse) {
     TestStream closed;
-    ASSERT_EQ(closed.OpenText(path_, cAlways | cWO | 0x3), Tova::Ok);
+    ASSERT_EQ(closed.OpenText(path_, cAlways | cWO | 0x3), Ok);
     ASSERT_TRUE(closed.Close());
     for (CFileStream* stream : {&stream_, &closed}) {
         char b = 0;
@@ -128,13 +125,13 @@ TEST_F(CFileStreamTest, WithoutAFileEverythingIsFalse) {
                      stream->InternalSetPos(0) || stream->InternalGetPos(n) ||
                      stream->InternalSetLength(0) || stream->InternalGetLength(n) ||
                      stream->Flush() || stream->Close());
-        EXPECT_TRUE(stream->AtEOF() && stream->GetState() != State::Failed);
+        EXPECT_TRUE(stream->AtEOF() && stream->GetState() != CStream::State::Failed);
     }
 }
 
 TEST_F(CFileStreamTest, ReadingAndWritingAlternate) {
     dir_.Write("f", "abcdefgh");
-    ASSERT_EQ(stream_.OpenText(path_, 0), Tova::Ok);
+    ASSERT_EQ(stream_.OpenText(path_, 0), Ok);
     unsigned long n = 0;
     EXPECT_EQ(stream_.ReadChar(eof_), 'a');
     EXPECT_TRUE(stream_.WriteString("BC", -1) && stream_.ReadChar(eof_) == 'd');
@@ -147,7 +144,7 @@ TEST_F(CFileStreamTest, ReadingAndWritingAlternate) {
     EXPECT_STREQ(out_.CStr(), "C") << "bytes read ahead are gone with the file's end";
     EXPECT_TRUE(stream_.WriteChar('z')) << "writing goes on after the end was met";
     EXPECT_FALSE(stream_.InternalSetLength(~0UL));
-    EXPECT_EQ(stream_.GetState(), State::Open) << "lengths set no error";
+    EXPECT_EQ(stream_.GetState(), CStream::State::Open) << "lengths set no error";
     EXPECT_FALSE(stream_.SetPos(~0UL));
     EXPECT_TRUE(stream_.Close());
     EXPECT_EQ(tvtest::ReadFile(path_), "aBCz");
@@ -156,14 +153,14 @@ TEST_F(CFileStreamTest, ReadingAndWritingAlternate) {
 TEST_F(CFileStreamTest, AFullDeviceFailsFlushAndClose) {
     const std::string large(100000, 'x');
     auto loud = std::make_unique<TestStream>();
-    ASSERT_EQ(loud->OpenText("/dev/full", cAlways | cWO | cThrows), Tova::Ok);
+    ASSERT_EQ(loud->OpenText("/dev/full", cAlways | cWO | cThrows), Ok);
     EXPECT_TRUE(loud->WriteChar('x'));
     EXPECT_THROW(loud->Flush(), RStatus);
     EXPECT_THROW(loud->Write(large.size(), large.data(), nullptr), RStatus);
     const int descriptor = loud->Descriptor();
     loud.reset();
     EXPECT_EQ(fcntl(descriptor, F_GETFD), -1) << "closed by the destructor, without a throw";
-    ASSERT_EQ(stream_.OpenText("/dev/full", cAlways | cWO), Tova::Ok);
+    ASSERT_EQ(stream_.OpenText("/dev/full", cAlways | cWO), Ok);
     EXPECT_TRUE(stream_.WriteChar('x') && !stream_.Close());
 }
 
@@ -172,8 +169,8 @@ TEST_F(CFileStreamTest, AFifoIsReadAsItComes) {
     ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
     const int out = open(path_.c_str(), O_RDWR | O_CLOEXEC);
     ASSERT_EQ(write(out, "ab\0", 3), 3);
-    ASSERT_EQ(stream_.OpenText(path_, cRO | CFileStream::cScramble), Tova::Ok);
-    const auto nul = static_cast<signed char>(Tova::Unscramble(0));
+    ASSERT_EQ(stream_.OpenText(path_, cRO | CFileStream::cScramble), Ok);
+    const auto nul = static_cast<signed char>(Unscramble(0));
     EXPECT_TRUE(stream_.ReadToDelim(out_, nul, -1, nullptr) && out_.Length() == 2);
     EXPECT_FALSE(stream_.AtEOF());
     close(out);

@@ -12,9 +12,7 @@
 #include <vector>
 
 using namespace std::string_literals;
-using Tova::CFileStream;
-using Tova::CStream;
-using Tova::CString;
+using namespace Tova;
 using tvtest::MemoryStream;
 using LineEnd = CStream::LineEnd;
 
@@ -154,7 +152,7 @@ TEST(CStream, WritesUnicode) {
 }
 
 // Changes 'a' into 'b', drops '-' and refuses '!'.
-class Editor final : public Tova::IStreamFilter {
+class Editor final : public IStreamFilter {
     bool Filter(int& character, CStream&) override {
         character = character == 'a' ? 'b' : character == '-' ? -1 : character;
         return character != '!';
@@ -166,7 +164,7 @@ TEST(CStream, FiltersChangeDropAndRefuse) {
     MemoryStream stream(CStream::cThrowOnError, "xa!"), target(0);
     stream.SetReadFilter(&editor);
     CString out;
-    EXPECT_THROW(stream.ReadToDelim(out, 10, -1, nullptr), Tova::RStatus);
+    EXPECT_THROW(stream.ReadToDelim(out, 10, -1, nullptr), RStatus);
     EXPECT_STREQ(out.CStr(), "xb");
     target.SetWriteFilter(&editor);
     EXPECT_FALSE(target.WriteString("a-\xFF!", -1));
@@ -203,7 +201,7 @@ void compare(const std::string& plain, const std::vector<Request>& requests) {
         MemoryStream stored(flags);
         ASSERT_TRUE(stored.Write(plain.size(), plain.data(), nullptr));
         CFileStream file;
-        ASSERT_EQ(file.Open(Path(dir.Write("f", stored.bytes)), flags, nullptr), Tova::Ok);
+        ASSERT_EQ(file.Open(Path(dir.Write("f", stored.bytes)), flags, nullptr), Ok);
         MemoryStream byteWise(flags, stored.bytes);
         const std::string expected = trace(byteWise, requests);
         ASSERT_EQ(trace(file, requests), expected) << flags;

@@ -8,8 +8,7 @@
 #include <limits>
 #include <utility>
 
-using Tova::CString;
-using Tova::CTime;
+using namespace Tova;
 
 namespace {
 

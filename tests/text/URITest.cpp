@@ -6,8 +6,7 @@
 #include <string>
 #include <tuple>
 
-using Tova::CString;
-namespace Ch = Tova::Ch;
+using namespace Tova;
 
 namespace {
 
