@@ -151,16 +151,13 @@ TEST(CStream, WritesUnicode) {
     EXPECT_EQ(utf16.bytes, "\xE9\0\xF6\0"s);
 }
 
-// Changes 'a' into 'b', drops '-' and refuses '!'.
-class Editor final : public IStreamFilter {
-    bool Filter(int& character, CStream&) override {
-        character = character == 'a' ? 'b' : character == '-' ? -1 : character;
-        return character != '!';
-    }
-};
-
 TEST(CStream, FiltersChangeDropAndRefuse) {
-    Editor editor;
+    class Editor final : public IStreamFilter {
+        bool Filter(int& character, CStream&) override {
+            character = character == 'a' ? 'b' : character == '-' ? -1 : character;
+            return character != '!';
+        }
+    } editor;
     MemoryStream stream(CStream::cThrowOnError, "xa!"), target(0);
     stream.SetReadFilter(&editor);
     CString out;
