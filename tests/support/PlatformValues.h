@@ -6,7 +6,9 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
+#include <vector>
 
 namespace tvtest {
 
@@ -58,6 +60,20 @@ inline Owned<CFNumberRef> Int(long value) {
     return Own(CFNumberCreate(nullptr, kCFNumberLongType, &value));
 }
 
+inline Owned<CFArrayRef> ArrayOf(const std::vector<CFTypeRef>& values) {
+    return Own(CFArrayCreate(nullptr, const_cast<const void**>(values.data()),
+                             static_cast<CFIndex>(values.size()), &kCFTypeArrayCallBacks));
+}
+
+// Returns `inmost` in `depth` arrays, each of which holds `copies` times what is in it.
+inline Owned<CFTypeRef> Nest(int depth, CFTypeRef inmost, std::size_t copies = 1) {
+    auto nested = Own(CFRetain(inmost));
+    for (int i = 0; i < depth; ++i) {
+        nested = Own(CFRetain(ArrayOf(std::vector<CFTypeRef>(copies, nested))));
+    }
+    return nested;
+}
+
 inline Owned<CFMutableDictionaryRef> MutableDict() {
     return Own(CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
                                          &kCFTypeDictionaryValueCallBacks));
@@ -92,6 +108,15 @@ inline std::u16string Dump(CFTypeRef object) {
         text += (text.empty() ? u"" : u",") + key + u"=" + value;
     }
     return u"{" + text + u"}";
+}
+
+// Calls `body` with 0 to count - 1, each on a thread of its own, and waits for the threads.
+template <class Body>
+void OnThreads(int count, Body body) {
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < count; ++i) {
+        threads.emplace_back(body, i);
+    }
 }
 
 }  // namespace tvtest

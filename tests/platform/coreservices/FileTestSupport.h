@@ -6,6 +6,7 @@
 #include <CoreServices/CoreServices.h>
 
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -24,10 +25,6 @@ inline std::string Utf8(CFStringRef string) {
         return "<null>";
     }
     return bytes.c_str();
-}
-
-inline std::string Utf8(const Owned<CFStringRef>& string) {
-    return Utf8(string.Get());
 }
 
 inline Owned<CFURLRef> FileUrl(const std::string& path, bool isDirectory = false) {
@@ -54,6 +51,10 @@ inline FSRef RefOf(const std::string& path) {
     return ref;
 }
 
+inline bool HasMode(const std::string& path, unsigned mode) {
+    return std::filesystem::status(path).permissions() == std::filesystem::perms(mode);
+}
+
 // Starts `body` in a child process, which ends with its result. A child that hangs is killed, and
 // none writes files without bound.
 template <class Body>
@@ -75,15 +76,10 @@ inline int EndOf(pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-template <class Body>
-int InChild(Body body) {
-    return EndOf(StartChild(body));
-}
-
 // Returns true if `body` returns true in a child, and does not crash.
 template <class Body>
 bool HoldsInChild(Body body) {
-    return InChild([&] { return body() ? 1 : 0; }) == 1;
+    return EndOf(StartChild([&] { return body() ? 1 : 0; })) == 1;
 }
 
 // The same as a user who owns nothing. Returns true unless root runs the test.

@@ -17,12 +17,11 @@ std::u16string Format(const char* format, Args... args) {
 }
 
 TEST(CFStringFormat, Objects) {
-    EXPECT_EQ(Format("%@%@%@", CFSTR("<"), CFSTR("Naïve"), CFSTR(">")), u"<Naïve>");
+    // A percent sign in what is put in is text.
+    EXPECT_EQ(Format("%@|%@", CFSTR("Naïve"), CFSTR("%d %@")), u"Naïve|%d %@");
     EXPECT_EQ(Format("%@ %@ %@", Int(-5).Get(), kCFBooleanTrue, static_cast<CFTypeRef>(nullptr)),
               u"-5 true (null)");
     EXPECT_EQ(Format("[%5@|%-5@]", CFSTR("ab"), CFSTR("ab")), u"[   ab|ab   ]");
-    // A percent sign in what is put in is text.
-    EXPECT_EQ(Format("%@", CFSTR("%d %@")), u"%d %@");
 }
 
 TEST(CFStringFormat, Numbers) {
@@ -36,8 +35,7 @@ TEST(CFStringFormat, Numbers) {
               u"007|   007|   007||   7|7   |7   ");
     EXPECT_EQ(Format("%f %.2f %.0f %g %g", 1.5, 2.345, 2.5, 0.0001, 1e-10),
               u"1.500000 2.35 2 0.0001 1e-10");
-    EXPECT_EQ(Format("%8.1f|%-8.1f|%08.1f", -1.25, 1.25, -1.25), u"    -1.2|1.2     |-00001.2");
-    EXPECT_EQ(Format("%f %5f %05f", HUGE_VAL, -HUGE_VAL, HUGE_VAL), u"inf  -inf   inf");
+    EXPECT_EQ(Format("%-8.1f|%08.1f|%05f", 1.25, -1.25, HUGE_VAL), u"1.2     |-00001.2|  inf");
     EXPECT_EQ(Format("%.0f", 1e308).size(), 309U);
 }
 
@@ -45,9 +43,8 @@ TEST(CFStringFormat, Text) {
     EXPECT_EQ(Format("%s|%5s|%-5s|%.2s|%s", "abc", "é", "x", "xyz", static_cast<char*>(nullptr)),
               u"abc|    é|x    |xy|(null)");
     EXPECT_EQ(Format("%c%c 100%% %C", 'a', 'b', 0x20AC), u"ab 100% €");
-    // Read no further than the precision.
     const char unterminated[] = {'a', 'b'};
-    EXPECT_EQ(Format("%.*s", 2, unterminated), u"ab");
+    EXPECT_EQ(Format("%.*s", 2, unterminated), u"ab") << "read no further than the precision";
 }
 
 TEST(CFStringFormat, RefusesWhatItCannotRead) {
@@ -55,8 +52,7 @@ TEST(CFStringFormat, RefusesWhatItCannotRead) {
                                "%100001d", "%.100001d", "%99999999999999999999d"}) {
         EXPECT_EQ(Format(format, 1), u"<null>") << format;
     }
-    EXPECT_EQ(Format("%*d", 1000000, 1), u"<null>");
-    EXPECT_EQ(Format("%s", "\xFF"), u"<null>");
+    EXPECT_EQ(Format("%*d", 1000000, 1) + Format("%s", "\xFF"), u"<null><null>");
     EXPECT_EQ(Format("%100000d", 1).size(), 100000U);
 }
 
