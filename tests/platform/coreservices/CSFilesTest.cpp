@@ -61,13 +61,11 @@ TEST_F(CSFiles, CatalogInformationTellsWhatStatKnows) {
                          info.permissions.userID, info.permissions.fileSec),
               std::tuple(0, 5U, S_IFREG | 0640, geteuid(), nullptr));
     info.permissions.mode = 06751;
-    const auto set = [&](FSCatalogInfoBitmap which) {
-        return FSSetCatalogInfo(&ref, which, &info);
-    };
-    EXPECT_EQ(set(all), paramErr);
-    EXPECT_TRUE(AsNobody([&] { return set(kFSCatInfoPermissions) == afpAccessDenied; }));
+    EXPECT_EQ(FSSetCatalogInfo(&ref, all, &info), paramErr);
+    EXPECT_TRUE(AsNobody(
+        [&] { return FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info) == afpAccessDenied; }));
     EXPECT_TRUE(HasMode(file_, 0640));
-    EXPECT_EQ(set(kFSCatInfoPermissions), noErr);
+    EXPECT_EQ(FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info), noErr);
     EXPECT_TRUE(HasMode(file_, 06751));
     std::filesystem::remove(file_);
     EXPECT_EQ(read(ref, kFSCatInfoNodeFlags, info), fnfErr) << "gone since";
@@ -83,6 +81,9 @@ TEST_F(CSFiles, FinderRecordsAreKeptBigEndian) {
     };
     FSCatalogInfo info = {}, back = {};
     const FSRef file = RefOf(file_), folder = RefOf(root_);
+    std::memset(&info, 9, sizeof info);
+    EXPECT_EQ(read(file, cRecords, info), noErr);
+    EXPECT_EQ(info.finderInfo[0] + info.extFinderInfo[15], 0) << "nobody wrote one";
     const FileInfo record = {0x54455854, 0x41424344, 0x4001, {1, 2}, 3};
     std::memcpy(info.finderInfo, &record, sizeof record);
     ASSERT_EQ(FSSetCatalogInfo(&file, kFSCatInfoFinderInfo, &info), noErr);

@@ -25,7 +25,6 @@ TEST(CFArray, OnlyMutableOnesChange) {
     EXPECT_EQ(CFGetRetainCount(value), 2);
     EXPECT_EQ(CFArrayCreate(nullptr, values, 3, &kCFTypeArrayCallBacks), nullptr);
     EXPECT_EQ(CFArrayCreate(nullptr, values, -1, &kCFTypeArrayCallBacks), nullptr);
-    EXPECT_EQ(CFArrayCreate(nullptr, nullptr, 1, nullptr), nullptr);
     EXPECT_EQ(CFArrayGetCount(Own(CFArrayCreate(nullptr, values, 3, nullptr))), 3);
 }
 

@@ -119,12 +119,9 @@ TEST_F(CFPreferences, DomainsStayInTheirFolder) {
         EXPECT_FALSE(Sync(domain));
         EXPECT_EQ(GetText("k", domain), "(none)");
     }
-    for (const auto& [user, host] : {std::pair(CFSTR("root"), kCFPreferencesAnyHost),
-                                     {CFStringRef(), kCFPreferencesAnyHost},
-                                     {kCFPreferencesCurrentUser, CFSTR("here")}}) {
-        CFPreferencesSetValue(CFSTR("k"), CFSTR("v"), CFSTR("org.x"), user, host);
-        EXPECT_FALSE(CFPreferencesSynchronize(CFSTR("org.x"), user, host));
-    }
+    CFPreferencesSetValue(CFSTR("k"), CFSTR("v"), CFSTR("org.x"), CFSTR("root"),
+                          kCFPreferencesAnyHost);
+    EXPECT_FALSE(CFPreferencesSynchronize(CFSTR("org.x"), CFSTR("root"), kCFPreferencesAnyHost));
     EXPECT_EQ(CountFiles(), 0U);
     Set("k", CFSTR("of all"), kCFPreferencesAnyApplication);
     EXPECT_EQ(GetText("k"), "of all") << "the domain has none of its own";

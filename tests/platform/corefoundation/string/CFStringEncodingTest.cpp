@@ -184,21 +184,25 @@ TEST(CFStringEncoding, GetsAsManyBytesAsFit) {
 
 TEST(CFStringEncoding, TheEnvironmentNamesTheSystemEncoding) {
     const CFStringEncoding usual = byName(std::nullopt);
-    const std::tuple<CFStringEncoding, std::vector<const char*>> cases[] = {
-        {kCFStringEncodingUTF8, {"utf-8", "UTF8"}},
-        {kCFStringEncodingISOLatin1, {"ISO-8859-1", "iso_8859-1", "latin1"}},
-        {kCFStringEncodingWindowsLatin1, {"windows-1252", "CP1252"}},
-        {kCFStringEncodingMacRoman, {"macintosh"}},
-        {0x020F, {"ISO-8859-15"}},
-        {byName("CP775"), {"cp775"}},  // by a number of this process
-        // A name that is unknown, that iconv would read as more than a name, or that is of no
-        // encoding of C strings has no effect.
-        {usual, {"", "no-such-charset", "ISO-8859-1//TRANSLIT", "ISO-8859-2,", "//", "../UTF-8"}},
-        {usual, {"char", "UTF-16", "UCS-4LE"}}};
-    for (const auto& [encoding, names] : cases) {
-        for (const char* name : names) {
-            EXPECT_EQ(byName(name), encoding) << name;
-        }
+    const std::pair<const char*, CFStringEncoding> cases[] = {
+        {"utf-8", kCFStringEncodingUTF8},
+        {"UTF8", kCFStringEncodingUTF8},
+        {"ISO-8859-1", kCFStringEncodingISOLatin1},
+        {"iso_8859-1", kCFStringEncodingISOLatin1},
+        {"latin1", kCFStringEncodingISOLatin1},
+        {"windows-1252", kCFStringEncodingWindowsLatin1},
+        {"CP1252", kCFStringEncodingWindowsLatin1},
+        {"macintosh", kCFStringEncodingMacRoman},
+        {"ISO-8859-15", 0x020F},
+        {"cp775", byName("CP775")}};
+    for (const auto& [name, encoding] : cases) {
+        EXPECT_EQ(byName(name), encoding) << name;
+    }
+    // A name that is unknown, that iconv would read as more than a name, or that is of no encoding
+    // of C strings has no effect.
+    for (const char* name : {"", "no-such-charset", "ISO-8859-1//TRANSLIT", "ISO-8859-2,", "//",
+                             "char", "../UTF-8", "UTF-16", "UCS-4LE"}) {
+        EXPECT_EQ(byName(name), usual) << name;
     }
     EXPECT_NE(byName("CP775"), usual);
     EXPECT_NE(byName("CP775"), byName("CP1125"));
