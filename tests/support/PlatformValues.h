@@ -1,39 +1,28 @@
 // Short ways to make and to read platform objects in tests.
 #pragma once
 
+#include "corefoundation/object/Ref.h"
+
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <map>
 #include <string>
 #include <string_view>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace tvtest {
 
-// Owns the reference that a Create or Copy function returned.
-template <class Ref>
-class Owned {
-public:
-    explicit Owned(Ref ref) : ref_(ref) {}
-    Owned(Owned&& other) noexcept : ref_(std::exchange(other.ref_, nullptr)) {}
-    Owned& operator=(Owned&& other) noexcept {
-        std::swap(ref_, other.ref_);
-        return *this;
-    }
-    ~Owned() { CFRelease(ref_); }
-
-    operator Ref() const { return ref_; }  // NOLINT: tests read better without a call
-    Ref Get() const { return ref_; }
-
-private:
-    Ref ref_;
+// Owns the reference that a Create or Copy function returned, and passes for it in a call.
+template <class T>
+struct Owned : tvplatform::Ref<T> {
+    using tvplatform::Ref<T>::Ref;
+    operator T() const { return this->Get(); }  // NOLINT: tests read better without a call
 };
 
-template <class Ref>
-Owned<Ref> Own(Ref ref) {
-    return Owned<Ref>(ref);
+template <class T>
+Owned<T> Own(T adopted) {
+    return Owned<T>(adopted);
 }
 
 inline Owned<CFStringRef> Str(std::u16string_view text) {

@@ -76,12 +76,10 @@ TEST(CFHTTPMessage, SendsOnlyHeadersThatMayBeSent) {
 TEST(CFHTTPStream, IsReadByWaiting) {
     LoopbackServer server([](Connection& connection) {
         for (std::string request; !(request = connection.ReadRequest()).empty();) {
-            if (PathOf(request) == "/moved") {
-                // The second field looks like the first line of an answer.
-                connection.Answer("302 Found\r\nLocation: /here\r\nHTTP/1.1: x", "nowhere");
-            } else {
-                connection.Answer("200 Fine", "a body");
-            }
+            const bool isMoved = PathOf(request) == "/moved";
+            // The second field looks like the first line of an answer.
+            connection.Answer(isMoved ? "302 Found\r\nLocation: /here\r\nHTTP/1.1: x" : "200 Fine",
+                              isMoved ? "nowhere" : "a body");
         }
     });
     for (const auto& [follow, body, status] :
@@ -189,10 +187,8 @@ TEST(HttpModule, GivesUpOnAPeerThatFallsSilent) {
     };
     for (const auto& [scheme, answer] : cases) {
         LoopbackServer server([text = answer](Connection& connection) {
-            if (*text != '\0') {
-                connection.ReadRequest();
-                connection.Send(text);
-            }
+            connection.ReadRequest();
+            connection.Send(text);
             connection.Hold();
         });
         HttpRequest request;

@@ -20,11 +20,9 @@ inline Owned<CFStringRef> Utf8Str(const std::string& bytes) {
 
 inline std::string Utf8(CFStringRef string) {
     std::string bytes(static_cast<size_t>(CFStringGetLength(string)) * 3 + 1, '\0');
-    if (!CFStringGetCString(string, bytes.data(), static_cast<CFIndex>(bytes.size()),
-                            kCFStringEncodingUTF8)) {
-        return "<null>";
-    }
-    return bytes.c_str();
+    const auto size = static_cast<CFIndex>(bytes.size());
+    const bool fits = CFStringGetCString(string, bytes.data(), size, kCFStringEncodingUTF8);
+    return fits ? bytes.c_str() : "<null>";
 }
 
 inline Owned<CFURLRef> FileUrl(const std::string& path, bool isDirectory = false) {
