@@ -110,16 +110,16 @@ TEST_F(CSFiles, FinderRecordsAreKeptBigEndian) {
     }
 }
 
-TEST_F(CSFiles, NullAndEmptyReferencesAreParameterErrors) {
+TEST_F(CSFiles, WhatIsNoReferenceIsAParameterError) {
     FSRef garbage;
     std::memset(&garbage, '/', sizeof garbage);
-    const FSRef empty = {};
     FSCatalogInfo info = {};
-    for (const FSRef* none : std::initializer_list<const FSRef*>{nullptr, &empty, &garbage}) {
+    for (const FSRef* none : std::initializer_list<const FSRef*>{nullptr, &garbage}) {
         EXPECT_EQ(FSGetCatalogInfo(none, 0, &info, nullptr, nullptr, nullptr), paramErr);
         EXPECT_EQ(FSSetCatalogInfo(none, 0, &info), paramErr);
         EXPECT_EQ(CFURLCreateFromFSRef(nullptr, none), nullptr);
     }
+    EXPECT_EQ(read(FSRef{}, 0, info), paramErr);
     EXPECT_EQ(read(RefOf(file_), 0x00000001, info), paramErr) << "an unknown kind";
 }
 
