@@ -3,9 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 #include <limits>
-#include <thread>
 
 using namespace tvtest;
 
