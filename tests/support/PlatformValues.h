@@ -1,37 +1,28 @@
 // Short ways to make and to read platform objects in tests.
 #pragma once
 
+#include "corefoundation/object/Ref.h"
+
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <map>
 #include <string>
 #include <string_view>
-#include <utility>
+#include <thread>
+#include <vector>
 
 namespace tvtest {
 
-// Owns the reference that a Create or Copy function returned.
-template <class Ref>
-class Owned {
-public:
-    explicit Owned(Ref ref) : ref_(ref) {}
-    Owned(Owned&& other) noexcept : ref_(std::exchange(other.ref_, nullptr)) {}
-    Owned& operator=(Owned&& other) noexcept {
-        std::swap(ref_, other.ref_);
-        return *this;
-    }
-    ~Owned() { CFRelease(ref_); }
-
-    operator Ref() const { return ref_; }  // NOLINT: tests read better without a call
-    Ref Get() const { return ref_; }
-
-private:
-    Ref ref_;
+// Owns the reference that a Create or Copy function returned, and passes for it in a call.
+template <class T>
+struct Owned : tvplatform::Ref<T> {
+    using tvplatform::Ref<T>::Ref;
+    operator T() const { return this->Get(); }  // NOLINT: tests read better without a call
 };
 
-template <class Ref>
-Owned<Ref> Own(Ref ref) {
-    return Owned<Ref>(ref);
+template <class T>
+Owned<T> Own(T adopted) {
+    return Owned<T>(adopted);
 }
 
 inline Owned<CFStringRef> Str(std::u16string_view text) {
@@ -56,6 +47,20 @@ inline std::u16string Text(CFStringRef string) {
 
 inline Owned<CFNumberRef> Int(long value) {
     return Own(CFNumberCreate(nullptr, kCFNumberLongType, &value));
+}
+
+inline Owned<CFArrayRef> ArrayOf(const std::vector<CFTypeRef>& values) {
+    return Own(CFArrayCreate(nullptr, const_cast<const void**>(values.data()),
+                             static_cast<CFIndex>(values.size()), &kCFTypeArrayCallBacks));
+}
+
+// Returns `inmost` in `depth` arrays, each of which holds `copies` times what is in it.
+inline Owned<CFTypeRef> Nest(int depth, CFTypeRef inmost, std::size_t copies = 1) {
+    auto nested = Own(CFRetain(inmost));
+    for (int i = 0; i < depth; ++i) {
+        nested = Own(CFRetain(ArrayOf(std::vector<CFTypeRef>(copies, nested))));
+    }
+    return nested;
 }
 
 inline Owned<CFMutableDictionaryRef> MutableDict() {
@@ -92,6 +97,15 @@ inline std::u16string Dump(CFTypeRef object) {
         text += (text.empty() ? u"" : u",") + key + u"=" + value;
     }
     return u"{" + text + u"}";
+}
+
+// Calls `body` with 0 to count - 1, each on a thread of its own, and waits for the threads.
+template <class Body>
+void OnThreads(int count, Body body) {
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < count; ++i) {
+        threads.emplace_back(body, i);
+    }
 }
 
 }  // namespace tvtest

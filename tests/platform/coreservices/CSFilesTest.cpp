@@ -11,6 +11,7 @@
 #include <tuple>
 
 using namespace tvtest;
+using namespace std::string_literals;
 
 namespace {
 
@@ -24,10 +25,6 @@ std::string pathOf(const FSRef& ref) {
     return PathOf(Own(CFURLCreateFromFSRef(nullptr, &ref)));
 }
 
-bool hasMode(const std::string& path, unsigned mode) {
-    return std::filesystem::status(path).permissions() == std::filesystem::perms(mode);
-}
-
 class CSFiles : public testing::Test {
 protected:
     TempHome home_;
@@ -38,13 +35,11 @@ protected:
 TEST_F(CSFiles, AReferenceIsACanonicalPath) {
     std::filesystem::create_directory_symlink(root_, home_.Path("link"));
     std::filesystem::create_symlink("gone", home_.Path("dangling"));
-    const FSRef ref = RefOf(root_ + "/link/./caf\xC3\xA9");
-    EXPECT_EQ(pathOf(ref), file_);
+    FSRef ref = RefOf(root_ + "/link/./caf\xC3\xA9");
     for (const std::string& none :
          {root_ + "/none", root_ + "/dangling", file_ + "/x", "/" + std::string(5000, 'x')}) {
-        FSRef untouched = ref;
-        EXPECT_FALSE(CFURLGetFSRef(FileUrl(none), &untouched)) << none;
-        EXPECT_EQ(pathOf(untouched), file_);
+        EXPECT_FALSE(CFURLGetFSRef(FileUrl(none), &ref)) << none;
+        EXPECT_EQ(pathOf(ref), file_) << "untouched";
     }
     const FSRef folder = RefOf(root_);
     EXPECT_TRUE(Utf8(CFURLGetString(Own(CFURLCreateFromFSRef(nullptr, &folder)))).ends_with('/'));
@@ -67,47 +62,47 @@ TEST_F(CSFiles, CatalogInformationTellsWhatStatKnows) {
               std::tuple(0, 5U, S_IFREG | 0640, geteuid(), nullptr));
     info.permissions.mode = 06751;
     EXPECT_EQ(FSSetCatalogInfo(&ref, all, &info), paramErr);
-    EXPECT_TRUE(hasMode(file_, 0640));
     EXPECT_TRUE(AsNobody(
         [&] { return FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info) == afpAccessDenied; }));
+    EXPECT_TRUE(HasMode(file_, 0640));
     EXPECT_EQ(FSSetCatalogInfo(&ref, kFSCatInfoPermissions, &info), noErr);
-    EXPECT_TRUE(hasMode(file_, 06751));
+    EXPECT_TRUE(HasMode(file_, 06751));
     std::filesystem::remove(file_);
     EXPECT_EQ(read(ref, kFSCatInfoNodeFlags, info), fnfErr) << "gone since";
 }
 
 TEST_F(CSFiles, FinderRecordsAreKeptBigEndian) {
     constexpr char attribute[] = "user.com.apple.FinderInfo";
+    // The attribute of a file, which has 32 bytes.
+    const auto stored = [&](const std::string& path) {
+        char bytes[33] = {};
+        const auto size = getxattr(path.c_str(), attribute, bytes, sizeof bytes);
+        return std::string(bytes, size == 32 ? 32 : 0);
+    };
     FSCatalogInfo info = {}, back = {};
     const FSRef file = RefOf(file_), folder = RefOf(root_);
-    info.finderInfo[3] = 9;
+    std::memset(&info, 9, sizeof info);
     EXPECT_EQ(read(file, cRecords, info), noErr);
-    EXPECT_EQ(info.finderInfo[3], 0) << "nobody wrote one";
+    EXPECT_EQ(info.finderInfo[0] + info.extFinderInfo[15], 0) << "nobody wrote one";
     const FileInfo record = {0x54455854, 0x41424344, 0x4001, {1, 2}, 3};
     std::memcpy(info.finderInfo, &record, sizeof record);
     ASSERT_EQ(FSSetCatalogInfo(&file, kFSCatInfoFinderInfo, &info), noErr);
-    UInt8 stored[32] = {};
-    if (getxattr(file_.c_str(), attribute, stored, sizeof stored) < 0 && errno == ENOTSUP) {
+    if (stored(file_).empty() && errno == ENOTSUP) {
         GTEST_SKIP() << "this file system has no attributes";
     }
     const UInt16 words[] = {1, 2, 3, 4, 5, 6, 0x0607, 0x0405};
     std::memcpy(info.extFinderInfo, words, sizeof words);
     std::memcpy(info.finderInfo, words, sizeof words);
     ASSERT_EQ(FSSetCatalogInfo(&file, kFSCatInfoFinderXInfo, &info), noErr);
-    ASSERT_EQ(getxattr(file_.c_str(), attribute, stored, sizeof stored), 32);
-    EXPECT_EQ(std::memcmp(stored,
-                          "TEXTABCD\x40\x01\0\x01\0\x02\0\x03"
-                          "\0\x01\0\x02\0\x03\0\x04\0\x05\0\x06\x04\x05\x06\x07",
-                          32),
-              0)
+    EXPECT_EQ(stored(file_), "TEXTABCD\x40\x01\0\x01\0\x02\0\x03"
+                             "\0\x01\0\x02\0\x03\0\x04\0\x05\0\x06\x04\x05\x06\x07"s)
         << "the other record stays";
     EXPECT_EQ(read(file, cRecords, back), noErr);
     EXPECT_EQ(std::memcmp(back.finderInfo, &record, 16), 0);
     EXPECT_EQ(std::memcmp(back.extFinderInfo, words, 16), 0);
     // The fields of a folder have other widths.
     ASSERT_EQ(FSSetCatalogInfo(&folder, kFSCatInfoFinderInfo, &info), noErr);
-    ASSERT_EQ(getxattr(root_.c_str(), attribute, stored, sizeof stored), 32);
-    EXPECT_EQ(std::memcmp(stored, "\0\x01\0\x02\0\x03\0\x04\0\x05\0\x06\x06\x07\x04\x05", 16), 0);
+    EXPECT_EQ(stored(root_).substr(0, 16), "\0\x01\0\x02\0\x03\0\x04\0\x05\0\x06\x06\x07\x04\x05"s);
     for (const size_t size : {0U, 31U, 33U}) {
         ASSERT_EQ(setxattr(file_.c_str(), attribute, std::string(size, 'x').data(), size, 0), 0);
         EXPECT_EQ(read(file, kFSCatInfoFinderInfo, back), noErr);
@@ -115,25 +110,17 @@ TEST_F(CSFiles, FinderRecordsAreKeptBigEndian) {
     }
 }
 
-TEST_F(CSFiles, NullAndEmptyReferencesAreParameterErrors) {
+TEST_F(CSFiles, WhatIsNoReferenceIsAParameterError) {
     FSRef garbage;
     std::memset(&garbage, '/', sizeof garbage);
-    const FSRef empty = {}, ref = RefOf(file_);
     FSCatalogInfo info = {};
-    for (const FSRef* none :
-         {static_cast<const FSRef*>(nullptr), &empty, static_cast<const FSRef*>(&garbage)}) {
+    for (const FSRef* none : std::initializer_list<const FSRef*>{nullptr, &garbage}) {
         EXPECT_EQ(FSGetCatalogInfo(none, 0, &info, nullptr, nullptr, nullptr), paramErr);
         EXPECT_EQ(FSSetCatalogInfo(none, 0, &info), paramErr);
         EXPECT_EQ(CFURLCreateFromFSRef(nullptr, none), nullptr);
     }
-    HFSUniStr255 name = {};
-    EXPECT_EQ(FSGetCatalogInfo(&ref, 0, nullptr, &name, nullptr, nullptr), paramErr);
-    EXPECT_EQ(FSGetCatalogInfo(&ref, 0, nullptr, nullptr, nullptr, &garbage), paramErr);
-    EXPECT_EQ(FSGetCatalogInfo(&ref, kFSCatInfoNodeFlags, nullptr, nullptr, nullptr, nullptr),
-              paramErr);
-    EXPECT_EQ(read(ref, 0x00000001, info), paramErr) << "an unknown kind";
-    EXPECT_EQ(FSSetCatalogInfo(&ref, kFSCatInfoPermissions, nullptr), paramErr);
-    EXPECT_EQ(FSFindFolder(kUserDomain, kApplicationSupportFolderType, false, nullptr), paramErr);
+    EXPECT_EQ(read(FSRef{}, 0, info), paramErr);
+    EXPECT_EQ(read(RefOf(file_), 0x00000001, info), paramErr) << "an unknown kind";
 }
 
 // The folder that was found, or the error.
@@ -150,7 +137,7 @@ TEST_F(CSFiles, FoldersAreFoundAndMadeOnRequest) {
     EXPECT_EQ(find(kUserDomain, true), root_ + "/.local/share");
     EXPECT_EQ(find(kLocalDomain, true), root_ + "/machine");
     EXPECT_EQ(find(kLocalDomain, false), root_ + "/machine");
-    EXPECT_TRUE(hasMode(home_.Path(".local"), 0700) && hasMode(home_.Path("machine"), 0755));
+    EXPECT_TRUE(HasMode(home_.Path(".local"), 0700) && HasMode(home_.Path("machine"), 0755));
     const ScopedEnv data("XDG_DATA_HOME", root_ + "/d//e/");
     EXPECT_EQ(find(kUserDomain, true), root_ + "/d/e");
     EXPECT_EQ(find(kUserDomain, true, 0x70726566), missing);

