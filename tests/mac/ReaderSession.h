@@ -21,6 +21,15 @@ public:
     // Runs in the callback, which returns its answer. By default the session reads bytes and goes
     // on with every event.
     using Step = std::function<bool(CFReadStreamRef stream)>;
+    // What the callback has seen since the last start.
+    struct Seen {
+        int events = 0;
+        bool hasData = false;
+        const char* end = nullptr;
+        std::string body;
+        int status = 0;
+        CFStreamError error{0, 0};
+    };
 
     ReaderSession() : reader_(MacThreadedWebReader::Create()) {}
     ~ReaderSession();
@@ -30,11 +39,8 @@ public:
     MacThreadedWebReader* Reader() const { return reader_; }
     // Sends no user agent if `userAgent` is null.
     int Start(const std::string& url, const char* userAgent = "Test/1.0");
-    // Waits for the end of the data or an error, aborts, and returns what came, for example
-    // "data,end".
-    std::string Finish();
-    // Calls Start and Finish. Returns for example "refused -3" or "not opened" if no event can
-    // come.
+    // Reads to the end of the data or an error, aborts, and returns what came, for example
+    // "data,end", or "not started".
     std::string Fetch(const std::string& url, const char* userAgent = "Test/1.0");
     // Blocks until the callback has seen that many events.
     void WaitForEvents(int count);
@@ -43,9 +49,8 @@ public:
     // Reads once into the body.
     CFIndex ReadSome(CFReadStreamRef stream);
 
-    const std::string& Body() const { return body_; }
-    int Status() const { return status_; }
-    CFStreamError Error() const { return error_; }
+    // Complete after Fetch.
+    const Seen& Last() const { return seen_; }
 
 private:
     static bool OnEvent(CFReadStreamRef stream, unsigned long event, void* session);
@@ -54,12 +59,7 @@ private:
     Step step_;
     std::mutex lock_;
     std::condition_variable changed_;
-    int events_ = 0;
-    bool hasData_ = false;
-    const char* end_ = nullptr;
-    std::string body_;
-    int status_ = 0;
-    CFStreamError error_{0, 0};
+    Seen seen_;
 };
 
 }  // namespace tvtest

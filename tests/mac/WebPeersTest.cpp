@@ -26,7 +26,7 @@ std::string redirectTo(const std::string& target) {
 std::string fetch(const std::string& url) {
     ReaderSession session;
     const std::string events = session.Fetch(url);
-    const auto [domain, error] = session.Error();
+    const auto [domain, error] = session.Last().error;
     const std::tuple<const char*, CFIndex, SInt32> errors[] = {
         {"", 0, 0},
         {" refused", kCFStreamErrorDomainPOSIX, ECONNREFUSED},
@@ -40,7 +40,7 @@ std::string fetch(const std::string& url) {
         name = domain == itsDomain && error == itsError ? known : name;
     }
     EXPECT_EQ(session.Reader()->GetState(), domain == 0 ? 6 : 7) << url;
-    return events + " " + std::to_string(session.Status()) + " " + session.Body() + name;
+    return events + " " + std::to_string(session.Last().status) + " " + session.Last().body + name;
 }
 
 enum class After { Close, Reset, Hold };

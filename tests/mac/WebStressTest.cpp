@@ -8,7 +8,6 @@
 
 #include <array>
 #include <atomic>
-#include <deque>
 #include <random>
 #include <thread>
 
@@ -18,34 +17,28 @@ using tvtest::LoopbackServer;
 namespace {
 
 constexpr int cReads = 1000;
-constexpr unsigned cThreads = 4;
+constexpr int cThreads = 4;
 
-using Random = std::minstd_rand;
-
-size_t pick(Random& random, size_t count) {
-    return std::uniform_int_distribution<size_t>(0, count - 1)(random);
+// Returns a number below `count`.
+size_t pick(size_t count) {
+    static std::atomic<unsigned> seed{74};
+    return std::mt19937(seed.fetch_add(1, std::memory_order_relaxed))() % count;
 }
 
-// What one read's callback needs; lives until the test's end.
-struct Read {
-    MacThreadedWebReader* reader;
-    Random random;
-};
-
-bool onEvent(CFReadStreamRef stream, unsigned long event, void* context) {
-    auto& read = *static_cast<Read*>(context);
+bool onEvent(CFReadStreamRef stream, unsigned long event, void* reader) {
     if (event == kCFStreamEventHasBytesAvailable) {
         UInt8 bytes[32768];
         CFReadStreamRead(stream, bytes, sizeof bytes);
     }
-    if (pick(read.random, 16) == 0) {
-        read.reader->AbortRead();
+    if (pick(16) == 0) {
+        static_cast<MacThreadedWebReader*>(reader)->AbortRead();
     }
     // The end stops the worker of a reader that everybody has let go of.
-    return event == kCFStreamEventHasBytesAvailable && pick(read.random, 8) != 0;
+    return event == kCFStreamEventHasBytesAvailable && pick(8) != 0;
 }
 
 TEST(WebStress, AThousandReadsAtRandom) {
+    auto& manager = MacThreadedWebReaderManager::sSingleton;
     auto server = std::make_unique<LoopbackServer>(LoopbackServer::Answers{
         {"/small", AnswerOf("200 OK", "small")},
         {"/big", AnswerOf("200 OK", std::string(1000000, 'x'))},
@@ -63,47 +56,44 @@ TEST(WebStress, AThousandReadsAtRandom) {
     };
     std::atomic<int> started{0};
     std::mutex lock;  // For the next two.
-    std::array<MacThreadedWebReader*, 24> readers{};
-    std::deque<Read> reads;
-    const auto step = [&](Random& random) {
+    std::array<MacThreadedWebReader*, 24> slots{};
+    std::vector<MacThreadedWebReader*> readers;
+    const auto step = [&] {
         std::unique_lock guard(lock);
-        MacThreadedWebReader*& slot = readers[pick(random, readers.size())];
-        MacThreadedWebReader* reader = slot != nullptr ? slot : MacThreadedWebReader::Create();
-        // Now and then the slot lets go of its reader.
-        const bool isKept = pick(random, 16) != 0;
-        slot = isKept ? reader : nullptr;
-        if (isKept) {
-            reader->Retain();
+        MacThreadedWebReader*& slot = slots[pick(slots.size())];
+        MacThreadedWebReader* reader = slot;
+        if (reader == nullptr) {
+            reader = readers.emplace_back(MacThreadedWebReader::Create());
         }
-        Read& read = reads.emplace_back(Read{reader, Random(random())});
+        // Now and then the slot lets go of its reader.
+        slot = pick(16) != 0 ? reader : nullptr;
+        manager.Retain(slot);
         guard.unlock();
-        if (pick(random, 8) == 0) {
+        if (pick(8) == 0) {
             reader->AbortRead();
         } else {
-            const auto url = tvtest::MakeText(urls[pick(random, std::size(urls))]);
-            started += reader->StartRead(url.Get(), nullptr, onEvent, &read) == 0 ? 1 : 0;
+            const auto url = tvtest::MakeText(urls[pick(std::size(urls))]);
+            started += reader->StartRead(url.Get(), nullptr, onEvent, reader) == 0 ? 1 : 0;
         }
         reader->Release();
     };
-    std::vector<std::thread> threads;
-    for (unsigned seed = 74; seed < 74 + cThreads; ++seed) {
-        threads.emplace_back([&, seed] {
-            for (Random random(seed); started < cReads;) {
-                step(random);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < cThreads; ++i) {
+        threads.emplace_back([&] {
+            while (started < cReads) {
+                step();
             }
         });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    for (MacThreadedWebReader* reader : readers) {
-        MacThreadedWebReaderManager::sSingleton.Release(reader);
+    threads.clear();
+    for (MacThreadedWebReader* reader : slots) {
+        manager.Release(reader);
     }
     // Readers whose owners are gone end with their connections.
     server.reset();
-    MacThreadedWebReaderManager::sSingleton.WaitForThreads();
-    for (const Read& read : reads) {
-        EXPECT_EQ(MacThreadedWebReaderManager::sSingleton.GetRefCount(read.reader), 0);
+    manager.WaitForThreads();
+    for (const MacThreadedWebReader* reader : readers) {
+        EXPECT_EQ(manager.GetRefCount(reader), 0);
     }
 }
 

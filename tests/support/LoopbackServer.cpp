@@ -91,19 +91,13 @@ LoopbackServer::LoopbackServer(Answers answers)
       }) {}
 
 LoopbackServer::~LoopbackServer() {
-    {
-        const std::lock_guard guard(lock_);
-        stopping_ = true;
-        shutdown(listener_, SHUT_RDWR);
-        for (const int socket : sockets_) {
-            shutdown(socket, SHUT_RDWR);
-        }
-    }
+    shutdown(listener_, SHUT_RDWR);
     acceptor_.join();
-    for (std::thread& thread : threads_) {
-        thread.join();
-    }
     close(listener_);
+    const std::lock_guard guard(lock_);
+    for (const int socket : sockets_) {
+        shutdown(socket, SHUT_RDWR);
+    }
 }
 
 std::string LoopbackServer::Url(std::string_view path, std::string_view scheme) const {
@@ -116,15 +110,9 @@ std::vector<std::string> LoopbackServer::Requests() const {
 }
 
 void LoopbackServer::Accept() {
-    for (;;) {
-        const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    int socket = -1;
+    while ((socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0) {
         const std::lock_guard guard(lock_);
-        if (socket < 0 || stopping_) {
-            if (socket >= 0) {
-                close(socket);
-            }
-            return;
-        }
         ++accepted_;
         sockets_.push_back(socket);
         threads_.emplace_back([this, socket] { Serve(socket); });

@@ -16,8 +16,6 @@ namespace tvtest {
 class Connection {
 public:
     explicit Connection(int socket) : socket_(socket) {}
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
 
     // Returns the header of the next request, with the empty line, or "" if the peer has closed.
     std::string ReadRequest() const;
@@ -64,10 +62,10 @@ private:
     int port_ = 0;
     std::atomic<int> accepted_{0};
     mutable std::mutex lock_;
-    bool stopping_ = false;
     std::vector<int> sockets_;
     std::vector<std::string> requests_;
-    std::vector<std::thread> threads_;
+    // They end before the rest goes.
+    std::vector<std::jthread> threads_;
     std::thread acceptor_;
 };
 

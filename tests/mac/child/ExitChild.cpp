@@ -25,8 +25,8 @@ namespace {
 constexpr int cDone = 42;
 constexpr unsigned cHangs = 100;
 
-std::atomic<bool> gDataCame{false};
-std::atomic<bool> gLookingUp{false};
+// The callback has read some, or a host name is being looked up.
+std::atomic<bool> gIsUnderWay{false};
 std::atomic<bool> gCreatingFails{false};
 std::atomic<bool> gCreatingFailed{false};
 bool gLeaksCanBeTold = true;
@@ -48,7 +48,9 @@ void awaitFlag(const std::atomic<bool>& flag) {
 
 bool readSome(CFReadStreamRef stream, unsigned long event, void*) {
     UInt8 bytes[4096];
-    gDataCame = CFReadStreamRead(stream, bytes, sizeof bytes) > 0 || gDataCame;
+    if (CFReadStreamRead(stream, bytes, sizeof bytes) > 0) {
+        gIsUnderWay = true;
+    }
     return event == kCFStreamEventHasBytesAvailable;
 }
 
@@ -61,17 +63,14 @@ MacThreadedWebReader* start(MacThreadedWebReader::Callback callback = readSome,
     return reader;
 }
 
-// "input" (the end of standard input), "data" (the callback has read some), "lookup" (a host name
-// is being looked up), or a number of rounds to wait.
+// "input" (the end of standard input), "under way", or a number of rounds to wait.
 void await(const std::string& when) {
     if (when == "input") {
         char byte = 0;
         while (read(STDIN_FILENO, &byte, 1) < 0) {
         }
-    } else if (when == "data") {
-        awaitFlag(gDataCame);
-    } else if (when == "lookup") {
-        awaitFlag(gLookingUp);
+    } else if (when == "under way") {
+        awaitFlag(gIsUnderWay);
     } else {
         for (int rounds = std::stoi(when); rounds > 0; --rounds) {
             std::this_thread::yield();
@@ -91,9 +90,9 @@ int withChild(bool reads) {
         gLeaksCanBeTold = false;
         limitLife();
         if (reads) {
-            gDataCame = false;
+            gIsUnderWay = false;
             start();
-            awaitFlag(gDataCame);
+            awaitFlag(gIsUnderWay);
         }
         exit(cDone);
     }
@@ -130,13 +129,13 @@ int withoutThread() {
 void exitInAwaitedCallback() {
     MacThreadedWebReader* first = start([](CFReadStreamRef, unsigned long, void* self) -> bool {
         constexpr int cStopping = 8;
-        gDataCame = true;
+        gIsUnderWay = true;
         while (static_cast<MacThreadedWebReader*>(self)->GetProgress() != cStopping) {
             std::this_thread::yield();
         }
         exit(cDone);
     });
-    awaitFlag(gDataCame);
+    awaitFlag(gIsUnderWay);
     const auto abortFirst = [](CFReadStreamRef, unsigned long, void* other) {
         static_cast<MacThreadedWebReader*>(other)->AbortRead();
         return true;
@@ -156,10 +155,7 @@ int run(std::string_view how, const std::string& when) {
     if (how == "no thread") {
         return withoutThread();
     }
-    if (how == "exit in the callback") {
-        start([](CFReadStreamRef, unsigned long, void*) -> bool { exit(cDone); });
-        pause();
-    } else if (how == "exit in an awaited callback") {
+    if (how == "exit in an awaited callback") {
         exitInAwaitedCallback();
     }
     MacThreadedWebReader* reader = start();
@@ -188,7 +184,7 @@ extern "C" {
 __attribute__((visibility("default"))) int getaddrinfo(const char* name, const char* service,
                                                        const addrinfo* hints, addrinfo** result) {
     if (name != nullptr && std::string_view(name) == "stuck.invalid") {
-        gLookingUp = true;
+        gIsUnderWay = true;
         for (;;) {
             pause();
         }
