@@ -68,7 +68,6 @@ TEST(WebPeers, AnswersOfEveryKind) {
         {ok + "Content-Length: 100\r\n\r\nhello", After::Close, "data,error 200 hello reset"},
         {chunked + "5\r\nhello\r\n", After::Close, "data,error 200 hello reset"},
         {"SSH-2.0-OpenSSH_9.2\r\n", After::Hold, "error 0  no HTTP"},
-        {std::string("\0\1\2\3\xff\xfe\n", 7), After::Close, "error 0  no HTTP"},
         {"<html></html>", After::Close, "error 0  no HTTP"},
         {manyLines + "\r\n", After::Hold, "error 0  no HTTP"},
     };

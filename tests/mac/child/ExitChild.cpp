@@ -214,10 +214,7 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
 
 }  // extern "C"
 
-int main(int argc, char** argv) {
-    if (argc < 4) {
-        return 2;
-    }
+int main(int, char** argv) {
     limitLife();
     gUrl = argv[3];
     return run(argv[1], argv[2]);
