@@ -26,7 +26,7 @@ std::string TempDir::Path(std::string_view name) const {
 }
 
 std::string TempDir::Write(std::string_view name, std::string_view bytes) const {
-    const std::string path = Path(name);
+    std::string path = Path(name);
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
