@@ -2,34 +2,34 @@
 #pragma once
 
 #include "mac/MacThreadedWebReader.h"
+#include "text/CFRef.h"
 
 #include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <string>
-#include <vector>
 
 namespace tvtest {
 
-// A string of the platform that lives as long as this.
-class PlatformString {
-public:
-    explicit PlatformString(const std::string& text)
-        : text_(CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8)) {}
-    ~PlatformString() { CFRelease(text_); }
-    PlatformString(const PlatformString&) = delete;
-    PlatformString& operator=(const PlatformString&) = delete;
-    CFStringRef Get() const { return text_; }
-
-private:
-    CFStringRef text_;
-};
+inline Tova::CFRef<CFStringRef> MakeText(const std::string& text) {
+    return Tova::CFRef<CFStringRef>(
+        CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8));
+}
 
 class ReaderSession {
 public:
     // Runs in the callback, which returns its answer. By default the session reads bytes and goes
     // on with every event.
-    using Step = std::function<bool(CFReadStreamRef stream, unsigned long event)>;
+    using Step = std::function<bool(CFReadStreamRef stream)>;
+    // What the callback has seen since the last start.
+    struct Seen {
+        int events = 0;
+        bool hasData = false;
+        const char* end = nullptr;
+        std::string body;
+        int status = 0;
+        CFStreamError error{0, 0};
+    };
 
     ReaderSession() : reader_(MacThreadedWebReader::Create()) {}
     ~ReaderSession();
@@ -39,25 +39,18 @@ public:
     MacThreadedWebReader* Reader() const { return reader_; }
     // Sends no user agent if `userAgent` is null.
     int Start(const std::string& url, const char* userAgent = "Test/1.0");
-    // Waits for the end of the data or an error, aborts, and returns what came, for example
-    // "data,end".
-    std::string Finish();
-    // Calls Start and Finish. Returns for example "refused -3" or "not opened" if no event can
-    // come.
+    // Reads to the end of the data or an error, aborts, and returns what came, for example
+    // "data,end", or "not started".
     std::string Fetch(const std::string& url, const char* userAgent = "Test/1.0");
     // Blocks until the callback has seen that many events.
-    void WaitForEvents(size_t count);
+    void WaitForEvents(int count);
 
     void SetStep(Step step) { step_ = std::move(step); }
-    // Reads once, at most `size` bytes, into the body.
-    CFIndex ReadSome(CFReadStreamRef stream, size_t size = 65536);
+    // Reads once into the body.
+    CFIndex ReadSome(CFReadStreamRef stream);
 
-    const std::string& Body() const { return body_; }
-    size_t BodySize() const { return bodySize_; }
-    int Status() const { return status_; }
-    CFStreamError Error() const { return error_; }
-    // Keeps the size of the body only.
-    void CountOnly() { countOnly_ = true; }
+    // Complete after Fetch.
+    const Seen& Last() const { return seen_; }
 
 private:
     static bool OnEvent(CFReadStreamRef stream, unsigned long event, void* session);
@@ -66,13 +59,7 @@ private:
     Step step_;
     std::mutex lock_;
     std::condition_variable changed_;
-    std::vector<unsigned long> events_;
-    bool over_ = false;
-    bool countOnly_ = false;
-    std::string body_;
-    size_t bodySize_ = 0;
-    int status_ = 0;
-    CFStreamError error_{0, 0};
+    Seen seen_;
 };
 
 }  // namespace tvtest

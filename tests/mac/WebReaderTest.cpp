@@ -9,175 +9,148 @@
 #include <atomic>
 #include <future>
 #include <thread>
-#include <tuple>
+#include <utility>
+#include <vector>
 
+using tvtest::AnswerOf;
 using tvtest::AtUnlock;
-using tvtest::Connection;
 using tvtest::LoopbackServer;
-using tvtest::PlatformString;
+using tvtest::MakeText;
 using tvtest::ReaderSession;
 
 namespace {
-
-constexpr char cOk[] = "200 OK";
 
 MacThreadedWebReaderManager& manager() {
     return MacThreadedWebReaderManager::sSingleton;
 }
 
-void answerHello(Connection& connection) {
-    connection.ReadRequest();
-    connection.Answer(cOk, "hello");
+// Returns the reader's state, progress and references.
+std::string dump(const MacThreadedWebReader& reader) {
+    return std::to_string(reader.GetState()) + "/" + std::to_string(reader.GetProgress()) + "/" +
+           std::to_string(reader.GetRefCount());
 }
 
-void neverAnswer(Connection& connection) {
-    connection.Hold();
-}
+// Any other path is never answered.
+const LoopbackServer::Answers cAnswers{
+    {"/hello", AnswerOf("200 OK", "hello")},
+    {"/empty", AnswerOf("200 OK", "")},
+    {"/bad", "bad\r\n"},
+};
 
-TEST(WebReader, CountsReferences) {
+class WebReader : public ::testing::Test {
+protected:
+    // Starts a read and waits until its worker has ended by itself.
+    void Run(const char* path) {
+        ASSERT_EQ(session_.Start(server_.Url(path)), 0);
+        manager().WaitForThreads();
+    }
+    MacThreadedWebReader& Reader() const { return *session_.Reader(); }
+
+    LoopbackServer server_{cAnswers};
+    const std::string hello_ = server_.Url("/hello");
+    ReaderSession session_;
+};
+
+TEST_F(WebReader, CountsReferences) {
     MacThreadedWebReader* reader = MacThreadedWebReader::Create();
-    const int32_t serial = reader->GetSerialNumber();
-    EXPECT_EQ(reader->GetRefCount(), 1);
+    EXPECT_EQ(reader->GetSerialNumber(), Reader().GetSerialNumber() + 1);
     reader->Retain();
     manager().Add(reader);
-    EXPECT_EQ(reader->GetRefCount(), 2);
+    EXPECT_EQ(dump(*reader), "0/0/2");
     EXPECT_EQ(reader->Release(), 0);
-    EXPECT_EQ(reader->GetState(), 0);
     reader->AbortRead();
-    EXPECT_EQ(manager().GetRefCount(reader), 1);
+    EXPECT_EQ(dump(*reader), "0/0/1");
     EXPECT_EQ(reader->Release(), 0);
-    EXPECT_EQ(manager().GetRefCount(reader), 0);
     // A reader that is gone, and none at all.
-    EXPECT_EQ(manager().Release(reader), 0);
-    manager().Retain(reader);
+    for (MacThreadedWebReader* unknown : {reader, static_cast<MacThreadedWebReader*>(nullptr)}) {
+        manager().Retain(unknown);
+        EXPECT_EQ(manager().Release(unknown), 0);
+        EXPECT_EQ(manager().GetRefCount(unknown), 0);
+    }
     manager().Add(nullptr);
-    manager().Retain(nullptr);
-    EXPECT_EQ(manager().Release(nullptr), 0);
     EXPECT_EQ(manager().GetRefCount(nullptr), 0);
-
-    MacThreadedWebReader* next = MacThreadedWebReader::Create();
-    EXPECT_EQ(next->GetSerialNumber(), serial + 1);
-    next->Release();
 }
 
-TEST(WebReader, RefusesWhatCannotBeRequested) {
-    ReaderSession session;
-    MacThreadedWebReader* reader = session.Reader();
-    EXPECT_EQ(reader->StartRead(nullptr, nullptr, nullptr, nullptr), -2);
-    EXPECT_EQ(reader->GetProgress(), 0);
+TEST_F(WebReader, RefusesWhatCannotBeRequestedOrOpened) {
+    EXPECT_EQ(Reader().StartRead(nullptr, nullptr, nullptr, nullptr), -2);
+    EXPECT_EQ(dump(Reader()), "0/0/1");
     // A malformed escape, one cut short, and bytes that are no text.
     for (const char* url : {"http://127.0.0.1/%zz", "http://127.0.0.1/%4", "http://h/%ff%fe"}) {
-        EXPECT_EQ(session.Start(url), -3) << url;
-        EXPECT_EQ(reader->GetProgress(), 1) << url;
-        EXPECT_EQ(reader->GetState(), 0) << url;
-        reader->AbortRead();
-        EXPECT_EQ(reader->GetProgress(), 1) << url;
+        EXPECT_EQ(session_.Start(url), -3) << url;
+        Reader().AbortRead();
+        EXPECT_EQ(dump(Reader()), "0/1/1") << url;
+    }
+    // The reader is free again as soon as the call returns.
+    for (const char* url : {"ftp://127.0.0.1/x", "http://:80/", "mailto:a@b.c"}) {
+        EXPECT_EQ(session_.Start(url), 0) << url;
+        EXPECT_EQ(session_.Start(url), 0) << url;
+        manager().WaitForThreads();
+        EXPECT_EQ(dump(Reader()), "7/0/1") << url;
     }
     // Nothing of that keeps a later read from working.
-    LoopbackServer server(answerHello);
-    EXPECT_EQ(session.Fetch(server.Url()), "data,end");
-    EXPECT_EQ(session.Body(), "hello");
-    EXPECT_EQ(reader->GetState(), 6);
-    EXPECT_EQ(reader->GetProgress(), 0);
+    EXPECT_EQ(session_.Fetch(hello_), "data,end");
+    EXPECT_EQ(session_.Last().body, "hello");
 }
 
-TEST(WebReader, ReportsWhatCannotBeOpenedThroughItsState) {
-    ReaderSession session;
-    for (const char* url : {"ftp://127.0.0.1/x", "file:///etc/passwd", "https:///path", "http://",
-                            "http://:80/", "mailto:a@b.c"}) {
-        // Twice: the reader is free again as soon as the call returns.
-        for (int round = 0; round < 2; ++round) {
-            EXPECT_EQ(session.Start(url), 0) << url;
-            EXPECT_EQ(session.Reader()->GetState(), 7) << url;
-            EXPECT_EQ(session.Reader()->GetProgress(), 0) << url;
-        }
-    }
-    session.Reader()->AbortRead();
-    EXPECT_EQ(session.Reader()->GetState(), 0);
-}
-
-TEST(WebReader, IsBusyUntilAborted) {
-    LoopbackServer server(answerHello);
-    ReaderSession session;
-    ASSERT_EQ(session.Start(server.Url()), 0);
-    EXPECT_EQ(session.Reader()->GetProgress(), 5);
-    const PlatformString url(server.Url());
-    EXPECT_EQ(session.Reader()->StartRead(url.Get(), nullptr, nullptr, nullptr), -1);
-    session.WaitForEvents(2);
-    // At the end of the data, and still the caller's to stop.
-    EXPECT_EQ(session.Reader()->GetState(), 5);
-    EXPECT_EQ(session.Reader()->GetProgress(), 5);
-    EXPECT_EQ(session.Reader()->StartRead(url.Get(), nullptr, nullptr, nullptr), -1);
-    EXPECT_EQ(session.Finish(), "data,end");
-    EXPECT_EQ(session.Reader()->GetState(), 6);
-    EXPECT_EQ(session.Reader()->GetProgress(), 0);
-    EXPECT_EQ(session.Fetch(server.Url()), "data,end");
-    EXPECT_EQ(server.Accepted(), 2);
-}
-
-TEST(WebReader, AnAbortedReadLeavesItsStateOpen) {
-    LoopbackServer server(neverAnswer);
-    ReaderSession session;
-    ASSERT_EQ(session.Start(server.Url()), 0);
-    session.Reader()->AbortRead();
-    EXPECT_EQ(session.Reader()->GetState(), 2);
-    EXPECT_EQ(session.Reader()->GetProgress(), 0);
-    EXPECT_EQ(session.Start(server.Url()), -1);
-    EXPECT_EQ(session.Reader()->GetProgress(), 0);
-}
-
-TEST(WebReader, ARefusalEndsTheRead) {
-    const std::tuple<const char*, const char*, bool, int> cases[] = {
-        {"first bytes", "hello", true, 6},
-        {"end", "", true, 6},
-        {"error", nullptr, true, 7},
-        {"no callback, bytes", "hello", false, 6},
-        {"no callback, error", nullptr, false, 7},
+TEST_F(WebReader, IsBusyUntilAborted) {
+    const auto startAgain = [&] {
+        return Reader().StartRead(MakeText(hello_).Get(), nullptr, nullptr, nullptr);
     };
-    for (const auto& [name, body, useCallback, state] : cases) {
-        LoopbackServer server([text = body](Connection& connection) {
-            connection.ReadRequest();
-            if (text != nullptr) {
-                connection.Answer(cOk, text);
-                connection.Hold();
-            }
-        });
-        std::atomic<int> calls{0};
-        MacThreadedWebReader* reader = MacThreadedWebReader::Create();
-        const PlatformString url(server.Url());
-        MacThreadedWebReader::Callback refuse = [](CFReadStreamRef, unsigned long, void* context) {
-            ++*static_cast<std::atomic<int>*>(context);
-            return false;
-        };
-        ASSERT_EQ(reader->StartRead(url.Get(), nullptr, useCallback ? refuse : nullptr, &calls), 0);
+    ASSERT_EQ(session_.Start(hello_), 0);
+    EXPECT_EQ(Reader().GetProgress(), 5);
+    EXPECT_EQ(startAgain(), -1);
+    session_.WaitForEvents(2);
+    // At the end of the data, and still the caller's to stop.
+    EXPECT_EQ(dump(Reader()), "5/5/2");
+    EXPECT_EQ(startAgain(), -1);
+    Reader().AbortRead();
+    manager().WaitForThreads();
+    EXPECT_EQ(dump(Reader()), "6/0/1");
+    EXPECT_EQ(session_.Fetch(hello_), "data,end");
+    EXPECT_EQ(server_.Accepted(), 2);
+}
+
+TEST_F(WebReader, AnAbortedReadLeavesItsStateOpen) {
+    ASSERT_EQ(session_.Start(server_.Url()), 0);
+    Reader().AbortRead();
+    EXPECT_EQ(session_.Start(server_.Url()), -1);
+    manager().WaitForThreads();
+    EXPECT_EQ(dump(Reader()), "2/0/1");
+}
+
+// Without a callback every event is refused.
+TEST_F(WebReader, ARefusalEndsTheRead) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"/hello", "6/0/1"}, {"/empty", "6/0/1"}, {"/bad", "7/0/1"}};
+    for (const auto& [path, expected] : cases) {
+        int calls = 0;
+        session_.SetStep([&](CFReadStreamRef) { return ++calls == 0; });
+        Run(path);
+        EXPECT_EQ(dump(Reader()), expected) << path;
+        EXPECT_EQ(calls, 1) << path;
+        const auto url = MakeText(server_.Url(path));
+        ASSERT_EQ(Reader().StartRead(url.Get(), nullptr, nullptr, nullptr), 0);
         manager().WaitForThreads();
-        EXPECT_EQ(reader->GetState(), state) << name;
-        EXPECT_EQ(reader->GetProgress(), 0) << name;
-        EXPECT_EQ(reader->GetRefCount(), 1) << name;
-        EXPECT_EQ(calls, useCallback ? 1 : 0) << name;
-        reader->Release();
+        EXPECT_EQ(dump(Reader()), expected) << path;
     }
 }
 
 // The terminate thread of a read may be late. It must not end the next one.
-TEST(WebReader, ARefusalOfOneReadLeavesTheNextAlone) {
-    LoopbackServer server(answerHello);
-    ReaderSession session;
+TEST_F(WebReader, ARefusalOfOneReadLeavesTheNextAlone) {
     for (int round = 0; round < 200; ++round) {
-        session.SetStep([](CFReadStreamRef, unsigned long) { return false; });
-        ASSERT_EQ(session.Start(server.Url()), 0);
-        session.WaitForEvents(1);
-        session.Reader()->AbortRead();
-        session.SetStep(nullptr);
-        ASSERT_EQ(session.Fetch(server.Url()), "data,end") << round;
+        session_.SetStep([](CFReadStreamRef) { return false; });
+        ASSERT_EQ(session_.Start(hello_), 0);
+        session_.WaitForEvents(1);
+        Reader().AbortRead();
+        session_.SetStep(nullptr);
+        ASSERT_EQ(session_.Fetch(hello_), "data,end") << round;
     }
 }
 
-TEST(WebReader, AbortOnTheWorkersOwnThreadDoesNotWait) {
-    LoopbackServer server(answerHello);
+TEST_F(WebReader, AbortOnTheWorkersOwnThreadDoesNotWait) {
     for (const bool goOn : {true, false}) {
         ReaderSession session;
-        session.SetStep([&](CFReadStreamRef stream, unsigned long) {
+        session.SetStep([&](CFReadStreamRef stream) {
             session.Reader()->AbortRead();
             session.Reader()->AbortRead();
             // The stream is closed, and still there.
@@ -185,20 +158,18 @@ TEST(WebReader, AbortOnTheWorkersOwnThreadDoesNotWait) {
             EXPECT_EQ(session.ReadSome(stream), -1);
             return goOn;
         });
-        ASSERT_EQ(session.Start(server.Url()), 0);
+        ASSERT_EQ(session.Start(hello_), 0);
         session.WaitForEvents(1);
         manager().WaitForThreads();
-        EXPECT_EQ(session.Reader()->GetProgress(), 0);
-        EXPECT_EQ(session.Reader()->GetRefCount(), 1);
+        EXPECT_EQ(dump(*session.Reader()), goOn ? "2/0/1" : "6/0/1");
     }
 }
 
-TEST(WebReader, EveryOneOfSeveralAbortsReturns) {
-    LoopbackServer server(neverAnswer);
+TEST_F(WebReader, EveryOneOfSeveralAbortsReturns) {
     for (int round = 0; round < 50; ++round) {
         ReaderSession session;
-        std::vector<std::thread> aborts;
         std::atomic<bool> go{false};
+        std::vector<std::jthread> aborts;
         for (int i = 0; i < 4; ++i) {
             aborts.emplace_back([&] {
                 while (!go) {
@@ -209,11 +180,9 @@ TEST(WebReader, EveryOneOfSeveralAbortsReturns) {
         }
         // Some rounds abort before, some during, some after the start.
         go = round % 2 == 0;
-        session.Start(server.Url());
+        session.Start(server_.Url());
         go = true;
-        for (std::thread& abort : aborts) {
-            abort.join();
-        }
+        aborts.clear();
         session.Reader()->AbortRead();
         EXPECT_EQ(session.Reader()->GetProgress(), 0);
     }
@@ -221,14 +190,13 @@ TEST(WebReader, EveryOneOfSeveralAbortsReturns) {
 }
 
 // The abort looks for a stream while the start stands at some step, and goes on when the read runs.
-TEST(WebReader, AnAbortThatOvertakesTheStartLeavesNoStream) {
-    LoopbackServer server(neverAnswer);
+TEST_F(WebReader, AnAbortThatOvertakesTheStartLeavesNoStream) {
     int ended = 0;
     for (int step = 1; step <= 8; ++step) {
         ReaderSession session;
         std::promise<void> looked;
         std::promise<void> started;
-        std::thread abort;
+        std::jthread abort;
         const auto overtake = [&] {
             const AtUnlock goOn(2, [&] {
                 looked.set_value();
@@ -238,15 +206,13 @@ TEST(WebReader, AnAbortThatOvertakesTheStartLeavesNoStream) {
         };
         {
             const AtUnlock beginAbort(step, [&] {
-                abort = std::thread(overtake);
+                abort = std::jthread(overtake);
                 looked.get_future().wait();
             });
-            ASSERT_EQ(session.Start(server.Url()), 0);
+            EXPECT_EQ(session.Start(server_.Url()), 0);
         }
         started.set_value();
-        if (abort.joinable()) {
-            abort.join();
-        }
+        abort = {};
         if (session.Reader()->GetProgress() == 0) {
             ++ended;
             EXPECT_EQ(session.Reader()->GetState(), 2) << step;
@@ -256,8 +222,7 @@ TEST(WebReader, AnAbortThatOvertakesTheStartLeavesNoStream) {
 }
 
 // The cancellation comes when the caller has promised a worker. It acts when the read runs.
-TEST(WebReader, ACancelledCallerFinishesTheHandshake) {
-    LoopbackServer server(neverAnswer);
+TEST_F(WebReader, ACancelledCallerFinishesTheHandshake) {
     for (int round = 0; round < 50; ++round) {
         ReaderSession session;
         bool returned = false;
@@ -266,7 +231,7 @@ TEST(WebReader, ACancelledCallerFinishesTheHandshake) {
                 EXPECT_EQ(session.Reader()->GetProgress(), 1);
                 pthread_cancel(pthread_self());
             });
-            session.Start(server.Url());
+            session.Start(server_.Url());
             returned = true;
             pthread_testcancel();
             ADD_FAILURE() << "not cancelled";
@@ -278,65 +243,52 @@ TEST(WebReader, ACancelledCallerFinishesTheHandshake) {
 }
 
 // A callback that is busy with the stream while another thread takes the stream away.
-TEST(WebReader, AbortWaitsForTheCallbackAndLeavesItItsStream) {
-    LoopbackServer server(answerHello);
-    ReaderSession session;
-    std::atomic<bool> inside{false};
+TEST_F(WebReader, AbortWaitsForTheCallbackAndLeavesItItsStream) {
+    std::promise<void> inside;
     std::atomic<bool> returned{false};
-    session.SetStep([&](CFReadStreamRef stream, unsigned long) {
-        inside = true;
+    session_.SetStep([&](CFReadStreamRef stream) {
+        inside.set_value();
         while (CFReadStreamGetStatus(stream) != kCFStreamStatusClosed) {
             std::this_thread::yield();
         }
-        EXPECT_EQ(session.ReadSome(stream), -1);
+        EXPECT_EQ(session_.ReadSome(stream), -1);
         returned = true;
         return true;
     });
-    ASSERT_EQ(session.Start(server.Url()), 0);
-    while (!inside) {
-        std::this_thread::yield();
-    }
-    session.Reader()->AbortRead();
+    ASSERT_EQ(session_.Start(hello_), 0);
+    inside.get_future().wait();
+    Reader().AbortRead();
     EXPECT_TRUE(returned);
 }
 
-TEST(WebReader, AnExceptionOfTheCallbackEndsTheWorkerOnly) {
-    LoopbackServer server(answerHello);
-    ReaderSession session;
-    session.SetStep([](CFReadStreamRef, unsigned long) -> bool { throw 1; });
-    ASSERT_EQ(session.Start(server.Url()), 0);
-    manager().WaitForThreads();
-    EXPECT_EQ(session.Reader()->GetRefCount(), 1);
-    EXPECT_EQ(session.Reader()->GetProgress(), 5);
-    session.Reader()->AbortRead();
-    EXPECT_EQ(session.Reader()->GetProgress(), 5);
+TEST_F(WebReader, ACallbackMayThrowOrEndItsThread) {
+    for (const bool isThrown : {true, false}) {
+        ReaderSession session;
+        session.SetStep([&](CFReadStreamRef) -> bool {
+            if (isThrown) {
+                throw 1;
+            }
+            pthread_exit(nullptr);
+        });
+        ASSERT_EQ(session.Start(hello_), 0);
+        manager().WaitForThreads();
+        session.Reader()->AbortRead();
+        EXPECT_EQ(dump(*session.Reader()), "2/5/1");
+    }
 }
 
-TEST(WebReader, ACallbackMayEndItsThread) {
-    LoopbackServer server(answerHello);
-    ReaderSession session;
-    session.SetStep([](CFReadStreamRef, unsigned long) -> bool { pthread_exit(nullptr); });
-    ASSERT_EQ(session.Start(server.Url()), 0);
-    manager().WaitForThreads();
-    EXPECT_EQ(session.Reader()->GetRefCount(), 1);
-    session.Reader()->AbortRead();
-}
-
-TEST(WebReader, ItsThreadsTakeNoSignals) {
-    LoopbackServer server(answerHello);
-    ReaderSession session;
-    sigset_t mask;
-    session.SetStep([&](CFReadStreamRef, unsigned long) {
+TEST_F(WebReader, ItsThreadsTakeNoSignals) {
+    sigset_t mask{};
+    session_.SetStep([&](CFReadStreamRef) {
         pthread_sigmask(SIG_SETMASK, nullptr, &mask);
         return false;
     });
-    ASSERT_EQ(session.Start(server.Url()), 0);
-    manager().WaitForThreads();
+    Run("/hello");
+    sigset_t own;
+    pthread_sigmask(SIG_SETMASK, nullptr, &own);
     for (const int signal : {SIGINT, SIGTERM, SIGPIPE, SIGCHLD, SIGUSR1, SIGALRM}) {
         EXPECT_EQ(sigismember(&mask, signal), 1) << signal;
     }
-    sigset_t own;
-    pthread_sigmask(SIG_SETMASK, nullptr, &own);
     EXPECT_EQ(sigismember(&own, SIGTERM), 0);
 }
 

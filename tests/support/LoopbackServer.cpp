@@ -21,21 +21,6 @@ namespace {
     return true;
 }();
 
-// Returns a bound socket and sets `port`.
-int bindLoopback(int& port) {
-    const int made = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    if (made < 0 || bind(made, generic, length) != 0 || getsockname(made, generic, &length) != 0) {
-        throw std::runtime_error("cannot bind a loopback socket");
-    }
-    port = ntohs(address.sin_port);
-    return made;
-}
-
 }  // namespace
 
 std::string Connection::ReadRequest() const {
@@ -50,11 +35,6 @@ std::string Connection::ReadRequest() const {
     return request;
 }
 
-void Connection::WaitForBytes() const {
-    char byte = 0;
-    [[maybe_unused]] const ssize_t seen = recv(socket_, &byte, 1, MSG_PEEK);
-}
-
 bool Connection::Send(std::string_view bytes) const {
     while (!bytes.empty()) {
         const ssize_t sent = send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
@@ -67,8 +47,7 @@ bool Connection::Send(std::string_view bytes) const {
 }
 
 bool Connection::Answer(std::string_view statusAndHeaders, std::string_view body) const {
-    return Send("HTTP/1.1 " + std::string(statusAndHeaders) + "\r\nContent-Length: " +
-                std::to_string(body.size()) + "\r\n\r\n" + std::string(body));
+    return Send(AnswerOf(statusAndHeaders, body));
 }
 
 void Connection::Hold() const {
@@ -84,43 +63,56 @@ void Connection::Reset() const {
 }
 
 LoopbackServer::LoopbackServer(Handler handler) : handler_(std::move(handler)) {
-    listener_ = bindLoopback(port_);
-    if (listen(listener_, 64) != 0) {
+    listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    auto* generic = reinterpret_cast<sockaddr*>(&address);
+    if (bind(listener_, generic, length) != 0 || getsockname(listener_, generic, &length) != 0 ||
+        listen(listener_, 64) != 0) {
         throw std::runtime_error("cannot listen on a loopback socket");
     }
+    port_ = ntohs(address.sin_port);
     acceptor_ = std::thread([this] { Accept(); });
 }
 
+LoopbackServer::LoopbackServer(Answers answers)
+    : LoopbackServer([this, answers = std::move(answers)](Connection& connection) {
+          for (std::string request; !(request = connection.ReadRequest()).empty();) {
+              {
+                  const std::lock_guard guard(lock_);
+                  requests_.push_back(request);
+              }
+              if (const auto found = answers.find(PathOf(request)); found != answers.end()) {
+                  connection.Send(found->second);
+              }
+          }
+      }) {}
+
 LoopbackServer::~LoopbackServer() {
-    {
-        const std::lock_guard guard(lock_);
-        stopping_ = true;
-        shutdown(listener_, SHUT_RDWR);
-        for (const int socket : sockets_) {
-            shutdown(socket, SHUT_RDWR);
-        }
-    }
+    shutdown(listener_, SHUT_RDWR);
     acceptor_.join();
-    for (std::thread& thread : threads_) {
-        thread.join();
-    }
     close(listener_);
+    const std::lock_guard guard(lock_);
+    for (const int socket : sockets_) {
+        shutdown(socket, SHUT_RDWR);
+    }
 }
 
 std::string LoopbackServer::Url(std::string_view path, std::string_view scheme) const {
     return std::string(scheme) + "://127.0.0.1:" + std::to_string(port_) + std::string(path);
 }
 
+std::vector<std::string> LoopbackServer::Requests() const {
+    const std::lock_guard guard(lock_);
+    return requests_;
+}
+
 void LoopbackServer::Accept() {
-    for (;;) {
-        const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    int socket = -1;
+    while ((socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0) {
         const std::lock_guard guard(lock_);
-        if (socket < 0 || stopping_) {
-            if (socket >= 0) {
-                close(socket);
-            }
-            return;
-        }
         ++accepted_;
         sockets_.push_back(socket);
         threads_.emplace_back([this, socket] { Serve(socket); });
@@ -140,20 +132,9 @@ std::string PathOf(std::string_view request) {
     return std::string(request.substr(start, request.find(' ', start) - start));
 }
 
-std::string HeaderOf(std::string_view request, std::string_view name) {
-    const std::string start = "\r\n" + std::string(name) + ": ";
-    const size_t found = request.find(start);
-    if (found == std::string_view::npos) {
-        return "(none)";
-    }
-    const size_t value = found + start.size();
-    return std::string(request.substr(value, request.find("\r\n", value) - value));
-}
-
-int ClosedPort() {
-    int port = 0;
-    close(bindLoopback(port));
-    return port;
+std::string AnswerOf(std::string_view statusAndHeaders, std::string_view body) {
+    return "HTTP/1.1 " + std::string(statusAndHeaders) +
+           "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + std::string(body);
 }
 
 }  // namespace tvtest

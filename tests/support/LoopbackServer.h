@@ -1,9 +1,10 @@
-// A server on the loopback address whose every connection is served by a function of the test, on a
-// thread of its own. It never sleeps: a peer that stalls is a connection that is held open.
+// A server on the loopback address that serves each connection on a thread of its own. It never
+// sleeps: a peer that stalls is a connection that is held open.
 #pragma once
 
 #include <atomic>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -15,13 +16,9 @@ namespace tvtest {
 class Connection {
 public:
     explicit Connection(int socket) : socket_(socket) {}
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
 
     // Returns the header of the next request, with the empty line, or "" if the peer has closed.
     std::string ReadRequest() const;
-    // Waits for the first byte and leaves it there.
-    void WaitForBytes() const;
     // Returns false if the peer is gone.
     bool Send(std::string_view bytes) const;
     // Sends an answer with a length. The connection may be used again afterwards.
@@ -38,17 +35,23 @@ private:
 class LoopbackServer {
 public:
     using Handler = std::function<void(Connection&)>;
+    using Answers = std::map<std::string, std::string>;
 
     explicit LoopbackServer(Handler handler);
+    // Sends the answer that belongs to a request's path, byte for byte, and never answers a path
+    // without one.
+    explicit LoopbackServer(Answers answers);
     // Closes every connection and waits for their threads.
     ~LoopbackServer();
     LoopbackServer(const LoopbackServer&) = delete;
     LoopbackServer& operator=(const LoopbackServer&) = delete;
 
     int Port() const { return port_; }
-    // "http://127.0.0.1:PORT" and the path.
+    // Returns "http://127.0.0.1:PORT" and the path.
     std::string Url(std::string_view path = "/", std::string_view scheme = "http") const;
     int Accepted() const { return accepted_; }
+    // Returns the headers of the requests that a server with answers has seen.
+    std::vector<std::string> Requests() const;
 
 private:
     void Accept();
@@ -58,18 +61,17 @@ private:
     int listener_ = -1;
     int port_ = 0;
     std::atomic<int> accepted_{0};
-    std::mutex lock_;
-    bool stopping_ = false;
+    mutable std::mutex lock_;
     std::vector<int> sockets_;
-    std::vector<std::thread> threads_;
+    std::vector<std::string> requests_;
+    // They end before the rest goes.
+    std::vector<std::jthread> threads_;
     std::thread acceptor_;
 };
 
+// Returns an answer with a length.
+std::string AnswerOf(std::string_view statusAndHeaders, std::string_view body);
 // Returns the path of a request's first line.
 std::string PathOf(std::string_view request);
-// Returns the value of a header of a request, or "(none)".
-std::string HeaderOf(std::string_view request, std::string_view name);
-// Returns a port of the loopback address on which nobody listens.
-int ClosedPort();
 
 }  // namespace tvtest

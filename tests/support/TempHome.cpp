@@ -26,7 +26,7 @@ std::string TempDir::Path(std::string_view name) const {
 }
 
 std::string TempDir::Write(std::string_view name, std::string_view bytes) const {
-    const std::string path = Path(name);
+    std::string path = Path(name);
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -36,10 +36,15 @@ std::string TempDir::Write(std::string_view name, std::string_view bytes) const 
     return path;
 }
 
-ScopedEnv::ScopedEnv(std::string name, std::optional<std::string> value) : name_(std::move(name)) {
+ScopedEnv::ScopedEnv(std::string name, const std::optional<std::string>& value)
+    : name_(std::move(name)) {
     if (const char* old = std::getenv(name_.c_str())) {
         old_ = old;
     }
+    Set(value);
+}
+
+void ScopedEnv::Set(const std::optional<std::string>& value) const {
     if (value) {
         setenv(name_.c_str(), value->c_str(), 1);
     } else {
@@ -47,17 +52,9 @@ ScopedEnv::ScopedEnv(std::string name, std::optional<std::string> value) : name_
     }
 }
 
-ScopedEnv::~ScopedEnv() {
-    if (old_) {
-        setenv(name_.c_str(), old_->c_str(), 1);
-    } else {
-        unsetenv(name_.c_str());
-    }
-}
-
 TempHome::TempHome()
-    : home_("HOME", dir_.Path()), config_("XDG_CONFIG_HOME", std::nullopt),
-      data_("XDG_DATA_HOME", std::nullopt), machine_("TV_MACHINE_DATA_DIR", dir_.Path("machine")),
+    : home_("HOME", Path()), config_("XDG_CONFIG_HOME", std::nullopt),
+      data_("XDG_DATA_HOME", std::nullopt), machine_("TV_MACHINE_DATA_DIR", Path("machine")),
       encoding_("TV_SYSTEM_ENCODING", std::nullopt) {}
 
 std::string ReadFile(const std::string& path) {

@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace tvtest {
 
@@ -29,28 +28,25 @@ private:
 // Sets an environment variable, or removes it if the value is nullopt. The destructor restores it.
 class ScopedEnv {
 public:
-    ScopedEnv(std::string name, std::optional<std::string> value);
-    ~ScopedEnv();
+    ScopedEnv(std::string name, const std::optional<std::string>& value);
+    ~ScopedEnv() { Set(old_); }
     ScopedEnv(const ScopedEnv&) = delete;
     ScopedEnv& operator=(const ScopedEnv&) = delete;
 
 private:
+    void Set(const std::optional<std::string>& value) const;
+
     std::string name_;
     std::optional<std::string> old_;
 };
 
 // A home of the test's own: HOME is a fresh folder, the XDG variables are unset, and the
 // machine-wide data folder is "machine" inside it. So no test touches the user's files.
-class TempHome {
+class TempHome : public TempDir {
 public:
     TempHome();
-    std::string Path(std::string_view name = "") const { return dir_.Path(name); }
-    std::string Write(std::string_view name, std::string_view bytes) const {
-        return dir_.Write(name, bytes);
-    }
 
 private:
-    TempDir dir_;
     ScopedEnv home_, config_, data_, machine_, encoding_;
 };
 

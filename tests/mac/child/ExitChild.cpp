@@ -1,9 +1,8 @@
 // A process that ends, in one of several ways, while a read is under way:
-//   exit_child HOW WHEN URL [LIBRARY]
+//   exit_child HOW WHEN URL
 // Status 42 means that it got to its end.
-#include "tests/mac/child/ReaderLibrary.h"
-
 #include "mac/MacThreadedWebReader.h"
+#include "tests/support/TempHome.h"
 
 #include <dlfcn.h>
 #include <netdb.h>
@@ -17,9 +16,8 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <string>
+#include <string_view>
 #include <thread>
 
 namespace {
@@ -27,12 +25,12 @@ namespace {
 constexpr int cDone = 42;
 constexpr unsigned cHangs = 100;
 
-std::atomic<bool> gDataCame{false};
-std::atomic<bool> gLookingUp{false};
+// The callback has read some, or a host name is being looked up.
+std::atomic<bool> gIsUnderWay{false};
 std::atomic<bool> gCreatingFails{false};
 std::atomic<bool> gCreatingFailed{false};
 bool gLeaksCanBeTold = true;
-std::string gUrl;
+const char* gUrl = nullptr;
 
 // The alarm ends a process that hangs, or the end of its parent does. It writes no large files.
 void limitLife() {
@@ -48,72 +46,40 @@ void awaitFlag(const std::atomic<bool>& flag) {
     }
 }
 
-bool onEvent(CFReadStreamRef stream, unsigned long event, void* endsProcess) {
-    if (event == kCFStreamEventHasBytesAvailable) {
-        UInt8 bytes[4096];
-        CFReadStreamRead(stream, bytes, sizeof bytes);
-        gDataCame = true;
-        if (endsProcess != nullptr) {
-            exit(cDone);
-        }
-        return true;
+bool readSome(CFReadStreamRef stream, unsigned long event, void*) {
+    UInt8 bytes[4096];
+    if (CFReadStreamRead(stream, bytes, sizeof bytes) > 0) {
+        gIsUnderWay = true;
     }
-    return false;
+    return event == kCFStreamEventHasBytesAvailable;
 }
 
-// Ends the process from a worker for which another reader's worker is waiting.
-bool exitOnceAborted(CFReadStreamRef, unsigned long, void* self) {
-    constexpr int cStopping = 8;
-    gDataCame = true;
-    while (static_cast<MacThreadedWebReader*>(self)->GetProgress() != cStopping) {
-        std::this_thread::yield();
-    }
-    exit(cDone);
-}
-
-bool abortOther(CFReadStreamRef, unsigned long, void* other) {
-    static_cast<MacThreadedWebReader*>(other)->AbortRead();
-    return true;
-}
-
-void start(MacThreadedWebReader* reader, MacThreadedWebReader::Callback callback, void* context) {
-    CFStringRef url = CFStringCreateWithCString(nullptr, gUrl.c_str(), kCFStringEncodingUTF8);
-    reader->StartRead(url, nullptr, callback, context);
-    CFRelease(url);
-}
-
-MacThreadedWebReader* start(bool endsProcess = false) {
+MacThreadedWebReader* start(MacThreadedWebReader::Callback callback = readSome,
+                            MacThreadedWebReader* context = nullptr) {
     MacThreadedWebReader* reader = MacThreadedWebReader::Create();
-    start(reader, onEvent, endsProcess ? &gUrl : nullptr);
+    CFStringRef url = CFStringCreateWithCString(nullptr, gUrl, kCFStringEncodingUTF8);
+    reader->StartRead(url, nullptr, callback, context != nullptr ? context : reader);
+    CFRelease(url);
     return reader;
 }
 
-// "now", "input" (a byte on standard input), "data" (the callback has read some), "lookup" (a host
-// name is being looked up), or a number of rounds to wait.
+// "input" (the end of standard input), "under way", or a number of rounds to wait.
 void await(const std::string& when) {
-    char byte = 0;
     if (when == "input") {
+        char byte = 0;
         while (read(STDIN_FILENO, &byte, 1) < 0) {
         }
-    } else if (when == "data") {
-        awaitFlag(gDataCame);
-    } else if (when == "lookup") {
-        awaitFlag(gLookingUp);
-    } else if (when != "now") {
+    } else if (when == "under way") {
+        awaitFlag(gIsUnderWay);
+    } else {
         for (int rounds = std::stoi(when); rounds > 0; --rounds) {
             std::this_thread::yield();
         }
     }
 }
 
-bool isLoaded(const char* library) {
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);) {
-        if (line.find(library) != std::string::npos) {
-            return true;
-        }
-    }
-    return false;
+bool hasLoaded(const char* library) {
+    return tvtest::ReadFile("/proc/self/maps").find(library) != std::string::npos;
 }
 
 // The child ends at once, or after a read of its own.
@@ -124,9 +90,9 @@ int withChild(bool reads) {
         gLeaksCanBeTold = false;
         limitLife();
         if (reads) {
-            gDataCame = false;
+            gIsUnderWay = false;
             start();
-            await("data");
+            awaitFlag(gIsUnderWay);
         }
         exit(cDone);
     }
@@ -135,19 +101,14 @@ int withChild(bool reads) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
 }
 
-// Starts a read from a library that is unloaded at once.
-int fromLibrary(const char* path, const std::string& when) {
+// The library sends while the loader's lock is held, and is unloaded again.
+int withLibrary(const std::string& when) {
     // The leak check crashes over ending threads with data of a library that was opened.
     gLeaksCanBeTold = false;
-    void* library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) {
-        return 1;
-    }
-    const auto send = reinterpret_cast<void (*)(const char*)>(dlsym(library, "tvtest_start_read"));
-    send(gUrl.c_str());
+    setenv("TVTEST_URL", gUrl, 1);
+    void* library = dlopen(TVTEST_READER_LIBRARY, RTLD_NOW | RTLD_LOCAL);
     await(when);
-    dlclose(library);
-    return cDone;
+    return library != nullptr && dlclose(library) == 0 ? cDone : 1;
 }
 
 // A caller that cannot have a thread waits for ever, but keeps neither an abort nor the exit
@@ -156,8 +117,7 @@ int withoutThread() {
     MacThreadedWebReader* reader = MacThreadedWebReader::Create();
     std::thread([reader] {
         gCreatingFails = true;
-        CFStringRef url = CFStringCreateWithCString(nullptr, gUrl.c_str(), kCFStringEncodingUTF8);
-        reader->StartRead(url, nullptr, onEvent, nullptr);
+        reader->StartRead(CFSTR("http://127.0.0.1/"), nullptr, readSome, nullptr);
         _exit(1);
     }).detach();
     awaitFlag(gCreatingFailed);
@@ -165,53 +125,55 @@ int withoutThread() {
     return reader->GetProgress() == 1 ? cDone : 1;
 }
 
-int run(const std::string& how, const std::string& when, const char* library) {
+// Ends the process from a worker for which another reader's worker is waiting.
+void exitInAwaitedCallback() {
+    MacThreadedWebReader* first = start([](CFReadStreamRef, unsigned long, void* self) -> bool {
+        constexpr int cStopping = 8;
+        gIsUnderWay = true;
+        while (static_cast<MacThreadedWebReader*>(self)->GetProgress() != cStopping) {
+            std::this_thread::yield();
+        }
+        exit(cDone);
+    });
+    awaitFlag(gIsUnderWay);
+    const auto abortFirst = [](CFReadStreamRef, unsigned long, void* other) {
+        static_cast<MacThreadedWebReader*>(other)->AbortRead();
+        return true;
+    };
+    start(abortFirst, first);
+    pause();
+}
+
+int run(std::string_view how, const std::string& when) {
     if (how == "idle") {
         MacThreadedWebReader::Create();
-        return isLoaded("libcurl") || isLoaded("libtvplatform-http") ? 1 : cDone;
+        return hasLoaded("libcurl") || hasLoaded("libtvplatform-http") ? 1 : cDone;
     }
-    if (how == "dlclose" || how == "constructor") {
-        return fromLibrary(library, when);
+    if (how == "library") {
+        return withLibrary(when);
     }
     if (how == "no thread") {
         return withoutThread();
     }
     if (how == "exit in an awaited callback") {
-        MacThreadedWebReader* first = MacThreadedWebReader::Create();
-        start(first, exitOnceAborted, first);
-        await("data");
-        start(MacThreadedWebReader::Create(), abortOther, first);
-        pause();
+        exitInAwaitedCallback();
     }
-    MacThreadedWebReader* reader = start(how == "exit in the callback");
-    if (how == "many") {
-        for (int i = 0; i < 7; ++i) {
-            start();
-        }
+    MacThreadedWebReader* reader = start();
+    for (int more = how == "many" ? 7 : 0; more > 0; --more) {
+        start();
     }
     await(when);
-    if (how == "_exit") {
-        _exit(cDone);
-    } else if (how == "quick_exit") {
-        quick_exit(cDone);
-    } else if (how == "end of the main thread") {
-        // The last thread to end makes the process's status 0.
-        pthread_exit(nullptr);
-    } else if (how == "exit in the callback") {
-        pause();
-    } else if (how == "fork") {
-        return withChild(false);
-    } else if (how == "read in a fork") {
-        return withChild(true);
-    } else if (how == "released") {
-        reader->Release();
+    if (how == "exit of a thread") {
+        std::thread([] { exit(cDone); }).join();
+    } else if (how == "fork" || how == "read in a fork") {
+        return withChild(how != "fork");
     } else if (how == "abort") {
         reader->AbortRead();
-        reader->Release();
-    } else if (how == "exit of a thread") {
-        std::thread([] { exit(cDone); }).join();
     }
-    return isLoaded("libcurl") ? cDone : 2;
+    if (how == "abort" || how == "released") {
+        reader->Release();
+    }
+    return hasLoaded("libcurl") ? cDone : 2;
 }
 
 }  // namespace
@@ -221,14 +183,14 @@ extern "C" {
 // Stands before the system's: a name server that never answers.
 __attribute__((visibility("default"))) int getaddrinfo(const char* name, const char* service,
                                                        const addrinfo* hints, addrinfo** result) {
-    if (name != nullptr && std::strcmp(name, "stuck.invalid") == 0) {
-        gLookingUp = true;
+    if (name != nullptr && std::string_view(name) == "stuck.invalid") {
+        gIsUnderWay = true;
         for (;;) {
             pause();
         }
     }
-    using Function = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
-    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "getaddrinfo"));
+    static const auto real =
+        reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"));
     return real(name, service, hints, result);
 }
 
@@ -238,14 +200,11 @@ __attribute__((visibility("default"))) int __lsan_is_turned_off() {
     return gLeaksCanBeTold ? 0 : 1;
 }
 
-int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
-                          void* argument);
-int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
-                          void* argument);
-
 // The linker puts it between the reader and the system.
+decltype(pthread_create) __real_pthread_create;
+decltype(pthread_create) __wrap_pthread_create;
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
-                          void* argument) {
+                          void* argument) noexcept {
     if (gCreatingFails) {
         gCreatingFailed = true;
         return EAGAIN;
@@ -255,11 +214,8 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
 
 }  // extern "C"
 
-int main(int argc, char** argv) {
-    if (argc < 4) {
-        return 2;
-    }
+int main(int, char** argv) {
     limitLife();
     gUrl = argv[3];
-    return run(argv[1], argv[2], argc > 4 ? argv[4] : nullptr);
+    return run(argv[1], argv[2]);
 }

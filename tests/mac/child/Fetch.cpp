@@ -7,10 +7,9 @@
 int main(int argc, char** argv) {
     for (int i = 2; i < argc; ++i) {
         tvtest::ReaderSession session;
-        session.CountOnly();
         const std::string events = session.Fetch(argv[i], argv[1]);
-        std::cout << argv[i] << ": " << events << ", status " << session.Status() << ", "
-                  << session.BodySize() << " bytes\n";
+        std::cout << argv[i] << ": " << events << ", status " << session.Last().status << ", "
+                  << session.Last().body.size() << " bytes\n";
     }
     return argc > 2 ? 0 : 2;
 }

@@ -7,20 +7,19 @@
 namespace {
 
 thread_local int tLeft = 0;
-thread_local std::function<void()>* tAction = nullptr;
+thread_local std::function<void()> tAction;
 
 }  // namespace
 
 namespace tvtest {
 
 AtUnlock::AtUnlock(int count, std::function<void()> action) {
-    tAction = new std::function<void()>(std::move(action));
+    tAction = std::move(action);
     tLeft = count;
 }
 
 AtUnlock::~AtUnlock() {
     tLeft = 0;
-    delete std::exchange(tAction, nullptr);
 }
 
 }  // namespace tvtest
@@ -33,7 +32,7 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex);
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
     const int result = __real_pthread_mutex_unlock(mutex);
     if (tLeft > 0 && --tLeft == 0) {
-        (*tAction)();
+        tAction();
     }
     return result;
 }
