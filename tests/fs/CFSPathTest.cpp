@@ -10,17 +10,15 @@ using Tova::FSContainingFolder;
 namespace {
 
 TEST(CFSPath, AppendsComponentsAsTheyAre) {
-    for (const char* name : {"x", "/x", "b/c", "caf\xC3\xA9"}) {
-        Path path("/a");
-        EXPECT_EQ(path.AppendComponent(name), Tova::Ok);
-        EXPECT_EQ(text(path), std::string("/a/") + (*name == '/' ? name + 1 : name));
-    }
     Path path("/a");
+    for (const char* name : {"x", "/x", "b/c", "caf\xC3\xA9"}) {
+        EXPECT_EQ(path.AppendComponent(name), Tova::Ok);
+    }
     EXPECT_EQ(path.AppendComponent(nullptr), Tova::Failure);
     EXPECT_EQ(path.AppendComponents("\xFF"), Tova::Failure) << "not UTF-8";
     EXPECT_EQ(path.FromUnixPath(""), Tova::Failure);
     EXPECT_EQ(path.FromUnixPath(nullptr), Tova::Failure);
-    EXPECT_EQ(text(path), "/a") << "a failure changes nothing";
+    EXPECT_EQ(text(path), "/a/x/x/b/c/caf\xC3\xA9") << "a failure changes nothing";
     path.Set(path.GetURL(), false);
     EXPECT_EQ(CFGetRetainCount(path.GetURL()), 1) << "its own URL survives";
 }
@@ -40,23 +38,20 @@ TEST(CFSPath, WalkingUpwardEndsAtARoot) {
     }
     CFSPath empty;
     EXPECT_EQ(Path("/a").GetComponent(Tova::FSComponentType(1), empty), Tova::ErrBadParameter);
-    EXPECT_EQ(empty.GetComponent(FSContainingFolder, empty), Tova::Failure);
-    EXPECT_EQ(empty.AppendComponent("x"), Tova::Failure);
-    EXPECT_FALSE(empty.IsRootDirectory() || empty.IsFullPath());
+    EXPECT_FALSE(empty.GetComponent(FSContainingFolder, empty) >= 0 ||
+                 empty.AppendComponent("x") >= 0 || empty.IsRootDirectory() || empty.IsFullPath());
 }
 
 TEST(CFSPath, ATextIsFullAndHasAtMost1023Bytes) {
     Path relative("x/y");
     EXPECT_FALSE(relative.IsFullPath());
-    EXPECT_EQ(relative.MakeFullPath(), Tova::Ok);
-    EXPECT_TRUE(relative.IsFullPath());
+    EXPECT_TRUE(relative.MakeFullPath() >= 0 && relative.IsFullPath());
     EXPECT_EQ(text(relative), std::filesystem::current_path().string() + "/x/y");
-    for (const std::size_t length : {1023U, 1024U, 5000U}) {
-        const std::string longPath = "/" + std::string(length - 1, 'x');
-        Path path(longPath);
-        EXPECT_EQ(text(path), length < 1024 ? longPath : "(none)");
-        EXPECT_EQ(path.MakeFullPath() >= 0, length < 1024);
-    }
+    const std::string longest = "/" + std::string(1022, 'x');
+    Path path(longest), longer(longest + "x");
+    EXPECT_TRUE(path.MakeFullPath() >= 0 && longer.MakeFullPath() < 0);
+    EXPECT_EQ(text(path), longest);
+    EXPECT_EQ(text(longer), "(none)");
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <tuple>
 
 using Tova::CFSPath;
@@ -14,37 +15,6 @@ using Tova::LFS;
 using Tova::RStatus;
 
 namespace {
-
-// Makes every folder but "/a/no".
-class FakeFileSystem final : public Tova::CFileSystem {
-public:
-    RStatus GetNodeType(const CFSPath& path) override {
-        const std::string name = text(path);
-        return name == "/file"               ? Tova::S_NodeIsFile
-               : name == "/" || name == "/a" ? Tova::S_NodeIsDirectory
-                                             : Tova::Failure;
-    }
-    RStatus NativeCreateDirectory(const CFSPath& path) override {
-        made += text(path) + " ";
-        return text(path) == "/a/no" ? Tova::ErrAccessDenied : Tova::Ok;
-    }
-
-    std::string made;
-};
-
-TEST(CFileSystem, CreatesMissingFoldersFromTheTop) {
-    const std::tuple<const char*, RStatus, const char*> cases[] = {
-        {"/a", Tova::Ok, ""},
-        {"/a/b/c", Tova::Ok, "/a/b /a/b/c "},
-        {"/Volumes/d", Tova::Ok, "/Volumes/d "},
-        {"/a/no/c", Tova::ErrAccessDenied, "/a/no "},
-        {"/file/c", Tova::ErrAlreadyExists, ""}};
-    for (const auto& [path, status, made] : cases) {
-        FakeFileSystem fake;
-        EXPECT_EQ(fake.CreateDirectory(Path(path)), status) << path;
-        EXPECT_EQ(fake.made, made);
-    }
-}
 
 class CLocalFileSystemTest : public testing::Test {
 protected:
@@ -72,29 +42,25 @@ TEST_F(CLocalFileSystemTest, TellsWhatAPathIsAndMakesNoFolders) {
             std::tuple(exists, type, create))
             << name.substr(0, 80);
     }
-}
-
-TEST_F(CLocalFileSystemTest, ReportsAMissingObjectBeforeABadKind) {
+    // A missing object is reported before a bad kind.
     unsigned long long out[2] = {};
-    const auto get = [&](const std::string& path, int kind) {
-        return LFS.GetInfo(Path(path), kind, out);
-    };
-    EXPECT_EQ(std::tuple(get(none_, 5), get(file_, 5), get(file_, -1), get(file_, 0), out[0]),
+    const Path file(file_);
+    const std::tuple seen{LFS.GetInfo(Path(none_), 5, out), LFS.GetInfo(file, 5, out),
+                          LFS.GetInfo(file, 0, nullptr), LFS.GetInfo(file, 0, out), out[0]};
+    EXPECT_EQ(seen,
               std::tuple(Tova::Failure, Tova::ErrBadParameter, Tova::ErrBadParameter, Tova::Ok, 5));
-    EXPECT_EQ(LFS.GetInfo(Path(file_), 0, nullptr), Tova::ErrBadParameter);
 }
 
 TEST_F(CLocalFileSystemTest, ReadOnlyIsAboutAllThreeWriteBits) {
     const Path path(file_);
     bool value = false;
-    for (const mode_t mode : {0666U, 0644U, 0464U, 0777U, 0400U}) {
+    for (const mode_t mode : {0666U, 0464U, 0777U, 0400U}) {
         ASSERT_EQ(chmod(file_.c_str(), mode), 0);
         EXPECT_EQ(LFS.GetAttribute(path, CLocalFileSystem::ReadOnly, value), Tova::Ok);
         EXPECT_EQ(value, (mode & 0222U) != 0222U) << mode;
         EXPECT_EQ(LFS.SetAttribute(path, CLocalFileSystem::ReadOnly, !value), Tova::Ok);
-        struct stat status = {};
-        ASSERT_EQ(stat(file_.c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 0777U, value ? mode | 0222U : mode & ~0222U);
+        EXPECT_EQ(std::filesystem::status(file_).permissions(),
+                  std::filesystem::perms(value ? mode | 0222U : mode & ~0222U));
     }
     EXPECT_EQ(LFS.GetAttribute(path, CLocalFileSystem::FSAttribute(3), value), Tova::Failure);
     EXPECT_EQ(LFS.SetAttribute(path, CLocalFileSystem::Hidden, true), Tova::ErrBadParameter);
@@ -105,7 +71,6 @@ TEST_F(CLocalFileSystemTest, FinderInformationIsKeptWithTheFile) {
     unsigned short flags = 1;
     bool hidden = false;
     const Path path(file_);
-    EXPECT_EQ(LFS.SetFileFinderInfo(Path(none_), 1, 2, 3), Tova::Failure);
     EXPECT_EQ(LFS.SetFileFinderInfo(path, 0x61626364, 0x31323334, 0x4001), Tova::Ok);
     EXPECT_EQ(LFS.GetFileFinderInfo(path, &creator, &type, &flags), Tova::Ok);
     EXPECT_EQ(LFS.GetAttribute(path, CLocalFileSystem::Hidden, hidden), Tova::Ok);

@@ -1,22 +1,12 @@
-// Shared by the tests of the registry: a stream on a text, and a tree as one line of text.
+// A registry tree as one line of text, for the tests of the registry.
 #pragma once
 
 #include "registry/CRegDir.h"
 #include "registry/CRegistry.h"
-#include "tests/streams/MemoryStream.h"
 
 #include <string>
 
 namespace tvtest {
-
-// A text as a file stream reads it.
-class TextStream : public MemoryStream {
-public:
-    explicit TextStream(const std::string& text, unsigned flags = cTranslate)
-        : MemoryStream(flags, text) {
-        ReadUnicodeHeader();
-    }
-};
 
 inline std::string Dump(const Tova::CRegNode* node) {
     std::string out;

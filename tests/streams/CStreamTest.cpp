@@ -1,11 +1,18 @@
+#include "streams/CFileStream.h"
+#include "tests/fs/FSTesting.h"
 #include "tests/streams/MemoryStream.h"
+#include "tests/support/TempHome.h"
 
 #include <gtest/gtest.h>
 
 #include <numeric>
+#include <random>
+#include <sstream>
 #include <tuple>
+#include <vector>
 
 using namespace std::string_literals;
+using Tova::CFileStream;
 using Tova::CStream;
 using Tova::CString;
 using tvtest::MemoryStream;
@@ -25,23 +32,17 @@ std::string readChars(CStream& stream) {
 }
 
 TEST(CStream, ScramblesAndSumsPlainBytesSinglyAndStoredBytesInBulk) {
-    std::string plain(256, '\0');
+    std::string plain(256, '\0'), back(300, '?');
     std::iota(plain.begin(), plain.end(), '\0');
     MemoryStream stream(CStream::cScramble | CStream::cCheckValue);
     EXPECT_TRUE(stream.WriteRawByte('A') && stream.Write(1, "A", nullptr));
     EXPECT_EQ(stream.GetCheckValue(), 0x41U + 0xC9U);
     EXPECT_TRUE(stream.WriteString(plain.data(), 256) && stream.Write(256, plain.data(), nullptr));
-    EXPECT_EQ(stream.bytes.substr(2, 256), stream.bytes.substr(258));
-    EXPECT_EQ(stream.bytes[2] + 256 * stream.bytes[2 + 0xA5], '\xB5');
-
-    EXPECT_TRUE(stream.SetPos(258));
-    std::string back(300, '?');
-    unsigned long done = 0;
     const std::uint32_t before = stream.GetCheckValue();
-    EXPECT_TRUE(stream.Read(300, back.data(), &done)) << "a short read is no failure";
+    unsigned long done = 0;
+    EXPECT_TRUE(stream.SetPos(258) && stream.Read(300, back.data(), &done)) << "a short read";
     EXPECT_EQ(back.substr(0, done), plain);
-    EXPECT_TRUE(stream.Read(1, back.data(), &done)) << "nor is none";
-    EXPECT_EQ(stream.GetCheckValue() - before, 255U * 128);
+    EXPECT_TRUE(stream.Read(1, back.data(), &done)) << "nor is none a failure";
     EXPECT_TRUE(stream.SetPos(0));
     EXPECT_EQ(readChars(stream), "AA" + plain + plain);
     EXPECT_EQ(stream.GetCheckValue() - before, 255U * 128 * 3 + 0x82) << "the end adds nothing";
@@ -84,16 +85,13 @@ TEST(CStream, ReadToDelimStopsWhereItSays) {
         {"a\xFF"s, -1, -1, "1a2"s},
         {"a\xFF"s, 255, -1, "0a\xFF" + "2"s}};
     for (const auto& [stored, delimiter, maxLength, expected] : cases) {
-        for (const unsigned long block : {0UL, 1UL, 2UL, 3UL, 9UL}) {
-            MemoryStream stream(0, stored);
-            stream.block = block;
-            CString out("old");
-            int count = -1;
-            const bool found = stream.ReadToDelim(out, delimiter, maxLength, &count);
-            EXPECT_EQ(std::to_string(found) + std::string(out.CStr(), size_t(count)) +
-                          std::to_string(stream.Pos()),
-                      expected);
-        }
+        MemoryStream stream(0, stored);
+        CString out("old");
+        int count = -1;
+        std::ostringstream seen;
+        seen << stream.ReadToDelim(out, delimiter, maxLength, &count);
+        seen << std::string(out.CStr(), static_cast<std::size_t>(count)) << stream.Pos();
+        EXPECT_EQ(seen.str(), expected);
     }
 }
 
@@ -112,58 +110,47 @@ TEST(CStream, RecognisesByteOrderMarks) {
         {CStream::cNoHeaderToo, mark, "0000" + mark}};
     for (const auto& [flags, stored, expected] : cases) {
         MemoryStream stream(flags, stored);
-        std::string seen = std::to_string(stream.ReadUnicodeHeader());
-        seen += std::to_string(static_cast<int>(stream.GetEncoding()));
-        seen += (stream.GetFlags() & CStream::cBigEndian) != 0 ? '1' : '0';
-        seen += std::to_string(stream.Pos());
-        EXPECT_EQ(seen + readChars(stream), expected);
+        std::ostringstream seen;
+        seen << stream.ReadUnicodeHeader() << static_cast<int>(stream.GetEncoding())
+             << ((stream.GetFlags() & CStream::cBigEndian) != 0) << stream.Pos();
+        EXPECT_EQ(seen.str() + readChars(stream), expected);
     }
 }
 
 TEST(CStream, WritesLineEndsAndIndentation) {
-    const auto written = [](unsigned flags, LineEnd lineEnd, int level, int width) {
-        MemoryStream stream(flags | CStream::cCountLines);
+    const std::tuple<unsigned, LineEnd, int, const char*> cases[] = {
+        {cText, LineEnd::CrLf, 3, "   \r\n   a"},
+        {cText, LineEnd::Cr, 0, "\t\r\ta"},
+        {0U, LineEnd::Cr, 3, "   \n   a"},
+        {cText, static_cast<LineEnd>(3), 0, "\t"}};
+    for (const auto& [flags, lineEnd, width, expected] : cases) {
+        MemoryStream stream(flags);
         stream.SetLineEnd(lineEnd);
-        stream.SetIndent(level, width);
-        EXPECT_TRUE(stream.WriteString("\nab", -1));
-        EXPECT_EQ(stream.GetLineCount(), 1U);
-        return stream.bytes;
-    };
-    EXPECT_EQ(written(cText, LineEnd::CrLf, 0, 0), "\r\nab");
-    EXPECT_EQ(written(0, LineEnd::Cr, 2, 0), "\t\t\n\t\tab");
-    EXPECT_EQ(written(cText, LineEnd::Cr, 1, 3), "   \r   ab");
+        stream.SetIndent(1, width);
+        EXPECT_EQ(stream.WriteString("\na", -1), lineEnd <= LineEnd::Lf);
+        EXPECT_EQ(stream.bytes, expected);
+    }
     MemoryStream stream(CStream::cTranslate);
-    EXPECT_TRUE(stream.WriteChar('\n'));
-    stream.SetLineEnd(static_cast<LineEnd>(3));
-    EXPECT_FALSE(stream.WriteString("a\nb", -1));
-    EXPECT_EQ(stream.bytes, "\ra") << "a new stream writes carriage returns";
+    EXPECT_TRUE(stream.Format("%1999d", '\n'));
+    EXPECT_FALSE(stream.Format("%2000d", 1));
+    EXPECT_EQ(stream.bytes, std::string(1997, ' ') + "10") << "all or nothing";
 }
 
 TEST(CStream, WritesUnicode) {
-    MemoryStream utf8(0);
+    MemoryStream utf8(0), utf16(0);
     EXPECT_FALSE(utf8.WriteWChar('a')) << "a raw stream";
     utf8.SetEncoding(CStream::Encoding::Utf8);
-    for (const wchar_t w : {0x7F, 0xE9, 0x7FF, 0x800, 0x1F600}) {
+    for (const wchar_t w : {0x7F, 0x7FF, 0x800}) {
         EXPECT_TRUE(utf8.WriteWChar(w));
     }
     // A byte that is no text of its own becomes U+0000, but is kept when written untranslated.
-    EXPECT_TRUE(utf8.WriteString("a\xE9", -1) && utf8.WriteRawChar('\xE9'));
-    EXPECT_EQ(utf8.bytes, "\x7F\xC3\xA9\xDF\xBF\xE0\xA0\x80\xFF\x98\x80"
-                          "a\0\xE9"s);
-
-    MemoryStream utf16(0);
+    EXPECT_TRUE(utf8.WriteString("\xE9", -1) && utf8.WriteRawChar('\xE9'));
+    EXPECT_EQ(utf8.bytes, "\x7F\xDF\xBF\xE0\xA0\x80\0\xE9"s);
     utf16.SetEncoding(CStream::Encoding::Utf16);
     EXPECT_TRUE(utf16.WriteWChar(0xE9));
     utf16.SetUTF16ByteOrder(CStream::ByteOrder::BigEndian);
     EXPECT_TRUE(utf16.WriteWChar(0x1F600));
     EXPECT_EQ(utf16.bytes, "\xE9\0\xF6\0"s);
-}
-
-TEST(CStream, FormatWritesAllOrNothing) {
-    MemoryStream stream(0);
-    EXPECT_TRUE(stream.Format("%lu|%1994d", 3179UL, 1));
-    EXPECT_FALSE(stream.Format("%2000d", 1));
-    EXPECT_EQ(stream.bytes, "3179|" + std::string(1993, ' ') + "1");
 }
 
 // Changes 'a' into 'b', drops '-' and refuses '!'.
@@ -176,15 +163,87 @@ class Editor final : public Tova::IStreamFilter {
 
 TEST(CStream, FiltersChangeDropAndRefuse) {
     Editor editor;
-    MemoryStream stream(CStream::cThrowOnError, "xa!");
+    MemoryStream stream(CStream::cThrowOnError, "xa!"), target(0);
     stream.SetReadFilter(&editor);
     CString out;
     EXPECT_THROW(stream.ReadToDelim(out, 10, -1, nullptr), Tova::RStatus);
     EXPECT_STREQ(out.CStr(), "xb");
-    MemoryStream target(0);
     target.SetWriteFilter(&editor);
     EXPECT_FALSE(target.WriteString("a-\xFF!", -1));
     EXPECT_EQ(target.bytes, "a\xFF") << "a writing filter drops but does not change";
+}
+
+// Reading in runs must be indistinguishable from reading byte by byte.
+struct Request {
+    int delimiter, maxLength, pushedBack = -1;
+};
+
+// All that a caller can see after each read.
+std::string trace(CStream& stream, const std::vector<Request>& requests) {
+    std::ostringstream seen;
+    for (const Request& request : requests) {
+        CString out;
+        int count = -1;
+        unsigned long pos = 0;
+        stream.SetPushedBack(request.pushedBack);
+        seen << stream.ReadToDelim(out, request.delimiter, request.maxLength, &count);
+        seen << ' ' << static_cast<int>(stream.GetState()) << ' ' << stream.GetPos(pos) << pos
+             << ' ' << stream.AtEOF() << ' ' << stream.GetCheckValue() << ' '
+             << stream.GetLineCount() << ' ' << count << ' '
+             << std::string(out.CStr(), static_cast<std::size_t>(out.Length())) << '\n';
+    }
+    return seen.str();
+}
+
+// Compares reading the same plain text with and without runs, from memory and from a file.
+void compare(const std::string& plain, const std::vector<Request>& requests) {
+    const tvtest::TempDir dir;
+    for (const unsigned base : {0x28U, 0x44U, 0x48U, 0x6CU}) {
+        const unsigned flags = base | CStream::cNoHeaderToo;
+        MemoryStream stored(flags);
+        ASSERT_TRUE(stored.Write(plain.size(), plain.data(), nullptr));
+        CFileStream file;
+        ASSERT_EQ(file.Open(Path(dir.Write("f", stored.bytes)), flags, nullptr), Tova::Ok);
+        MemoryStream byteWise(flags, stored.bytes);
+        const std::string expected = trace(byteWise, requests);
+        ASSERT_EQ(trace(file, requests), expected) << flags;
+        for (const unsigned long block : {1UL, 2UL, 3UL, 700UL, ~0UL}) {
+            MemoryStream blocks(flags, stored.bytes);
+            blocks.block = block;
+            ASSERT_EQ(trace(blocks, requests), expected) << flags << " by " << block;
+        }
+    }
+}
+
+// A run has 1,024 bytes.
+TEST(CStream, RunsAgreeAtEveryBlockBoundary) {
+    for (std::size_t length = 1022; length <= 1025; ++length) {
+        for (const char* end : {"\n", "\r", "\r\n"}) {
+            const std::string plain = std::string(length, 'a') + end + "bc";
+            compare(plain, {{10, -1}, {10, -1}, {10, -1}, {0, -1}});
+            compare(plain, {{0, 1025}, {'b', 1}, {'b', 1, 10}, {13, -1}});
+        }
+    }
+}
+
+TEST(CStream, RunsAgreeOnRandomTexts) {
+    std::mt19937 random(7);
+    const auto oneOf = [&random](const auto& list) { return list[random() % std::size(list)]; };
+    const char bytes[] = {'a', 'x', '\r', '\n', '\0', '\xFF'};
+    const int delimiters[] = {0, 10, 13, 'x', -1, 255, 266, -300};
+    const int limits[] = {-1, 0, 1, 3, 700, 1024, 1025, 5000};
+    const int pushedBack[] = {-1, -1, -1, 10, 13, 'x', 255};
+    for (const unsigned sparseness : {1U, 2U, 10U, 20U, 300U, 900U, 900U, 2000U}) {
+        std::string plain(random() % 6000, 'a');
+        for (char& c : plain) {
+            c = random() % sparseness == 0 ? oneOf(bytes) : 'a';
+        }
+        std::vector<Request> requests(40);
+        for (Request& request : requests) {
+            request = {oneOf(delimiters), oneOf(limits), oneOf(pushedBack)};
+        }
+        compare(plain, requests);
+    }
 }
 
 }  // namespace

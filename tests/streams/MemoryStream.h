@@ -18,7 +18,7 @@ public:
     explicit MemoryStream(unsigned flags, const std::string& stored = "")
         : StoredBytes{stored}, CMemoryStream(flags, StoredBytes::bytes) {}
 
-    bool AtEOF() override { return indicatesEnd && CMemoryStream::AtEOF() && !SetEOF(); }
+    bool AtEOF() override { return CMemoryStream::AtEOF() && !SetEOF(); }
     bool InternalRead(unsigned long count, void* buffer, unsigned long* done) override {
         return Pos() == failAt ? SetError(Tova::ErrAccessDenied)
                                : CMemoryStream::InternalRead(count, buffer, done);
@@ -35,7 +35,6 @@ public:
     unsigned long block = 0;  // how many bytes a run holds; 0: the stream offers no runs
     unsigned long failAt = std::string::npos;
     bool seekable = true;
-    bool indicatesEnd = true;
 
 protected:
     RunEnd InternalReadRun(const unsigned char (&stop)[2], unsigned long count,

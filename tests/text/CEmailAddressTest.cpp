@@ -25,14 +25,13 @@ TEST(CEmailAddress, AcceptsAndRefuses) {
           std::string(200, 'a') + "@" + std::string(300, 'b') + ".c"}) {
         EXPECT_EQ(refused(good), "");
     }
-    for (const char* bad :
-         {R"(|a|@b.c|a.@b.c|a@|a@b|a@.b.c|a@b..c|a@b.c.|a@.|a@b.c@d.e|a b@c.d|a@b c.d|)",
-          R"(a"b@c.d|a"b"@c.d|a@[1.2.3.4]|a,b@c.d|a\b@c.d|a@b\.c|(a)@b.c|a@"b".c|)",
-          R"("john smith"@x.y|"john|"john\|"john\"|"john"x@y.z|"a""b"@x.y|"a"|"a".@x.y|)",
-          "a\t@b.c|a@b.c\x7F|a\xE4@b.c|a@b\xFF.c|",
-          "\"a\\\t\"@x.y|\"a\\\x7F\"@x.y|\"\xE4\"@x.y|\"\\\xE4\"@x.y|"}) {
-        EXPECT_EQ(refused(bad), bad + std::string("|"));
-    }
+    const std::string bad =
+        R"(|a|@b.c|a.@b.c|a@|a@b|a@.b.c|a@b..c|a@b.c.|a@.|a@b.c@d.e|a b@c.d|a@b c.d|)"
+        R"(a"b@c.d|a"b"@c.d|a@[1.2.3.4]|a,b@c.d|a\b@c.d|a@b\.c|(a)@b.c|a@"b".c|)"
+        R"("john smith"@x.y|"john|"john\|"john\"|"john"x@y.z|"a""b"@x.y|"a"|"a".@x.y|)"
+        "a\t@b.c|a@b.c\x7F|a\xE4@b.c|a@b\xFF.c|"
+        "\"a\\\t\"@x.y|\"a\\\x7F\"@x.y|\"\xE4\"@x.y|\"\\\xE4\"@x.y|";
+    EXPECT_EQ(refused(bad), bad + "|");
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "text/CString.h"
 #include "tests/support/AllocationFailure.h"
+#include "tests/support/TempHome.h"
 #include "text/CFRef.h"
 
 #include <gtest/gtest.h>
@@ -22,36 +23,19 @@ CString filled(int length, char c = 'x') {
     return s;
 }
 
-TEST(CString, AllocatesOnlyWhereItWrites) {
+TEST(CString, AllocatesOnlyWhereItWritesAndInHundreds) {
     static constinit CString s;  // usable before any other static is initialised
     s.Copy(nullptr);
-    s.Copy("");
     s.Append("abc", 0);
     s.Delete(0, -1);
-    s.Clear();
-    s.RightOf("", 2);
     EXPECT_EQ(s.CStr(), CString::cEmptyStr);
-    EXPECT_EQ(s.Capacity(), 0);
-    const Operation operations[] = {
-        [](CString& t) { t.Append('x', 0); }, [](CString& t) { t.ToUpper(); },
-        [](CString& t) { t.Insert("", -1, -1); }, [](CString& t) { t.MidOf("abc", 7, 2); },
-        [](CString& t) { t.Lock(0), t.Unlock(); }};
-    for (const Operation& operation : operations) {
-        CString t;
-        operation(t);
-        EXPECT_TRUE(t.CStr() != CString::cEmptyStr && t.Capacity() == 100 && t.IsEmpty());
-    }
-}
-
-TEST(CString, GrowsInHundredsAndNeverShrinks) {
-    CString s;
+    s.Append('x', 0);
+    EXPECT_TRUE(s.CStr() != CString::cEmptyStr && s.IsEmpty());
     for (const auto& [asked, capacity] :
          {std::pair(1, 100), {100, 100}, {101, 200}, {50, 200}, {1001, 1100}}) {
         s.Alloc(asked);
         EXPECT_EQ(s.Capacity(), capacity) << asked;
     }
-    s = "";
-    EXPECT_EQ(s.Capacity(), 1100);
     for (const int n : {INT_MAX, INT_MAX - 46}) {
         EXPECT_THROW(s.Alloc(n), std::bad_alloc) << n;
         EXPECT_THROW(filled(100).Append('x', n - 101), std::bad_alloc) << n;
@@ -66,12 +50,10 @@ TEST(CString, EditsAtTheLimits) {
         {"z", [](CString& s) { s.MidOf("abcdef", 4, INT_MAX); }, "ef"},
         {"z", [](CString& s) { s.MidOf(nullptr, -1, 2); }, "z"},
         {"abc", [](CString& s) { s.Lock(250)[1] = '\0', s.Unlock(); }, "a"},
-        {"  a ", [](CString& s) { s.TrimLeft(); }, "a "},
-        {" \t\n\v\f\r ", [](CString& s) { s.TrimLeft(); }, ""},
+        {" \t\n\v\f\r a ", [](CString& s) { s.TrimLeft(); }, "a "},
         {"\xA0 a", [](CString& s) { s.TrimLeft(); }, "\xA0 a"},
         {" a  ", [](CString& s) { s.TrimRight(); }, " a"},
         {"   ", [](CString& s) { s.TrimRight(); }, " "},
-        {" ", [](CString& s) { s.TrimRight(); }, " "},
         {"az\xE4{`", [](CString& s) { s.ToUpper(); }, "AZ\xE4{`"},
         {"abcd", [](CString& s) { s.Copy(s.CStr() + 1); }, "bcd"},
         {"abcd", [](CString& s) { s.Copy(s); }, "abcd"},
@@ -85,21 +67,16 @@ TEST(CString, EditsAtTheLimits) {
 }
 
 TEST(CString, FindsAndCounts) {
-    const std::tuple<const char*, char, int, bool, int> finds[] = {
-        {"abcb", 'B', 2, false, 3},  {"abcb", 'B', 0, true, -1},     {"abcb", 'b', 5, true, -1},
-        {"abcb", 'b', 4, true, -1},  {"abcb", 'b', 4, false, -1},    {"abcb", '\0', 4, true, 4},
-        {"abcb", '\0', 1, false, 1}, {"a\xC4", '\xE4', 0, false, -1}};
-    for (const auto& [text, c, start, caseSensitive, found] : finds) {
-        EXPECT_EQ(CString(text).Find(c, start, caseSensitive), found) << text << c << start;
+    const std::tuple<char, int, bool, int> finds[] = {{'B', 2, false, 3}, {'B', 0, true, -1},
+                                                      {'b', 5, true, -1}, {'b', 4, false, -1},
+                                                      {'\0', 4, true, 4}, {'\0', 1, false, 1}};
+    for (const auto& [c, start, caseSensitive, found] : finds) {
+        EXPECT_EQ(CString("abcb").Find(c, start, caseSensitive), found) << c << start;
     }
-    const std::tuple<const char*, char, int, bool, int> counts[] = {{"a/B/b", '/', 4, true, 2},
-                                                                    {"a/B/b", '/', 1, true, 1},
-                                                                    {"a/B/b", '/', -1, true, 0},
-                                                                    {"a/B/b", 'b', 4, false, 2},
-                                                                    {"", '\0', 5, true, 0}};
-    for (const auto& [text, c, end, caseSensitive, count] : counts) {
-        EXPECT_EQ(CString(text).Count(c, 0, end, caseSensitive), count) << text << c << end;
-    }
+    const CString text("a/B/b");
+    EXPECT_EQ(std::tuple(text.Count('/', 0, 4, true), text.Count('/', 0, 1, true),
+                         text.Count('/', 0, -1, true), text.Count('b', 0, 4, false)),
+              std::tuple(2, 1, 0, 2));
 }
 
 TEST(CString, FailedAllocationPropagates) {
@@ -107,7 +84,6 @@ TEST(CString, FailedAllocationPropagates) {
     const Tova::CFRef<CFStringRef> platform(text.CreateCFString(kCFStringEncodingUTF8));
     const Operation operations[] = {
         [&](CString& s) { s.Copy(text); },
-        [&](CString& s) { s.Append(text.CStr()); },
         [](CString& s) { s.Append('x', 100); },
         [](CString& s) { s.Insert(s.CStr(), 1); },
         [&](CString& s) { s.MidOf(text.CStr(), 1, -1); },
@@ -129,29 +105,19 @@ TEST(CString, FailedAllocationPropagates) {
         }
         EXPECT_GE(failures, 2) << "operation " << &operation - operations;
     }
-    CString s;
-    const tvtest::FailAllocation fail(0);
-    EXPECT_THROW(s.Alloc(INT_MAX - 50), std::bad_alloc);
-    EXPECT_EQ(s.Capacity(), INT_MAX - 47);  // stored first: only destruction may follow
 }
 
 TEST(CString, ConvertsToAndFromPlatformStrings) {
+    const tvtest::ScopedEnv latin("TV_SYSTEM_ENCODING", "ISO-8859-15");
     CString s("old");
-    const Tova::CFRef<CFStringRef> text(CString("\xC3\xA4\xE2\x82\xAC").CreateCFString(0x08000100));
-    EXPECT_EQ(CFStringGetLength(text.Get()), 2);
+    const Tova::CFRef<CFStringRef> text(CString("\xE4\xA4").CreateCFString(0xFFFFFFFF));
     // Of its two characters only the first is in Latin 1.
     EXPECT_FALSE(s.CopyFromCFString(nullptr, kCFStringEncodingUTF8) ||
-                 s.CopyFromCFString(text.Get(), kCFStringEncodingISOLatin1) ||
-                 s.CopyFromCFString(text.Get(), 0x7FFFFFFF));
+                 s.CopyFromCFString(text.Get(), kCFStringEncodingISOLatin1));
     EXPECT_STREQ(s.CStr(), "old");
-    s.Alloc(900);
     EXPECT_TRUE(s.CopyFromCFString(text.Get(), kCFStringEncodingUTF8));
-    EXPECT_EQ(s, CString("\xC3\xA4\xE2\x82\xAC"));
-    EXPECT_EQ(s.Capacity(), 900);
-    setenv("TV_SYSTEM_ENCODING", "ISO-8859-15", 1);
-    const Tova::CFRef<CFStringRef> system(CString("\xE4\xA4").CreateCFString(0xFFFFFFFF));
-    EXPECT_TRUE(CFEqual(system.Get(), text.Get()));
-    unsetenv("TV_SYSTEM_ENCODING");
+    EXPECT_STREQ(s.CStr(), "\xC3\xA4\xE2\x82\xAC");
+    EXPECT_EQ(CString("\xFF").CreateCFString(kCFStringEncodingUTF8), nullptr);
 }
 
 // Any sequence of edits, from the string itself too, against the standard string.
@@ -170,34 +136,20 @@ TEST(CString, AgreesWithTheStandardString) {
         const std::string text = own ? expected.substr(at) : piece;
         const int count = upTo(70) - 1;
         const auto some = static_cast<size_t>(count);  // -1 is npos
-        switch (upTo(6)) {
-        case 0:
-            s.Append(source, count);
-            expected += text.substr(0, some);
-            break;
-        case 1:
-            s.Insert(source, pos / 2, count);
-            expected.insert(at / 2, text.substr(0, some));
-            break;
-        case 2:
-            s.Delete(pos, count);
-            expected.erase(at, some);
-            break;
-        case 3:
-            s.Append('-', count + 1);
-            expected.append(some + 1, '-');
-            break;
-        case 4:
-            s.MidOf(source, 3, count + 60);
-            expected = text.substr(std::min<size_t>(3, text.size()), some + 60);
-            break;
-        case 5:
-            s.RightOf(source, count + 60);
-            expected = text.substr(text.size() - std::min(text.size(), some + 60));
-            break;
-        default:
-            ASSERT_EQ(s.Find('b', pos, true), static_cast<int>(expected.find('b', at)));
-        }
+        const std::pair<std::function<void()>, std::function<void()>> edits[] = {
+            {[&] { s.Append(source, count); }, [&] { expected += text.substr(0, some); }},
+            {[&] { s.Insert(source, pos / 2, count); },
+             [&] { expected.insert(at / 2, text.substr(0, some)); }},
+            {[&] { s.Delete(pos, count); }, [&] { expected.erase(at, some); }},
+            {[&] { s.Append('-', count + 1); }, [&] { expected.append(some + 1, '-'); }},
+            {[&] { s.MidOf(source, 3, count + 60); },
+             [&] { expected = text.substr(std::min<size_t>(3, text.size()), some + 60); }},
+            {[&] { s.RightOf(source, count + 60); },
+             [&] { expected = text.substr(text.size() - std::min(text.size(), some + 60)); }}};
+        const auto& [edit, model] = edits[upTo(5)];
+        edit();
+        model();
+        ASSERT_EQ(s.Find('b', pos / 9, true), static_cast<int>(expected.find('b', at / 9)));
         ASSERT_EQ(std::string(s.CStr()), expected) << "step " << step;
         ASSERT_EQ(s.Length(), static_cast<int>(expected.size()));
         ASSERT_GE(s.Capacity(), capacity);

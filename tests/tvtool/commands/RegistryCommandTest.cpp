@@ -2,11 +2,12 @@
 
 #include <gmock/gmock.h>
 
+#include <tuple>
+
 namespace tvtest {
 namespace {
 
 using testing::HasSubstr;
-using testing::StartsWith;
 
 constexpr char cShared[] = "machine/Nimbus Works/Nimbus Works Registry";
 constexpr char cCurrent[] =
@@ -14,99 +15,82 @@ constexpr char cCurrent[] =
 constexpr char cSectioned[] = "; two\r\n[Calyx]\r\nURL= \\x\r\n[Calyx/Paths]\nT=\xFF\n[Other]\n";
 constexpr char cTree[] =
     "; two\nCalyx {\n  URL= \\\\x\n  Paths {\n    T=\\xFF\n  }\n}\nOther {\n}\n";
+constexpr char cEntries[] = R"(
+  "entries": [
+    {"comment": " two"},
+    {"name": "Calyx", "entries": [
+      {"name": "URL", "value": " \\x"},
+      {"name": "Paths", "entries": [
+        {"name": "T", "value": {"base64":"/w=="}}
+      ]}
+    ]},
+    {"name": "Other", "entries": []}
+  ]
+}
+)";
 
 class RegistryCommandTest : public ToolTest {};
 
 TEST_F(RegistryCommandTest, ShowsBothFormatsAlike) {
-    for (const bool current : {true, false}) {
-        const std::string format = current ? "current" : "sectioned";
-        const std::string text = current ? cCurrent : cSectioned;
-        Write("r", text);
-        EXPECT_EQ(Run({"registry", "show", "r"}), Prints(cTree));
-        EXPECT_EQ(Run({"registry", "show", "-"}, text), Prints(cTree));
-        EXPECT_EQ(Run({"registry", "show", "r", "Cal/Paths"}), Prints("T=\\xFF\n"));
-        EXPECT_EQ(Run({"registry", "show", "r", "Calyx/URL"}), Prints("URL= \\\\x\n"));
-        EXPECT_EQ(Run({"registry", "show", "r", "--json"}),
-                  Prints("{\n  \"format\": \"" + format +
-                         "\",\n  \"entries\": [\n"
-                         "    {\"comment\": \" two\"},\n"
-                         "    {\"name\": \"Calyx\", \"entries\": [\n"
-                         "      {\"name\": \"URL\", \"value\": \" \\\\x\"},\n"
-                         "      {\"name\": \"Paths\", \"entries\": [\n"
-                         "        {\"name\": \"T\", \"value\": {\"base64\":\"/w==\"}}\n"
-                         "      ]}\n    ]},\n"
-                         "    {\"name\": \"Other\", \"entries\": []}\n  ]\n}\n"));
-        EXPECT_EQ(Run({"registry", "get", "r", "Calyx/Paths/T"}), Prints("\xFF\n"));
-        EXPECT_EQ(Run({"registry", "verify", "r"}),
-                  Prints("r: " + format + " format, directories 3, values 2, comments 1\n"));
+    for (const std::string format : {"current", "sectioned"}) {
+        Write("r", format == "current" ? cCurrent : cSectioned);
+        EXPECT_EQ(Script("registry show r; registry show - <r; registry get r Calyx/Paths/T\n"
+                         "registry show r Cal/Paths; registry show r Calyx/URL\n"
+                         "registry verify r; registry show r --json"),
+                  cTree + std::string(cTree) + "\xFF\nT=\\xFF\nURL= \\\\x\nr: " + format +
+                      " format, directories 3, values 2, comments 1\n{\n  \"format\": \"" + format +
+                      "\"," + cEntries);
     }
-    EXPECT_EQ(Run({"registry", "show", "r", "Calyx/No"}),
-              Refuses(3, "r: holds nothing at \"Calyx/No\""));
-    EXPECT_EQ(Run({"registry", "get", "r", "Calyx"}),
-              Refuses(3, "r: \"Calyx\" is a directory and has no value; use registry show"));
-    EXPECT_EQ(Run({"registry", "verify", "none"}).status, 3);
-    EXPECT_EQ(Run({"registry", "show", "."}).status, 4);
+    EXPECT_EQ(Script("registry show r Calyx/No; registry get r Calyx; registry verify none\n"
+                     "registry show ."),
+              "tvtool: r: holds nothing at \"Calyx/No\"\n[3]\n"
+              "tvtool: r: \"Calyx\" is a directory and has no value; use registry show\n[3]\n"
+              "tvtool: none: cannot be read: No such file or directory\n[3]\n"
+              "tvtool: .: is a folder; name a file\n[4]\n");
 }
 
 TEST_F(RegistryCommandTest, PointsAtFaults) {
-    const struct {
-        std::string text, message, tree;
-    } cases[] = {
-        {"a=1\n\td {\n\t\xC3\xA9\tx=2\n}",
+    const std::string pad(49, ' ');
+    const std::tuple<std::string, std::string, std::string> cases[] = {
+        {"a=1\n\td {\n\t\xC3\xA9\tx=2\n}", "a=1\nd {\n}\n",
          "r:4:2: this character cannot stand here; what follows is not read\n"
-         "    \\t\xC3\xA9\\tx=2\n      ^\n",
-         "a=1\nd {\n}\n"},
-        {"a=1\r\nd=1\rd {",
+         "    \\t\xC3\xA9\\tx=2\n      ^\n"},
+        {"a=1\r\nd=1\rd {", "a=1\nd=1\n",
          "r:4:1: this name is taken by an entry of the other kind, or is not valid; "
-         "what follows is not read\n    d {\n    ^\n",
-         "a=1\nd=1\n"},
-        {"a=1\n" + std::string(100, ' ') + "b;" + std::string(40, 'c'),
+         "what follows is not read\n    d {\n    ^\n"},
+        {"a=1\n" + std::string(100, ' ') + "b;" + std::string(40, 'c'), "a=1\n",
          "r:3:102: \"=\" or \"{\" is expected after a name; what follows is not read\n    ..." +
-             std::string(49, ' ') + "b;" + std::string(19, 'c') + "...\n" + std::string(57, ' ') +
-             "^\n",
-         "a=1\n"},
-        {"a=1\nb\xC3\xA9",
+             pad + "b;" + std::string(19, 'c') + "...\n" + pad + "        ^\n"},
+        {"a=1\nb\xC3\xA9", "a=1\n",
          "r:3:3: \"=\" or \"{\" is expected after a name; what follows is not read\n"
-         "    b\xC3\xA9\n      ^\n",
-         "a=1\n"},
-    };
-    for (const auto& c : cases) {
-        Write("r", "!NWREG 1.0 {\n" + c.text);
-        const ToolResult shown = {4, c.tree, "tvtool: " + c.message};
-        EXPECT_EQ(Run({"registry", "show", "r"}), shown);
-        const ToolResult verified = Run({"registry", "verify", "r"});
-        EXPECT_EQ(verified.err, shown.err);
-        EXPECT_EQ(verified.status, 4);
-        EXPECT_THAT(verified.out, HasSubstr("before the fault"));
+         "    b\xC3\xA9\n      ^\n"}};
+    for (const auto& [text, tree, message] : cases) {
+        Write("r", "!NWREG 1.0 {\n" + text);
+        EXPECT_EQ(Run("registry show r"), (ToolResult{4, tree, "tvtool: " + message}));
     }
-    EXPECT_EQ(Run({"registry", "get", "r", "a"}).out, "1\n") << "found before the fault";
-    EXPECT_EQ(Run({"registry", "get", "r", "z"}).status, 4) << "might stand behind it";
+    EXPECT_EQ(Script("exec 2>/dev/null; registry get r a; registry get r z; registry verify r"),
+              "1\n[4]\n[4]\nr: current format, directories 0, values 1, comments 0, "
+              "before the fault\n[4]\n");
     Write("r", "\xEF\xBB\xBF!NWREG 1.0 {\na=1\n}\n");
-    EXPECT_EQ(Run({"registry", "verify", "r"}).status, 4);
-    EXPECT_THAT(Run({"registry", "show", "r"}).err, HasSubstr("byte-order mark"));
+    EXPECT_THAT(Script("registry verify r; registry show r"), HasSubstr("byte-order mark"));
 }
 
 TEST_F(RegistryCommandTest, AnswersAsTheFramework) {
-    EXPECT_EQ(Run({"registry", "app", "Calyx"}).status, 3);
+    EXPECT_EQ(Run("registry app Calyx").status, 3);
     Write(cShared, cCurrent);
-    const std::string from = "; " + Path(cShared) + "\n";
-    EXPECT_EQ(Run({"registry", "app", "Calyx", "URL"}), Prints(from + "URL= \\\\x\n"));
-    EXPECT_EQ(Run({"registry", "app", "Cal/Paths"}), Prints(from + "T=\\xFF\n"));
-    EXPECT_THAT(Run({"registry", "app", "Calyx", "--json"}).out,
-                HasSubstr("\"application\": \"Calyx\""));
-    EXPECT_EQ(Run({"registry", "show"}), Prints(cTree));
-    EXPECT_EQ(Run({"registry", "show", "--shared", "Calyx/Paths"}), Prints("T=\\xFF\n"));
-    EXPECT_EQ(Run({"registry", "get", "Calyx/URL"}), Prints(" \\x\n"));
-    EXPECT_EQ(Run({"registry", "app", "Cal"}),
-              Refuses(3, Path(cShared) + ": has no directory for the application \"Cal\""));
-    EXPECT_EQ(Run({"registry", "app", "Calyx", "Paths"}),
-              Refuses(3, Path(cShared) + ": has no value \"Paths\" for the application \"Calyx\""));
-    EXPECT_EQ(Read(cShared), cCurrent);
+    const std::string path = Path(cShared), from = "; " + path + "\n", name = "tvtool: " + path;
+    EXPECT_EQ(Script("registry app Calyx URL; registry app Cal/Paths; registry get Calyx/URL\n"
+                     "registry show; registry show --shared Calyx/Paths\n"
+                     "registry app Cal; registry app Calyx Paths\n"
+                     "registry app Calyx --json | grep application"),
+              from + "URL= \\\\x\n" + from + "T=\\xFF\n \\x\n" + cTree + "T=\\xFF\n" + name +
+                  ": has no directory for the application \"Cal\"\n[3]\n" + name +
+                  ": has no value \"Paths\" for the application \"Calyx\"\n[3]\n" +
+                  "  \"application\": \"Calyx\",\n");
     Write(cShared, "!NWREG 1.0 {\nCalyx{URL=1\n9");
-    const ToolResult damaged = Run({"registry", "app", "Calyx"});
-    EXPECT_EQ(damaged.out, from + "URL=1\n");
-    EXPECT_EQ(damaged.status, 4);
-    EXPECT_THAT(damaged.err, StartsWith("tvtool: " + Path(cShared) + ":3:1: "));
+    const ToolResult damaged = Run("registry app Calyx");
+    EXPECT_EQ(std::pair(damaged.status, damaged.out), std::pair(4, from + "URL=1\n"));
+    EXPECT_THAT(damaged.err, HasSubstr(path + ":3:1: "));
 }
 
 // Neither the stack nor the output may grow out of proportion.
@@ -116,11 +100,10 @@ TEST_F(RegistryCommandTest, ShowsDeepTrees) {
         text += "d{";
     }
     Write("r", text);
-    for (const char* format : {"--json", "--"}) {
-        const ToolResult shown = Run({"registry", "show", "r", format});
+    for (const std::string format : {"--json", "--"}) {
+        const ToolResult shown = Run("registry show r " + format);
         EXPECT_EQ(shown.status, 0);
-        EXPECT_GT(shown.out.size(), 50'000U);
-        EXPECT_LT(shown.out.size(), 50'000U * 150);
+        EXPECT_TRUE(shown.out.size() > 50'000U && shown.out.size() < 50'000U * 150);
     }
 }
 
