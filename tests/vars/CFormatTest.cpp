@@ -31,7 +31,6 @@ TEST(CFormat, ItemFillsEveryPlaceholderOfAName) {
           {"<nn> <m> <N> <nn<n>><<n>", nullptr, "<nn> <m> <N> <nnab><ab"},
           {"<n:0<n>", "<>", "ab"},
           {"<n:a<n:0000000004>", "<>", "<n:a00ab"},
-          {"{n} <n>", "{}", "ab <n>"},
           {"%n%n%", "%%", "abn%"},
           {"<n>", "<", nullptr}}) {
         CFormat format(text, delimiters, cKeep);

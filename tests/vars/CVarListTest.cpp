@@ -55,9 +55,7 @@ TEST(CVarList, LongListsKeepOrderAndFindEverything) {
     CVarList list;
     for (int i = 0; i < 100000; ++i) {
         list.SetValue(std::to_string(i).c_str(), std::to_string(-i).c_str(), false);
-        for (int j = 0; i < 40 && j <= i; ++j) {
-            ASSERT_EQ(list.GetValue(std::to_string(j).c_str()), std::to_string(-j));
-        }
+        ASSERT_EQ(list.GetValue(std::to_string(i / 2).c_str()), std::to_string(-(i / 2)));
         ASSERT_EQ(list.GetValue("x"), nullptr);
     }
     int i = 0;

@@ -14,8 +14,7 @@ namespace Tova {
 namespace {
 
 using Damage = ConfigFileReport::Damage;
-using tvtest::Dump;
-using tvtest::Fill;
+using namespace tvtest;
 using namespace std::string_literals;
 
 const std::string cHeader = "Nimbus Works Configuration File 1.0\0"s;
@@ -27,10 +26,6 @@ std::string scrambled(std::string plain) {
     return plain;
 }
 
-struct File : CFSPath {
-    explicit File(const std::string& path) { EXPECT_GE(FromUnixPath(path.c_str()), 0); }
-};
-
 class ConfigFile : public ::testing::Test {
 protected:
     RStatus Read(const std::string& path, CVarList& list) {
@@ -38,15 +33,15 @@ protected:
     }
     std::string Written(const CVarList& list) {
         EXPECT_EQ(list.WriteToFile(File(dir_.Path("written"))), Ok);
-        return tvtest::ReadFile(dir_.Path("written"));
+        return ReadFile(dir_.Path("written"));
     }
 
-    tvtest::TempDir dir_;
+    TempDir dir_;
     ConfigFileReport report_;
 };
 
 TEST_F(ConfigFile, WritesTheBytesOfTheFormatAndReadsThemBack) {
-    for (const auto& [vars, body] : std::vector<std::pair<tvtest::Pairs, std::string>>{
+    for (const auto& [vars, body] : std::vector<std::pair<Pairs, std::string>>{
              {{{"A", std::string(5000, 'x')}},
               "A\0"s + std::string(5000, 'x') + "\0\0"s + "603244\0"s},
              {{}, "\0003179\0"s},  // replaces the longer file
@@ -108,7 +103,7 @@ TEST_F(ConfigFile, NoCutAndNoFlippedBitGivesAnotherList) {
         for (int bit = 1; bit < 256; bit *= 2) {
             std::string flipped = whole;
             flipped[at] = static_cast<char>(flipped[at] ^ bit);
-            tvtest::MemoryStream stream(cConfigFileReadFlags, flipped);
+            MemoryStream stream(cConfigFileReadFlags, flipped);
             CVarList read;
             EXPECT_TRUE(ReadConfiguration(stream, read, nullptr) == ErrBadFormat ||
                         (isLast && Dump(read) == Dump(list)))
