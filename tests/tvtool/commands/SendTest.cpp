@@ -15,17 +15,8 @@ class SendTest : public ToolTest {
 protected:
     SendTest() { Script("config create a.nwc RegFirstName=Ada; cp a.nwc before.nwc"); }
 
-    // The request that came last, in lines.
-    std::string TakeRequest() {
-        const std::lock_guard guard(lock_);
-        std::erase(request_, '\r');
-        return request_.substr(0, request_.find("\n\n") + 1);
-    }
     std::string WriteDetails(const std::string& more) {
         return Script("details write a.nwc " + more);
-    }
-    void SetRegistryAddress(const std::string& address) {
-        Write("machine/Nimbus Works/Nimbus Works Registry", "[CX7]\nProdRegURL=" + address + "\n");
     }
 
     ScopedEnv noProxy_{"no_proxy", "127.0.0.1,localhost"};
@@ -61,7 +52,9 @@ TEST_F(SendTest, DryRunIsWhatArrives) {
         EXPECT_THAT(WriteDetails(details + "--send; cmp -s a.nwc before.nwc && echo 'not saved'\n"
                                            "cp before.nwc a.nwc"),
                     testing::EndsWith(": HTTP 200, 3 bytes\n"));
-        EXPECT_EQ(TakeRequest(), dry);
+        const std::lock_guard guard(lock_);
+        std::erase(request_, '\r');
+        EXPECT_EQ(request_, dry + "\n");
         EXPECT_EQ(server_.Accepted(), ++sent);
     }
     EXPECT_THAT(WriteDetails("--dry-run --to https://x.org:443/"), HasSubstr("\nHost: x.org\n"));
@@ -75,12 +68,15 @@ TEST_F(SendTest, GoesWhereTheFrameworkWouldSendTo) {
     EXPECT_THAT(WriteDetails("--dry-run"),
                 host.empty() ? testing::Matcher<std::string>(nowhere)
                              : testing::Matcher<std::string>(HasSubstr("\nHost: " + host + "\n")));
-    SetRegistryAddress("");
-    EXPECT_EQ(WriteDetails("--send --email a@b.c"), nowhere);
-    SetRegistryAddress("ftp://x.org/");
-    EXPECT_EQ(WriteDetails("--send --email a@b.c; cmp a.nwc before.nwc"),
-              Fails(4, "ProdRegURL of the shared registry: is no http or https address with a "
-                       "host, or has a malformed escape"));
+    const std::pair<std::string, std::string> cases[] = {
+        {"", nowhere},
+        {"ftp://x.org/",
+         Fails(4, "ProdRegURL of the shared registry: is no http or https address with a host, or "
+                  "has a malformed escape")}};
+    for (const auto& [address, refusal] : cases) {
+        Write("machine/Nimbus Works/Nimbus Works Registry", "[CX7]\nProdRegURL=" + address + "\n");
+        EXPECT_EQ(WriteDetails("--send --email a@b.c; cmp a.nwc before.nwc"), refusal);
+    }
 }
 
 TEST_F(SendTest, SendsOnlyWhenAskedAndOnlyWhatCanArrive) {
