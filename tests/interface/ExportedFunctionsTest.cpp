@@ -69,7 +69,9 @@ TEST_F(Exported, SavesWhatFitsIntoAnExistingFile) {
     CFDictionarySetValue(form.Get(), CFSTR("EAKey"), kCFBooleanTrue);
     WriteConfig(path_, {{"Other", "x"}, {"RegEmail", "old"}, {"%RegOrg", "kept"}});
     EXPECT_EQ(tvWriteRegInfo(cfPath_.Get(), form.Get(), 0), 0);
-    EXPECT_EQ(ReadConfig(path_),
+    Tova::CVarList saved;
+    EXPECT_EQ(saved.ReadFromEncryptedFile(File(path_)), Tova::Ok);
+    EXPECT_EQ(Dump(saved),
               "Other=x;RegEmail=;%RegOrg=kept;RegFirstName=;RegLastName=" + std::string(30, 'y'));
     EXPECT_EQ(Variables(), cBuiltIn);
 }

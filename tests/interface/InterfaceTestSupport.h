@@ -45,10 +45,6 @@ inline void WriteConfig(const std::string& path, const Pairs& vars) {
     Fill(list, vars);
     ASSERT_EQ(list.WriteToFile(File(path)), Tova::Ok);
 }
-inline std::string ReadConfig(const std::string& path) {
-    Tova::CVarList list;
-    return list.ReadFromEncryptedFile(File(path)) >= 0 ? Dump(list) : "(cannot be read)";
-}
 
 inline void SetPreference(const char* key, CFTypeRef value) {
     CFPreferencesSetValue(MakeString(std::string("RegisterInfo/") + key).Get(), value,
