@@ -43,15 +43,7 @@ inline std::string Show(CFDictionaryRef dict) {
 inline void WriteConfig(const std::string& path, const Pairs& vars) {
     Tova::CVarList list;
     Fill(list, vars);
-    Tova::CFSPath file;
-    ASSERT_GE(file.FromUnixPath(path.c_str()), 0);
-    ASSERT_EQ(list.WriteToFile(file), Tova::Ok);
-}
-inline std::string ReadConfig(const std::string& path) {
-    Tova::CVarList list;
-    Tova::CFSPath file;
-    file.FromUnixPath(path.c_str());
-    return list.ReadFromEncryptedFile(file) >= 0 ? Dump(list) : "(cannot be read)";
+    ASSERT_EQ(list.WriteToFile(File(path)), Tova::Ok);
 }
 
 inline void SetPreference(const char* key, CFTypeRef value) {

@@ -2,7 +2,8 @@
 # Compares each list that stands in more than one place with the one that it follows.
 #
 #   lists.sh exported NM FRAMEWORK SOURCE    the public header's functions with the version script,
-#                                            the library's symbols and the manual pages
+#                                            the library's symbols and the manual pages; variables
+#                                            and kinds of damage with the pages that list them
 #   lists.sh platform NM PLATFORM SOURCE     the platform headers' functions with the library's
 #                                            symbols
 #   lists.sh document NM PLATFORM SOURCE     the same with docs/platform-layer.md
@@ -54,7 +55,14 @@ check_exported() {
             sed -E '/^\.Ft/{N;s/^\.Ft (.*)\n\.Fn (\w+) "(.*)"/\1 \2(\3)/;s/" "/, /g}')"
     pages=$(grep -l '^\.so man3/tvframework.3$' man/*.3 | sed 's|man/||; s|\.3$||')
     expect 'functions in the header and pages in man/' "$functions" "$pages"
-    # A test compares the page with the variables themselves.
+    expect 'built-in variables in AppVariables.h and in man/tvframework.7' \
+        "$(sed -nE 's/^    \{"(\w+)", "(\w+)", (true|false)\},$/\1 \2 \3/p' src/interface/AppVariables.h)" \
+        "$(sed -nE 's/^\.It (\w+) Ta (\w+) Ta (yes|no)$/\1 \2 \3/; s/ no$/ true/p; s/ yes$/ false/p' \
+            man/tvframework.7)"
+    expect 'kinds of damage in ConfigFile.h and in docs/configuration-file.md' \
+        "$(sed -n '/cConfigFileDamages\[\]/,/^};/p' src/vars/ConfigFile.h | tr -d '\n' |
+            grep -oE '"[a-z-]+", *"[^"]*"' | sed -E 's/"(.*)", *"(.*)"/\1: \2/')" \
+        "$(sed -nE '/`kind`/d; s/^\| `([a-z-]+)` \| .* \| (.*) \|$/\1: \2/p' docs/configuration-file.md)"
     expect 'built-in variables in the header and in man/tvframework.7' \
         "$(sed -n '/^ \* Variables\./,/^ \*$/p' include/TVframework/TVframework.h |
             grep -o '"[A-Za-z]*"' | tr -d '"')" \

@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <random>
 #include <string>
-#include <tuple>
 #include <utility>
 
 namespace Tova {
@@ -31,36 +30,16 @@ void expectBothForms(const CVarList& list, const std::string& source, const char
 }
 
 TEST(Substitution, BothFormsGiveTheSame) {
-    using Case = std::tuple<const char*, const char*, const char*, int>;
-    const Case cases[] = {
-        {"<A><A>", nullptr, "bb", 4},
-        {"App> <App <app> <Apps> App", nullptr, "App> <App <app> <Apps> App", 0},
-        {"<<App>>", nullptr, "<Calyx>", 1},
-        {"<<Empty>App>", nullptr, "Calyx", 2},
-        {"<L>App>", nullptr, "Calyx", 2},
-        {"<Half>p>", nullptr, "Calyx", 2},
-        {"<><Empty>.", nullptr, "none.", 2},
-        {"<W>\xE2\x82\xAC<B>", nullptr, "caf\xC3\xA9\xE2\x82\xAC\x62", 2},
-        {"{App} <App>", "{}", "Calyx <App>", 1},
-        {"%App%A%", "%%", "CalyxA%", 1},
-        {"<App>", "<", "<App>", 0},
-    };
     CVarList list;
-    Fill(list, {{"App", "Calyx"}, {"A", "<B>"}, {"B", "b"}, {"Empty", ""}, {"", "none"}});
-    Fill(list, {{"L", "<"}, {"Half", "<Ap"}, {"W", "caf\xC3\xA9"}});
-    for (const auto& [text, delimiters, expected, count] : cases) {
-        expectBothForms(list, text, delimiters, expected, count);
-    }
+    Fill(list, {{"App", "Calyx"}, {"A", "<B>"}, {"B", "b"}, {"W", "caf\xC3\xA9"}});
+    expectBothForms(list, "<A><A> <App <app> <Apps>", nullptr, "bb <App <app> <Apps>", 4);
+    expectBothForms(list, "<W>\xE2\x82\xAC<B>", nullptr, "caf\xC3\xA9\xE2\x82\xAC\x62", 2);
+    expectBothForms(list, "{App} <App>", "{}", "Calyx <App>", 1);
+    expectBothForms(list, "<App>", "<", "<App>", 0);
     // Each value lies inside the one before, deeper than the list is long, yet there is an end.
     CVarList deep;
     Fill(deep, {{"A", "A>B"}});
     expectBothForms(deep, "<<<<<A>", nullptr, "A>BBBBB", 5);
-    // If names hold delimiters, placeholders overlap, and the order of the variables decides.
-    CVarList outer, inner;
-    Fill(outer, {{"a<b", "1"}, {"b", "2"}});
-    Fill(inner, {{"b", "2"}, {"a<b", "1"}});
-    expectBothForms(outer, "<a<b>", nullptr, "1", 1);
-    expectBothForms(inner, "<a<b>", nullptr, "<a2", 1);
 }
 
 TEST(Substitution, TheFormsDifferInWhatTheyRefuse) {
@@ -122,31 +101,6 @@ std::string applyWideByTheRules(const CVarList& list, const std::string& source,
     return TextOf(text.Get()) + std::to_string(total);
 }
 
-class RandomTexts {
-public:
-    explicit RandomTexts(unsigned seed) : random_(seed) {}
-    unsigned Below(std::size_t n) { return static_cast<unsigned>(random_() % n); }
-    std::string Name(std::string_view alphabet) {
-        std::string name(Below(3), ' ');
-        for (char& c : name) {
-            c = alphabet[Below(alphabet.size())];
-        }
-        return name;
-    }
-    // Makes a text of letters, delimiters and, now and then, a whole placeholder.
-    std::string Text(unsigned maxLength) {
-        constexpr std::array cPieces{"A", "B", "<", ">", "A", "B", "<", ">", "<A>", "<AB>"};
-        std::string text;
-        for (unsigned i = Below(maxLength + 1); i > 0; --i) {
-            text += cPieces[Below(cPieces.size())];
-        }
-        return text;
-    }
-
-private:
-    std::mt19937 random_;
-};
-
 // Alphabets so small that values combine with what stands around them into new placeholders. The
 // scan serves the first two kinds. The passes serve the others: names hold delimiters, or the
 // delimiters are equal.
@@ -154,17 +108,26 @@ private:
 TEST(Substitution, ScanAndPassesAgreeWithTheRules) {
     const char* wish = std::getenv("TV_SUBSTITUTION_ROUNDS");
     const int rounds = wish != nullptr ? std::atoi(wish) : 20000;
-    RandomTexts random(wish != nullptr ? std::random_device()() : 1);
-    constexpr std::pair<const char*, const char*> cKinds[] = {
+    std::mt19937 random(wish != nullptr ? std::random_device()() : 1);
+    const auto below = [&](std::size_t n) { return static_cast<unsigned>(random() % n); };
+    const auto compose = [&](const auto& pieces, unsigned maxCount) {
+        std::string text;
+        for (unsigned i = below(maxCount + 1); i > 0; --i) {
+            text += pieces[below(std::size(pieces))];
+        }
+        return text;
+    };
+    constexpr std::array cPieces{"A", "B", "<", ">", "A", "B", "<", ">", "<A>", "<AB>"};
+    constexpr std::pair<std::string_view, const char*> cKinds[] = {
         {"A", "<>"}, {"AB", "<>"}, {"AB", "AB"}, {"A<>", "<>"}, {"AB", "<<"}};
     int nested = 0;
     for (int i = 0; i < rounds; ++i) {
-        const auto& [names, pair] = cKinds[random.Below(std::size(cKinds))];
+        const auto& [names, pair] = cKinds[below(std::size(cKinds))];
         CVarList list;
-        for (unsigned n = random.Below(5); n > 0; --n) {
-            list.SetValue(random.Name(names).c_str(), random.Text(4).c_str(), false);
+        for (unsigned n = below(5); n > 0; --n) {
+            list.SetValue(compose(names, 2).c_str(), compose(cPieces, 4).c_str(), false);
         }
-        const std::string source = random.Text(12);
+        const std::string source = compose(cPieces, 12);
         const std::string what = source + " " + pair + " " + tvtest::Dump(list);
         const std::string expected = applyByTheRules(list, source, pair);
         if (!expected.empty()) {

@@ -1,14 +1,21 @@
-// Lists and platform strings as plain texts.
+// Lists, paths and platform strings as plain texts.
 #pragma once
 
+#include "fs/CFSPath.h"
 #include "text/CFRef.h"
 #include "vars/CVarList.h"
+
+#include <gtest/gtest.h>
 
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace tvtest {
+
+struct File : Tova::CFSPath {
+    explicit File(const std::string& path) { EXPECT_GE(FromUnixPath(path.c_str()), 0); }
+};
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 

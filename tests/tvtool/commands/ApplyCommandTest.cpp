@@ -2,124 +2,96 @@
 
 #include <gmock/gmock.h>
 
-#include <tuple>
-
 namespace tvtest {
 namespace {
 
-using testing::HasSubstr;
-using Texts = std::vector<std::string>;
-
-class ApplyCommandTest : public ToolTest {
-protected:
-    // With each of `settings` after a --set.
-    ToolResult Apply(Texts arguments, const Texts& settings) {
-        arguments.insert(arguments.begin(), "apply");
-        for (const std::string& setting : settings) {
-            arguments.insert(arguments.end(), {"--set", setting});
-        }
-        return Run(arguments);
-    }
-};
+class ApplyCommandTest : public ToolTest {};
 
 TEST_F(ApplyCommandTest, KnowsTheApplicationVariablesAndOverridesThem) {
-    constexpr char cAll[] = "<AppName> <MajVersion>.<MinVersion> <ShortAppKey> <AppKey> <Other>";
-    EXPECT_EQ(Run({"apply"}, cAll), Prints("Calyx 7.4 CX CX7 <Other>"));
-    EXPECT_EQ(Run({"apply", cAll}), Prints("Calyx 7.4 CX CX7 <Other>\n"));
-    Write("t.txt", "<AppName>\r\n\tand no more");
-    EXPECT_EQ(Run({"apply", "t.txt"}), Prints("Calyx\r\n\tand no more"));
-    EXPECT_EQ(Run({"apply", "-"}, ""), Prints(""));
-
-    Run({"config", "create", "a.nwc", "AppName=A", "%X=a", "Y=<X>", "MajVersion=9"});
-    Run({"config", "create", "b.nwc", "AppName=B", "X=b"});
-    constexpr char cText[] = "<AppName> <MajVersion> <X> <Y>";
-    EXPECT_EQ(Run({"apply", cText, "--config", "a.nwc", "--config", "b.nwc"}), Prints("B 7 a a\n"));
-    ToolResult kept = Prints("<=> 7 a a\n");
-    kept.err = "tvtool: --set \"MajVersion=9\": the variable is fixed and kept its value\n";
-    EXPECT_EQ(Apply({cText, "--config", "a.nwc"}, {"AppName=<=>", "=x", "MajVersion=9"}), kept);
-    EXPECT_EQ(Run({"apply", cText, "--config", "t.txt"}).status, 4);
+    Write("t.txt", "<AppName> <MajVersion>.<MinVersion>\r\n\t<ShortAppKey> <AppKey> <Other>");
+    EXPECT_EQ(Script("apply t.txt; apply - <t.txt; apply '<AppName>'; apply"),
+              "Calyx 7.4\r\n\tCX CX7 <Other>Calyx 7.4\r\n\tCX CX7 <Other>Calyx\n");
+    Script("config create a.nwc AppName=A %X=a 'Y=<X>' MajVersion=9\n"
+           "config create b.nwc AppName=B X=b");
+    const std::string text = "'<AppName> <MajVersion> <X> <Y>' --config a.nwc --config b.nwc";
+    EXPECT_EQ(Script("apply " + text + " --set 'AppName=<=>' --set =x --set MajVersion=9"),
+              "tvtool: --set \"MajVersion=9\": the variable is fixed and kept its value\n"
+              "<=> 7 a a\n");
+    EXPECT_THAT(Script("apply t.txt --config t.txt"), testing::EndsWith("\n[4]\n"));
 }
 
-TEST_F(ApplyCommandTest, SubstitutesWithAnyDelimiters) {
-    for (const auto& [delimiters, text, result, settings] :
-         std::vector<std::tuple<const char*, const char*, const char*, Texts>>{
-             {"{}", "{A} <A>", "1 <A>", {"A=1"}},
-             {"\xC2\xAB\xC2\xBB", "\xC2\xAB\x41\xC2\xBB!", "1!", {"A=1"}},
-             {"%%", "%A% %B% 5%", "x 2 5%", {"A=%C%", "B=2", "C=x"}},
-             {"<>", "<<B>>", "2", {"A=2", "B=A"}},
-             {"<>", "<x<y> <>", "1 2", {"x<y=1", "=2"}},
-             // Circles that the text does not lead into, and the end of what feeds them.
-             {"<>", "<B> <A", "2 <A", {"A=<A>", "B=2"}},
-             {"<>", "<A<A<A>", ">", {"A=>"}},
-             {"<>", "<Q><P>", ">", {"P=>", "Q=<P<P<P"}}}) {
-        Write("t", text);
-        EXPECT_EQ(Apply({"t", "--delimiters", delimiters}, settings), Prints(result)) << text;
-    }
-}
-
-TEST_F(ApplyCommandTest, RefusesCirclesAndNamesThem) {
-    for (const auto& [delimiters, text, circle, settings] :
-         std::vector<std::tuple<const char*, const char*, const char*, Texts>>{
-             {"<>", "<X>", "\"A\" -> \"B\" -> \"A\"", {"A=a<B>b", "B=<C><A>", "C=", "X=<A>"}},
-             {"<>", "<A>", "\"A\" -> \"A\"", {"A=<A><A>"}},
-             // Put together from pieces.
-             {"<>", "<A>>", "\"B\" -> \"B\"", {"A=<B", "B=<A>>"}},
-             {"<>", "<B>A>", "\"A\" -> \"A\"", {"A=<B>A>", "B=<"}},
-             {"%%", "%A%", "\"A\" -> \"B\" -> \"A\"", {"A=%B%", "B=%A%"}},
-             {"<>", "<x<y>", "\"x<y\" -> \"x<y\"", {"x<y=<x<y>"}},
-             // Grows to the bound before it is deep.
-             {"<>", "<A>", "\"A\" -> \"A\"", {"A=" + std::string(100000, 'x') + "<A><A>", "B="}}}) {
-        EXPECT_EQ(
-            Apply({text, "--delimiters", delimiters}, settings),
-            Refuses(4, std::string("TEXT: values refer to each other in a circle: ") + circle))
-            << text;
+TEST_F(ApplyCommandTest, SubstitutesWithAnyDelimitersAndNamesCircles) {
+    const auto circle = [](const std::string& names) {
+        return Fails(4, "TEXT: values refer to each other in a circle: " + names);
+    };
+    const std::pair<std::string, std::string> cases[] = {
+        {"'{A} <A>' --delimiters {} --set A=1", "1 <A>\n"},
+        {"\xC2\xAB\x41\xC2\xBB! --delimiters \xC2\xAB\xC2\xBB --set A=1", "1!\n"},
+        {"'%A% %B% 5%' --delimiters %% --set A=%C% --set B=2 --set C=x", "x 2 5%\n"},
+        {"'<x<y> <>' --set 'x<y=1' --set =2", "1 2\n"},
+        // Circles that the text does not lead into, and the end of what feeds them.
+        {"'<B> <A' --set 'A=<A>' --set B=2", "2 <A\n"},
+        {"'<A<A<A>' --set 'A=>'", ">\n"},
+        {"'<Q><P>' --set 'P=>' --set 'Q=<P<P<P'", ">\n"},
+        {"'<X>' --set 'A=a<B>b' --set 'B=<C><A>' --set C= --set 'X=<A>'",
+         circle("\"A\" -> \"B\" -> \"A\"")},
+        {"%A% --delimiters %% --set A=%B% --set B=%A%", circle("\"A\" -> \"B\" -> \"A\"")},
+        {"'<x<y>' --set 'x<y=<x<y>'", circle("\"x<y\" -> \"x<y\"")},
+        // Put together from pieces.
+        {"'<A>>' --set 'A=<B' --set 'B=<A>>'", circle("\"B\" -> \"B\"")},
+        {"'<B>A>' --set 'A=<B>A>' --set 'B=<'", circle("\"A\" -> \"A\"")},
+        // Grows to the bound before it is deep.
+        {"'<A>' --set 'A=" + std::string(100000, 'x') + "<A><A>'", circle("\"A\" -> \"A\"")},
+    };
+    for (const auto& [arguments, expected] : cases) {
+        EXPECT_EQ(Script("apply " + arguments), expected) << arguments;
     }
 }
 
 TEST_F(ApplyCommandTest, RefusesWhatGrowsBeyondMeasure) {
-    Texts full = {"v0=" + std::string(64, 'x')}, empty = {"v0="};
+    std::string doubled = " --set v0=";
     for (int i = 1; i <= 40; ++i) {
         const std::string before = "<v" + std::to_string(i - 1) + ">";
-        full.push_back("v" + std::to_string(i) + "=" + before + before);
-        empty.push_back(full.back());
+        doubled += " --set 'v" + std::to_string(i) + "=" + before + before + "'";
     }
-    EXPECT_EQ(Apply({"<v40>"}, full),
-              Refuses(1, "TEXT: the result is longer than 16777216 characters"));
-    EXPECT_EQ(Apply({"<v40>"}, empty), Refuses(1, "TEXT: takes more than 1000005 replacements"));
-    EXPECT_EQ(Apply({"<v3>"}, full), Prints(std::string(512, 'x') + "\n"));
+    std::string full = doubled;
+    full.insert(std::string(" --set v0=").size(), 64, 'x');
+    EXPECT_EQ(Script("apply '<v40>'" + full),
+              Fails(1, "TEXT: the result is longer than 16777216 characters"));
+    EXPECT_EQ(Script("apply '<v40>'" + doubled),
+              Fails(1, "TEXT: takes more than 1000005 replacements"));
+    EXPECT_EQ(Script("apply '<v3>'" + full), std::string(512, 'x') + "\n");
 }
 
 TEST_F(ApplyCommandTest, ListsPlaceholders) {
     Write("t.txt",
-          "\xC3\xA9\xF0\x9F\x98\x80<AppName>\n a < b > <B\\> <x y> <AppName> <\n><> <c<d>\n");
-    EXPECT_EQ(Run({"apply", "t.txt", "--list"}), Prints("AppName\nB\\\\\nx y\nd\n"));
-    const ToolResult json = Run({"apply", "t.txt", "--list", "--json", "--set", "d="});
-    EXPECT_THAT(json.out, testing::StartsWith("[\n  {\n    \"name\": \"AppName\",\n"
-                                              "    \"defined\": true,\n    \"line\": 1,\n"
-                                              "    \"column\": 3\n  },"));
-    EXPECT_THAT(json.out, HasSubstr("\"name\": \"d\",\n    \"defined\": true,\n    \"line\": 3,\n"
-                                    "    \"column\": 7\n"));
+          "\xC3\xA9\xF0\x9F\x98\x80<AppName>\n a < b > <B\\> <x y> <AppName> <\n><> <c<d>");
+    EXPECT_EQ(Script("apply t.txt --list"), "AppName\nB\\\\\nx y\nd\n");
+    EXPECT_EQ(Script("apply t.txt --list --json --set d= | tr -d ' \\n'"),
+              R"([{"name":"AppName","defined":true,"line":1,"column":3},)"
+              R"({"name":"B\\","defined":false,"line":2,"column":10},)"
+              R"({"name":"xy","defined":false,"line":2,"column":15},)"
+              R"({"name":"d","defined":true,"line":3,"column":7}])");
 }
 
 TEST_F(ApplyCommandTest, StrictSaysWhatNobodyDefines) {
     Write("t.txt", "<AppName>\n\xC3\xA9<Foo> <X>, if a < b and c > d\n");
-    const ToolResult all =
-        Refuses(1, "t.txt:2:2: nobody defines \"Foo\"\ntvtool: t.txt:2:8: nobody defines \"Bar\", "
-                   "which comes from \"X\" -> \"Y\"");
-    EXPECT_EQ(Apply({"t.txt", "--strict"}, {"X=<Y>", "Y=.<Bar>."}), all);
-    EXPECT_EQ(Apply({"t.txt", "--strict"}, {"X=", "Foo=1"}),
-              Prints("Calyx\n\xC3\xA9\x31 , if a < b and c > d\n"));
+    EXPECT_EQ(Script("apply t.txt --strict --set 'X=<Y>' --set 'Y=.<Bar>.'"),
+              Fails(1, "t.txt:2:2: nobody defines \"Foo\"\ntvtool: t.txt:2:8: nobody defines "
+                       "\"Bar\", which comes from \"X\" -> \"Y\""));
+    EXPECT_EQ(Script("apply t.txt --strict --set X= --set Foo=1"),
+              "Calyx\n\xC3\xA9\x31 , if a < b and c > d\n");
     // In passes: equal delimiters, with the place kept through a value.
-    EXPECT_EQ(Apply({"100% of %AppName%, %X%", "--strict", "--delimiters", "%%"}, {"X=a %Foo%"}),
-              Refuses(1, "TEXT:1:20: nobody defines \"Foo\", which comes from \"X\""));
+    EXPECT_EQ(Script("apply '100% of %AppName%, %X%' --strict --delimiters %% --set 'X=a %Foo%'"),
+              Fails(1, "TEXT:1:20: nobody defines \"Foo\", which comes from \"X\""));
 }
 
 TEST_F(ApplyCommandTest, RefusesTextsOutsideTheEncoding) {
-    EXPECT_EQ(Run({"apply"}, "ok\n\xC3\xA9\xFF"),
-              Refuses(4, "standard input:2:2: is not valid in the system encoding; "
-                         "TV_SYSTEM_ENCODING names another"));
+    EXPECT_EQ(Script("apply", "ok\n\xC3\xA9\xFF"),
+              Fails(4, "standard input:2:2: is not valid in the system encoding; "
+                       "TV_SYSTEM_ENCODING names another"));
     const ScopedEnv encoding("TV_SYSTEM_ENCODING", "ISO-8859-1");
-    EXPECT_EQ(Run({"apply", "-", "--set", "A=\xFF"}, "\xE9<A>"), Prints("\xE9\xFF"));
+    EXPECT_EQ(Script("apply - --set A=\xFF", "\xE9<A>"), "\xE9\xFF");
 }
 
 }  // namespace

@@ -3,13 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cstdlib>
 #include <mutex>
-#include <optional>
-#include <utility>
 
 namespace tvtest {
 namespace {
@@ -19,22 +13,12 @@ using testing::StartsWith;
 
 class SendTest : public ToolTest {
 protected:
-    SendTest() {
-        Run("config create a.nwc RegFirstName=Ada");
-        before_ = Read("a.nwc");
-    }
-    // The request that came last, in lines.
-    std::string TakeRequest() {
-        const std::lock_guard guard(lock_);
-        std::erase(request_, '\r');
-        return request_.substr(0, request_.find("\n\n") + 1);
-    }
-    ToolResult WriteDetails(const std::string& more) { return Run("details write a.nwc " + more); }
-    void SetRegistryAddress(const std::string& address) {
-        Write("machine/Nimbus Works/Nimbus Works Registry", "[CX7]\nProdRegURL=" + address + "\n");
+    SendTest() { Script("config create a.nwc RegFirstName=Ada; cp a.nwc before.nwc"); }
+
+    std::string WriteDetails(const std::string& more) {
+        return Script("details write a.nwc " + more);
     }
 
-    std::string before_;
     ScopedEnv noProxy_{"no_proxy", "127.0.0.1,localhost"};
     std::mutex lock_;
     std::string request_;
@@ -60,103 +44,78 @@ TEST_F(SendTest, DryRunIsWhatArrives) {
         SCOPED_TRACE(to);
         const std::string details =
             "--organisation 'A=B %41 100%' --email a@b.c --to '" + to + "' ";
-        const ToolResult dry = WriteDetails(details + "--dry-run");
-        EXPECT_EQ(dry.status, 0);
-        EXPECT_THAT(dry.err, testing::MatchesRegex("tvtool: would go to http://[A-Z0-9.]+:[0-9]+; "
-                                                   "nothing was saved or sent\n"));
+        const std::string dry = WriteDetails(details + "--dry-run 2>e; cmp a.nwc before.nwc");
+        EXPECT_THAT(Read("e"),
+                    testing::MatchesRegex("tvtool: would go to http://[A-Z0-9.]+:[0-9]+; "
+                                          "nothing was saved or sent\n"));
         EXPECT_EQ(server_.Accepted(), sent);
-        EXPECT_EQ(Read("a.nwc"), before_);
-
-        EXPECT_THAT(WriteDetails(details + "--send").out,
+        EXPECT_THAT(WriteDetails(details + "--send; cmp -s a.nwc before.nwc && echo 'not saved'\n"
+                                           "cp before.nwc a.nwc"),
                     testing::EndsWith(": HTTP 200, 3 bytes\n"));
-        EXPECT_EQ(TakeRequest(), dry.out);
+        const std::lock_guard guard(lock_);
+        std::erase(request_, '\r');
+        EXPECT_EQ(request_, dry + "\n");
         EXPECT_EQ(server_.Accepted(), ++sent);
-        EXPECT_NE(Read("a.nwc"), before_);
-        Write("a.nwc", before_);
     }
-    EXPECT_THAT(WriteDetails("--dry-run --to https://x.org:443/").out,
-                HasSubstr("\nHost: x.org\n"));
+    EXPECT_THAT(WriteDetails("--dry-run --to https://x.org:443/"), HasSubstr("\nHost: x.org\n"));
 }
 
 TEST_F(SendTest, GoesWhereTheFrameworkWouldSendTo) {
-    const ToolResult nowhere =
-        Refuses(1, "details write: there is no address to send to: this build has none, and the "
-                   "shared registry names none; give one with --to URL");
+    const std::string nowhere =
+        Fails(1, "details write: there is no address to send to: this build has none, and the "
+                 "shared registry names none; give one with --to URL");
     const std::string host = TV_REGISTRATION_HOST;
-    if (host.empty()) {
-        EXPECT_EQ(WriteDetails("--send --email a@b.c"), nowhere);
-    } else {
-        EXPECT_THAT(WriteDetails("--dry-run").out, HasSubstr("\nHost: " + host + "\n"));
+    EXPECT_THAT(WriteDetails("--dry-run"),
+                host.empty() ? testing::Matcher<std::string>(nowhere)
+                             : testing::Matcher<std::string>(HasSubstr("\nHost: " + host + "\n")));
+    const std::pair<std::string, std::string> cases[] = {
+        {"", nowhere},
+        {"ftp://x.org/",
+         Fails(4, "ProdRegURL of the shared registry: is no http or https address with a host, or "
+                  "has a malformed escape")}};
+    for (const auto& [address, refusal] : cases) {
+        Write("machine/Nimbus Works/Nimbus Works Registry", "[CX7]\nProdRegURL=" + address + "\n");
+        EXPECT_EQ(WriteDetails("--send --email a@b.c; cmp a.nwc before.nwc"), refusal);
     }
-    SetRegistryAddress("");
-    EXPECT_EQ(WriteDetails("--send --email a@b.c"), nowhere);
-    SetRegistryAddress("ftp://x.org/");
-    EXPECT_EQ(WriteDetails("--send --email a@b.c"),
-              Refuses(4, "ProdRegURL of the shared registry: is no http or https address with a "
-                         "host, or has a malformed escape"));
-    EXPECT_EQ(Read("a.nwc"), before_);
-
-    SetRegistryAddress(server_.Url("/reg"));
-    EXPECT_EQ(WriteDetails("--send"),
-              Prints("sent to " + server_.Url("") + ": HTTP 200, 3 bytes\n"));
-    EXPECT_THAT(TakeRequest(),
-                StartsWith("GET /reg?RegFirstName=Ada&RegLastName=&RegOrg=&RegEmail= "));
 }
 
 TEST_F(SendTest, SendsOnlyWhenAskedAndOnlyWhatCanArrive) {
-    for (const std::string wait : {"x", "-1", "1s", "3601"}) {
-        EXPECT_EQ(WriteDetails("--send --to http://x/ --wait=" + wait).status, 2) << wait;
-    }
-    for (const std::string bad :
-         {"x.org", "file:///a", "http:///a", "http://:80/", "http://x/%4"}) {
-        EXPECT_EQ(WriteDetails("--send --to " + bad),
-                  Refuses(2, "--to: is no http or https address with a host, or has a malformed "
-                             "escape"))
+    for (const std::string bad : {"file:///a", "http:///a", "http://:80/", "http://x/%4"}) {
+        EXPECT_EQ(
+            WriteDetails("--send --to " + bad),
+            Fails(2, "--to: is no http or https address with a host, or has a malformed escape"))
             << bad;
     }
-    EXPECT_EQ(WriteDetails("--email a@b.c --to " + server_.Url()),
-              Refuses(2, "details write: --to and --wait go with --send or --dry-run"));
-    EXPECT_EQ(WriteDetails("--last-name L\xC3\xB6w --send --to " + server_.Url()),
-              Refuses(1, "\"L\xC3\xB6w\": the framework sends no details that are not ASCII; save "
-                         "them without --send"));
-    EXPECT_EQ(Read("a.nwc"), before_);
-    EXPECT_EQ(WriteDetails("--email a@b.c"), Prints(""));
+    EXPECT_EQ(
+        Script("to='--email a@b.c --to " + server_.Url() +
+               "'; details write a.nwc $to; details write a.nwc --send --last-name L\xC3\xB6w $to"
+               "\ncmp a.nwc before.nwc; details write a.nwc --email a@b.c"),
+        Fails(2, "details write: --to and --wait go with --send or --dry-run") +
+            Fails(1, "\"L\xC3\xB6w\": the framework sends no details that are not ASCII; save "
+                     "them without --send"));
     EXPECT_EQ(server_.Accepted(), 0);
-    EXPECT_THAT(WriteDetails("--dry-run --to http://x/ --organisation 'A & B+C'").err,
+    EXPECT_THAT(WriteDetails("--dry-run --to http://x/ --organisation 'A & B+C' >/dev/null"),
                 StartsWith("tvtool: \"A & B+C\" arrives as \"A \": \"&\" and \"+\" are lost on the "
                            "way\n"));
 }
 
 TEST_F(SendTest, LeavesStandardOutputToTheFile) {
-    const ToolResult refused =
-        Run("details write - --last-name L --send --to http://127.0.0.1:1/", before_);
-    EXPECT_EQ(refused.status, 6);
-    EXPECT_EQ(refused.err, "tvtool: http://127.0.0.1:1: the connection was refused: nothing "
-                           "listens there; the details are saved\n");
-    EXPECT_EQ(Run("config get - RegLastName", refused.out), Prints("L\n"));
-
-    const ToolResult sent = Run("details write - --send --to " + server_.Url(), before_);
-    EXPECT_EQ(sent.err, "tvtool: sent to " + server_.Url("") + ": HTTP 200, 3 bytes\n");
-    EXPECT_EQ(Run("config get - RegFirstName", sent.out), Prints("Ada\n"));
+    EXPECT_EQ(Script("details write - --last-name L --send --to http://127.0.0.1:1/ <a.nwc >o.nwc\n"
+                     "config get o.nwc RegLastName\n"
+                     "details write - --send --to " +
+                     server_.Url() + " <a.nwc >o.nwc; config get o.nwc RegFirstName"),
+              Fails(6, "http://127.0.0.1:1: the connection was refused: nothing listens there; the "
+                       "details are saved") +
+                  "L\ntvtool: sent to " + server_.Url("") + ": HTTP 200, 3 bytes\nAda\n");
 }
 
 TEST_F(SendTest, ShowsProgressOnATerminal) {
-    const auto run = [&](const std::optional<std::string>& noColor) {
-        const ScopedEnv setting("NO_COLOR", noColor);
-        const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        EXPECT_EQ(grantpt(terminal) + unlockpt(terminal), 0);
-        // Held, so that what was written stays until it is read.
-        const int held = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
-        RunWithErrorsTo(ptsname(terminal), "details write a.nwc --send --to http://127.0.0.1:1/");
-        char bytes[4096];
-        const ssize_t count = read(terminal, bytes, sizeof bytes);
-        close(held);
-        close(terminal);
-        return std::string(bytes, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    };
-    EXPECT_THAT(run(std::nullopt), StartsWith("\r\x1B[KSending to http://127.0.0.1:1 ... 0 "
-                                              "s\r\x1B[Ktvtool: http://127.0.0.1:1: "));
-    EXPECT_THAT(run("1"), StartsWith("Sending to http://127.0.0.1:1 ...\r\ntvtool: "));
+    const std::string send =
+        "script -qc \"$TVTOOL details write a.nwc --send --to http://127.0.0.1:1/\" /dev/null";
+    EXPECT_THAT(Script("unset NO_COLOR; " + send),
+                StartsWith("\r\x1B[KSending to http://127.0.0.1:1 ... 0 s\r\x1B[Ktvtool: http"));
+    EXPECT_THAT(Script("export NO_COLOR=1; " + send),
+                StartsWith("Sending to http://127.0.0.1:1 ...\r\ntvtool: "));
 }
 
 }  // namespace
