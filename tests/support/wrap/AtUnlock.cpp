@@ -27,7 +27,8 @@ AtUnlock::~AtUnlock() {
 extern "C" {
 
 int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
-int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex);
+// The linker wants it visible, because libraries of the sanitizers call the wrapped function too.
+[[gnu::visibility("default")]] int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex);
 
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
     const int result = __real_pthread_mutex_unlock(mutex);
