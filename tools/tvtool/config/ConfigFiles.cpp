@@ -18,7 +18,7 @@ void DecodeConfig(std::string bytes, Tova::CVarList& list, Tova::ConfigFileRepor
 }
 
 std::string DescribeDamage(const Tova::ConfigFileReport& report) {
-    const std::string words = Tova::DamageOf(report.damage).words;
+    std::string words = Tova::DamageOf(report.damage).words;
     switch (report.damage) {
     case Damage::NoHeader:
         return report.header.IsEmpty() ? "no header: the file is empty, or no configuration file"
