@@ -34,9 +34,8 @@ void GiveToFolderOwner(int file, const std::string& path);
 enum class NewFile {
     // Mode 0600; see GiveToFolderOwner.
     Private,
-    // The mode of the file that is replaced, and its owner and group as far as permitted. If none
-    // is
-    // replaced, the mode is what the umask allows. No other thread may make files meanwhile.
+    // The mode of the file that is replaced, and its owner and group as far as permitted. If there
+    // is no such file, the mode is what the umask allows. No other thread may make files meanwhile.
     LikeOld,
 };
 
