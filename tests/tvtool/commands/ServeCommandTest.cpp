@@ -128,11 +128,14 @@ TEST_F(ServeCommandTest, BoundsWhatAClientCanDo) {
     Write("3", start + longest + end);
     Write("4", "GET  HTTP/1.1\r\n\r\n");
     Write("5", "\x16\x03\x01 \r\n\r\n");
-    // In the end come more clients than it has threads for; it ends all the same, and at once.
-    EXPECT_EQ(Serve("start --json; for i in 1 2 3 4 5; do ask $i | cut -c 10-12; done; line >l\n"
-                    "connect 'for i in {1..30}; do printf \"GET /?a=1\" >&3\n"
-                    "exec {fd}>&3 3<>$peer; done; kill -INT '$server'; cat <&3 2>&1' >l; rest"),
-              "431\n431\n200\n400\n400\n");
+    Write("6", std::string("GET /?a=\0b HTTP/1.1\r\n\r\n", 23));
+    Write("7", "GET /?a= b HTTP/1.1\r\n\r\n");
+    // In the end come more clients than it serves at a time; it ends all the same, and at once.
+    EXPECT_EQ(
+        Serve("start --json; for i in 1 2 3 4 5 6 7; do ask $i | cut -c 10-12; done; line >l\n"
+              "connect 'for i in {1..30}; do printf \"GET /?a=1\" >&3\n"
+              "exec {fd}>&3 3<>$peer; done; kill -INT '$server'; cat <&3 2>&1' >l; rest"),
+        "414\n431\n200\n400\n400\n400\n400\n");
 }
 
 TEST_F(ServeCommandTest, ServesHttps) {

@@ -36,7 +36,7 @@ Fault parseFault(const std::string& text) {
     if (text.starts_with(cStatus)) {
         fault.kind = Fault::Kind::Status;
         // A status below 200 is no answer: the client goes on waiting.
-        fault.status = ParseNumber<int>(text.substr(cStatus.size()), 200, 599).value_or(0);
+        fault.status = ParseNumber(text.substr(cStatus.size()), 200U, 599U).value_or(0);
         if (fault.status == 0) {
             Fail(Exit::Usage, "--fault " + Quote(text), "a status is a number from 200 to 599");
         }

@@ -10,10 +10,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <csignal>
-#include <system_error>
+#include <climits>
+#include <new>
+#include <string_view>
 
 namespace tvtool {
 
@@ -21,270 +21,292 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::string_view cTooLarge = "HTTP/1.1 431 Request Header Fields Too Large\r\n"
-                                       "Content-Length: 0\r\nConnection: close\r\n\r\n";
-constexpr std::string_view cSlowAnswer =
-    "HTTP/1.1 200 OK\r\nContent-Length: 2\r\nConnection: close\r\n\r\nok";
-constexpr std::string_view cCutAnswer =
-    "HTTP/1.1 200 OK\r\nContent-Length: 100\r\nConnection: close\r\n\r\ncut off";
-constexpr char cNoRegistration[] = "No registration: that is a GET whose address has a query.\n";
+constexpr std::string_view cSlowBody =
+    "This answer takes a minute, since a byte of it comes a second.\n";
+constexpr std::string_view cCutBody = "cut off";
+constexpr std::size_t cAnnounced = 100;  // bytes, of which cCutBody comes
+constexpr std::string_view cNoRegistration =
+    "No registration: that is a GET whose address has a query.\n";
 
-FileDescriptor makeEvent() {
-    FileDescriptor event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (event.Get() < 0) {
-        FailErrno(errno, "serve", "cannot wait for events");
-    }
-    return event;
-}
-
-FileDescriptor makeSocket() {
-    FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (socket.Get() < 0) {
-        FailErrno(errno, "serve", "cannot make a socket");
-    }
-    return socket;
-}
-
-void Signal(const FileDescriptor& event) noexcept {
-    const std::uint64_t one = 1;
-    const int before = errno;
-    // It can only fail when the event is there already.
-    if (write(event.Get(), &one, sizeof one) < 0) {
-        errno = before;
-    }
-}
-
-// Threads that are started meanwhile never run a signal handler.
-class BlockedSignals {
-public:
-    BlockedSignals() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    BlockedSignals(const BlockedSignals&) = delete;
-    BlockedSignals& operator=(const BlockedSignals&) = delete;
-
-private:
-    sigset_t before_;
+struct FreeResponse {
+    void operator()(MHD_Response* response) const { MHD_destroy_response(response); }
 };
+using Response = std::unique_ptr<MHD_Response, FreeResponse>;
+
+// Borrows `body`.
+Response makeResponse(std::string_view body) {
+    return Response(MHD_create_response_from_buffer(body.size(), const_cast<char*>(body.data()),
+                                                    MHD_RESPMEM_PERSISTENT));
+}
+
+MHD_Result queue(MHD_Connection* connection, unsigned status, const Response& response,
+                 const char* header, const std::string& value) {
+    return response && MHD_add_response_header(response.get(), header, value.c_str()) == MHD_YES
+               ? MHD_queue_response(connection, status, response.get())
+               : MHD_NO;
+}
+
+ssize_t readCutBody(void*, std::uint64_t position, char* bytes, std::size_t size) {
+    return position == 0 ? static_cast<ssize_t>(cCutBody.copy(bytes, size))
+                         : MHD_CONTENT_READER_END_WITH_ERROR;
+}
+
+// Has the peer see a reset (RST).
+void resetConnection(int socket) {
+    const sockaddr nobody{};
+    connect(socket, &nobody, sizeof nobody);
+}
+
+std::optional<std::string> findUserAgent(MHD_Connection* connection) {
+    const char* value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, "User-Agent");
+    if (value == nullptr) {
+        return std::nullopt;
+    }
+    const std::string_view text(value);
+    const std::size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
+    return std::string(text.substr(begin, text.find_last_not_of(" \t") + 1 - begin));
+}
 
 }  // namespace
 
 Endpoint::Endpoint(EndpointOptions options)
-    : options_(std::move(options)), wake_(makeEvent()), stop_(makeEvent()),
-      listening_(makeSocket()) {
-    Listen(options_.port);
+    : options_(std::move(options)), stop_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (!stop_) {
+        FailErrno(errno, "serve", "cannot wait for events");
+    }
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(options_.port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const bool isTls = !options_.tls.certificate.empty();
+    const MHD_OptionItem tls[] = {
+        {isTls ? MHD_OPTION_HTTPS_MEM_CERT : MHD_OPTION_END, 0, options_.tls.certificate.data()},
+        {MHD_OPTION_HTTPS_MEM_KEY, 0, options_.tls.key.data()},
+        {MHD_OPTION_END, 0, nullptr}};
+    errno = 0;
+    daemon_.reset(MHD_start_daemon(
+        MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME | (isTls ? MHD_USE_TLS : MHD_NO_FLAG), 0, nullptr,
+        nullptr, OnRequest, this, MHD_OPTION_NOTIFY_CONNECTION, OnConnection, this,
+        MHD_OPTION_URI_LOG_CALLBACK, OnTarget, this, MHD_OPTION_SOCK_ADDR, &address,
+        MHD_OPTION_CONNECTION_LIMIT, cMaxConnections, MHD_OPTION_CONNECTION_MEMORY_LIMIT,
+        4 * cMaxHead, MHD_OPTION_STRICT_FOR_CLIENT, -1, MHD_OPTION_ARRAY, tls, MHD_OPTION_END));
+    if (const int error = errno; !daemon_) {
+        const std::string subject = "port " + std::to_string(options_.port);
+        if (error == EADDRINUSE) {
+            Fail(Exit::Failed, subject, "is in use; give another one, or none for a free one");
+        }
+        FailErrno(error, subject, "cannot be listened on");
+    }
+    address_ = std::string(isTls ? "https" : "http") + "://127.0.0.1:" +
+               std::to_string(MHD_get_daemon_info(daemon_.get(), MHD_DAEMON_INFO_BIND_PORT)->port);
 }
 
 Endpoint::~Endpoint() {
-    EndWorkers();
-}
-
-void Endpoint::Listen(std::uint16_t port) {
-    const std::string subject = "port " + std::to_string(port);
-    // So that a port can be taken again at once, but never twice at a time.
-    const int yes = 1;
-    setsockopt(listening_.Get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    socklen_t size = sizeof address;
-    if (bind(listening_.Get(), generic, size) != 0 || listen(listening_.Get(), 16) != 0) {
-        if (errno == EADDRINUSE) {
-            Fail(Exit::Failed, subject, "is in use; give another one, or none for a free one");
+    for (Peer& peer : peers_) {
+        if (peer.state == Peer::State::Held) {
+            Release(peer, Peer::State::Gone);
         }
-        FailErrno(errno, subject, "cannot be listened on");
     }
-    if (getsockname(listening_.Get(), generic, &size) != 0) {
-        FailErrno(errno, subject, "has no address");
-    }
-    address_ = std::string(options_.tls ? "https" : "http") +
-               "://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+    daemon_.reset();
 }
 
 void Endpoint::Stop() noexcept {
-    Signal(stop_);
+    const int before = errno;
+    // It fails only if the event is there already.
+    static_cast<void>(eventfd_write(stop_.Get(), 1));
+    errno = before;
 }
 
-bool Endpoint::HasStopped() const {
-    pollfd stop = {stop_.Get(), POLLIN, 0};
-    return poll(&stop, 1, 0) > 0;
-}
-
-void Endpoint::Run(const std::function<void(const Registration&)>& print) {
-    while (!HasStopped()) {
-        WaitForEvents();
-        Accept();
-        PrintDeliveries(print);
-        JoinEndedWorkers();
+void Endpoint::Run(std::function<void(const Registration&)> print) {
+    print_ = std::move(print);
+    while (!hasEnded_ && !error_) {
+        Wait();
+        MHD_run(daemon_.get());
     }
-    EndWorkers();
+    if (error_) {
+        std::rethrow_exception(error_);
+    }
 }
 
-void Endpoint::WaitForEvents() {
-    const int listening = workers_.size() < cMaxConnections ? listening_.Get() : -1;
-    std::array<pollfd, 3> polled = {
-        {{stop_.Get(), POLLIN, 0}, {wake_.Get(), POLLIN, 0}, {listening, POLLIN, 0}}};
-    poll(polled.data(), polled.size(), -1);
-    std::uint64_t ignored = 0;
-    // Whatever it says, everything is looked at now.
-    if (read(wake_.Get(), &ignored, sizeof ignored) < 0) {
+// Waits until something happens to a connection, or falls due. The library sees a connection that
+// is shut down here as one that has ended.
+void Endpoint::Wait() {
+    Clock::time_point due = Clock::time_point::max();
+    MHD_UNSIGNED_LONG_LONG pending = 0;
+    if (MHD_get_timeout(daemon_.get(), &pending) == MHD_YES) {
+        due = Clock::now() + std::chrono::milliseconds(std::min(pending, 1000ULL));
+    }
+    std::array<pollfd, cMaxConnections + 2> polled{};
+    for (std::size_t i = 0; i < peers_.size(); ++i) {
+        const bool isHeld = peers_[i].state == Peer::State::Held;
+        polled[i] = {isHeld ? peers_[i].socket : -1, POLLRDHUP, 0};
+        due = std::min(due, peers_[i].due);
+    }
+    pollfd& stop = polled[cMaxConnections];
+    stop = {stop_.Get(), POLLIN, 0};
+    polled[cMaxConnections + 1] = {
+        MHD_get_daemon_info(daemon_.get(), MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd, POLLIN, 0};
+    int limit = -1;
+    if (due != Clock::time_point::max()) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - Clock::now()).count();
+        limit = static_cast<int>(std::clamp<long long>(left, 0, INT_MAX));
+    }
+    poll(polled.data(), polled.size(), limit);
+    hasEnded_ = stop.revents != 0;
+    const Clock::time_point now = Clock::now();
+    for (std::size_t i = 0; i < peers_.size(); ++i) {
+        Peer& peer = peers_[i];
+        if (polled[i].revents != 0) {
+            Release(peer, Peer::State::Gone);
+        } else if (peer.due <= now && peer.state == Peer::State::Held) {
+            Release(peer, Peer::State::Due);
+        } else if (peer.due <= now) {
+            shutdown(peer.socket, SHUT_RDWR);
+            peer.due = Clock::time_point::max();
+        }
+    }
+}
+
+void Endpoint::OnConnection(void* endpoint, MHD_Connection* connection, void** peer,
+                            MHD_ConnectionNotificationCode code) {
+    Endpoint& self = *static_cast<Endpoint*>(endpoint);
+    if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
+        self.hasEnded_ = self.hasEnded_ || *peer == self.last_;
+        *static_cast<Peer*>(*peer) = Peer();
         return;
     }
+    // The library counts the connections too, so one is free.
+    Peer& free = *std::find_if(self.peers_.begin(), self.peers_.end(),
+                               [](const Peer& known) { return known.state == Peer::State::Free; });
+    free.state = Peer::State::Active;
+    free.connection = connection;
+    free.socket =
+        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+    free.due = Clock::now() + cPatience;
+    *peer = &free;
 }
 
-void Endpoint::Accept() {
-    if (workers_.size() >= cMaxConnections) {
-        return;
-    }
-    FileDescriptor socket(
-        accept4(listening_.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-    if (socket.Get() < 0) {
-        return;
-    }
-    const BlockedSignals blocked;
-    Worker& worker = workers_.emplace_back();
+void* Endpoint::OnTarget(void* endpoint, const char* target, MHD_Connection* connection) {
     try {
-        worker.thread = std::thread(
-            [this, &worker, taken = std::make_shared<FileDescriptor>(std::move(socket))] {
-                Work(worker, std::move(*taken));
-            });
-    } catch (const std::system_error&) {
-        workers_.pop_back();
-        Complain("serve: a connection was dropped: no thread could be started for it");
+        Peer& peer = PeerOf(connection);
+        peer.target = target;
+        peer.targetEnd = target + peer.target.size();
+    } catch (const std::bad_alloc&) {
+        static_cast<Endpoint*>(endpoint)->error_ = std::current_exception();
     }
+    return nullptr;
 }
 
-void Endpoint::PrintDeliveries(const std::function<void(const Registration&)>& print) {
-    std::vector<Delivery*> due;
-    {
-        const std::lock_guard guard(lock_);
-        due.swap(deliveries_);
+// Comes for the head of a request, for each piece of its body, which is dropped, and for its end.
+MHD_Result Endpoint::OnRequest(void* endpoint, MHD_Connection* connection, const char* /*path*/,
+                               const char* method, const char* version, const char* /*body*/,
+                               std::size_t* bodySize, void** request) {
+    Endpoint& self = *static_cast<Endpoint*>(endpoint);
+    Peer& peer = PeerOf(connection);
+    if (peer.state == Peer::State::Gone || self.error_) {
+        return MHD_NO;
     }
-    for (Delivery* delivery : due) {
-        if (last_ == nullptr) {
-            print(delivery->registration);
-            last_ = options_.once ? &delivery->worker : nullptr;
+    if (*request == nullptr) {
+        *request = &peer;
+        const auto* head =
+            MHD_get_connection_info(connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
+        if (head->header_size > cMaxHead) {
+            return queue(connection, 431, makeResponse(""), "Connection", "close");
         }
-        const std::lock_guard guard(lock_);
-        delivery->isDone = true;
-        changed_.notify_all();
-    }
-}
-
-void Endpoint::JoinEndedWorkers() {
-    for (auto worker = workers_.begin(); worker != workers_.end();) {
-        {
-            const std::lock_guard guard(lock_);
-            if (!worker->hasEnded) {
-                ++worker;
-                continue;
-            }
+        // The library ends the address at a NUL in it. The version follows it in the same memory.
+        const bool isCut = version > peer.targetEnd + 1 && version < peer.targetEnd + cMaxHead;
+        if (isCut || peer.target.find(' ') != peer.target.npos) {
+            return queue(connection, 400, makeResponse(""), "Connection", "close");
         }
-        if (&*worker == last_) {
-            Stop();
-        }
-        worker->thread.join();
-        worker = workers_.erase(worker);
+        return MHD_YES;
     }
-}
-
-void Endpoint::EndWorkers() {
-    Stop();
-    {
-        const std::lock_guard guard(lock_);
-        isEnding_ = true;
-        changed_.notify_all();
+    if (*bodySize != 0) {
+        *bodySize = 0;
+        return MHD_YES;
     }
-    for (Worker& worker : workers_) {
-        worker.thread.join();
-    }
-    workers_.clear();
-}
-
-void Endpoint::Work(Worker& worker, FileDescriptor socket) {
     try {
-        Connection connection(std::move(socket), stop_.Get(), options_.tls.get());
-        while (ServeRequest(worker, connection)) {
-        }
-        if (options_.fault.kind != Fault::Kind::Reset) {
-            connection.Finish();
-        }
-    } catch (const std::exception& error) {
-        Complain(std::string("serve: a connection was dropped: ") + error.what());
+        return self.Take(peer, method);
+    } catch (...) {
+        self.error_ = std::current_exception();
+        return MHD_NO;
     }
-    const std::lock_guard guard(lock_);
-    worker.hasEnded = true;
-    Signal(wake_);
 }
 
-// Returns true if the connection may have another request.
-bool Endpoint::ServeRequest(Worker& worker, Connection& connection) {
-    switch (connection.ReadHead()) {
-    case Connection::Head::None:
-        return false;
-    case Connection::Head::TooLarge:
-        connection.Write(cTooLarge);
-        return false;
-    case Connection::Head::Complete:
-        break;
+ssize_t Endpoint::ReadSlowBody(void* peer, std::uint64_t position, char* bytes, std::size_t) {
+    Peer& self = *static_cast<Peer*>(peer);
+    if (self.state == Peer::State::Gone) {
+        return MHD_CONTENT_READER_END_WITH_ERROR;
     }
-    const auto registration = FindRegistration(connection.HeadBytes());
-    if (registration && !Deliver(worker, *registration)) {
-        return false;
+    if (self.state == Peer::State::Active) {
+        Hold(self, Clock::now() + 1s);
+        return 0;
     }
-    return Answer(connection, registration.has_value());
+    self.state = Peer::State::Active;
+    return static_cast<ssize_t>(cSlowBody.copy(bytes, 1, position));
 }
 
-// Waits until it is printed; false when the endpoint ends instead.
-bool Endpoint::Deliver(const Worker& worker, const Registration& registration) {
-    Delivery delivery{registration, worker};
-    std::unique_lock guard(lock_);
-    deliveries_.push_back(&delivery);
-    Signal(wake_);
-    changed_.wait(guard, [&] { return delivery.isDone || isEnding_; });
-    return delivery.isDone;
+Endpoint::Peer& Endpoint::PeerOf(MHD_Connection* connection) {
+    return *static_cast<Peer*>(
+        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT)->socket_context);
 }
 
-bool Endpoint::Answer(Connection& connection, bool isRegistration) const {
-    const std::string target(TargetOf(connection.HeadBytes()));
-    HttpAnswer answer;
+void Endpoint::Hold(Peer& peer, Clock::time_point until) {
+    peer.state = Peer::State::Held;
+    peer.due = until;
+    MHD_suspend_connection(peer.connection);
+}
+
+void Endpoint::Release(Peer& peer, Peer::State state) {
+    peer.state = state;
+    peer.due = Clock::now() + cPatience;
+    MHD_resume_connection(peer.connection);
+}
+
+MHD_Result Endpoint::Take(Peer& peer, std::string_view method) {
+    const std::size_t mark = peer.target.find('?');
+    const bool isRegistration = method == "GET" && mark != peer.target.npos;
+    if (isRegistration && last_ == nullptr) {
+        print_({peer.target.substr(0, mark), peer.target.substr(mark + 1),
+                findUserAgent(peer.connection)});
+        last_ = options_.once ? &peer : nullptr;
+    }
+    peer.due = Clock::now() + cPatience;
+    return Answer(peer, isRegistration);
+}
+
+MHD_Result Endpoint::Answer(Peer& peer, bool isRegistration) const {
+    unsigned status = 200;
+    Response response;
     switch (options_.fault.kind) {
     case Fault::Kind::Stall:
-        connection.WaitForPeer();
-        return false;
+        Hold(peer, Clock::time_point::max());
+        return MHD_YES;
     case Fault::Kind::Slow:
-        for (std::size_t at = 0; at < cSlowAnswer.size(); ++at) {
-            if (!connection.Write(cSlowAnswer.substr(at, 1)) || !connection.Pause(1s)) {
-                return false;
-            }
-        }
-        return false;
+        response.reset(
+            MHD_create_response_from_callback(cSlowBody.size(), 1, ReadSlowBody, &peer, nullptr));
+        break;
     case Fault::Kind::Reset:
-        connection.Reset();
-        return false;
+        resetConnection(peer.socket);
+        return MHD_NO;
     case Fault::Kind::Truncate:
-        connection.Write(cCutAnswer);
-        return false;
+        response.reset(MHD_create_response_from_callback(cAnnounced, cAnnounced, readCutBody,
+                                                         nullptr, nullptr));
+        break;
     case Fault::Kind::RedirectLoop:
-        answer.status = 302;
-        // With the host, since "//host" alone would lead elsewhere.
-        answer.location = (target.starts_with("/") ? address_ : "") + target;
-        // One connection may take the whole loop, so that it ends with it.
-        return AnswerRequest(connection, answer, true);
+        // The address has the host, since "//host" alone would lead elsewhere. One connection may
+        // take the whole loop, so that it ends with it.
+        return queue(peer.connection, 302, makeResponse(""), "Location",
+                     (peer.target.starts_with("/") ? address_ : "") + peer.target);
     case Fault::Kind::Status:
-        answer.status = options_.fault.status;
+        status = options_.fault.status;
+        response = makeResponse("");
         break;
     case Fault::Kind::None:
-        answer.status = isRegistration ? 200 : 404;
-        answer.body = isRegistration ? "" : cNoRegistration;
+        status = isRegistration ? 200 : 404;
+        response = makeResponse(isRegistration ? "" : cNoRegistration);
         break;
     }
-    return AnswerRequest(connection, answer, false);
+    return queue(peer.connection, status, response, "Connection", "close");
 }
 
 }  // namespace tvtool

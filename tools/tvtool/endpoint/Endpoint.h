@@ -1,53 +1,57 @@
 // An endpoint on the loopback address that takes registrations, for testing who sends them. It can
-// misbehave on purpose.
+// misbehave on purpose. One thread uses it.
 #pragma once
 
-#include "tvtool/endpoint/Connection.h"
-#include "tvtool/endpoint/HttpAnswer.h"
+#include "posix/Descriptor.h"
 #include "tvtool/endpoint/Registration.h"
 #include "tvtool/endpoint/ServerTls.h"
 
-#include <condition_variable>
+#include <microhttpd.h>
+
+#include <array>
+#include <chrono>
 #include <cstdint>
+#include <exception>
 #include <functional>
-#include <list>
-#include <mutex>
+#include <memory>
 #include <string>
-#include <thread>
-#include <vector>
+#include <string_view>
 
 namespace tvtool {
 
-// What the endpoint does once it has read the head of a request.
+// What the endpoint does once it has read a request.
 struct Fault {
     enum class Kind {
         None,
         Stall,         // never answers
-        Slow,          // answers with a byte a second
+        Slow,          // sends a byte a second after the header of the answer
         Reset,         // resets the connection before the answer
         Truncate,      // ends before the length that the answer announces
         RedirectLoop,  // redirects to the same address
         Status,        // answers with `status`
     };
     Kind kind = Kind::None;
-    int status = 200;
+    unsigned status = 200;
 };
 
 struct EndpointOptions {
     std::uint16_t port = 0;  // 0: any that is free
-    TlsContext tls;          // null: plain HTTP
+    ServerTls tls;           // without a certificate: plain HTTP
     Fault fault;
     // Whether to end after the first registration, when its connection has ended.
     bool once = false;
 };
 
-// Connections have threads of their own, cMaxConnections at a time; more wait in the system's
-// queue.
 class Endpoint {
 public:
-    static constexpr std::size_t cMaxConnections = 16;
+    // More connections wait in the system's queue.
+    static constexpr unsigned cMaxConnections = 16;
+    // A peer that needs longer for a request, or for taking an answer, is dropped.
+    static constexpr std::chrono::seconds cPatience{10};
+    // Bytes of the request line and the header, the empty line included.
+    static constexpr std::size_t cMaxHead = 8 << 10;
 
-    // Listens from here on. ToolError when it cannot.
+    // Listens from here on. Throws ToolError if it cannot.
     explicit Endpoint(EndpointOptions options);
     // Ends all connections.
     ~Endpoint();
@@ -57,51 +61,55 @@ public:
     // "http://127.0.0.1:PORT"
     const std::string& Address() const { return address_; }
 
-    // Serves until Stop, or the first registration. Calls `print` on this thread, before the
-    // registration is answered. What `print` throws ends it.
-    void Run(const std::function<void(const Registration&)>& print);
+    // Serves until Stop, or the first registration. Calls `print` for each registration before it
+    // is answered. What `print` throws ends it.
+    void Run(std::function<void(const Registration&)> print);
 
-    // Ends Run, before or while it runs. For any thread and for signal handlers.
+    // Ends Run, before or while it runs. Any thread and any signal handler may call this.
     void Stop() noexcept;
 
 private:
-    struct Worker {
-        std::thread thread;
-        bool hasEnded = false;  // under lock_
+    using Clock = std::chrono::steady_clock;
+    // A connection. While it is held, the library leaves it alone, and Wait watches it.
+    struct Peer {
+        enum class State { Free, Active, Held, Due, Gone };
+        State state = State::Free;
+        MHD_Connection* connection = nullptr;
+        int socket = -1;
+        Clock::time_point due = Clock::time_point::max();  // ends its patience, or its being held
+        // The address in the request line, as it arrived, and its end in the library's memory.
+        std::string target;
+        const char* targetEnd = nullptr;
     };
-    // A registration that its worker wants printed.
-    struct Delivery {
-        const Registration& registration;
-        const Worker& worker;
-        bool isDone = false;  // under lock_
+    struct StopDaemon {
+        void operator()(MHD_Daemon* daemon) const { MHD_stop_daemon(daemon); }
     };
 
-    void Listen(std::uint16_t port);
-    bool HasStopped() const;
-    void WaitForEvents();
-    void Accept();
-    void PrintDeliveries(const std::function<void(const Registration&)>& print);
-    void JoinEndedWorkers();
-    void EndWorkers();
+    // The library calls these, with the endpoint or a peer as their first argument.
+    static void OnConnection(void* endpoint, MHD_Connection* connection, void** peer,
+                             MHD_ConnectionNotificationCode code);
+    static void* OnTarget(void* endpoint, const char* target, MHD_Connection* connection);
+    static MHD_Result OnRequest(void* endpoint, MHD_Connection* connection, const char* path,
+                                const char* method, const char* version, const char* body,
+                                std::size_t* bodySize, void** request);
+    static ssize_t ReadSlowBody(void* peer, std::uint64_t position, char* bytes, std::size_t size);
 
-    void Work(Worker& worker, FileDescriptor socket);
-    bool ServeRequest(Worker& worker, Connection& connection);
-    bool Deliver(const Worker& worker, const Registration& registration);
-    bool Answer(Connection& connection, bool isRegistration) const;
+    static Peer& PeerOf(MHD_Connection* connection);
+    static void Hold(Peer& peer, Clock::time_point until);
+    static void Release(Peer& peer, Peer::State state);
+    MHD_Result Take(Peer& peer, std::string_view method);
+    MHD_Result Answer(Peer& peer, bool isRegistration) const;
+    void Wait();
 
-    const EndpointOptions options_;
-    const FileDescriptor wake_;  // for Run
-    const FileDescriptor stop_;  // for everybody
-    const FileDescriptor listening_;
+    EndpointOptions options_;
+    const tvposix::Descriptor stop_;
     std::string address_;
-    std::list<Worker> workers_;
-    // Whose registration ends Run.
-    const Worker* last_ = nullptr;
-
-    std::mutex lock_;
-    std::condition_variable changed_;
-    std::vector<Delivery*> deliveries_;  // under lock_, as the next
-    bool isEnding_ = false;
+    std::function<void(const Registration&)> print_;
+    std::exception_ptr error_;  // Run throws it
+    bool hasEnded_ = false;
+    std::array<Peer, cMaxConnections> peers_;
+    const Peer* last_ = nullptr;  // whose registration ends Run
+    std::unique_ptr<MHD_Daemon, StopDaemon> daemon_;
 };
 
 }  // namespace tvtool

@@ -5,35 +5,12 @@
 #include "tvtool/base/Json.h"
 #include "tvtool/base/QueryDecoding.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <ctime>
 
 namespace tvtool {
 
 namespace {
-
-constexpr std::string_view cLineEnd = "\r\n";
-
-std::string_view firstLine(std::string_view head) {
-    return head.substr(0, head.find(cLineEnd));
-}
-
-// Returns the value of a header without the blanks around it.
-std::optional<std::string> findHeader(std::string_view head, std::string_view name) {
-    for (std::size_t at = head.find(cLineEnd); at < head.size(); at = head.find(cLineEnd, at)) {
-        at += cLineEnd.size();
-        const std::string_view line = firstLine(head.substr(at));
-        if (line.size() > name.size() && line[name.size()] == ':' &&
-            strncasecmp(line.data(), name.data(), name.size()) == 0) {
-            std::string_view value = line.substr(name.size() + 1);
-            value.remove_prefix(std::min(value.find_first_not_of(" \t"), value.size()));
-            return std::string(value.substr(0, value.find_last_not_of(" \t") + 1));
-        }
-    }
-    return std::nullopt;
-}
 
 std::string timeOfDay() {
     const std::time_t now = std::time(nullptr);
@@ -69,25 +46,6 @@ Json wireText(const std::string& bytes) {
 }
 
 }  // namespace
-
-std::string_view TargetOf(std::string_view head) {
-    const std::string_view line = firstLine(head);
-    const std::size_t first = line.find(' ');
-    const std::size_t second = line.find(' ', first == line.npos ? first : first + 1);
-    const bool isRequest =
-        second != line.npos && line.substr(second).starts_with(" HTTP/1.") && first > 0;
-    return isRequest ? line.substr(first + 1, second - first - 1) : std::string_view();
-}
-
-std::optional<Registration> FindRegistration(std::string_view head) {
-    const std::string_view target = TargetOf(head);
-    const std::size_t mark = target.find('?');
-    if (!head.starts_with("GET ") || mark == target.npos) {
-        return std::nullopt;
-    }
-    return Registration{std::string(target.substr(0, mark)), std::string(target.substr(mark + 1)),
-                        findHeader(head, "User-Agent")};
-}
 
 std::string DescribeRegistration(const Registration& registration) {
     std::string text = timeOfDay() + "  GET " + Escape(registration.path) + "\n";

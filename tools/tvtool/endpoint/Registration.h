@@ -1,9 +1,8 @@
-// Finds a registration in the head of a request, and shows it as it arrived.
+// Shows a registration as it arrived.
 #pragma once
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace tvtool {
 
@@ -13,11 +12,6 @@ struct Registration {
     std::string query;
     std::optional<std::string> userAgent;
 };
-
-// Returns the address in the request line. It is empty if that line is not valid.
-std::string_view TargetOf(std::string_view head);
-// Returns nullopt unless the request is a GET whose address has a query.
-std::optional<Registration> FindRegistration(std::string_view head);
 
 // Returns a block of lines for people, with the time of day. It holds no control characters.
 std::string DescribeRegistration(const Registration& registration);

@@ -3,35 +3,49 @@
 #include "tvtool/base/Files.h"
 #include "tvtool/base/Tool.h"
 
-#include <openssl/err.h>
+#include <gnutls/gnutls.h>
 
+#include <memory>
 #include <new>
 
 namespace tvtool {
 
-TlsContext LoadServerTls(const std::string& certificate, const std::string& key) {
-    // Throws for a file that is not there, may not be read, or is none.
-    static_cast<void>(ReadInput(certificate));
-    static_cast<void>(ReadInput(key));
-    TlsContext context(SSL_CTX_new(TLS_server_method()));
-    if (!context) {
+namespace {
+
+struct FreeCredentials {
+    void operator()(gnutls_certificate_credentials_t credentials) const {
+        gnutls_certificate_free_credentials(credentials);
+    }
+};
+
+gnutls_datum_t datumOf(std::string& text) {
+    return {reinterpret_cast<unsigned char*>(text.data()), static_cast<unsigned>(text.size())};
+}
+
+}  // namespace
+
+ServerTls LoadServerTls(const std::string& certificate, const std::string& key) {
+    ServerTls tls{ReadInput(certificate), ReadInput(key)};
+    gnutls_certificate_credentials_t made = nullptr;
+    if (gnutls_certificate_allocate_credentials(&made) != 0) {
         throw std::bad_alloc();
     }
-    SSL_CTX_set_mode(context.get(),
-                     SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
-    // Never asks a terminal for a pass phrase.
-    SSL_CTX_set_default_passwd_cb(context.get(), [](char*, int, int, void*) { return 0; });
-    if (SSL_CTX_use_certificate_chain_file(context.get(), certificate.c_str()) != 1) {
+    const std::unique_ptr<gnutls_certificate_credentials_st, FreeCredentials> credentials(made);
+    const gnutls_datum_t first = datumOf(tls.certificate);
+    const gnutls_datum_t second = datumOf(tls.key);
+    // Returns how many certificates the text holds.
+    if (gnutls_certificate_set_x509_trust_mem(made, &first, GNUTLS_X509_FMT_PEM) <= 0) {
         Fail(Exit::Damaged, certificate, "holds no certificate (PEM)");
     }
-    // Loading a key compares it with the certificate too.
-    if (SSL_CTX_use_PrivateKey_file(context.get(), key.c_str(), SSL_FILETYPE_PEM) != 1) {
-        const bool isOther = ERR_GET_REASON(ERR_peek_last_error()) == X509_R_KEY_VALUES_MISMATCH;
+    const int error =
+        gnutls_certificate_set_x509_key_mem(made, &first, &second, GNUTLS_X509_FMT_PEM);
+    if (error < 0) {
         Fail(Exit::Damaged, key,
-             isOther ? "is not the key of " + certificate
-                     : "holds no private key without a pass phrase (PEM)");
+             error == GNUTLS_E_CERTIFICATE_KEY_MISMATCH
+                 ? "is not the key of " + certificate
+                 : "holds no private key without a pass phrase (PEM)");
     }
-    return context;
+    return tls;
 }
 
 }  // namespace tvtool

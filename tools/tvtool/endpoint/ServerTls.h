@@ -1,20 +1,18 @@
 // A certificate and its key, for a server.
 #pragma once
 
-#include <openssl/ssl.h>
-
-#include <memory>
 #include <string>
 
 namespace tvtool {
 
-struct FreeTlsContext {
-    void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
+// Both texts are in PEM form.
+struct ServerTls {
+    std::string certificate;
+    std::string key;
 };
-using TlsContext = std::unique_ptr<SSL_CTX, FreeTlsContext>;
 
-// Both files are PEM; the first may go on with the certificates of its issuers. ToolError for what
-// cannot be read or used.
-TlsContext LoadServerTls(const std::string& certificate, const std::string& key);
+// Reads two PEM files; the first may go on with the certificates of its issuers. Throws ToolError
+// for a file that cannot be read or used.
+ServerTls LoadServerTls(const std::string& certificate, const std::string& key);
 
 }  // namespace tvtool
