@@ -21,13 +21,14 @@ struct ServeOptions {
 struct FaultName {
     std::string_view name;
     Fault::Kind kind;
+    std::string_view meaning;
 };
 constexpr std::array<FaultName, 5> cFaultNames = {{
-    {"stall", Fault::Kind::Stall},
-    {"slow", Fault::Kind::Slow},
-    {"reset", Fault::Kind::Reset},
-    {"truncate", Fault::Kind::Truncate},
-    {"redirect-loop", Fault::Kind::RedirectLoop},
+    {"stall", Fault::Kind::Stall, "never answers"},
+    {"slow", Fault::Kind::Slow, "sends a byte a second after the header of the answer"},
+    {"reset", Fault::Kind::Reset, "resets the connection"},
+    {"truncate", Fault::Kind::Truncate, "ends before the length that the answer announces"},
+    {"redirect-loop", Fault::Kind::RedirectLoop, "redirects to the same address"},
 }};
 constexpr std::string_view cStatus = "status=";
 
@@ -48,8 +49,11 @@ Fault parseFault(const std::string& text) {
             return fault;
         }
     }
-    Fail(Exit::Usage, "--fault " + Quote(text),
-         "is none of stall, slow, reset, truncate, redirect-loop and status=N");
+    std::string names;
+    for (const FaultName& known : cFaultNames) {
+        names += std::string(known.name) + ", ";
+    }
+    Fail(Exit::Usage, "--fault " + Quote(text), "is none of " + names + std::string(cStatus) + "N");
 }
 
 EndpointOptions parseOptions(const ServeOptions& options) {
@@ -125,16 +129,17 @@ void AddServeCommand(CLI::App& app, Session& session) {
         ->type_name("CERT KEY");
     command.add_flag("--json", options.json, "One JSON object a line");
     command.add_flag("--once", options.once, "End after the first registration");
-    CLI::Option* fault = AddText(command, "--fault", options.fault,
-                                 "Once the request is read: stall (never answer), slow (a byte a\n"
-                                 "second), reset (the connection), truncate (the answer),\n"
-                                 "redirect-loop, or status=N")
-                             ->type_name("FAULT");
     std::string words(cStatus);
+    std::string meanings;
     for (const FaultName& known : cFaultNames) {
         words += " " + std::string(known.name);
+        meanings += "\n" + std::string(known.name) + ": " + std::string(known.meaning);
     }
-    OfferWords(*fault, words);
+    OfferWords(*AddText(command, "--fault", options.fault,
+                        "What to do once a request is read:" + meanings + "\n" +
+                            std::string(cStatus) + "N: answers with this status")
+                    ->type_name("FAULT"),
+               words);
 }
 
 }  // namespace tvtool
