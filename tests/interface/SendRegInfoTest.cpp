@@ -64,7 +64,7 @@ TEST_F(SendRegInfo, ConsentAndFlagDecideWhetherARequestIsMade) {
     std::promise<std::string> arrived;
     LoopbackServer server([&](Connection& peer) {
         arrived.set_value(peer.ReadRequest());
-        peer.Answer("HTTP/1.1 200 OK\r\nConnection: close\r\n", "");
+        peer.Answer("200 OK\r\nConnection: close", "");
     });
     SetRegistryAddress(server.Url("/v/prod_reg"));
     EXPECT_EQ(Save(0, 1) + Save(1, 0) + Save(1, 2), 0);
