@@ -25,7 +25,7 @@ struct FaultName {
 };
 constexpr std::array<FaultName, 5> cFaultNames = {{
     {"stall", Fault::Kind::Stall, "never answers"},
-    {"slow", Fault::Kind::Slow, "sends a byte a second after the header of the answer"},
+    {"slow", Fault::Kind::Slow, "answers with a byte a second"},
     {"reset", Fault::Kind::Reset, "resets the connection"},
     {"truncate", Fault::Kind::Truncate, "ends before the length that the answer announces"},
     {"redirect-loop", Fault::Kind::RedirectLoop, "redirects to the same address"},

@@ -3,6 +3,7 @@
 #include "tvtool/base/Tool.h"
 
 #include <arpa/inet.h>
+#include <gnutls/gnutls.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -21,8 +22,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::string_view cSlowBody =
-    "This answer takes a minute, since a byte of it comes a second.\n";
+constexpr std::string_view cSlowAnswer =
+    "HTTP/1.1 200 OK\r\nContent-Length: 2\r\nConnection: close\r\n\r\nok";
 constexpr std::string_view cCutBody = "cut off";
 constexpr std::size_t cAnnounced = 100;  // bytes, of which cCutBody comes
 constexpr std::string_view cNoRegistration =
@@ -104,7 +105,7 @@ Endpoint::Endpoint(EndpointOptions options)
 Endpoint::~Endpoint() {
     for (Peer& peer : peers_) {
         if (peer.state == Peer::State::Held) {
-            Release(peer, Peer::State::Gone);
+            Release(peer);
         }
     }
     daemon_.reset();
@@ -157,9 +158,9 @@ void Endpoint::Wait() {
     for (std::size_t i = 0; i < peers_.size(); ++i) {
         Peer& peer = peers_[i];
         if (polled[i].revents != 0) {
-            Release(peer, Peer::State::Gone);
+            Release(peer);
         } else if (peer.due <= now && peer.state == Peer::State::Held) {
-            Release(peer, Peer::State::Due);
+            SendSlowByte(peer);
         } else if (peer.due <= now) {
             shutdown(peer.socket, SHUT_RDWR);
             peer.due = Clock::time_point::max();
@@ -232,19 +233,6 @@ MHD_Result Endpoint::OnRequest(void* endpoint, MHD_Connection* connection, const
     }
 }
 
-ssize_t Endpoint::ReadSlowBody(void* peer, std::uint64_t position, char* bytes, std::size_t) {
-    Peer& self = *static_cast<Peer*>(peer);
-    if (self.state == Peer::State::Gone) {
-        return MHD_CONTENT_READER_END_WITH_ERROR;
-    }
-    if (self.state == Peer::State::Active) {
-        Hold(self, Clock::now() + 1s);
-        return 0;
-    }
-    self.state = Peer::State::Active;
-    return static_cast<ssize_t>(cSlowBody.copy(bytes, 1, position));
-}
-
 Endpoint::Peer& Endpoint::PeerOf(MHD_Connection* connection) {
     return *static_cast<Peer*>(
         MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT)->socket_context);
@@ -256,10 +244,24 @@ void Endpoint::Hold(Peer& peer, Clock::time_point until) {
     MHD_suspend_connection(peer.connection);
 }
 
-void Endpoint::Release(Peer& peer, Peer::State state) {
-    peer.state = state;
+void Endpoint::Release(Peer& peer) {
+    peer.state = Peer::State::Gone;
     peer.due = Clock::now() + cPatience;
     MHD_resume_connection(peer.connection);
+}
+
+// The library would send the header as a whole.
+void Endpoint::SendSlowByte(Peer& peer) {
+    const char* byte = &cSlowAnswer[peer.sent++];
+    const auto* tls = MHD_get_connection_info(peer.connection, MHD_CONNECTION_INFO_GNUTLS_SESSION);
+    const ssize_t count =
+        tls != nullptr
+            ? gnutls_record_send(static_cast<gnutls_session_t>(tls->tls_session), byte, 1)
+            : send(peer.socket, byte, 1, MSG_NOSIGNAL);
+    peer.due = Clock::now() + 1s;
+    if (count != 1 || peer.sent == cSlowAnswer.size()) {
+        Release(peer);
+    }
 }
 
 MHD_Result Endpoint::Take(Peer& peer, std::string_view method) {
@@ -282,9 +284,8 @@ MHD_Result Endpoint::Answer(Peer& peer, bool isRegistration) const {
         Hold(peer, Clock::time_point::max());
         return MHD_YES;
     case Fault::Kind::Slow:
-        response.reset(
-            MHD_create_response_from_callback(cSlowBody.size(), 1, ReadSlowBody, &peer, nullptr));
-        break;
+        Hold(peer, Clock::now());
+        return MHD_YES;
     case Fault::Kind::Reset:
         resetConnection(peer.socket);
         return MHD_NO;

@@ -24,7 +24,7 @@ struct Fault {
     enum class Kind {
         None,
         Stall,         // never answers
-        Slow,          // sends a byte a second after the header of the answer
+        Slow,          // answers with a byte a second
         Reset,         // resets the connection before the answer
         Truncate,      // ends before the length that the answer announces
         RedirectLoop,  // redirects to the same address
@@ -72,31 +72,33 @@ private:
     using Clock = std::chrono::steady_clock;
     // A connection. While it is held, the library leaves it alone, and Wait watches it.
     struct Peer {
-        enum class State { Free, Active, Held, Due, Gone };
+        enum class State { Free, Active, Held, Gone };
         State state = State::Free;
         MHD_Connection* connection = nullptr;
         int socket = -1;
-        Clock::time_point due = Clock::time_point::max();  // ends its patience, or its being held
+        Clock::time_point due = Clock::time_point::max();  // for its request, or its next byte
         // The address in the request line, as it arrived, and its end in the library's memory.
         std::string target;
         const char* targetEnd = nullptr;
+        std::size_t sent = 0;  // bytes of a slow answer
     };
     struct StopDaemon {
         void operator()(MHD_Daemon* daemon) const { MHD_stop_daemon(daemon); }
     };
 
-    // The library calls these, with the endpoint or a peer as their first argument.
+    // The library calls these, with the endpoint as their first argument.
     static void OnConnection(void* endpoint, MHD_Connection* connection, void** peer,
                              MHD_ConnectionNotificationCode code);
     static void* OnTarget(void* endpoint, const char* target, MHD_Connection* connection);
     static MHD_Result OnRequest(void* endpoint, MHD_Connection* connection, const char* path,
                                 const char* method, const char* version, const char* body,
                                 std::size_t* bodySize, void** request);
-    static ssize_t ReadSlowBody(void* peer, std::uint64_t position, char* bytes, std::size_t size);
 
     static Peer& PeerOf(MHD_Connection* connection);
     static void Hold(Peer& peer, Clock::time_point until);
-    static void Release(Peer& peer, Peer::State state);
+    // Lets the library close a held connection.
+    static void Release(Peer& peer);
+    static void SendSlowByte(Peer& peer);
     MHD_Result Take(Peer& peer, std::string_view method);
     MHD_Result Answer(Peer& peer, bool isRegistration) const;
     void Wait();
