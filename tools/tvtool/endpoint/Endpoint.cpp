@@ -55,7 +55,7 @@ ssize_t readCutBody(void*, std::uint64_t position, char* bytes, std::size_t size
 // Has the peer see a reset (RST).
 void resetConnection(int socket) {
     const sockaddr nobody{};
-    connect(socket, &nobody, sizeof nobody);
+    static_cast<void>(connect(socket, &nobody, sizeof nobody));
 }
 
 std::optional<std::string> findUserAgent(MHD_Connection* connection) {
