@@ -4,7 +4,6 @@
 #include "streams/ScratchBuffer.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstring>
 #include <numeric>
 #include <utility>
@@ -17,14 +16,8 @@ std::uint32_t sum(const unsigned char* bytes, std::size_t count) {
     return std::accumulate(bytes, bytes + count, std::uint32_t{0});
 }
 
-// Appends `count` bytes, NULs included. Doubles the capacity, because the length of the text is not
-// known yet. There must be room for one more byte behind the bytes.
+// Appends `count` bytes, NULs included. There must be room for one more byte behind the bytes.
 void appendBytes(CString& out, char* bytes, int count) {
-    const int length = out.Length();
-    if (count >= out.Capacity() - length && out.Capacity() <= INT_MAX / 2 &&
-        length <= INT_MAX / 2) {
-        out.Alloc(std::max(length + count + 1, 2 * out.Capacity()));
-    }
     bytes[count] = '\0';
     for (const char *from = bytes, *end = bytes + count; from < end;) {
         if (*from == '\0') {
@@ -201,15 +194,15 @@ bool CStream::ReadToDelim(CString& out, int delimiter, int maxLength, int* count
 
 CStream::Step CStream::ReadOne(DelimRead& read) {
     int eof = 0;
-    char c[2] = {ReadChar(eof)};
+    const char c = ReadChar(eof);
     // Deliberate: stands before the test for the end, because with delimiter 0 the end is one too.
-    if (read.Matches(c[0])) {
+    if (read.Matches(c)) {
         return Step::Found;
     }
     if (eof == -1) {
         return Step::Ended;
     }
-    appendBytes(read.out, c, 1);
+    read.out.Append(c, 1);
     ++read.count;
     return read.IsFull() ? Step::Found : Step::More;
 }

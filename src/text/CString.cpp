@@ -6,6 +6,7 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <algorithm>
+#include <bit>
 #include <climits>
 #include <cstring>
 #include <functional>
@@ -51,6 +52,12 @@ void TBaseString<T>::Swap(TBaseString& other) {
 }
 
 template <class T>
+std::size_t TBaseString<T>::RoomFor(int capacity) {
+    const std::size_t step = std::bit_ceil(bytes(capacity)) / 4;
+    return (bytes(capacity) + step - 1) / step * step;
+}
+
+template <class T>
 void TBaseString<T>::Alloc(int n) {
     if (capacity_ >= n) {
         return;
@@ -58,8 +65,12 @@ void TBaseString<T>::Alloc(int n) {
     if (n > cLargest) {
         throw std::bad_alloc();
     }
-    capacity_ = (n - 1) / cStep * cStep + cStep;
-    T* grown = new T[bytes(capacity_)];
+    const int former = std::exchange(capacity_, (n - 1) / cStep * cStep + cStep);
+    const std::size_t room = RoomFor(capacity_);
+    if (former != 0 && RoomFor(former) == room) {
+        return;
+    }
+    T* grown = new T[room];
     std::memcpy(grown, buffer_, bytes(length_) + 1);
     if (buffer_ != SharedEmpty()) {
         delete[] buffer_;

@@ -1,6 +1,7 @@
 // The 8-bit string of the class library: growable, NUL-terminated, owned by value. One thread at a
 // time may use a string. A string that was never written to owns nothing: it points at one shared
-// empty buffer. The capacity grows in steps of 100 bytes and never shrinks.
+// empty buffer. The capacity grows in steps of 100 bytes and never shrinks. The memory behind it
+// grows in larger steps, so that a text which is built by small appends is copied a few times only.
 #pragma once
 
 #include "text/URI.h"
@@ -54,6 +55,9 @@ public:
 
     // Makes room for at least n bytes, the NUL included.
     void Alloc(int n);
+    // Returns how many bytes of memory stand behind a capacity (100 or more): up to half as many
+    // more.
+    static std::size_t RoomFor(int capacity);
     // Returns the writable buffer of at least n bytes. The caller leaves a NUL-terminated text of
     // at most n - 1 characters in it and calls Unlock.
     T* Lock(int n);
