@@ -2,9 +2,12 @@
 
 #include "text/Ch.h"
 #include "vars/GlobalVars.h"
+#include "vars/Substitution.h"
 
 #include <climits>
 #include <cstring>
+#include <new>
+#include <string>
 
 namespace Tova {
 
@@ -34,18 +37,27 @@ int CFormat::Apply(const CVarList& vars) {
 }
 
 bool CFormat::Item(const char* name, const void* data, FmtFunc format) {
-    if (format == nullptr) {
+    if (format == nullptr || name == nullptr) {
         return false;
     }
     bool filled = false;
     char spec[cMaxSpecLength + 1];
-    for (int pos = GetNextVar(0, name, spec); pos >= 0; pos = GetNextVar(pos, name, spec)) {
+    std::string done;
+    RestOfText rest({CStr(), static_cast<std::size_t>(Length())});
+    std::size_t end = 0;
+    while (const char* found = FindVar(rest.Text(), name, spec, end)) {
+        done.append(rest.Text(), found);
+        rest.Drop(end);
         CString out;
         if (format(spec, data, out)) {
-            Insert(out.CStr(), pos);
+            rest.Prepend(out.CStr(), static_cast<std::size_t>(out.Length()));
             filled = true;
         }
+        if (done.size() + rest.Length() >= INT_MAX) {
+            throw std::bad_alloc();
+        }
     }
+    Assign(*this, done.append(rest.Text(), rest.Length()));
     return filled;
 }
 
@@ -53,25 +65,28 @@ int CFormat::GetNextVar(int start, const char* name, char* spec) {
     if (start < 0 || start > Length() || name == nullptr || spec == nullptr) {
         return -1;
     }
-    int end = 0;
-    const int found = FindVar(Lock(0), start, name, spec, end);
+    std::size_t end = 0;
+    const char* found = FindVar(Lock(0) + start, name, spec, end);
     Unlock();
-    if (found >= 0) {
-        Delete(found, end - found);
+    if (found == nullptr) {
+        return -1;
     }
-    return found;
+    const int position = static_cast<int>(found - CStr());
+    Delete(position, start + static_cast<int>(end) - position);
+    return position;
 }
 
-// Returns the position of the placeholder's opening delimiter in `text`, and sets `end` behind the
-// closing one. Returns -1 if there is none.
-int CFormat::FindVar(const char* text, int start, const char* name, char* spec, int& end) const {
+// Returns the opening delimiter of the first placeholder in `text`, and sets `end` to the index
+// behind the closing one. Returns null if there is none.
+const char* CFormat::FindVar(const char* text, const char* name, char* spec,
+                             std::size_t& end) const {
     const char open = delimiters_[0];
     const char close = delimiters_[1];
     if (close == '\0') {
-        return -1;
+        return nullptr;
     }
     const std::size_t nameLength = std::strlen(name);
-    const char* opening = std::strchr(text + start, open);
+    const char* opening = std::strchr(text, open);
     while (opening != nullptr) {
         const char* cursor = opening + 1;
         if (std::strncmp(cursor, name, nameLength) != 0) {
@@ -94,12 +109,12 @@ int CFormat::FindVar(const char* text, int start, const char* name, char* spec, 
             spec[length] = '\0';
         }
         if (*cursor == close) {
-            end = static_cast<int>(cursor + 1 - text);
-            return static_cast<int>(opening - text);
+            end = static_cast<std::size_t>(cursor + 1 - text);
+            return opening;
         }
         opening = std::strchr(cursor, open);
     }
-    return -1;
+    return nullptr;
 }
 
 bool CFormat::DecodeFormatSpec(char* spec, FmtSpec& out) {

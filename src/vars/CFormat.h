@@ -55,7 +55,7 @@ public:
     static bool FmtString(char* spec, const void* data, CString& out);
 
 private:
-    int FindVar(const char* text, int start, const char* name, char* spec, int& end) const;
+    const char* FindVar(const char* text, const char* name, char* spec, std::size_t& end) const;
 
     char delimiters_[3] = "<>";
 };

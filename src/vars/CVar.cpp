@@ -19,31 +19,6 @@ std::unique_ptr<char[]> copyOf(const char* text) {
     return copy;
 }
 
-// The part of a text that is still to be searched. Dropping text from its front and putting text in
-// front of it cost only what is moved. So many replacements in a long text do not move its end.
-class RestOfText {
-public:
-    explicit RestOfText(const CString& text)
-        : buffer_(text.CStr(), static_cast<std::size_t>(text.Length())) {}
-
-    const char* Text() const { return buffer_.c_str() + begin_; }
-    std::size_t Length() const { return buffer_.size() - begin_; }
-    void Drop(std::size_t count) { begin_ += count; }
-    void Prepend(const char* text, std::size_t length) {
-        if (length > begin_) {
-            const std::size_t room = buffer_.size() + length;
-            buffer_.insert(0, room, '\0');
-            begin_ += room;
-        }
-        begin_ -= length;
-        buffer_.replace(begin_, length, text, length);
-    }
-
-private:
-    std::string buffer_;
-    std::size_t begin_ = 0;
-};
-
 }  // namespace
 
 CVar::CVar(const char* name, const char* value)
@@ -64,7 +39,7 @@ int CVar::Apply(CString& text, const char* delimiters) const {
     }
     const std::size_t valueLength = std::strlen(Value());
     std::string done;
-    RestOfText rest(text);
+    RestOfText rest({text.CStr(), static_cast<std::size_t>(text.Length())});
     unsigned count = 0;
     while (const char* found = std::strstr(rest.Text(), Name())) {
         const auto skipped = static_cast<std::size_t>(found - rest.Text());

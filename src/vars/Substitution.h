@@ -36,6 +36,30 @@ void Assign(CString& text, std::string_view bytes);
 // Makes a platform string from text in the system encoding. Returns null if the text is not valid.
 CFRef<CFStringRef> MakeCFString(const char* text);
 
+// The part of a text that is still to be searched. Dropping text from its front and putting text in
+// front of it cost only what is moved. So many replacements in a long text do not move its end.
+class RestOfText {
+public:
+    explicit RestOfText(std::string_view text) : buffer_(text) {}
+
+    const char* Text() const { return buffer_.c_str() + begin_; }
+    std::size_t Length() const { return buffer_.size() - begin_; }
+    void Drop(std::size_t count) { begin_ += count; }
+    void Prepend(const char* text, std::size_t length) {
+        if (length > begin_) {
+            const std::size_t room = buffer_.size() + length;
+            buffer_.insert(0, room, '\0');
+            begin_ += room;
+        }
+        begin_ -= length;
+        buffer_.replace(begin_, length, text, length);
+    }
+
+private:
+    std::string buffer_;
+    std::size_t begin_ = 0;
+};
+
 // The observer that does nothing and costs nothing. Every observer has these members. It can learn
 // where each character of the result comes from, and it can end a substitution by an exception.
 struct NoObserver {
@@ -64,8 +88,9 @@ struct NoObserver {
 // Replaces every placeholder in `text`, and those that arise from the values, in one scan from left
 // to right, and appends the result to `out`, which is empty. `find` returns the variable of a name
 // or null; the variable's ValueView() stays valid. Returns the number of replacements. Returns
-// nullopt, with `out` of no use, if more than `maxDepth` values are open inside each other: some
-// circles do that. Throws std::bad_alloc if int cannot hold the length of the result.
+// nullopt, with `out` of no use, if more than `maxDepth` values are open, each made by the one
+// before it alone: only circles do that. Throws std::bad_alloc if int cannot hold the length of the
+// result.
 //
 // The scan is allowed only if the delimiters differ and no name holds one of them. Then the result
 // and the count are those of repeated passes over all variables.
@@ -82,6 +107,13 @@ std::optional<unsigned> SubstituteInOneScan(std::basic_string_view<C> text, C op
         [[no_unique_address]] typename Observer::Source source;
     };
     std::vector<Input> outer;  // the rests of what values were inserted into
+    // The open values that used no delimiter in front of the value before: the length of the result
+    // where each began, and the size of `outer` while it is read.
+    struct Open {
+        std::size_t begin;
+        std::size_t depth;
+    };
+    std::vector<Open> chain;
     Input input{text, {}};
     unsigned count = 0;
     for (;;) {
@@ -111,12 +143,17 @@ std::optional<unsigned> SubstituteInOneScan(std::basic_string_view<C> text, C op
         if (var == nullptr) {
             continue;
         }
+        while (!chain.empty() &&
+               (chain.back().depth > outer.size() || chain.back().begin >= start)) {
+            chain.pop_back();
+        }
+        if (chain.size() == maxDepth) {
+            return std::nullopt;
+        }
         if (!input.rest.empty()) {
-            if (outer.size() == maxDepth) {
-                return std::nullopt;
-            }
             outer.push_back(input);
         }
+        chain.push_back({start - 1, outer.size()});
         input = {var->ValueView(), observer.Replace(*var, start - 1)};
         out.resize(start - 1);
         ++count;
