@@ -16,23 +16,26 @@ namespace Tova {
 namespace {
 
 // Does fopen for the modes of a stream, with close-on-exec from the start, because another thread
-// may be forking. Returns null and sets errno on failure.
+// may be forking. Empties the file last, so a failure leaves its contents. Returns null and sets
+// errno on failure.
 std::FILE* openFile(const char* path, const char* mode) {
     int how = std::strchr(mode, '+') != nullptr ? O_RDWR : mode[0] == 'r' ? O_RDONLY : O_WRONLY;
     if (mode[0] == 'w') {
-        how |= O_CREAT | O_TRUNC;
+        how |= O_CREAT;
     }
     const int descriptor = open(path, how | O_CLOEXEC, 0666);
     if (descriptor < 0) {
         return nullptr;
     }
     std::FILE* file = fdopen(descriptor, mode);
-    if (file == nullptr) {
-        const int error = errno;
-        close(descriptor);
-        errno = error;
+    // A device and a FIFO have nothing to empty, and the system says EINVAL.
+    if (file != nullptr && (mode[0] != 'w' || ftruncate(descriptor, 0) == 0 || errno == EINVAL)) {
+        return file;
     }
-    return file;
+    const int error = errno;
+    file != nullptr ? std::fclose(file) : close(descriptor);
+    errno = error;
+    return nullptr;
 }
 
 RStatus openError(int error) {

@@ -4,15 +4,30 @@
 #include "tests/fs/FSTesting.h"
 #include "tests/support/TempHome.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <tuple>
 
 using namespace Tova;
+
+namespace {
+
+// The error with which fdopen fails; 0 lets it do its work.
+int sStreamError = 0;
+
+}  // namespace
+
+extern "C" std::FILE* fdopen(int file, const char* mode) noexcept {
+    errno = sStreamError;
+    static const auto real = reinterpret_cast<decltype(&fdopen)>(dlsym(RTLD_NEXT, "fdopen"));
+    return sStreamError == 0 ? real(file, mode) : nullptr;
+}
 
 namespace {
 
@@ -82,6 +97,16 @@ TEST_F(CFileStreamTest, PathsThatCannotBeOpened) {
         {dir_.Path(), cAlways, Failure}};
     for (const auto& [path, flags, expected] : cases) {
         EXPECT_EQ(TestStream().OpenText(path, flags), expected) << path << std::hex << flags;
+    }
+}
+
+TEST_F(CFileStreamTest, AFileThatGetsNoStreamKeepsItsContents) {
+    dir_.Write("f", "old");
+    for (const auto& [error, status] : {std::pair(EACCES, ErrAccessDenied), {ENOMEM, Failure}}) {
+        sStreamError = error;
+        EXPECT_EQ(stream_.OpenText(path_, cAlways), status) << error;
+        sStreamError = 0;
+        EXPECT_EQ(tvtest::ReadFile(path_), "old");
     }
 }
 
