@@ -42,30 +42,28 @@ void doAppSetVariables() {
     if (Tova::GlobalVars.GetValue(Tova::cBuiltInVariables[0].name) != nullptr) {
         return;
     }
-    Tova::SetBuiltInVariables();
+    // The first name is the mark that the list is filled, so the list is filled aside.
+    Tova::CVarList filled;
+    filled += Tova::GlobalVars;
+    Tova::SetBuiltInVariables(filled);
     Tova::CString path;
     if (findOwnFolder(path)) {
         path.Append(cConfigSuffix);
-        static_cast<void>(Tova::MergeConfiguration(path.CStr()));
+        Tova::CFSPath file;
+        Tova::CVarList vars;
+        if (file.FromUnixPath(path.CStr()) >= 0 && vars.ReadFromEncryptedFile(file) >= 0) {
+            filled += vars;
+        }
     }
+    Tova::GlobalVars.Swap(filled);
 }
 
 namespace Tova {
 
-void SetBuiltInVariables() {
+void SetBuiltInVariables(CVarList& list) {
     for (const BuiltInVariable& var : cBuiltInVariables) {
-        GlobalVars.SetValue(var.name, var.value, var.fixed);
+        list.SetValue(var.name, var.value, var.fixed);
     }
-}
-
-bool MergeConfiguration(const char* path) {
-    CFSPath file;
-    CVarList vars;
-    if (file.FromUnixPath(path) < 0 || vars.ReadFromEncryptedFile(file) < 0) {
-        return false;
-    }
-    GlobalVars += vars;
-    return true;
 }
 
 bool AppGetVariable(const char* name, CString& value) {

@@ -3,10 +3,12 @@
 #pragma once
 
 #include "text/CString.h"
+#include "vars/CVarList.h"
 
 // Sets the built-in variables, then merges the configuration file "Resources/CXMnwc" beside the
 // file that holds this code. Does this once per process: a process in which "MajVersion" is set
-// counts as done. If that file is missing or damaged, the built-in values stay, silently.
+// counts as done. If that file is missing or damaged, the built-in values stay, silently. Throws
+// std::bad_alloc if memory runs out; GlobalVars is then as before, so the next call tries again.
 void doAppSetVariables();
 
 namespace Tova {
@@ -25,11 +27,8 @@ constexpr BuiltInVariable cBuiltInVariables[] = {
     {"ShortAppKey", "CX", false},
 };
 
-// The two steps of doAppSetVariables, for a program that has its resources elsewhere.
-void SetBuiltInVariables();
-// Merges a configuration file (a POSIX path) into GlobalVars. Returns false, with nothing merged,
-// if the file cannot be read or is damaged.
-bool MergeConfiguration(const char* path);
+// Sets the built-in variables in `list`.
+void SetBuiltInVariables(CVarList& list);
 
 // Puts the value of an application variable into `value`, with the application variables
 // substituted into it. Returns false, with `value` empty, if there is no such variable.

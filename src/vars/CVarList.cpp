@@ -103,6 +103,14 @@ void CVarList::Empty() {
     }
 }
 
+void CVarList::Swap(CVarList& other) noexcept {
+    std::swap(head_, other.head_);
+    std::swap(tail_, other.tail_);
+    std::swap(count_, other.count_);
+    std::swap(nameBytes_, other.nameBytes_);
+    std::swap(index_, other.index_);
+}
+
 CVarList& CVarList::operator+=(const CVarList& other) {
     for (const CVar* var = other.head_; var != nullptr; var = var->Next()) {
         SetValue(var->Name(), var->Value(), var->IsFixed());

@@ -49,6 +49,8 @@ public:
 
     // Destroys every variable.
     void Empty();
+    // Exchanges the variables of the two lists.
+    void Swap(CVarList& other) noexcept;
     // Sets every variable of `other` (which may be this list), in its order, with its fixed mark.
     CVarList& operator+=(const CVarList& other);
 

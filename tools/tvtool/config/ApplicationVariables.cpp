@@ -32,7 +32,7 @@ std::string FindOwnConfiguration() {
 }
 
 void SetApplicationVariables() {
-    Tova::SetBuiltInVariables();
+    Tova::SetBuiltInVariables(Tova::GlobalVars);
     const std::string path = FindOwnConfiguration();
     if (path.empty()) {
         return;
