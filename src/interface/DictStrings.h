@@ -7,8 +7,9 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 // Copies the text under `key` into `buffer` of `bufferSize` bytes. The result is empty, and never
-// cut, if there is no text, the value is no string, the encoding cannot hold it, or it does not fit
-// together with its NUL. Does nothing if `buffer` is null or `bufferSize` is not positive.
+// cut, if there is no text, the value is no string, the encoding cannot hold it, it holds U+0000,
+// or it does not fit together with its NUL. Does nothing if `buffer` is null or `bufferSize` is not
+// positive.
 void getStringFromDict(CFDictionaryRef dict, CFStringRef key, char* buffer, int bufferSize);
 
 // Stores `text` under `key` and replaces the value there. Does nothing if `text` is not valid in

@@ -104,8 +104,8 @@ public:
     void ToUpper();
 
     // Replaces the contents by `s` in `encoding`; kCFStringEncodingInvalidId means the system
-    // encoding. Returns false and leaves the contents unchanged if `s` is null or the encoding
-    // cannot hold it.
+    // encoding. Returns false and leaves the contents unchanged if `s` is null, the encoding
+    // cannot hold it, or it holds U+0000.
     bool CopyFromCFString(const __CFString* s, unsigned int encoding);
     // Returns a new platform string, which the caller releases. Returns null if the bytes are not
     // valid in `encoding`, which is as above.

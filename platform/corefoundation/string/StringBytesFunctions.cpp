@@ -120,7 +120,8 @@ const char* CFStringGetCStringPtr(CFStringRef, CFStringEncoding) {
 Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
                            CFStringEncoding encoding) {
     const auto text = TextOf(string);
-    if (!text || buffer == nullptr || bufferSize <= 0 || !holdsCStrings(encoding)) {
+    if (!text || buffer == nullptr || bufferSize <= 0 || !holdsCStrings(encoding) ||
+        text->find(u'\0') != text->npos) {
         return false;
     }
     const auto room = static_cast<size_t>(bufferSize - 1);

@@ -79,7 +79,7 @@ CF_EXPORT void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar*
 // Returns null always, since a string keeps no bytes. CFStringGetCString serves every string.
 CF_EXPORT const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding);
 // Writes the text and a zero byte. Returns false, and leaves the buffer as it is, if that takes
-// more than `bufferSize` bytes or the text cannot be encoded.
+// more than `bufferSize` bytes, the text cannot be encoded, or it holds U+0000.
 CF_EXPORT Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
                                      CFStringEncoding encoding);
 // Encodes as many characters of `range` as fit into `maxBufLen` bytes and can be encoded. Returns

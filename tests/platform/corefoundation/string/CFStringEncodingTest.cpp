@@ -82,6 +82,11 @@ TEST(CFStringEncoding, ConvertsBothWays) {
     const UInt16 unit = 0x20AC;
     EXPECT_EQ(Text(Decode({reinterpret_cast<const char*>(&unit), 2}, kCFStringEncodingUTF16)),
               u"€");
+    for (const auto encoding : {kCFStringEncodingUTF8, kCFStringEncodingISOLatin1}) {
+        char buffer[9] = "before";
+        EXPECT_FALSE(CFStringGetCString(Str(u"Ann\0Bob"sv), buffer, 9, encoding));
+        EXPECT_STREQ(buffer, "before") << "no C string holds U+0000";
+    }
 }
 
 TEST(CFStringEncoding, RefusesBytesThatAreNotValid) {
