@@ -28,19 +28,22 @@ void getStringFromDict(CFDictionaryRef dict, CFStringRef key, char* buffer, int 
     }
 }
 
-void setStringInDict(CFMutableDictionaryRef dict, CFStringRef key, const char* text) {
+bool setStringInDict(CFMutableDictionaryRef dict, CFStringRef key, const char* text) {
     if (dict == nullptr || key == nullptr) {
-        return;
+        return false;
     }
     if (text == nullptr) {
         CFDictionaryAddValue(dict, key, CFSTR(""));
-        return;
+        return CFDictionaryContainsKey(dict, key) != 0;
     }
     const Tova::CFRef<CFStringRef> value(
         CFStringCreateWithCString(kCFAllocatorDefault, text, CFStringGetSystemEncoding()));
-    if (value) {
-        CFDictionarySetValue(dict, key, value.Get());
+    if (!value) {
+        return true;
     }
+    CFDictionarySetValue(dict, key, value.Get());
+    const CFStringRef stored = findString(dict, key);
+    return stored != nullptr && CFEqual(stored, value.Get()) != 0;
 }
 
 namespace Tova {
@@ -61,11 +64,11 @@ CFStringRef DetailsKey::Send() {
     return CFSTR("SDKey");
 }
 
-void SetDictFromRegInfo(CFMutableDictionaryRef details, const CRegInfo& record) {
-    setStringInDict(details, DetailsKey::FirstName(), record.FirstName().CStr());
-    setStringInDict(details, DetailsKey::LastName(), record.LastName().CStr());
-    setStringInDict(details, DetailsKey::Organisation(), record.Organisation().CStr());
-    setStringInDict(details, DetailsKey::Email(), record.Email().CStr());
+bool SetDictFromRegInfo(CFMutableDictionaryRef details, const CRegInfo& record) {
+    return setStringInDict(details, DetailsKey::FirstName(), record.FirstName().CStr()) &&
+           setStringInDict(details, DetailsKey::LastName(), record.LastName().CStr()) &&
+           setStringInDict(details, DetailsKey::Organisation(), record.Organisation().CStr()) &&
+           setStringInDict(details, DetailsKey::Email(), record.Email().CStr());
 }
 
 CRegInfo GetRegInfoFromDict(CFDictionaryRef details) {

@@ -13,10 +13,11 @@
 void getStringFromDict(CFDictionaryRef dict, CFStringRef key, char* buffer, int bufferSize);
 
 // Stores `text` under `key` and replaces the value there. Does nothing if `text` is not valid in
-// the system encoding.
+// the system encoding. Returns false if the dictionary does not take the text, because it is
+// immutable.
 // Deliberate: a null text stores the empty string, and only if the key is absent, because callers
 // rely on the difference.
-void setStringInDict(CFMutableDictionaryRef dict, CFStringRef key, const char* text);
+bool setStringInDict(CFMutableDictionaryRef dict, CFStringRef key, const char* text);
 
 namespace Tova {
 
@@ -29,8 +30,9 @@ CFStringRef Email();
 CFStringRef Send();
 }  // namespace DetailsKey
 
-// Stores the four fields under their keys. Empty fields are stored as empty strings.
-void SetDictFromRegInfo(CFMutableDictionaryRef details, const CRegInfo& record);
+// Stores the four fields under their keys. Empty fields are stored as empty strings. Returns false
+// if the dictionary does not take one.
+bool SetDictFromRegInfo(CFMutableDictionaryRef details, const CRegInfo& record);
 // Returns a record of the four texts in the dictionary. A text that is too long gives an empty
 // field.
 CRegInfo GetRegInfoFromDict(CFDictionaryRef details);

@@ -16,6 +16,15 @@ using Tova::CFRef;
 using Tova::CRegInfo;
 using Tova::CString;
 
+namespace {
+
+// What is no dictionary counts as null.
+bool isDictionary(CFTypeRef details) {
+    return details != nullptr && CFGetTypeID(details) == CFDictionaryGetTypeID();
+}
+
+}  // namespace
+
 int tvApplyVariables(CFMutableStringRef text, CFStringRef delimiters) {
     const auto heldText = CFRef<CFMutableStringRef>::Retain(text);
     const auto heldDelimiters = CFRef<CFStringRef>::Retain(delimiters);
@@ -30,7 +39,7 @@ void tvDeletePrefsItem(CFStringRef key) {
 }
 
 int tvReadRegInfoFromNWC(CFStringRef path, CFMutableDictionaryRef details) {
-    if (path == nullptr || details == nullptr) {
+    if (path == nullptr || !isDictionary(details)) {
         return -1;
     }
     int result = -1;
@@ -43,14 +52,14 @@ int tvReadRegInfoFromNWC(CFStringRef path, CFMutableDictionaryRef details) {
         const bool loaded = file.CopyFromCFString(path, kCFStringEncodingUTF8) &&
                             Tova::CNWCFileRegInfo::Load(file.CStr(), record);
         // Deliberate: a failure empties the form, so that it is never left half filled.
-        Tova::SetDictFromRegInfo(details, record);
-        result = loaded ? 1 : -1;
+        const bool filled = Tova::SetDictFromRegInfo(details, record);
+        result = loaded && filled ? 1 : -1;
     });
     return result;
 }
 
 int tvReadRegInfoFromPrefs(CFMutableDictionaryRef details) {
-    if (details == nullptr) {
+    if (!isDictionary(details)) {
         return -1;
     }
     int result = -1;
@@ -58,8 +67,7 @@ int tvReadRegInfoFromPrefs(CFMutableDictionaryRef details) {
         const auto held = CFRef<CFMutableDictionaryRef>::Retain(details);
         doAppSetVariables();
         CRegInfo record;
-        if (Tova::CPrefsRegInfo::Load(record)) {
-            Tova::SetDictFromRegInfo(details, record);
+        if (Tova::CPrefsRegInfo::Load(record) && Tova::SetDictFromRegInfo(details, record)) {
             result = 1;
         }
     });
@@ -68,7 +76,7 @@ int tvReadRegInfoFromPrefs(CFMutableDictionaryRef details) {
 
 int tvWriteRegInfo(CFStringRef path, CFDictionaryRef details, unsigned int send) {
     CString file;
-    if (path == nullptr || details == nullptr ||
+    if (path == nullptr || !isDictionary(details) ||
         !file.CopyFromCFString(path, kCFStringEncodingUTF8)) {
         return -1;
     }

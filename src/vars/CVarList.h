@@ -62,8 +62,8 @@ public:
     // see to it.
     int Apply(CString& text, const char* delimiters) const;
     // Does the same for a platform string. Returns 0, with the text unchanged, if the text is null
-    // or the delimiters are not exactly two UTF-16 units. A variable that is not valid in the
-    // system encoding counts as unknown.
+    // or immutable, or the delimiters are not exactly two UTF-16 units. A variable that is not
+    // valid in the system encoding counts as unknown.
     int Apply(CFMutableStringRef text, CFStringRef delimiters) const;
 
     // Sets `out` to the list as a form-encoded query, "name=value&name=value", and returns the

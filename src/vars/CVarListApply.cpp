@@ -12,7 +12,8 @@ namespace Tova {
 
 namespace {
 
-void setUnits(CFMutableStringRef string, std::u16string_view text) {
+// Returns false if the string does not change, because it is immutable.
+bool setUnits(CFMutableStringRef string, std::u16string_view text) {
     const std::vector<UniChar> units(text.begin(), text.end());
     const CFRef<CFStringRef> made(CFStringCreateWithCharacters(kCFAllocatorDefault, units.data(),
                                                                static_cast<CFIndex>(units.size())));
@@ -20,6 +21,7 @@ void setUnits(CFMutableStringRef string, std::u16string_view text) {
         throw std::bad_alloc();
     }
     CFStringReplaceAll(string, made.Get());
+    return CFEqual(string, made.Get()) != 0;
 }
 
 }  // namespace
@@ -84,10 +86,7 @@ int CVarList::Apply(CFMutableStringRef text, CFStringRef delimiters) const {
     std::u16string result;
     NoObserver nobody;
     const unsigned count = Substitute(source, pair[0], pair[1], WideVars(*this), result, nobody);
-    if (count != 0) {
-        setUnits(text, result);
-    }
-    return static_cast<int>(count);
+    return count != 0 && setUnits(text, result) ? static_cast<int>(count) : 0;
 }
 
 }  // namespace Tova

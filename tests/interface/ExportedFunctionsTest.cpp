@@ -26,14 +26,33 @@ protected:
 TEST_F(Exported, NullArgumentsTouchNothing) {
     tvDeletePrefsItem(nullptr);
     tvDeletePrefsItem(cfPath_.Get());  // absent: creates no preferences
+    EXPECT_FALSE(std::filesystem::exists(home_.Path(".config/com.NimbusWorks.NWCX7.plist")));
     EXPECT_EQ(tvApplyVariables(nullptr, nullptr), 0);
     EXPECT_TRUE(tvReadRegInfoFromNWC(nullptr, form_.Get()) == -1 &&
                 tvReadRegInfoFromNWC(cfPath_.Get(), nullptr) == -1 &&
                 tvReadRegInfoFromPrefs(nullptr) == -1);
     EXPECT_TRUE(tvWriteRegInfo(nullptr, form_.Get(), 1) == -1 &&
                 tvWriteRegInfo(cfPath_.Get(), nullptr, 1) == -1);
+    // What is no dictionary counts as null, and what cannot be filled is no success.
+    const auto wrong = static_cast<CFMutableDictionaryRef>(
+        const_cast<void*>(static_cast<const void*>(cfPath_.Get())));
+    const Tova::CFRef<CFDictionaryRef> fixed(CFDictionaryCreateCopy(nullptr, form_.Get()));
+    const auto details = const_cast<CFMutableDictionaryRef>(fixed.Get());
+    WriteConfig(path_, {{"RegOrg", "saved"}});
+    for (const char* key : {"RegFirstName", "RegLastName", "RegOrg", "RegEmail"}) {
+        SetPreference(key, cfPath_.Get());
+    }
+    EXPECT_TRUE(tvWriteRegInfo(cfPath_.Get(), wrong, 0) == -1 &&
+                tvReadRegInfoFromNWC(cfPath_.Get(), wrong) == -1 &&
+                tvReadRegInfoFromPrefs(wrong) == -1);
     EXPECT_EQ(Show(form_.Get()) + Variables(), "-|-|before|-");
-    EXPECT_FALSE(std::filesystem::exists(home_.Path(".config/com.NimbusWorks.NWCX7.plist")));
+    EXPECT_TRUE(tvReadRegInfoFromNWC(cfPath_.Get(), details) == -1 &&
+                tvReadRegInfoFromPrefs(details) == -1);
+    EXPECT_EQ(
+        tvApplyVariables(const_cast<CFMutableStringRef>(MakeString("<AppName>").Get()), nullptr),
+        0);
+    EXPECT_EQ(tvReadRegInfoFromNWC(cfPath_.Get(), form_.Get()), 1);
+    EXPECT_EQ(Show(form_.Get()), "||saved|");
 }
 
 TEST_F(Exported, ReadsAFileOrClearsTheFormAndNeverCreatesOne) {
