@@ -18,7 +18,7 @@ using Tova::CString;
 
 namespace {
 
-// What is no dictionary counts as null.
+// Anything that is no dictionary counts as null.
 bool isDictionary(CFTypeRef details) {
     return details != nullptr && CFGetTypeID(details) == CFDictionaryGetTypeID();
 }

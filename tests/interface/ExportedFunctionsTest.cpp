@@ -33,7 +33,7 @@ TEST_F(Exported, NullArgumentsTouchNothing) {
                 tvReadRegInfoFromPrefs(nullptr) == -1);
     EXPECT_TRUE(tvWriteRegInfo(nullptr, form_.Get(), 1) == -1 &&
                 tvWriteRegInfo(cfPath_.Get(), nullptr, 1) == -1);
-    // What is no dictionary counts as null, and what cannot be filled is no success.
+    // Anything that is no dictionary counts as null. Details that cannot be filled are no success.
     const auto wrong = static_cast<CFMutableDictionaryRef>(
         const_cast<void*>(static_cast<const void*>(cfPath_.Get())));
     const Tova::CFRef<CFDictionaryRef> fixed(CFDictionaryCreateCopy(nullptr, form_.Get()));
