@@ -2,6 +2,7 @@
 
 #include "text/CFRef.h"
 
+#include <climits>
 #include <cstdint>
 #include <cstring>
 
@@ -42,6 +43,12 @@ RStatus readCatalog(const CFSPath& path, FSCatalogInfoBitmap which, FSRef& ref, 
     return status >= 0 ? catalog.Read(ref, which) : status;
 }
 
+// Returns true if the system can reach what stands at the path.
+bool isShort(const CFSPath& path) {
+    UInt8 bytes[PATH_MAX];
+    return CFURLGetFileSystemRepresentation(path.GetURL(), true, bytes, sizeof bytes) != 0;
+}
+
 // One kind of information: the catalog bits to read, and the copying into the caller's buffer.
 struct InfoRow {
     FSCatalogInfoBitmap bitmap;
@@ -80,10 +87,8 @@ RStatus CLocalFileSystem::CreateDirectory(const CFSPath& path) {
             return status;
         }
     }
-    // No folder could be made under a path without a text, and the walk upward calls
-    // itself once for each component.
-    CString text;
-    if (full.ToUnixPath(text) < 0 && GetNodeType(full) < 0) {
+    // The walk upward calls itself once for each component.
+    if (!isShort(full)) {
         return Failure;
     }
     return CFileSystem::CreateDirectory(full);
@@ -178,11 +183,15 @@ RStatus CLocalFileSystem::GetAttribute(const CFSPath& path, FSAttribute attribut
     if (attribute == Hidden) {
         unsigned short flags = 0;
         status = GetFileFinderInfo(path, nullptr, nullptr, &flags);
-        value = status >= 0 ? (flags & kIsInvisible) != 0 : value;
+        if (status >= 0) {
+            value = (flags & kIsInvisible) != 0;
+        }
     } else if (attribute == ReadOnly) {
         std::uint16_t mode = 0;
         status = GetInfo(path, PermissionsInfo, &mode);
-        value = status >= 0 ? (mode & cWriteBits) != cWriteBits : value;
+        if (status >= 0) {
+            value = (mode & cWriteBits) != cWriteBits;
+        }
     }
     return status;
 }

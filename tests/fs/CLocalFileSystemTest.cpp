@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstring>
 #include <filesystem>
 #include <tuple>
 
@@ -25,10 +26,22 @@ TEST_F(CLocalFileSystemTest, TellsWhatAPathIsAndMakesNoFolders) {
     for (int level = 0; level < 100000; ++level) {
         deep += "/x";
     }
+    // Without a text, because it is too long for one.
+    std::string folder = home_.Path();
+    for (int level = 0; level < 6; ++level) {
+        folder += "/" + std::string(200, 'n');
+    }
+    ASSERT_TRUE(std::filesystem::create_directories(folder));
+    std::filesystem::copy(file_, folder);
     const std::tuple<std::string, RStatus, RStatus, RStatus> cases[] = {
-        {home_.Path(), Ok, S_NodeIsDirectory, Ok},       {".", Ok, S_NodeIsDirectory, Ok},
-        {file_, Ok, S_NodeIsFile, ErrAlreadyExists},     {none_, ErrNotFound, Failure, Failure},
-        {"", Failure, ErrBadParameter, ErrBadParameter}, {deep, Failure, Failure, Failure}};
+        {folder + "/f", Failure, S_NodeIsFile, ErrAlreadyExists},
+        {folder + "/f/x", Failure, Failure, ErrAlreadyExists},
+        {home_.Path(), Ok, S_NodeIsDirectory, Ok},
+        {".", Ok, S_NodeIsDirectory, Ok},
+        {file_, Ok, S_NodeIsFile, ErrAlreadyExists},
+        {none_, ErrNotFound, Failure, Failure},
+        {"", Failure, ErrBadParameter, ErrBadParameter},
+        {deep, Failure, Failure, Failure}};
     for (const auto& [name, exists, type, create] : cases) {
         const Path path(name);
         EXPECT_EQ(
@@ -54,6 +67,10 @@ TEST_F(CLocalFileSystemTest, ReadOnlyIsAboutAllThreeWriteBits) {
         EXPECT_EQ(LFS.SetAttribute(path, CLocalFileSystem::ReadOnly, !value), Ok);
         EXPECT_EQ(std::filesystem::status(file_).permissions(),
                   std::filesystem::perms(value ? mode | 0222U : mode & ~0222U));
+    }
+    std::memset(&value, 0x55, sizeof value);  // UndefinedBehaviorSanitizer sees it read
+    for (const auto attribute : {CLocalFileSystem::ReadOnly, CLocalFileSystem::Hidden}) {
+        EXPECT_EQ(LFS.GetAttribute(Path(none_), attribute, value), Failure);
     }
     EXPECT_EQ(LFS.GetAttribute(path, CLocalFileSystem::FSAttribute(3), value), Failure);
     EXPECT_EQ(LFS.SetAttribute(path, CLocalFileSystem::Hidden, true), ErrBadParameter);
