@@ -327,7 +327,7 @@ bool CStream::SetPos(unsigned long pos) {
 
 bool CStream::SetPosToEnd() {
     unsigned long length = 0;
-    return InternalGetLength(length) && SetPos(length);
+    return InternalGetLength(length) && InternalSetPos(length);
 }
 
 }  // namespace Tova

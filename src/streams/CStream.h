@@ -122,7 +122,7 @@ public:
     bool SetPos(unsigned long pos);
     // Stores the position of the raw operations. A pushed-back character does not change it.
     bool GetPos(unsigned long& pos) { return InternalGetPos(pos); }
-    // Returns false if the length is unknown.
+    // Returns false if the length is unknown. Keeps what SetPos forgets.
     bool SetPosToEnd();
 
     unsigned GetFlags() const { return flags_; }

@@ -161,7 +161,9 @@ TEST_F(CFileStreamTest, ReadingAndWritingAlternate) {
     EXPECT_TRUE(stream_.WriteString("BC", -1) && stream_.ReadChar(eof_) == 'd');
     EXPECT_TRUE(stream_.WriteChar('E') && stream_.ReadToDelim(out_, 'g', -1, nullptr));
     EXPECT_STREQ(out_.CStr(), "f");
-    EXPECT_TRUE(stream_.SetPosToEnd() && stream_.WriteString("ij", -1));
+    stream_.SetPushedBack('p');
+    EXPECT_TRUE(stream_.SetPosToEnd() && stream_.ReadChar(eof_) == 'p') << "only SetPos drops it";
+    EXPECT_TRUE(stream_.WriteString("ij", -1));
     EXPECT_TRUE(stream_.InternalGetLength(n) && n == 10) << "what is still buffered counts";
     EXPECT_TRUE(stream_.SetPos(1) && stream_.ReadChar(eof_) == 'B');
     EXPECT_TRUE(stream_.InternalSetLength(3) && stream_.ReadToDelim(out_, 0, -1, nullptr));

@@ -82,6 +82,9 @@ TEST(CStream, ReadToDelimStopsWhereItSays) {
         {"a\0b\n"s, 10, 0, "1a\0b4"s},
         {"a\xFF"s, -1, -1, "1a2"s},
         {"a\xFF"s, 255, -1, "0a\xFF" + "2"s}};
+    CString fresh;
+    EXPECT_TRUE(MemoryStream(0, "\n").ReadToDelim(fresh, 10, -1, nullptr));
+    EXPECT_EQ(fresh.Capacity(), 0) << "an empty line takes no memory";
     for (const auto& [stored, delimiter, maxLength, expected] : cases) {
         MemoryStream stream(0, stored);
         CString out("old");
