@@ -36,8 +36,9 @@ int CVarList::Apply(CString& text, const char* delimiters) const {
     if (head_ == nullptr || pair.close == '\0') {
         return 0;
     }
+    const char own[] = {pair.open, pair.close, '\0'};  // `delimiters` may stand in the text
     if (!ScanServes(pair.open, pair.close)) {
-        return ApplyInPasses(text, delimiters);
+        return ApplyInPasses(text, own);
     }
     const auto find = [this](std::string_view name) -> const CVar* { return FindVar(name); };
     const std::string_view view(text.CStr(), static_cast<std::size_t>(text.Length()));
@@ -48,7 +49,7 @@ int CVarList::Apply(CString& text, const char* delimiters) const {
     const auto count =
         SubstituteInOneScan(view, pair.open, pair.close, count_ + 1, find, out, nobody);
     if (!count) {
-        return ApplyInPasses(text, delimiters);
+        return ApplyInPasses(text, own);
     }
     if (*count != 0) {
         Assign(text, out);

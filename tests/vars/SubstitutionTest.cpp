@@ -59,6 +59,14 @@ TEST(Substitution, OnlyCirclesNeedPasses) {
     }
 }
 
+TEST(Substitution, TheDelimitersMayStandInTheText) {
+    CVarList list;
+    Fill(list, {{"A<", std::string(300, 'x')}, {"B", "b"}});
+    CString text("<>|<A<><B>");
+    EXPECT_EQ(list.Apply(text, text.CStr()), 2);
+    EXPECT_EQ(text.CStr(), "<>|" + std::string(300, 'x') + "b");
+}
+
 TEST(Substitution, TheFormsDifferInWhatTheyRefuse) {
     CVarList list;
     Fill(list, {{"A", "a"}, {"bad", "\xFF"}, {"\xFF", "x"}});
