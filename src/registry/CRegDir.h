@@ -34,7 +34,8 @@ public:
     // Returns S_RegIsDirectory, S_RegIsValue or ErrNotFound.
     RStatus GetNodeType(const char* path) const;
 
-    // `out` takes the directory; on failure it stays unchanged. It may be this handle.
+    // `out` takes the directory; on failure it stays unchanged. It may be this handle, but no
+    // registry object (see CMemRegistry).
     bool OpenDir(const char* path, CRegDir& out) const;
     // Opens or makes a child directory by its exact name; "/" is a character like others. Returns
     // false if the name is a value's or is not valid.

@@ -3,7 +3,7 @@
 #include "registry/CRegIndex.h"
 
 #include <cstring>
-#include <exception>
+#include <new>
 
 namespace Tova {
 
@@ -84,7 +84,7 @@ void CRegNode::Append(CRegNode* child) {
     if (index_) {
         try {
             index_->Add(child);
-        } catch (const std::exception&) {
+        } catch (const std::bad_alloc&) {
             index_.reset();
         }
     }
@@ -115,7 +115,11 @@ CRegNode* CRegNode::PreviousEntry() const {
 
 CRegIndex* CRegNode::LongListIndex() const {
     if (!index_ && childCount_ > cLongList) {
-        index_ = std::make_unique<CRegIndex>(*this);
+        try {
+            index_ = std::make_unique<CRegIndex>(*this);
+        } catch (const std::bad_alloc&) {
+            // Without memory for an index, the list is walked.
+        }
     }
     return index_.get();
 }
@@ -133,7 +137,11 @@ CRegNode* CRegNode::FindExact(std::string_view name) const {
 
 CRegNode* CRegNode::FindPrefix(std::string_view prefix) const {
     if (CRegIndex* index = LongListIndex(); index != nullptr) {
-        return index->FindPrefix(prefix);
+        try {
+            return index->FindPrefix(prefix);
+        } catch (const std::bad_alloc&) {
+            // The list is walked here too.
+        }
     }
     CRegNode* entry = FirstEntry();
     while (entry != nullptr &&

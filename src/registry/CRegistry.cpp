@@ -4,6 +4,7 @@
 #include "streams/CFileStream.h"
 
 #include <cstring>
+#include <utility>
 
 namespace Tova {
 
@@ -24,14 +25,14 @@ CMemRegistry::~CMemRegistry() {
 CRegistry::CRegistry(bool /*unused*/) {}
 
 RStatus CRegistry::Read() {
-    const bool saved = flag_;
-    flag_ = false;
+    struct Restore {
+        bool& flag;
+        const bool saved = std::exchange(flag, false);
+        ~Restore() { flag = saved; }
+    } const restore{flag_};
     const RStatus status = DoRead();
-    if (status >= 0) {
-        read_ = true;
-    }
+    read_ = read_ || status >= 0;
     Node()->SetUnmodified();
-    flag_ = saved;
     return status;
 }
 

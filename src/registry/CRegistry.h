@@ -9,7 +9,8 @@
 namespace Tova {
 
 // A tree in memory with a root directory named "(root)". The registry is itself the handle on the
-// root: it can be assigned to another handle, but not the other way round.
+// root: it can be assigned to another handle, but not the other way round. It must not be the
+// output of OpenDir or another operation, which would lose its root.
 class CMemRegistry : public CRegDir {
 public:
     CMemRegistry();
