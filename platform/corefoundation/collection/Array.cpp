@@ -27,7 +27,10 @@ __CFArray::~__CFArray() {
 }
 
 bool __CFArray::Equal(const Object& other) const {
-    const auto& values = static_cast<const __CFArray&>(other).values_;
-    return std::equal(values_.begin(), values_.end(), values.begin(), values.end(),
-                      [this](const void* a, const void* b) { return members_.Equal(a, b); });
+    return tvplatform::EqualOnce(*this, other, [](const Object& a, const Object& b) {
+        const auto& own = static_cast<const __CFArray&>(a);
+        const auto& values = static_cast<const __CFArray&>(b).values_;
+        return std::equal(own.values_.begin(), own.values_.end(), values.begin(), values.end(),
+                          [&](const void* x, const void* y) { return own.members_.Equal(x, y); });
+    });
 }

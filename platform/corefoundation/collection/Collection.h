@@ -1,6 +1,8 @@
 // The common part of arrays and dictionaries: members that callbacks retain, release and compare.
 #pragma once
 
+#include "corefoundation/object/Object.h"
+
 #include <CoreFoundation/CFBase.h>
 
 namespace tvplatform {
@@ -8,6 +10,10 @@ namespace tvplatform {
 // The callbacks for objects. RetainMember returns null for null, so that it is never stored.
 const void* RetainMember(CFAllocatorRef allocator, const void* member);
 void ReleaseMember(CFAllocatorRef allocator, const void* member);
+
+// Returns what `equal` says of two collections. It is not asked again about a pair that was equal
+// within the same comparison, because collections may share members many times over.
+bool EqualOnce(const Object& a, const Object& b, bool (*equal)(const Object& a, const Object& b));
 
 // The operations on members that a record of callbacks describes. An absent callback does nothing,
 // and an absent `equal` compares pointers.

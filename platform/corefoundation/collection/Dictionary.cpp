@@ -1,5 +1,6 @@
 #include "corefoundation/collection/Dictionary.h"
 
+#include <algorithm>
 #include <utility>
 
 const void* const* __CFDictionary::Find(const void* key) const {
@@ -69,15 +70,13 @@ __CFDictionary::~__CFDictionary() {
 }
 
 bool __CFDictionary::Equal(const Object& other) const {
-    const auto& dictionary = static_cast<const __CFDictionary&>(other);
-    if (map_.size() != dictionary.map_.size()) {
-        return false;
-    }
-    for (const auto& [key, value] : map_) {
-        const void* const* found = dictionary.Find(key);
-        if (found == nullptr || !values_.Equal(value, *found)) {
-            return false;
-        }
-    }
-    return true;
+    return tvplatform::EqualOnce(*this, other, [](const Object& a, const Object& b) {
+        const auto& own = static_cast<const __CFDictionary&>(a);
+        const auto& dictionary = static_cast<const __CFDictionary&>(b);
+        return own.map_.size() == dictionary.map_.size() &&
+               std::all_of(own.map_.begin(), own.map_.end(), [&](const auto& entry) {
+                   const void* const* found = dictionary.Find(entry.first);
+                   return found != nullptr && own.values_.Equal(entry.second, *found);
+               });
+    });
 }

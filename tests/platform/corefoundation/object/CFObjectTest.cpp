@@ -100,14 +100,15 @@ TEST(CFObject, NullAndAnotherTypeCountAsNothing) {
     EXPECT_EQ(Dump(nullptr), u"(null)");
 }
 
-// Were any of this to recurse without bound, the stack would not suffice.
+// Were any of this to recurse without bound, the stack would not suffice. With two copies in each
+// array there are 2 to the power of 100 ways to the inmost object.
 TEST(CFObject, ComparesAndReleasesNestsOfAnyDepth) {
     const auto a = Nest(300000, CFSTR("x")), b = Nest(300000, CFSTR("x"));
     EXPECT_FALSE(CFEqual(a, b));
     EXPECT_TRUE(CFEqual(a, a));
     EXPECT_EQ(CFHash(a), CFHash(b));
-    EXPECT_TRUE(CFEqual(Nest(100, CFSTR("x")), Nest(100, CFSTR("x"))));
-    EXPECT_FALSE(CFEqual(Nest(100, CFSTR("x")), Nest(100, CFSTR("y"))));
+    EXPECT_TRUE(CFEqual(Nest(100, CFSTR("x"), 2), Nest(100, CFSTR("x"), 2)));
+    EXPECT_FALSE(CFEqual(Nest(100, CFSTR("x"), 2), Nest(100, CFSTR("y"), 2)));
     EXPECT_FALSE(CFEqual(Nest(100, CFSTR("x")), Nest(101, CFSTR("x"))));
 }
 
