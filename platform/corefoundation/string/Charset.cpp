@@ -40,7 +40,8 @@ constexpr Charset cKnown[] = {
     {0x0410, "IBM850"},
     {0x0412, "IBM852"},
     {0x0413, "IBM855"},
-    {0x0419, "IBM866"},
+    {0x0419, "IBM864", 1, false, true},
+    {0x041B, "IBM866"},
     {kCFStringEncodingWindowsLatin1, "WINDOWS-1252"},
     {0x0501, "WINDOWS-1250"},
     {0x0502, "WINDOWS-1251"},
@@ -86,7 +87,7 @@ constexpr Alias cAliases[] = {
     {"CP437", 0x0400},
     {"CP850", 0x0410},
     {"CP852", 0x0412},
-    {"CP866", 0x0419},
+    {"CP866", 0x041B},
     {"EUCCN", 0x0930},
     {"SJIS", 0x0A01},
 };

@@ -69,6 +69,8 @@ TEST(CFStringEncoding, ConvertsBothWays) {
         {kCFStringEncodingWindowsLatin1, u"€é", "\x80\xE9"},
         {kCFStringEncodingMacRoman, u"Éé†", "\x83\x8E\xA0"},
         {0x0202, u"Łódź", "\xA3\xF3\x64\xBC"},
+        {0x0419, u"٪a", "%a"},  // DOS Arabic has a sign of its own there
+        {0x041B, u"Да", "\x84\xA0"},
         {0x0920, u"日本", "\xC6\xFC\xCB\xDC"},
         {0x0820, u"a日b本", "a\x1B$BF|\x1B(Bb\x1B$BK\\\x1B(B"},
         {0x0632, u"😀é", "\x94\x39\xFC\x36\xA8\xA6"},
