@@ -1,6 +1,5 @@
 #include "vars/CVar.h"
 
-#include "text/CFRef.h"
 #include "vars/Substitution.h"
 
 #include <climits>
@@ -67,26 +66,6 @@ int CVar::Apply(CString& text, const char* delimiters) const {
         Assign(text, done);
     }
     return static_cast<int>(count);
-}
-
-int CVar::Apply(CFMutableStringRef text, CFStringRef open, CFStringRef close) const {
-    if (text == nullptr || open == nullptr || close == nullptr) {
-        return 0;
-    }
-    const CFRef<CFStringRef> name = MakeCFString(Name());
-    const CFRef<CFStringRef> value = MakeCFString(Value());
-    if (!name || !value) {
-        return 0;
-    }
-    const CFRef<CFMutableStringRef> pattern(
-        CFStringCreateMutableCopy(kCFAllocatorDefault, 0, open));
-    if (!pattern) {
-        return 0;
-    }
-    CFStringAppend(pattern.Get(), name.Get());
-    CFStringAppend(pattern.Get(), close);
-    const CFRange whole = CFRangeMake(0, CFStringGetLength(text));
-    return static_cast<int>(CFStringFindAndReplace(text, pattern.Get(), value.Get(), whole, 0));
 }
 
 }  // namespace Tova

@@ -3,8 +3,6 @@
 
 #include "text/CString.h"
 
-#include <CoreFoundation/CoreFoundation.h>
-
 #include <memory>
 #include <string_view>
 
@@ -28,11 +26,6 @@ public:
     // Deliberate: an inserted value is searched again from its second byte on. So a value that
     // holds the variable's own placeholder there never ends; callers see to it.
     int Apply(CString& text, const char* delimiters) const;
-    // Does the same for a platform string, but does not search inserted values. Returns 0, with the
-    // text unchanged, if an argument is null or if name or value is not valid in the system
-    // encoding.
-    int Apply(CFMutableStringRef text, CFStringRef open, CFStringRef close) const;
-
     const char* Name() const { return name_.get(); }
     // The value stays valid until the next SetValue.
     const char* Value() const { return value_.get(); }

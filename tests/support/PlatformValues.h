@@ -86,13 +86,14 @@ inline std::u16string Dump(CFTypeRef object) {
     if (CFGetTypeID(object) != CFDictionaryGetTypeID()) {
         return Text(Own(CFCopyDescription(object)));
     }
+    const auto dictionary = static_cast<CFDictionaryRef>(object);
+    const auto count = static_cast<std::size_t>(CFDictionaryGetCount(dictionary));
+    std::vector<const void*> keys(count), values(count);
+    CFDictionaryGetKeysAndValues(dictionary, keys.data(), values.data());
     std::map<std::u16string, std::u16string> entries;
-    CFDictionaryApplyFunction(
-        static_cast<CFDictionaryRef>(object),
-        [](const void* key, const void* value, void* context) {
-            (*static_cast<decltype(entries)*>(context))[Dump(key)] = Dump(value);
-        },
-        &entries);
+    for (std::size_t i = 0; i < count; ++i) {
+        entries[Dump(keys[i])] = Dump(values[i]);
+    }
     for (const auto& [key, value] : entries) {
         text += (text.empty() ? u"" : u",") + key + u"=" + value;
     }

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <random>
 #include <string>
 #include <utility>
@@ -78,7 +79,6 @@ TEST(Substitution, TheFormsDifferInWhatTheyRefuse) {
     const auto text = MakeMutable("<A><bad>");
     EXPECT_EQ(list.Apply(text.Get(), MakeString("<>>").Get()), 0);
     EXPECT_EQ(list.Apply(nullptr, nullptr), 0);
-    EXPECT_EQ(list.First()->Apply(text.Get(), nullptr, MakeString(">").Get()), 0);
     EXPECT_EQ(list.Apply(text.Get(), nullptr), 1);  // what cannot be decoded counts as unknown
     EXPECT_EQ(TextOf(text.Get()), "a<bad>");
 }
@@ -107,23 +107,23 @@ std::string applyByTheRules(const CVarList& list, std::string text, const char* 
     }
     return text + std::to_string(total);
 }
-std::string applyWideByTheRules(const CVarList& list, const std::string& source, const char* pair) {
-    const auto text = MakeMutable(source);
-    const auto open = MakeString({pair[0]}), close = MakeString({pair[1]});
-    const auto contains = [&](CFStringRef part) {
-        return CFStringFind(text.Get(), part, 0).location != kCFNotFound;
-    };
+std::string applyWideByTheRules(const CVarList& list, std::string text, const char* pair) {
     int total = 0;
-    for (int before = -1; before != total && contains(open.Get()) && contains(close.Get());) {
+    for (int before = -1;
+         before != total && text.find(pair[0]) != text.npos && text.find(pair[1]) != text.npos;) {
         before = total;
         for (const CVar* var = list.First(); var != nullptr; var = var->Next()) {
-            total += var->Apply(text.Get(), open.Get(), close.Get());
-            if (total > 60) {
-                return "";
+            const std::string pattern = std::string(1, pair[0]) + var->Name() + pair[1];
+            for (std::size_t pos = 0; (pos = text.find(pattern, pos)) != text.npos;
+                 pos += std::strlen(var->Value())) {
+                text.replace(pos, pattern.size(), var->Value());
+                if (++total > 60) {
+                    return "";
+                }
             }
         }
     }
-    return TextOf(text.Get()) + std::to_string(total);
+    return text + std::to_string(total);
 }
 
 // Alphabets so small that values combine with what stands around them into new placeholders. The

@@ -26,20 +26,6 @@ CFArrayRef CFArrayCreate(CFAllocatorRef, const void** values, CFIndex count,
     return array.release();
 }
 
-CFArrayRef CFArrayCreateCopy(CFAllocatorRef, CFArrayRef array) {
-    const Array* source = As<Array>(array);
-    if (source == nullptr) {
-        return nullptr;
-    }
-    if (!source->IsMutable()) {
-        source->Retain();
-        return source;
-    }
-    const std::vector<const void*>& values = source->Values();
-    return CFArrayCreate(nullptr, const_cast<const void**>(values.data()),
-                         static_cast<CFIndex>(values.size()), &source->CallBacks());
-}
-
 CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef, CFIndex, const CFArrayCallBacks* callBacks) {
     return new Array(callBacks, true);
 }

@@ -119,19 +119,6 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
     }
 }
 
-void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction applier,
-                               void* context) {
-    const Dictionary* object = As<Dictionary>(dictionary);
-    if (object == nullptr || applier == nullptr) {
-        return;
-    }
-    // A copy holds the entries in place, whatever the applier does with the dictionary.
-    const Ref<CFDictionaryRef> entries(CFDictionaryCreateCopy(nullptr, dictionary));
-    for (const auto& [key, value] : entries->Entries()) {
-        applier(key, value, context);
-    }
-}
-
 void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key, const void* value) {
     Dictionary* object = AsMutable<Dictionary>(dictionary);
     if (object != nullptr && object->Find(key) == nullptr) {
@@ -154,11 +141,5 @@ void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, co
 void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key) {
     if (Dictionary* object = AsMutable<Dictionary>(dictionary)) {
         object->Remove(key);
-    }
-}
-
-void CFDictionaryRemoveAllValues(CFMutableDictionaryRef dictionary) {
-    if (Dictionary* object = AsMutable<Dictionary>(dictionary)) {
-        object->Clear();
     }
 }

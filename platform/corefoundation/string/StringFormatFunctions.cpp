@@ -1,4 +1,4 @@
-// CFStringCreateWithFormat and CFStringAppendFormat: C's conversions without the C library's, whose
+// CFStringCreateWithFormat: C's conversions without the C library's, whose
 // texts depend on the locale.
 #include "corefoundation/string/Charset.h"
 #include "corefoundation/string/Encoding.h"
@@ -163,19 +163,20 @@ void appendFloat(std::u16string& out, double value, const Directive& directive) 
 }
 
 // Appends text in the system encoding, no further than the precision. Returns false if it cannot be
-// decoded.
+// decoded, or is to be wide.
 bool appendBytes(std::u16string& out, const char* text, const Directive& directive) {
     std::optional<std::u16string> units = u"(null)";
-    if (text != nullptr) {
+    if (text != nullptr && directive.length == Length::Int) {
         const size_t size = directive.precision < 0
                                 ? std::strlen(text)
                                 : strnlen(text, static_cast<size_t>(directive.precision));
         units = Decode({text, size}, SystemEncoding());
     }
-    if (units) {
-        appendPadded(out, u"", *units, directive);
+    if (!units || directive.length != Length::Int) {
+        return false;
     }
-    return units.has_value();
+    appendPadded(out, u"", *units, directive);
+    return true;
 }
 
 // Appends what a directive makes of the next argument. Returns false if it cannot.
@@ -218,7 +219,7 @@ bool appendDirective(std::u16string& out, const Directive& directive, Arguments&
         return true;
     case u'f':
     case u'g':
-        if (directive.length != Length::Int) {
+        if (directive.length != Length::Int && directive.length != Length::Long) {
             return false;
         }
         appendFloat(out, va_arg(arguments.list, double), directive);
@@ -228,13 +229,18 @@ bool appendDirective(std::u16string& out, const Directive& directive, Arguments&
     }
 }
 
-std::optional<std::u16string> formatText(CFStringRef format, va_list arguments) {
+}  // namespace
+}  // namespace tvplatform
+
+using namespace tvplatform;
+
+CFStringRef CFStringCreateWithFormat(CFAllocatorRef, CFDictionaryRef, CFStringRef format, ...) {
     const auto pattern = TextOf(format);
     if (!pattern) {
-        return std::nullopt;
+        return nullptr;
     }
-    Arguments list;
-    va_copy(list.list, arguments);
+    Arguments arguments;
+    va_start(arguments.list, format);
     std::u16string out;
     bool good = true;
     for (std::u16string_view rest = *pattern; good && !rest.empty();) {
@@ -243,36 +249,10 @@ std::optional<std::u16string> formatText(CFStringRef format, va_list arguments) 
         rest.remove_prefix(plain);
         if (take(rest, u"%")) {
             Directive directive;
-            good = takeDirective(rest, list, directive) && appendDirective(out, directive, list);
+            good = takeDirective(rest, arguments, directive) &&
+                   appendDirective(out, directive, arguments);
         }
     }
-    va_end(list.list);
-    return good ? std::optional(std::move(out)) : std::nullopt;
-}
-
-}  // namespace
-}  // namespace tvplatform
-
-using namespace tvplatform;
-
-CFStringRef CFStringCreateWithFormat(CFAllocatorRef, CFDictionaryRef, CFStringRef format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    auto text = formatText(format, arguments);
-    va_end(arguments);
-    return text ? MakeString(std::move(*text)) : nullptr;
-}
-
-void CFStringAppendFormat(CFMutableStringRef string, CFDictionaryRef, CFStringRef format, ...) {
-    String* object = AsMutable<String>(string);
-    if (object == nullptr) {
-        return;
-    }
-    va_list arguments;
-    va_start(arguments, format);
-    const auto text = formatText(format, arguments);
-    va_end(arguments);
-    if (text) {
-        object->MutableText().append(*text);
-    }
+    va_end(arguments.list);
+    return good ? MakeString(std::move(out)) : nullptr;
 }

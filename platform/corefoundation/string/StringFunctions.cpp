@@ -20,12 +20,6 @@ CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* chars, C
     return MakeString(std::move(text));
 }
 
-CFStringRef CFStringCreateWithSubstring(CFAllocatorRef, CFStringRef string, CFRange range) {
-    const auto text = TextOf(string);
-    return text && LiesIn(range, text->size()) ? MakeString(std::u16string(Part(*text, range)))
-                                               : nullptr;
-}
-
 CFStringRef CFStringCreateCopy(CFAllocatorRef, CFStringRef string) {
     const String* source = As<String>(string);
     if (source == nullptr) {
@@ -84,4 +78,13 @@ void CFStringReplaceAll(CFMutableStringRef string, CFStringRef replacement) {
 
 CFStringRef CFCopyDescription(CFTypeRef object) {
     return MakeString(DescriptionOf(object));
+}
+
+CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b, CFStringCompareFlags) {
+    // An absent text comes before every other.
+    const auto left = TextOf(a);
+    const auto right = TextOf(b);
+    return left < right   ? kCFCompareLessThan
+           : left > right ? kCFCompareGreaterThan
+                          : kCFCompareEqualTo;
 }

@@ -27,8 +27,6 @@ CF_EXPORT CFTypeID CFArrayGetTypeID(void);
 // count is not 0, or if one of the values cannot be stored.
 CF_EXPORT CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex count,
                                    const CFArrayCallBacks* callBacks);
-// An immutable array is its own copy.
-CF_EXPORT CFArrayRef CFArrayCreateCopy(CFAllocatorRef allocator, CFArrayRef array);
 // `capacity` has no effect.
 CF_EXPORT CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef allocator, CFIndex capacity,
                                                  const CFArrayCallBacks* callBacks);

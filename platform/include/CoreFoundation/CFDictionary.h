@@ -29,8 +29,6 @@ typedef struct CFDictionaryValueCallBacks {
     Boolean (*equal)(const void* a, const void* b);
 } CFDictionaryValueCallBacks;
 
-typedef void (*CFDictionaryApplierFunction)(const void* key, const void* value, void* context);
-
 // For keys and values that are objects. A dictionary does not store a null key or value.
 CF_EXPORT const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
 CF_EXPORT const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
@@ -66,10 +64,6 @@ CF_EXPORT Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, cons
 // Fills two arrays of CFDictionaryGetCount places in the same order. Either may be null.
 CF_EXPORT void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
                                             const void** values);
-// Calls `applier` for each entry that the dictionary has at the beginning. `applier` may change the
-// dictionary.
-CF_EXPORT void CFDictionaryApplyFunction(CFDictionaryRef dictionary,
-                                         CFDictionaryApplierFunction applier, void* context);
 
 // These change a mutable dictionary only. CFDictionaryAddValue does nothing if the key is there.
 CF_EXPORT void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key,
@@ -78,6 +72,5 @@ CF_EXPORT void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const voi
 CF_EXPORT void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key,
                                     const void* value);
 CF_EXPORT void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key);
-CF_EXPORT void CFDictionaryRemoveAllValues(CFMutableDictionaryRef dictionary);
 
 CF_EXTERN_C_END

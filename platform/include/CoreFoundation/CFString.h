@@ -54,8 +54,6 @@ CF_EXPORT CFStringRef CFStringCreateWithBytes(CFAllocatorRef allocator, const UI
 // Takes any units, unpaired surrogates too.
 CF_EXPORT CFStringRef CFStringCreateWithCharacters(CFAllocatorRef allocator, const UniChar* chars,
                                                    CFIndex numChars);
-CF_EXPORT CFStringRef CFStringCreateWithSubstring(CFAllocatorRef allocator, CFStringRef string,
-                                                  CFRange range);
 // An immutable string is its own copy.
 CF_EXPORT CFStringRef CFStringCreateCopy(CFAllocatorRef allocator, CFStringRef string);
 // `maxLength` has no effect.
@@ -64,7 +62,8 @@ CF_EXPORT CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef allocator,
                                                        CFStringRef string);
 // The conversions are %@ (the description of an object) and C's %d %i %u %x %X %c %s %p %f %g %%,
 // with the flags "-" and "0", a width and a precision (numbers or "*"), and the lengths l, ll and
-// z; %C is a unit. %s and %c are text in the system encoding. A null object or text becomes
+// z for integers; %C is a unit, and %lf is %f. %s and %c are text in the system encoding. A null
+// object or text becomes
 // "(null)". The locale has no effect. Returns null if the format has any other conversion or a
 // width or precision above 100,000, or if a text cannot be decoded.
 CF_EXPORT CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator,
@@ -93,31 +92,16 @@ CF_EXPORT CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEn
 // kCFNotFound if the encoding is unknown, the length is negative or the bound is beyond CFIndex.
 CF_EXPORT CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
 
-// Searching and comparing, unit by unit.
+// Compares unit by unit.
 CF_EXPORT CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b,
                                              CFStringCompareFlags options);
-CF_EXPORT Boolean CFStringHasPrefix(CFStringRef string, CFStringRef prefix);
-CF_EXPORT Boolean CFStringHasSuffix(CFStringRef string, CFStringRef suffix);
-// Returns the first place, or {kCFNotFound, 0} if there is none. An empty text is found nowhere.
-// The time is in proportion to the two lengths.
-CF_EXPORT CFRange CFStringFind(CFStringRef string, CFStringRef toFind,
-                               CFStringCompareFlags options);
 
 // These change a mutable string only. The text that is put in may be the string itself.
 CF_EXPORT void CFStringAppend(CFMutableStringRef string, CFStringRef appended);
 // Appends nothing if the bytes are not valid in `encoding`.
 CF_EXPORT void CFStringAppendCString(CFMutableStringRef string, const char* text,
                                      CFStringEncoding encoding);
-// Appends nothing if CFStringCreateWithFormat would return null.
-CF_EXPORT void CFStringAppendFormat(CFMutableStringRef string, CFDictionaryRef formatOptions,
-                                    CFStringRef format, ...);
 CF_EXPORT void CFStringReplaceAll(CFMutableStringRef string, CFStringRef replacement);
-// Replaces each place of `toFind` in `range`, from its start on, and returns how many there were.
-// It does not look into the texts that it put in. The time is in proportion to the lengths before
-// and after.
-CF_EXPORT CFIndex CFStringFindAndReplace(CFMutableStringRef string, CFStringRef toFind,
-                                         CFStringRef replacement, CFRange range,
-                                         CFStringCompareFlags options);
 
 // The encoding of 8-bit texts of unnamed origin. It is the character set that the environment
 // variable TV_SYSTEM_ENCODING names, else the build's default, else UTF-8. A name that iconv does

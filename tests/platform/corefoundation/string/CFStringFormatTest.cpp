@@ -36,15 +36,15 @@ TEST(CFStringFormat, Numbers) {
     EXPECT_EQ(Format("%5d|%-5d|%05d|%-05d", 42, 42, -42, 42), u"   42|42   |-0042|42   ");
     EXPECT_EQ(Format("%.3d|%6.3d|%06.3d|%.0d|%*d|%-*d|%*d", 7, 7, 7, 0, 4, 7, 4, 7, -4, 7),
               u"007|   007|   007||   7|7   |7   ");
-    EXPECT_EQ(
-        Format("%f %.2f %.0f %g|%-8.1f|%08.1f|%05f", 1.5, 2.345, 2.5, 1e-10, 1.25, -1.25, HUGE_VAL),
-        u"1.500000 2.35 2 1e-10|1.2     |-00001.2|  inf");
+    EXPECT_EQ(Format("%f %.2lf %.0f %g|%-8.1f|%08.1f|%05f", 1.5, 2.345, 2.5, 1e-10, 1.25, -1.25,
+                     HUGE_VAL),
+              u"1.500000 2.35 2 1e-10|1.2     |-00001.2|  inf");
     EXPECT_EQ(Format("%.0f", 1e308).size(), 309U);
 }
 
 TEST(CFStringFormat, RefusesWhatItCannotRead) {
-    for (const char* format : {"%", "%5", "%l", "%n", "%y", "%1$@", "%Lf", "%+d", "%lf", "abc %",
-                               "%100001d", "%.100001d", "%99999999999999999999d"}) {
+    for (const char* format : {"%", "%5", "%l", "%n", "%y", "%1$@", "%Lf", "%+d", "%llf", "%ls",
+                               "%lc", "abc %", "%100001d", "%.100001d", "%99999999999999999999d"}) {
         EXPECT_EQ(Format(format, 1), u"<null>") << format;
     }
     EXPECT_EQ(Format("%*d", 1000000, 1) + Format("%s", "\xFF"), u"<null><null>");
