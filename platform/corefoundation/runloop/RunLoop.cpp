@@ -111,21 +111,19 @@ void RunLoop::DetachFromAllModes(const RunLoopItem& item) {
     DetachWhere([&](const Attachment& attachment) { return attachment.item.Get() == &item; });
 }
 
+// Takes no memory, because it also runs where there is none.
 template <class Predicate>
 void RunLoop::DetachWhere(Predicate predicate) {
-    // They are destroyed after the lock is free, because an item's destructor may call its owner.
-    std::vector<Attachment> detached;
-    {
+    for (;;) {
+        // It is destroyed after the lock is free, because an item's destructor may call its owner.
+        Attachment detached;
         const std::lock_guard guard(lock_);
-        // Room first: running out of it must leave the attachments as they are.
-        detached.reserve(attachments_.size());
-        std::erase_if(attachments_, [&](const Attachment& attachment) {
-            if (!predicate(attachment)) {
-                return false;
-            }
-            detached.push_back(attachment);
-            return true;
-        });
+        const auto found = std::find_if(attachments_.begin(), attachments_.end(), predicate);
+        if (found == attachments_.end()) {
+            return;
+        }
+        detached = std::move(*found);
+        attachments_.erase(found);
     }
 }
 
