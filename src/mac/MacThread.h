@@ -5,10 +5,9 @@
 
 namespace MacThread {
 
-// Does what pthread_create does. Every signal is blocked in the new thread from its first
-// instruction.
-int CreateWithoutSignals(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
-                         void* argument);
+// Starts a detached thread in which every signal is blocked from its first instruction. Returns
+// what pthread_create does.
+int Start(void* (*body)(void*), void* argument);
 
 // Holds back the cancellation of the calling thread for a scope.
 class CancellationOff {

@@ -4,7 +4,7 @@
 #include "mac/MacThreadedWebReaderManager.h"
 #include "text/CFRef.h"
 
-#include <optional>
+#include <new>
 
 namespace {
 
@@ -63,20 +63,12 @@ MacThreadedWebReader* MacThreadedWebReader::Create() {
     return reader;
 }
 
-MacThreadedWebReader::MacThreadedWebReader() : serialNumber_(sSerialNumber++) {
-    threadAttributesValid_ =
-        pthread_attr_init(&threadAttributes_) == 0 &&
-        pthread_attr_setdetachstate(&threadAttributes_, PTHREAD_CREATE_DETACHED) == 0;
-}
+MacThreadedWebReader::MacThreadedWebReader() : serialNumber_(sSerialNumber++) {}
 
+// AbortRead releases the stream, or the manager does.
 MacThreadedWebReader::~MacThreadedWebReader() {
-    pthread_attr_destroy(&threadAttributes_);
     if (wakeSource_ != nullptr) {
         CFRelease(wakeSource_);
-    }
-    // A stream that failed to open is still here. AbortRead releases every other one.
-    if (stream_ != nullptr) {
-        CFRelease(stream_);
     }
 }
 
@@ -110,10 +102,19 @@ CFURLRef MacThreadedWebReader::CreateRequestUrl(CFStringRef url) {
 
 int MacThreadedWebReader::StartRead(CFStringRef url, CFStringRef userAgent, Callback callback,
                                     void* context) {
+    const int result = TryStartRead(url, userAgent, callback, context);
+    if (result > 0) {
+        progress_.WaitTilCondition(cWorkerStarted);
+    }
+    return result;
+}
+
+int MacThreadedWebReader::TryStartRead(CFStringRef url, CFStringRef userAgent, Callback callback,
+                                       void* context) {
     if (url == nullptr) {
         return -2;
     }
-    const User user(*this);
+    const MacThread::CancellationOff untilStarted;
     if (!ClaimRead()) {
         return -1;
     }
@@ -132,11 +133,7 @@ int MacThreadedWebReader::StartRead(CFStringRef url, CFStringRef userAgent, Call
     const bool good = wakeSource_ != nullptr && stream &&
                       CFReadStreamSetClient(stream.Get(), cEvents, ReadStreamProc, &clientContext);
     SetStream(good ? stream.Get() : nullptr);
-    if (!good) {
-        return -3;
-    }
-    claim.PassToWorker();
-    return StartWorker(reads_);
+    return good ? StartWorker(claim) : -3;
 }
 
 // Progress changes only after the read is known to be allowed.
@@ -152,6 +149,10 @@ bool MacThreadedWebReader::ClaimRead() {
         GiveUpClaim();
         return false;
     }
+    if (state_ == kCFStreamStatusOpen) {
+        // An exception ended the last read, and its stream has failed.
+        state_ = state;
+    }
     progress_.Update([&](int& progress) {
         ++reads_;
         progress = cStarting;
@@ -163,21 +164,14 @@ void MacThreadedWebReader::GiveUpClaim() {
     progress_.Update([&](int&) { busy_ = false; });
 }
 
-// Deliberate: if no thread can be made, the wait for the worker never ends. Callers know it so.
-// The lock keeps the worker from delivering an event before the caller has seen that it started.
-// The abort of that event would find the handshake half done.
-int MacThreadedWebReader::StartWorker(ReadNumber read) {
-    const MacThreadLockHolder hold(handshakeLock_);
-    auto& manager = MacThreadedWebReaderManager::sSingleton;
-    manager.ThreadWillStart();
-    const int result =
-        MacThread::CreateWithoutSignals(&thread_, &threadAttributes_, ThreadProc, this);
-    std::optional<MacThread::CancellationOff> untilItHasAnswered;
-    if (result == 0) {
-        untilItHasAnswered.emplace();
-    } else {
-        manager.ThreadWillNotStart();
+// Starts the worker of the read that is claimed, and waits for its half of the handshake.
+int MacThreadedWebReader::StartWorker(Claim& claim) {
+    const ReadNumber read = reads_;
+    const int result = MacThreadedWebReaderManager::sSingleton.StartThread(ThreadProc, this);
+    if (result != 0) {
+        return result;
     }
+    claim.PassToWorker();
     progress_.WaitUntil(
         [&](int progress) { return progress == cWorkerStarted || !IsClaimedBy(read); });
     const bool opened = state_ == kCFStreamStatusOpen;
@@ -190,7 +184,7 @@ int MacThreadedWebReader::StartWorker(ReadNumber read) {
         // The worker is about to end. The reader is free for the next read when this returns.
         progress_.WaitUntil([&](int) { return !IsClaimedBy(read); });
     }
-    return result;
+    return 0;
 }
 
 void MacThreadedWebReader::SetStream(CFReadStreamRef stream) {
@@ -212,4 +206,18 @@ CFReadStreamRef MacThreadedWebReader::CopyStream(ReadNumber read) const {
     }
     CFRetain(stream_);
     return stream_;
+}
+
+// Whatever the parent's threads held is left behind: the locks, which are made anew, and the
+// stream. A worker that forks goes on in the child.
+void MacThreadedWebReader::LoseThreads() {
+    const bool keepsWorker = IsOwnWorker();
+    new (&streamLock_) MacThreadLock(false);
+    new (&runLoopLock_) MacThreadLock(false);
+    new (&progress_) MacThreadCondition(keepsWorker ? progress_.State() : cIdle);
+    if (!keepsWorker) {
+        stream_ = nullptr;
+        runLoop_ = nullptr;
+        busy_ = false;
+    }
 }

@@ -1,6 +1,7 @@
 // Makes one HTTP GET at a time on a thread of its own. Readers are counted and belong to the
 // manager, and Create is the only way to make one. Any thread may call anything, also from the
-// callback. docs/web-reader.md tells how the threads meet.
+// callback. A thread that is cancelled finishes the call first. docs/web-reader.md tells how the
+// threads meet.
 #pragma once
 
 #include "mac/MacThreadCondition.h"
@@ -24,8 +25,8 @@ public:
     static MacThreadedWebReader* Create();
 
     void Retain();
-    // Returns 0. Destroys the reader with its last reference. Workers and aborts that are under way
-    // hold references too.
+    // Destroys the reader with its last reference. Workers and aborts that are under way hold
+    // references too. Returns 0.
     int Release();
     int GetRefCount() const;
 
@@ -39,12 +40,15 @@ public:
     // with its first event. `context` must live until the read has ended; AbortRead waits for that.
     // The call waits for the worker to begin, and never for the network. It returns:
     //   0   started, or failed to open (GetState is then not 2, and no event comes)
-    //   -1  a read is under way or its worker has not ended yet
+    //   -1  a read is under way, its worker has not ended yet, or the process is exiting
     //   -2  no URL; nothing has changed
     //   -3  the address cannot be requested
-    // Deliberate: if no thread can be made, the call never returns. It keeps waiting for the
-    // worker.
+    // Deliberate: if no thread can be made, the call waits for the worker for ever. The class is
+    // defined so. A cancellation ends that wait.
     int StartRead(CFStringRef url, CFStringRef userAgent, Callback callback, void* context);
+    // Does the same, but if no thread can be made, it returns the error number of pthread_create,
+    // and the reader is free.
+    int TryStartRead(CFStringRef url, CFStringRef userAgent, Callback callback, void* context);
 
     // Returns the address that StartRead would request, in the form in which it goes out, or null
     // if it cannot be requested. The caller owns it. Sends nothing.
@@ -88,21 +92,9 @@ private:
     class Reference;
     class WorkerEnd;
 
-    // Counts a thread that is inside the reader for a caller.
-    class User {
-    public:
-        explicit User(MacThreadedWebReader& reader) : reader_(reader) { ++reader_.users_; }
-        ~User() { --reader_.users_; }
-        User(const User&) = delete;
-        User& operator=(const User&) = delete;
-
-    private:
-        MacThreadedWebReader& reader_;
-    };
-
     bool ClaimRead();
     void GiveUpClaim();
-    int StartWorker(ReadNumber read);
+    int StartWorker(Claim& claim);
     void SetStream(CFReadStreamRef stream);
     CFReadStreamRef CopyStream(ReadNumber read) const;
 
@@ -111,45 +103,40 @@ private:
     void EndWorker(bool ranLoop);
     void StartTerminateThread();
 
+    // Return true on the thread of a worker, and on that of this reader's.
+    static bool IsOnWorker();
     bool IsOwnWorker() const;
     void Abort(ReadNumber read);
     void DropStream(ReadNumber read);
     void StopWorker(ReadNumber read);
     void AskWorkerToStop(ReadNumber read);
+    // In a forked child, in which no other thread is.
+    void LoseThreads();
     // Under the condition's mutex.
     bool IsClaimedBy(ReadNumber read) const { return busy_ && reads_ == read; }
-    bool IsWorkerOf(ReadNumber read) const { return working_ && reads_ == read; }
-    bool IsInUse() const { return users_ != 0 || busy_; }
+    bool IsWorkerOf(ReadNumber read) const { return runLoop_ != nullptr && reads_ == read; }
 
     static std::atomic<int32_t> sSerialNumber;
 
     const int32_t serialNumber_;
     std::atomic<int32_t> state_{0};
-    bool threadAttributesValid_ = false;
     mutable MacThreadLock streamLock_{false};
     CFReadStreamRef stream_ = nullptr;
     Callback callback_ = nullptr;
     void* context_ = nullptr;
     MacThreadCondition progress_{0};
     MacThreadLock runLoopLock_{false};
+    // Null again under the lock and the condition's mutex, when the worker is gone.
     std::atomic<CFRunLoopRef> runLoop_{nullptr};
     CFRunLoopSourceRef wakeSource_ = nullptr;
-    pthread_attr_t threadAttributes_;
-    pthread_t thread_{};
 
-    // Held by StartRead from before the worker exists until it has seen its answer; the worker
-    // passes through it before it delivers events.
-    MacThreadLock handshakeLock_{false};
-    // The next three change under the condition's mutex: a read is being started or its worker
-    // lives; its worker has a run loop or had one and still lives; the last read that was started.
+    // The next two change under the condition's mutex: a read is being started or its worker lives;
+    // the last read that was started.
     std::atomic<bool> busy_{false};
-    std::atomic<bool> working_{false};
     std::atomic<ReadNumber> reads_{0};
     // The read that the last terminate thread was started for.
     std::atomic<ReadNumber> readToEnd_{0};
     // The worker was asked to stop by its own callback, so it completes that abort. Its thread
     // only.
     bool abortedByWorker_ = false;
-    // Threads inside StartRead or AbortRead.
-    std::atomic<int> users_{0};
 };

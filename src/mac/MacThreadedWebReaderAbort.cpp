@@ -1,4 +1,5 @@
 // How a read is ended before its time.
+#include "mac/MacThread.h"
 #include "mac/MacThreadedWebReader.h"
 #include "mac/MacThreadedWebReaderManager.h"
 #include "text/CFRef.h"
@@ -20,8 +21,8 @@ void MacThreadedWebReader::AbortRead() {
 }
 
 void MacThreadedWebReader::Abort(ReadNumber read) {
+    const MacThread::CancellationOff untilAborted;
     const Reference reference(*this);
-    const User user(*this);
     DropStream(read);
     StopWorker(read);
     // An abort that overtook StartRead found no stream at first.
@@ -60,7 +61,8 @@ void MacThreadedWebReader::StopWorker(ReadNumber read) {
         if (MacThreadedWebReaderManager::sSingleton.IsExiting()) {
             // The callback that this worker runs ends the process and does not return. A thread
             // that waited for the worker would wait for ever.
-            progress_.Update([&](int&) { working_ = false; });
+            const MacThreadLockHolder hold(runLoopLock_);
+            progress_.Update([&](int&) { runLoop_ = nullptr; });
         }
         return;
     }

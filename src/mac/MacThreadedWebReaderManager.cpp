@@ -1,54 +1,62 @@
 #include "mac/MacThreadedWebReaderManager.h"
 
+#include "mac/MacThread.h"
 #include "mac/MacThreadCondition.h"
 #include "mac/MacThreadLock.h"
 #include "mac/MacThreadedWebReader.h"
+#include "text/CFRef.h"
 
-#include <sys/types.h>
-#include <unistd.h>
+#include <pthread.h>
 
-#include <atomic>
+#include <cstdint>
+#include <map>
+#include <new>
+#include <utility>
 
-constinit MacThreadedWebReaderManager MacThreadedWebReaderManager::sSingleton;
+MacThreadedWebReaderManager MacThreadedWebReaderManager::sSingleton;
 
 struct MacThreadedWebReaderManager::Shared {
+    // The lock is held during a fork, so that the child's map is in order.
+    Shared() {
+        pthread_atfork([] { Own().lock.Lock(); }, [] { Own().lock.Unlock(); }, AfterForkInChild);
+    }
+
     MacThreadLock lock{false};
     // Under the lock.
-    ReaderMap readers;
+    std::map<MacThreadedWebReader*, int32_t> readers;
     // Counts the threads that work for readers.
     MacThreadCondition threads{0};
+    // Changes under the mutex of `threads`.
     std::atomic<bool> exiting{false};
-    const pid_t process = getpid();
 };
 
-namespace {
-
-// Marks the threads that are counted. They must not wait for themselves.
-thread_local bool tIsCounted = false;
-
-}  // namespace
-
 MacThreadedWebReaderManager::Shared& MacThreadedWebReaderManager::Own() {
-    static Shared& shared = *new Shared;
-    return shared;
+    static union Kept {
+        Kept() : shared() {}
+        ~Kept() {}
+        Shared shared;
+    } kept;
+    return kept.shared;
+}
+
+// A reader may have been made before, by another constructor.
+MacThreadedWebReaderManager::MacThreadedWebReaderManager() {
+    Own();
 }
 
 MacThreadedWebReaderManager::~MacThreadedWebReaderManager() {
-    if (getpid() != Own().process) {
-        return;
-    }
-    Own().exiting = true;
-    const std::vector<MacThreadedWebReader*> readers = RetainAll();
-    for (MacThreadedWebReader* reader : readers) {
+    Own().threads.Update([](int&) { Own().exiting = true; });
+    MacThreadedWebReader* reader = RetainNext(nullptr);
+    while (reader != nullptr) {
         reader->AbortRead();
+        Release(std::exchange(reader, RetainNext(reader)));
     }
     WaitForThreads();
-    Destroy(readers);
 }
 
 // A callback may end the process. Its own thread is still there then.
 void MacThreadedWebReaderManager::WaitForThreads() const {
-    const int own = tIsCounted ? 1 : 0;
+    const int own = MacThreadedWebReader::IsOnWorker() ? 1 : 0;
     Own().threads.WaitUntil([own](int count) { return count <= own; });
 }
 
@@ -67,9 +75,14 @@ void MacThreadedWebReaderManager::Retain(MacThreadedWebReader* reader) {
 }
 
 int MacThreadedWebReaderManager::Release(MacThreadedWebReader* reader) {
+    const MacThread::CancellationOff untilReleased;
+    // A worker that ended by an exception leaves the stream. It goes after the lock is free:
+    // closing its connection waits while another thread forks, and that thread waits for the lock.
+    Tova::CFRef<CFReadStreamRef> stream;
     const MacThreadLockHolder hold(Own().lock);
     const auto found = Own().readers.find(reader);
     if (found != Own().readers.end() && found->second-- <= 1) {
+        stream.Reset(std::exchange(reader->stream_, nullptr));
         delete reader;
         Own().readers.erase(found);
     }
@@ -82,46 +95,47 @@ int MacThreadedWebReaderManager::GetRefCount(const MacThreadedWebReader* reader)
     return found != Own().readers.end() ? found->second : 0;
 }
 
-void MacThreadedWebReaderManager::ThreadWillStart() {
-    Own().threads.Update([](int& count) { ++count; });
-}
-
-void MacThreadedWebReaderManager::ThreadWillNotStart() {
-    Own().threads.Update([](int& count) { --count; });
-}
-
-void MacThreadedWebReaderManager::ThreadHasStarted() {
-    tIsCounted = true;
+int MacThreadedWebReaderManager::StartThread(void* (*body)(void*), MacThreadedWebReader* reader) {
+    bool isExiting = false;
+    Own().threads.Update([&](int& count) {
+        isExiting = Own().exiting;
+        count += isExiting ? 0 : 1;
+    });
+    if (isExiting) {
+        return cExiting;
+    }
+    const int result = MacThread::Start(body, reader);
+    if (result != 0) {
+        ThreadHasEnded();
+    }
+    return result;
 }
 
 void MacThreadedWebReaderManager::ThreadHasEnded() {
-    tIsCounted = false;
-    ThreadWillNotStart();
+    Own().threads.Update([](int& count) { --count; });
 }
 
 bool MacThreadedWebReaderManager::IsExiting() const {
     return Own().exiting;
 }
 
-// The references keep an abort from destroying a reader while the readers are walked through.
-std::vector<MacThreadedWebReader*> MacThreadedWebReaderManager::RetainAll() {
-    std::vector<MacThreadedWebReader*> readers;
+// Returns the reader that follows `last` in the map, with a reference, or null at the end.
+MacThreadedWebReader* MacThreadedWebReaderManager::RetainNext(MacThreadedWebReader* last) {
     const MacThreadLockHolder hold(Own().lock);
-    for (auto& [reader, count] : Own().readers) {
-        ++count;
-        readers.push_back(reader);
+    const auto next = Own().readers.upper_bound(last);
+    if (next == Own().readers.end()) {
+        return nullptr;
     }
-    return readers;
+    ++next->second;
+    return next->first;
 }
 
-// A reader stays if a thread is still inside it.
-void MacThreadedWebReaderManager::Destroy(const std::vector<MacThreadedWebReader*>& readers) {
-    const MacThreadLockHolder hold(Own().lock);
-    for (MacThreadedWebReader* reader : readers) {
-        const auto found = Own().readers.find(reader);
-        if (found != Own().readers.end() && !reader->IsInUse()) {
-            delete reader;
-            Own().readers.erase(found);
-        }
+// The condition is made anew, because the parent's threads may be waiting in it.
+void MacThreadedWebReaderManager::AfterForkInChild() {
+    Shared& own = Own();
+    new (&own.threads) MacThreadCondition(MacThreadedWebReader::IsOnWorker() ? 1 : 0);
+    for (const auto& [reader, count] : own.readers) {
+        reader->LoseThreads();
     }
+    own.lock.Unlock();
 }

@@ -1,20 +1,16 @@
 // Owns every web reader of the process. It counts references, destroys a reader with its last one,
-// and stops and destroys the readers that are left at exit. Any thread may call anything.
+// and ends the reads that are under way at exit. Any thread may call anything, also in a forked
+// child.
 #pragma once
-
-#include <cstdint>
-#include <map>
-#include <vector>
 
 class MacThreadedWebReader;
 
 class MacThreadedWebReaderManager {
 public:
-    constexpr MacThreadedWebReaderManager() = default;
-    // Runs at process exit. It aborts every reader, waits until all threads of readers are done
-    // with them, and destroys the readers. The lock and the map, which is empty then, stay for
-    // threads that come later. In a child that was forked after the first use it does nothing,
-    // because the threads are not there.
+    MacThreadedWebReaderManager();
+    // Runs at process exit and takes no memory. It aborts every reader and waits until all threads
+    // of readers are done with them. A reader that a caller has not released stays, because the
+    // caller's thread may still use it. So do the lock and the map.
     ~MacThreadedWebReaderManager();
     MacThreadedWebReaderManager(const MacThreadedWebReaderManager&) = delete;
     MacThreadedWebReaderManager& operator=(const MacThreadedWebReaderManager&) = delete;
@@ -29,27 +25,24 @@ public:
     // Returns 0 for null and a reader that it does not know.
     int GetRefCount(const MacThreadedWebReader* reader) const;
 
-    // Every thread that works for a reader is counted from before it is created until it has
-    // released its reader. ThreadHasStarted and ThreadHasEnded are called on the new thread itself,
-    // ThreadWillNotStart on the creator of one that could not be made.
-    void ThreadWillStart();
-    void ThreadWillNotStart();
-    void ThreadHasStarted();
+    // Starts a thread that works for a reader. The thread counts until it calls ThreadHasEnded,
+    // as its last act for the reader. Returns 0, the error number of pthread_create, or
+    // cExiting.
+    int StartThread(void* (*body)(void*), MacThreadedWebReader* reader);
     void ThreadHasEnded();
     // Waits until no other thread works for a reader.
     void WaitForThreads() const;
-    // Returns true once the destructor has begun. No read begins any more then.
+    // Returns true once the destructor has begun. No read and no thread begins any more then.
     bool IsExiting() const;
 
+    static constexpr int cExiting = -1;
     static MacThreadedWebReaderManager sSingleton;
 
 private:
-    using ReaderMap = std::map<MacThreadedWebReader*, int32_t>;
-
-    std::vector<MacThreadedWebReader*> RetainAll();
-    void Destroy(const std::vector<MacThreadedWebReader*>& readers);
+    MacThreadedWebReader* RetainNext(MacThreadedWebReader* last);
+    static void AfterForkInChild();
 
     struct Shared;
-    // Made on first use and never destroyed.
+    // Never destroyed, and not on the heap.
     static Shared& Own();
 };

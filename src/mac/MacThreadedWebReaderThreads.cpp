@@ -14,6 +14,10 @@ thread_local const MacThreadedWebReader* tWorkerOf = nullptr;
 
 }  // namespace
 
+bool MacThreadedWebReader::IsOnWorker() {
+    return tWorkerOf != nullptr;
+}
+
 bool MacThreadedWebReader::IsOwnWorker() const {
     return tWorkerOf == this;
 }
@@ -23,7 +27,6 @@ bool MacThreadedWebReader::IsOwnWorker() const {
 class MacThreadedWebReader::WorkerEnd {
 public:
     explicit WorkerEnd(MacThreadedWebReader& reader) : reader_(reader) {
-        MacThreadedWebReaderManager::sSingleton.ThreadHasStarted();
         reader_.Retain();
         tWorkerOf = &reader_;
     }
@@ -63,7 +66,6 @@ bool MacThreadedWebReader::OpenStream() {
         const MacThreadLockHolder hold(runLoopLock_);
         runLoop_ = loop;
     }
-    progress_.Update([&](int&) { working_ = true; });
     const Tova::CFRef<CFReadStreamRef> stream(CopyStream(reads_));
     bool opened = false;
     // An abort may have taken the stream already, and the process may be about to end.
@@ -80,7 +82,8 @@ bool MacThreadedWebReader::OpenStream() {
 }
 
 void MacThreadedWebReader::Work() {
-    { const MacThreadLockHolder waitForStartRead(handshakeLock_); }
+    // An abort by the first event must not find the handshake half done.
+    progress_.WaitUntil([](int progress) { return progress != cWorkerStarted; });
     while (progress_.State() < cStopping) {
         const SInt32 result = CFRunLoopRunInMode(kCFRunLoopDefaultMode, cLongestPass, true);
         if (result != kCFRunLoopRunTimedOut && result != kCFRunLoopRunHandledSource) {
@@ -91,15 +94,12 @@ void MacThreadedWebReader::Work() {
 
 // A worker that an exception ended does not report that it has finished.
 void MacThreadedWebReader::EndWorker(bool ranLoop) {
-    {
-        const MacThreadLockHolder hold(runLoopLock_);
-        runLoop_ = nullptr;
-    }
+    const MacThreadLockHolder hold(runLoopLock_);
     progress_.Update([&](int& progress) {
         if (ranLoop) {
             progress = abortedByWorker_ ? cIdle : cFinished;
         }
-        working_ = false;
+        runLoop_ = nullptr;
         busy_ = false;
     });
 }
@@ -110,50 +110,41 @@ void MacThreadedWebReader::ReadStreamProc(CFReadStreamRef stream, CFStreamEventT
     // An abort may release the stream while the callback uses it.
     const Tova::CFRef<CFReadStreamRef> held(
         static_cast<CFReadStreamRef>(const_cast<void*>(CFRetain(stream))));
-    const bool goOn = self->callback_ != nullptr && self->callback_(stream, event, self->context_);
-    switch (event) {
-    case kCFStreamEventEndEncountered:
+    // The state is set first, because the callback may leave by an exception.
+    if (event == kCFStreamEventEndEncountered) {
         self->state_ = kCFStreamStatusClosed;
-        break;
-    case kCFStreamEventErrorOccurred:
+    } else if (event == kCFStreamEventErrorOccurred) {
         self->state_ = kCFStreamStatusError;
-        break;
-    case kCFStreamEventHasBytesAvailable:
-        if (!goOn) {
-            self->state_ = kCFStreamStatusClosed;
-        }
-        break;
-    default:
+    }
+    if (self->callback_ != nullptr && self->callback_(stream, event, self->context_)) {
         return;
     }
-    if (!goOn) {
-        self->StartTerminateThread();
+    if (event == kCFStreamEventHasBytesAvailable) {
+        self->state_ = kCFStreamStatusClosed;
     }
+    self->StartTerminateThread();
 }
 
-// An abort waits for the worker, so it runs on a thread of its own. That thread may come late, when
-// the caller has aborted too and started the next read: it is told which read is meant.
+// An abort waits for the worker, so it runs on a thread of its own, one for all refusals of a read.
+// That thread may come late, when the caller has aborted too and started the next read: it is told
+// which read is meant.
 void MacThreadedWebReader::StartTerminateThread() {
-    auto& manager = MacThreadedWebReaderManager::sSingleton;
-    readToEnd_ = reads_.load();
+    const ReadNumber read = reads_;
+    if (readToEnd_.exchange(read) == read) {
+        return;
+    }
     Retain();
-    manager.ThreadWillStart();
-    pthread_t thread{};
-    if (MacThread::CreateWithoutSignals(&thread, &threadAttributes_, TerminateThreadProc, this) !=
-        0) {
-        manager.ThreadWillNotStart();
+    if (MacThreadedWebReaderManager::sSingleton.StartThread(TerminateThreadProc, this) != 0) {
         Release();
-        Abort(reads_);
+        Abort(read);
     }
 }
 
 void* MacThreadedWebReader::TerminateThreadProc(void* reader) {
     auto* self = static_cast<MacThreadedWebReader*>(reader);
-    auto& manager = MacThreadedWebReaderManager::sSingleton;
-    manager.ThreadHasStarted();
     Tova::CatchAll([&] { self->Abort(self->readToEnd_); });
     self->Release();
-    manager.ThreadHasEnded();
+    MacThreadedWebReaderManager::sSingleton.ThreadHasEnded();
     return nullptr;
 }
 

@@ -17,7 +17,8 @@ using tvtest::ScopedEnv;
 namespace {
 
 constexpr int cDone = 42;
-constexpr const char* cWays[] = {"return", "exit of a thread", "fork", "released", "abort", "many"};
+constexpr const char* cWays[] = {
+    "return", "exit of a thread", "fork", "no memory", "released", "abort", "many"};
 
 // Returns the exit status, or the number of the signal that ended the child as a negative. The
 // child's "input" ends after `meanwhile`.
@@ -97,6 +98,9 @@ TEST(WebExit, WithoutARead) {
     EXPECT_EQ(endOf("no thread", "0", ""), cDone);
     // What sends nothing loads nothing.
     EXPECT_EQ(endOf("idle", "0", ""), cDone);
+    EXPECT_EQ(endOf("without memory", "0", ""), cDone);
+    EXPECT_EQ(endOf("held", "0", ""), cDone);
+    EXPECT_EQ(endOf("readers in forks", "0", ""), cDone);
 }
 
 }  // namespace

@@ -3,12 +3,14 @@
 #include "tests/mac/ReaderSession.h"
 #include "tests/support/AtUnlock.h"
 #include "tests/support/LoopbackServer.h"
+#include "tests/support/ThreadCreation.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <future>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -17,6 +19,7 @@ using tvtest::AtUnlock;
 using tvtest::LoopbackServer;
 using tvtest::MakeText;
 using tvtest::ReaderSession;
+using tvtest::ThreadCreation;
 
 namespace {
 
@@ -35,6 +38,7 @@ const LoopbackServer::Answers cAnswers{
     {"/hello", AnswerOf("200 OK", "hello")},
     {"/empty", AnswerOf("200 OK", "")},
     {"/bad", "bad\r\n"},
+    {"/big", AnswerOf("200 OK", std::string(100'000, 'x'))},
 };
 
 class WebReader : public ::testing::Test {
@@ -221,25 +225,39 @@ TEST_F(WebReader, AnAbortThatOvertakesTheStartLeavesNoStream) {
     EXPECT_GE(ended, 2);
 }
 
-// The cancellation comes when the caller has promised a worker. It acts when the read runs.
-TEST_F(WebReader, ACancelledCallerFinishesTheHandshake) {
-    for (int round = 0; round < 50; ++round) {
+// A cancellation that is due acts after the calls, and ends a wait that has no end.
+TEST_F(WebReader, ACancelledCallerLeavesTheReaderInOrder) {
+    for (const bool fails : {false, true}) {
         ReaderSession session;
+        auto* held = MacThreadedWebReader::Create();
         bool returned = false;
-        std::thread caller([&] {
-            const AtUnlock cancel(6, [&] {
-                EXPECT_EQ(session.Reader()->GetProgress(), 1);
-                pthread_cancel(pthread_self());
-            });
+        ThreadCreation::sFails = fails;
+        std::thread([&] {
+            pthread_cancel(pthread_self());
             session.Start(server_.Url());
+            session.Reader()->AbortRead();
+            held->Release();
             returned = true;
             pthread_testcancel();
             ADD_FAILURE() << "not cancelled";
-        });
-        caller.join();
-        ASSERT_TRUE(returned);
-        EXPECT_EQ(session.Reader()->GetProgress(), 5);
+        }).join();
+        ThreadCreation::sFails = false;
+        EXPECT_EQ(returned, !fails);
+        EXPECT_EQ(session.Fetch(hello_), fails ? "data,end" : "not started");
+        EXPECT_EQ(manager().GetRefCount(held), fails ? 1 : 0);
+        manager().Release(fails ? held : nullptr);
     }
+}
+
+TEST_F(WebReader, RefusalsOfOneReadShareAThread) {
+    ThreadCreation::sMade = 0;
+    session_.SetStep([](CFReadStreamRef stream) {
+        UInt8 byte = 0;
+        CFReadStreamRead(stream, &byte, 1);
+        return false;
+    });
+    Run("/big");
+    EXPECT_EQ(ThreadCreation::sMade, 2);
 }
 
 // A callback that is busy with the stream while another thread takes the stream away.
@@ -262,18 +280,20 @@ TEST_F(WebReader, AbortWaitsForTheCallbackAndLeavesItItsStream) {
 }
 
 TEST_F(WebReader, ACallbackMayThrowOrEndItsThread) {
-    for (const bool isThrown : {true, false}) {
+    const std::tuple<bool, std::string, const char*> cases[] = {
+        {true, hello_, "2/5/1"}, {false, hello_, "2/5/1"}, {true, server_.Url("/bad"), "7/5/1"}};
+    for (const auto& [isThrown, url, expected] : cases) {
         ReaderSession session;
-        session.SetStep([&](CFReadStreamRef) -> bool {
-            if (isThrown) {
+        session.SetStep([throws = isThrown](CFReadStreamRef) -> bool {
+            if (throws) {
                 throw 1;
             }
             pthread_exit(nullptr);
         });
-        ASSERT_EQ(session.Start(hello_), 0);
+        ASSERT_EQ(session.Start(url), 0);
         manager().WaitForThreads();
         session.Reader()->AbortRead();
-        EXPECT_EQ(dump(*session.Reader()), "2/5/1");
+        EXPECT_EQ(dump(*session.Reader()), expected) << url;
     }
 }
 

@@ -3,6 +3,7 @@
 // Status 42 means that it got to its end.
 #include "mac/MacThreadedWebReader.h"
 #include "tests/support/TempHome.h"
+#include "tests/support/ThreadCreation.h"
 
 #include <dlfcn.h>
 #include <netdb.h>
@@ -14,8 +15,8 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
 #include <cstdlib>
+#include <new>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -27,9 +28,10 @@ constexpr unsigned cHangs = 100;
 
 // The callback has read some, or a host name is being looked up.
 std::atomic<bool> gIsUnderWay{false};
-std::atomic<bool> gCreatingFails{false};
-std::atomic<bool> gCreatingFailed{false};
+std::atomic<bool> gHasMemory{true};
 bool gLeaksCanBeTold = true;
+// It is looked at after the readers' end.
+MacThreadedWebReader* gHeld = nullptr;
 const char* gUrl = nullptr;
 
 // The alarm ends a process that hangs, or the end of its parent does. It writes no large files.
@@ -101,6 +103,41 @@ int withChild(bool reads) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
 }
 
+// Many children in turn make a reader while another thread makes and releases some.
+int withReadersInChildren() {
+    std::thread([] {
+        for (;;) {
+            MacThreadedWebReader::Create()->Release();
+        }
+    }).detach();
+    for (int children = 40; children > 0; --children) {
+        const pid_t child = fork();
+        if (child == 0) {
+            limitLife();
+            _exit(MacThreadedWebReader::Create()->Release());
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        if (status != 0) {
+            return 1;
+        }
+    }
+    return cDone;
+}
+
+// Registered before the readers' end is, so it runs afterwards.
+__attribute__((constructor(101))) void useHeldReaderAtLast() {
+    std::atexit([] {
+        if (gHeld != nullptr) {
+            const bool isHeld = gHeld->GetRefCount() == 1;
+            gHeld->StartRead(CFSTR("http://127.0.0.1/"), nullptr, nullptr, nullptr);
+            gHeld->AbortRead();
+            gHeld->Release();
+            _exit(isHeld && gHeld->GetRefCount() == 0 ? cDone : 1);
+        }
+    });
+}
+
 // The library sends while the loader's lock is held, and is unloaded again.
 int withLibrary(const std::string& when) {
     // The leak check crashes over ending threads with data of a library that was opened.
@@ -116,11 +153,13 @@ int withLibrary(const std::string& when) {
 int withoutThread() {
     MacThreadedWebReader* reader = MacThreadedWebReader::Create();
     std::thread([reader] {
-        gCreatingFails = true;
+        tvtest::ThreadCreation::sFails = true;
         reader->StartRead(CFSTR("http://127.0.0.1/"), nullptr, readSome, nullptr);
         _exit(1);
     }).detach();
-    awaitFlag(gCreatingFailed);
+    while (tvtest::ThreadCreation::sFailed == 0) {
+        std::this_thread::yield();
+    }
     reader->AbortRead();
     return reader->GetProgress() == 1 ? cDone : 1;
 }
@@ -149,6 +188,17 @@ int run(std::string_view how, const std::string& when) {
         MacThreadedWebReader::Create();
         return hasLoaded("libcurl") || hasLoaded("libtvplatform-http") ? 1 : cDone;
     }
+    if (how == "without memory") {
+        gHasMemory = false;
+        return cDone;
+    }
+    if (how == "held") {
+        gHeld = MacThreadedWebReader::Create();
+        return cDone;
+    }
+    if (how == "readers in forks") {
+        return withReadersInChildren();
+    }
     if (how == "library") {
         return withLibrary(when);
     }
@@ -173,7 +223,9 @@ int run(std::string_view how, const std::string& when) {
     if (how == "abort" || how == "released") {
         reader->Release();
     }
-    return hasLoaded("libcurl") ? cDone : 2;
+    const bool hasSent = hasLoaded("libcurl");
+    gHasMemory = how != "no memory";
+    return hasSent ? cDone : 2;
 }
 
 }  // namespace
@@ -200,19 +252,21 @@ __attribute__((visibility("default"))) int __lsan_is_turned_off() {
     return gLeaksCanBeTold ? 0 : 1;
 }
 
-// The linker puts it between the reader and the system.
-decltype(pthread_create) __real_pthread_create;
-decltype(pthread_create) __wrap_pthread_create;
-int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
-                          void* argument) noexcept {
-    if (gCreatingFails) {
-        gCreatingFailed = true;
-        return EAGAIN;
-    }
-    return __real_pthread_create(thread, attributes, body, argument);
-}
-
 }  // extern "C"
+
+void* operator new(std::size_t size) {
+    void* memory = gHasMemory ? std::malloc(size != 0 ? size : 1) : nullptr;
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
 
 int main(int, char** argv) {
     limitLife();

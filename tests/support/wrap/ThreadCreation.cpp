@@ -1,0 +1,25 @@
+#include "tests/support/ThreadCreation.h"
+
+#include <pthread.h>
+
+#include <cerrno>
+
+using tvtest::ThreadCreation;
+
+extern "C" {
+
+decltype(pthread_create) __real_pthread_create;
+// The linker wants it visible, because libraries of the sanitizers call the wrapped function too.
+[[gnu::visibility("default")]] decltype(pthread_create) __wrap_pthread_create;
+
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
+                          void* argument) noexcept {
+    if (ThreadCreation::sFails) {
+        ++ThreadCreation::sFailed;
+        return EAGAIN;
+    }
+    ++ThreadCreation::sMade;
+    return __real_pthread_create(thread, attributes, body, argument);
+}
+
+}  // extern "C"
