@@ -3,10 +3,15 @@
 #include "interface/AppVariables.h"
 #include "interface/DictStrings.h"
 #include "mac/MacThreadedWebReader.h"
+#include "mac/MacThreadedWebReaderManager.h"
 #include "registry/CNWRegistry.h"
 #include "text/CFRef.h"
 #include "vars/CFormat.h"
 #include "vars/CVarList.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <memory>
 
@@ -19,6 +24,21 @@ constexpr char cDefaultAddress[] = "https://" TV_REGISTRATION_HOST "/v/prod_reg"
 struct ReleaseReader {
     void operator()(MacThreadedWebReader* reader) const { reader->Release(); }
 };
+
+// Returns true if one more request, and those under way that may not have their descriptors yet,
+// leave some to the process. The lowest free descriptor tells how many are taken.
+bool areDescriptorsLeft() {
+    constexpr rlim_t cOfARequest = 8;
+    constexpr rlim_t cLeft = 16;
+    const int lowest = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    rlimit limit{};
+    if (lowest < 0 || close(lowest) != 0 || getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        return false;
+    }
+    const auto requests =
+        static_cast<rlim_t>(MacThreadedWebReaderManager::sSingleton.CountThreads()) + 1;
+    return static_cast<rlim_t>(lowest) + requests * cOfARequest + cLeft <= limit.rlim_cur;
+}
 
 }  // namespace
 
@@ -62,6 +82,9 @@ void GetRegistrationUserAgent(CString& userAgent) {
 }
 
 void SendRegInfo(const CRegInfo& record) {
+    if (!areDescriptorsLeft()) {
+        return;
+    }
     CString address;
     CString userAgent;
     BuildRegistrationAddress(record, address);
@@ -70,8 +93,8 @@ void SendRegInfo(const CRegInfo& record) {
     const CFRef<CFStringRef> url(address.CreateCFString(kCFStringEncodingInvalidId));
     const std::unique_ptr<MacThreadedWebReader, ReleaseReader> reader(
         MacThreadedWebReader::Create());
-    // The caller does not hear whether the request could be started.
-    static_cast<void>(reader->StartRead(url.Get(), agent.Get(), nullptr, nullptr));
+    // The caller neither waits for a thread nor hears whether the request could be started.
+    static_cast<void>(reader->TryStartRead(url.Get(), agent.Get(), nullptr, nullptr));
 }
 
 }  // namespace Tova

@@ -24,7 +24,8 @@ void BuildRegistrationAddress(const CRegInfo& record, CString& address);
 void GetRegistrationUserAgent(CString& userAgent);
 
 // Starts the request and returns, without reporting how the request ends. The request runs until it
-// is done or the process ends.
+// is done or the process ends. Sends nothing if no thread can be made, or if the process has few
+// descriptors left.
 void SendRegInfo(const CRegInfo& record);
 
 }  // namespace Tova

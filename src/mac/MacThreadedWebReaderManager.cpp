@@ -115,6 +115,10 @@ void MacThreadedWebReaderManager::ThreadHasEnded() {
     Own().threads.Update([](int& count) { --count; });
 }
 
+int MacThreadedWebReaderManager::CountThreads() const {
+    return Own().threads.State();
+}
+
 bool MacThreadedWebReaderManager::IsExiting() const {
     return Own().exiting;
 }

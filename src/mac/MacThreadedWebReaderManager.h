@@ -30,6 +30,7 @@ public:
     // cExiting.
     int StartThread(void* (*body)(void*), MacThreadedWebReader* reader);
     void ThreadHasEnded();
+    int CountThreads() const;
     // Waits until no other thread works for a reader.
     void WaitForThreads() const;
     // Returns true once the destructor has begun. No read and no thread begins any more then.

@@ -3,9 +3,16 @@
 #include <TVframework/TVframework.h>
 
 #include "mac/MacThreadedWebReader.h"
+#include "mac/MacThreadedWebReaderManager.h"
 #include "tests/interface/InterfaceTestSupport.h"
 #include "tests/support/LoopbackServer.h"
+#include "tests/support/ThreadCreation.h"
 #include "vars/GlobalVars.h"
+
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <future>
 
@@ -73,8 +80,44 @@ TEST_F(SendRegInfo, ConsentAndFlagDecideWhetherARequestIsMade) {
     EXPECT_EQ(PathOf(request), "/v/prod_reg?RegFirstName=Ada&RegLastName=&RegOrg=&RegEmail=a@b.c");
     EXPECT_NE(request.find("\r\nUser-Agent: Calyx Registration\r\n"), std::string::npos) << request;
     EXPECT_EQ(server.Accepted(), 1);
+}
+
+// It saves although nothing is sent, and waits for nothing.
+TEST_F(SendRegInfo, SavesWhereNothingCanBeSent) {
+    ThreadCreation::sMade = 0;
     SetRegistryAddress("nonsense");
-    EXPECT_EQ(Save(1, 1), 1);  // saves, although nothing can be requested
+    EXPECT_EQ(Save(1, 1), 1);
+    EXPECT_EQ(ThreadCreation::sMade, 0);
+    SetRegistryAddress("http://127.0.0.1/");
+    ThreadCreation::sFails = true;
+    EXPECT_EQ(Save(1, 1), 1);
+    ThreadCreation::sFails = false;
+}
+
+// Connections are made, and never answered.
+TEST_F(SendRegInfo, LeavesDescriptorsForSaving) {
+    const int silent = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(bind(silent, reinterpret_cast<sockaddr*>(&address), size), 0);
+    ASSERT_EQ(listen(silent, 200), 0);
+    getsockname(silent, reinterpret_cast<sockaddr*>(&address), &size);
+    SetRegistryAddress("http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/");
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit few{100, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    int sent = 0;
+    for (int call = 0; call < 100; ++call) {
+        sent += Save(1, 1);
+    }
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_GT(sent, 4);
+    EXPECT_LT(sent, 100);
+    close(silent);
+    MacThreadedWebReaderManager::sSingleton.WaitForThreads();
 }
 
 }  // namespace

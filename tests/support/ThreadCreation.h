@@ -6,10 +6,12 @@
 
 namespace tvtest {
 
+// Defined beside the wrapped function, so that a program that uses them gets this one and not the
+// compiler's own of that name.
 struct ThreadCreation {
-    static inline std::atomic<bool> sFails{false};
-    static inline std::atomic<int> sMade{0};
-    static inline std::atomic<int> sFailed{0};
+    static std::atomic<bool> sFails;
+    static std::atomic<int> sMade;
+    static std::atomic<int> sFailed;
 };
 
 }  // namespace tvtest

@@ -6,6 +6,10 @@
 
 using tvtest::ThreadCreation;
 
+std::atomic<bool> ThreadCreation::sFails{false};
+std::atomic<int> ThreadCreation::sMade{0};
+std::atomic<int> ThreadCreation::sFailed{0};
+
 extern "C" {
 
 decltype(pthread_create) __real_pthread_create;
