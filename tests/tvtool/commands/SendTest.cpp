@@ -109,6 +109,13 @@ TEST_F(SendTest, LeavesStandardOutputToTheFile) {
                   "L\ntvtool: sent to " + server_.Url("") + ": HTTP 200, 3 bytes\nAda\n");
 }
 
+// A stack that fits nowhere.
+TEST_F(SendTest, WaitsForNoThreadThatCannotBeMade) {
+    EXPECT_EQ(Script("ulimit -s 200000000000; details write a.nwc --send --to http://127.0.0.1:1/"),
+              Fails(6, "http://127.0.0.1:1: the request could not be started: this process can "
+                       "have no more threads; the details are saved"));
+}
+
 TEST_F(SendTest, ShowsProgressOnATerminal) {
     const std::string send =
         "script -qc \"$TVTOOL details write a.nwc --send --to http://127.0.0.1:1/\" /dev/null";

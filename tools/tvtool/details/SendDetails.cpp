@@ -193,11 +193,6 @@ std::string DetailsRequest::Send() const {
         break;
     case WebResult::End::Failed:
         Fail(Exit::Network, origin_, answered + DescribeError(result.error) + cSaved);
-    case WebResult::End::NotStarted:
-        Fail(
-            Exit::Network, origin_,
-            std::string("the request could not be started: is libtvplatform-http.so.1 installed?") +
-                cSaved);
     case WebResult::End::TimeLimit:
         Fail(Exit::Network, origin_,
              answered + "no complete answer came within " + std::to_string(wait_) +

@@ -109,6 +109,10 @@ std::string DescribeError(const CFStreamError& error) {
         return "the server closed the connection before the answer was complete";
     case ETIMEDOUT:
         return "it timed out";
+    case EAGAIN:
+        return "the request could not be started: this process can have no more threads";
+    case ENOSYS:
+        return "the request could not be started: is libtvplatform-http.so.1 installed?";
     default:
         return std::strerror(error.error);
     }
@@ -121,10 +125,13 @@ WebResult FetchAndWait(CFStringRef url, CFStringRef userAgent, long seconds,
         // The reader goes before the exchange does. Its end waits for a callback that is running.
         const std::unique_ptr<MacThreadedWebReader, EndReader> reader(
             MacThreadedWebReader::Create());
-        const int started = reader->StartRead(url, userAgent, &Exchange::OnEvent, &exchange);
+        const int started = reader->TryStartRead(url, userAgent, &Exchange::OnEvent, &exchange);
+        if (started < 0) {
+            return {.error = {kCFStreamErrorDomainHTTP, kCFStreamErrorHTTPBadURL}};
+        }
         // If there is no progress, the stream did not open, or the request is over already.
-        if (started != 0 || (reader->GetProgress() == 0 && !exchange.HasEnded())) {
-            return {};
+        if (started > 0 || (reader->GetProgress() == 0 && !exchange.HasEnded())) {
+            return {.error = {kCFStreamErrorDomainPOSIX, started > 0 ? started : ENOSYS}};
         }
         const Clock::time_point start = Clock::now();
         for (long passed = 0; seconds == 0 || passed < seconds; ++passed) {

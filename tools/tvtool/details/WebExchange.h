@@ -12,8 +12,8 @@
 namespace tvtool {
 
 struct WebResult {
-    enum class End { Complete, Failed, NotStarted, TimeLimit };
-    End end = End::NotStarted;
+    enum class End { Complete, Failed, TimeLimit };
+    End end = End::Failed;
     long status = 0;  // It stays 0 if no answer came.
     std::size_t bodyBytes = 0;
     CFStreamError error{};  // It is set with End::Failed.
