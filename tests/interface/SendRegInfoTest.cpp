@@ -85,8 +85,10 @@ TEST_F(SendRegInfo, ConsentAndFlagDecideWhetherARequestIsMade) {
 // It saves although nothing is sent, and waits for nothing.
 TEST_F(SendRegInfo, SavesWhereNothingCanBeSent) {
     ThreadCreation::sMade = 0;
-    SetRegistryAddress("nonsense");
-    EXPECT_EQ(Save(1, 1), 1);
+    for (const char* address : {"nonsense", "https:///v/prod_reg", "http://:80/"}) {
+        SetRegistryAddress(address);
+        EXPECT_EQ(Save(1, 1), 1) << address;
+    }
     EXPECT_EQ(ThreadCreation::sMade, 0);
     SetRegistryAddress("http://127.0.0.1/");
     ThreadCreation::sFails = true;
