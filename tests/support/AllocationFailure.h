@@ -1,7 +1,8 @@
-// Makes one allocation of the C++ heap fail. The header replaces operator new, so exactly one
-// source of a test program includes it.
+// Makes one allocation of the C++ heap fail, or all. The header replaces operator new, so exactly
+// one source of a test program includes it.
 #pragma once
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
@@ -19,9 +20,13 @@ public:
     // Returns true once the allocation has failed.
     bool HasFailed() const { return sLeft == 0; }
 
-    static bool IsDue() { return sLeft > 0 && --sLeft == 0; }
+    // From now on no thread gets any memory.
+    static void FailAll() { sFailsAll = true; }
+
+    static bool IsDue() { return sFailsAll || (sLeft > 0 && --sLeft == 0); }
 
 private:
+    static inline std::atomic<bool> sFailsAll{false};
     static inline thread_local int sLeft = 0;
 };
 

@@ -2,6 +2,7 @@
 //   exit_child HOW WHEN URL
 // Status 42 means that it got to its end.
 #include "mac/MacThreadedWebReader.h"
+#include "tests/support/AllocationFailure.h"
 #include "tests/support/TempHome.h"
 #include "tests/support/ThreadCreation.h"
 
@@ -16,7 +17,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <new>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -28,7 +28,6 @@ constexpr unsigned cHangs = 100;
 
 // The callback has read some, or a host name is being looked up.
 std::atomic<bool> gIsUnderWay{false};
-std::atomic<bool> gHasMemory{true};
 bool gLeaksCanBeTold = true;
 // It is looked at after the readers' end.
 MacThreadedWebReader* gHeld = nullptr;
@@ -189,7 +188,7 @@ int run(std::string_view how, const std::string& when) {
         return hasLoaded("libcurl") || hasLoaded("libtvplatform-http") ? 1 : cDone;
     }
     if (how == "without memory") {
-        gHasMemory = false;
+        tvtest::FailAllocation::FailAll();
         return cDone;
     }
     if (how == "held") {
@@ -224,7 +223,9 @@ int run(std::string_view how, const std::string& when) {
         reader->Release();
     }
     const bool hasSent = hasLoaded("libcurl");
-    gHasMemory = how != "no memory";
+    if (how == "no memory") {
+        tvtest::FailAllocation::FailAll();
+    }
     return hasSent ? cDone : 2;
 }
 
@@ -253,20 +254,6 @@ __attribute__((visibility("default"))) int __lsan_is_turned_off() {
 }
 
 }  // extern "C"
-
-void* operator new(std::size_t size) {
-    void* memory = gHasMemory ? std::malloc(size != 0 ? size : 1) : nullptr;
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 int main(int, char** argv) {
     limitLife();
