@@ -3,17 +3,15 @@
 #include <errno.h>
 
 MacThreadCondition::MacThreadCondition(int initial) : state_(initial) {
-    pthread_mutex_init(&mutex_, nullptr);
     pthread_cond_init(&condition_, nullptr);
 }
 
 MacThreadCondition::~MacThreadCondition() {
-    pthread_mutex_destroy(&mutex_);
     pthread_cond_destroy(&condition_);
 }
 
 void MacThreadCondition::Set(int value) {
-    const Guard guard(mutex_);
+    const MacThreadLockHolder hold(lock_);
     state_ = value;
     pthread_cond_signal(&condition_);
 }
@@ -37,10 +35,10 @@ int MacThreadCondition::DoWait(int milliseconds, int value, bool untilValue) {
         return EINVAL;
     }
     const timespec deadline = Deadline(now, milliseconds);
-    const Guard guard(mutex_);
+    const MacThreadLockHolder hold(lock_);
     int result = 0;
     while (!untilValue || (result == 0 && state_ != value)) {
-        result = pthread_cond_timedwait(&condition_, &mutex_, &deadline);
+        result = pthread_cond_timedwait(&condition_, &lock_.mutex_, &deadline);
     }
     return result;
 }
@@ -54,10 +52,10 @@ int MacThreadCondition::WaitTilCondition(int value) {
     if (state_ == value) {
         return 0;
     }
-    const Guard guard(mutex_);
+    const MacThreadLockHolder hold(lock_);
     int result = 0;
     while (result == 0 && state_ != value) {
-        result = pthread_cond_wait(&condition_, &mutex_);
+        result = pthread_cond_wait(&condition_, &lock_.mutex_);
     }
     return result;
 }

@@ -2,7 +2,8 @@
 // waiting thread at a time; Update wakes all.
 #pragma once
 
-#include <pthread.h>
+#include "mac/MacThreadLock.h"
+
 #include <sys/time.h>
 #include <time.h>
 
@@ -36,7 +37,7 @@ public:
     // and facts that change together with the state.
     template <class Change>
     void Update(Change change) {
-        const Guard guard(mutex_);
+        const MacThreadLockHolder hold(lock_);
         int state = state_;
         change(state);
         state_ = state;
@@ -46,9 +47,9 @@ public:
     // Waits until `done(int state)`, called under the mutex, is true.
     template <class Done>
     void WaitUntil(Done done) {
-        const Guard guard(mutex_);
+        const MacThreadLockHolder hold(lock_);
         while (!done(state_.load())) {
-            pthread_cond_wait(&condition_, &mutex_);
+            pthread_cond_wait(&condition_, &lock_.mutex_);
         }
     }
 
@@ -57,19 +58,7 @@ public:
     static timespec Deadline(timeval now, int milliseconds);
 
 private:
-    // Its destructor unlocks also if the waiting thread is cancelled.
-    class Guard {
-    public:
-        explicit Guard(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
-        ~Guard() { pthread_mutex_unlock(&mutex_); }
-        Guard(const Guard&) = delete;
-        Guard& operator=(const Guard&) = delete;
-
-    private:
-        pthread_mutex_t& mutex_;
-    };
-
     std::atomic<int> state_;
-    pthread_mutex_t mutex_;
+    MacThreadLock lock_{false};
     pthread_cond_t condition_;
 };

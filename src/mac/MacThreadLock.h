@@ -15,10 +15,13 @@ public:
     void Unlock();
 
 private:
+    // It waits with the mutex.
+    friend class MacThreadCondition;
+
     pthread_mutex_t mutex_;
 };
 
-// Holds a lock for a scope.
+// Holds a lock for a scope, which a cancelled thread leaves too.
 class MacThreadLockHolder {
 public:
     explicit MacThreadLockHolder(MacThreadLock& lock) : lock_(lock) { lock_.Lock(); }
