@@ -58,7 +58,7 @@ function(tv_platform_part name path)
 endfunction()
 
 # tv_test(NAME [LINK target...]) makes one test program of all sources in tests/NAME, its child
-# programs excepted, and registers every test in it.
+# programs excepted, and registers every test in it. They assume the system encoding of the build.
 function(tv_test name)
     cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp")
@@ -68,5 +68,6 @@ function(tv_test name)
     target_link_libraries(${target} PRIVATE
         ${ARG_LINK} tv_test_support tv_options GTest::gmock GTest::gtest GTest::gtest_main)
     gtest_discover_tests(${target} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
-        PROPERTIES TIMEOUT 300 LABELS ${name})
+        PROPERTIES TIMEOUT 300 LABELS ${name}
+            ENVIRONMENT_MODIFICATION TV_SYSTEM_ENCODING=unset:)
 endfunction()
