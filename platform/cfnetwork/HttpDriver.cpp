@@ -5,30 +5,29 @@
 #include <CFNetwork/CFHTTPStream.h>
 #include <CoreFoundation/CFNumber.h>
 
-#include <strings.h>
-
 #include <cerrno>
+#include <new>
 
 namespace tvplatform {
 namespace {
 
-bool isWebScheme(std::string_view scheme) {
-    return (scheme.size() == 4 && strncasecmp(scheme.data(), "http", 4) == 0) ||
-           (scheme.size() == 5 && strncasecmp(scheme.data(), "https", 5) == 0);
-}
-
-// Returns true if the address has a scheme that can be fetched, and a host.
-bool isWebAddress(std::string_view address) {
-    const size_t colon = address.find("://");
-    if (colon == std::string_view::npos || !isWebScheme(address.substr(0, colon))) {
-        return false;
+// Returns null and sets `error` if the transfer cannot begin. `error` is an errno.
+std::shared_ptr<HttpTransfer> begin(const HttpMessage& message, bool followRedirects, int& error) {
+    std::shared_ptr<HttpTransfer> transfer;
+    error = ENOMEM;
+    try {
+        const HttpOpenFunction open = LoadHttp();
+        const HttpRequest request{.url = message.Address(),
+                                  .headers = message.HeaderLines(),
+                                  .followRedirects = followRedirects};
+        if (open == nullptr) {
+            error = ENOSYS;
+        } else {
+            open(request, transfer);
+        }
+    } catch (const std::bad_alloc&) {
     }
-    std::string_view authority = address.substr(colon + 3);
-    authority = authority.substr(0, authority.find_first_of("/?#"));
-    if (const size_t at = authority.rfind('@'); at != std::string_view::npos) {
-        authority.remove_prefix(at + 1);
-    }
-    return !authority.empty() && authority.front() != ':';
+    return transfer;
 }
 
 bool is(CFStringRef name, CFStringRef property) {
@@ -37,55 +36,73 @@ bool is(CFStringRef name, CFStringRef property) {
 
 }  // namespace
 
-HttpDriver::HttpDriver(const HttpMessage& request)
-    : message_(request), canBeSent_(request.Method() == "GET" && isWebAddress(request.Address())),
-      open_(canBeSent_ ? LoadHttp() : nullptr) {}
-
 std::shared_ptr<HttpTransfer> HttpDriver::Transfer() const {
     const std::lock_guard guard(lock_);
     return transfer_;
 }
 
-bool HttpDriver::Open(CFStreamError& error) {
-    if (!canBeSent_) {
-        error = {kCFStreamErrorDomainHTTP, kCFStreamErrorHTTPBadURL};
-        return false;
-    }
-    HttpRequest request;
-    request.url = message_.Address();
-    request.headers = message_.HeaderLines();
-    request.followRedirects = followRedirects_;
-    std::shared_ptr<HttpTransfer> transfer;
-    if (open_ == nullptr || !open_(request, transfer)) {
-        error = {kCFStreamErrorDomainPOSIX, open_ == nullptr ? ENOSYS : ENOMEM};
-        return false;
-    }
+bool HttpDriver::IsOpening() const {
     const std::lock_guard guard(lock_);
-    transfer_ = std::move(transfer);
-    return true;
+    return phase_ == Phase::Opening;
+}
+
+void HttpDriver::Open() {
+    const std::lock_guard guard(lock_);
+    phase_ = Phase::Opening;
 }
 
 void HttpDriver::Close() {
-    if (const auto transfer = Transfer()) {
+    std::shared_ptr<HttpTransfer> transfer;
+    {
+        const std::lock_guard guard(lock_);
+        phase_ = Phase::Closed;
+        transfer = transfer_;
+    }
+    if (transfer) {
         transfer->Cancel();
     }
 }
 
+void HttpDriver::Begin() {
+    const std::lock_guard oneAtATime(beginLock_);
+    if (!IsOpening()) {
+        return;
+    }
+    int error = 0;
+    auto transfer = begin(message_, followRedirects_, error);
+    // A transfer that comes too late is given back after the lock is free.
+    const std::lock_guard guard(lock_);
+    if (phase_ != Phase::Opening) {
+        return;
+    }
+    phase_ = Phase::Begun;
+    if (!transfer) {
+        state_.failed = true;
+        state_.error = {kCFStreamErrorDomainPOSIX, error};
+    }
+    transfer_ = std::move(transfer);
+}
+
 void HttpDriver::Prepare(PollSet& set) {
-    if (const auto transfer = Transfer()) {
+    if (IsOpening()) {
+        set.DoNotWait();
+    } else if (const auto transfer = Transfer()) {
         transfer->Prepare(set);
     }
 }
 
 void HttpDriver::Step(std::span<const pollfd> polled) {
+    if (IsOpening()) {
+        Begin();
+    }
     if (const auto transfer = Transfer()) {
         transfer->Step(polled);
     }
 }
 
 DriverState HttpDriver::State() const {
-    const auto transfer = Transfer();
-    return transfer ? transfer->State() : DriverState{};
+    const std::lock_guard guard(lock_);
+    return transfer_ ? transfer_->State() : state_;
 }
 
 size_t HttpDriver::Read(UInt8* buffer, size_t size) {
@@ -98,12 +115,14 @@ bool HttpDriver::SetProperty(CFStringRef name, CFTypeRef value) {
         CFGetTypeID(value) != CFBooleanGetTypeID()) {
         return false;
     }
+    const std::lock_guard guard(lock_);
     followRedirects_ = CFBooleanGetValue(static_cast<CFBooleanRef>(value)) != 0;
     return true;
 }
 
 CFTypeRef HttpDriver::CopyProperty(CFStringRef name) const {
     if (is(name, kCFStreamPropertyHTTPShouldAutoredirect)) {
+        const std::lock_guard guard(lock_);
         return CFRetain(followRedirects_ ? kCFBooleanTrue : kCFBooleanFalse);
     }
     const auto transfer = Transfer();

@@ -5,17 +5,15 @@
 #include "cfnetwork/HttpTransfer.h"
 #include "corefoundation/runloop/ReadStream.h"
 
-#include <atomic>
-
 namespace tvplatform {
 
+// The first Step after Open loads the HTTP module and begins the transfer. So the thread that runs
+// the stream does that work, and the one that makes and opens the stream does not wait for it.
 class HttpDriver final : public ReadStreamDriver {
 public:
-    // Loads the HTTP module, if the request can be sent at all. It does so here, on the program's
-    // own thread. A worker that loaded the module could wait for that thread's dlopen or exit.
-    explicit HttpDriver(const HttpMessage& request);
+    explicit HttpDriver(const HttpMessage& request) : message_(request) {}
 
-    bool Open(CFStreamError& error) override;
+    void Open() override;
     void Close() override;
     void Prepare(PollSet& set) override;
     void Step(std::span<const pollfd> polled) override;
@@ -25,14 +23,22 @@ public:
     CFTypeRef CopyProperty(CFStringRef name) const override;
 
 private:
+    enum class Phase { NotOpen, Opening, Begun, Closed };
+
     std::shared_ptr<HttpTransfer> Transfer() const;
+    bool IsOpening() const;
+    void Begin();
 
     const HttpMessage message_;
-    const bool canBeSent_;
-    const HttpOpenFunction open_;
-    std::atomic<bool> followRedirects_{false};
+    // Held by the thread that begins. Others that want to go on wait for it.
+    std::mutex beginLock_;
+    // Guards what follows.
     mutable std::mutex lock_;
+    Phase phase_ = Phase::NotOpen;
+    bool followRedirects_ = false;
     std::shared_ptr<HttpTransfer> transfer_;
+    // The state of a stream that has no transfer.
+    DriverState state_;
 };
 
 }  // namespace tvplatform

@@ -1,35 +1,82 @@
 #include "cfnetwork/HttpLoader.h"
 
+#include "cfnetwork/SignalGuard.h"
+
 #include <dlfcn.h>
 
 #include <atomic>
+#include <chrono>
 #include <climits>
 #include <cstdlib>
+#include <new>
+#include <shared_mutex>
 
 namespace tvplatform {
 namespace {
 
-// Returns the folder that this library was loaded from, with a "/" at its end, or "" if it is
-// unknown.
-std::string ownFolder() {
-    Dl_info info{};
-    char real[PATH_MAX];
-    // Any object of this library serves.
-    static const char marker = 0;
-    if (dladdr(&marker, &info) == 0 || info.dli_fname == nullptr ||
-        realpath(info.dli_fname, real) == nullptr) {
-        return {};
+// An exit or a fork waits this long for loads under way. It may wait in vain: the loading thread
+// may need the loader's lock, and the waiting thread may hold that.
+constexpr std::chrono::seconds cLongestWait{5};
+
+// Shared by the threads that load.
+constinit std::shared_timed_mutex sLoading;
+constinit std::atomic<HttpOpenFunction> sOpen{nullptr};
+constinit std::atomic<bool> sHasExitHandler{false};
+// No load begins any more.
+constinit std::atomic<bool> sIsOver{false};
+// Belongs to the thread that forks.
+constinit bool sIsStill = false;
+
+// A load would crash beside the exit handlers and destructors of libraries.
+void atExit() {
+    sIsOver = true;
+    if (sLoading.try_lock_for(cLongestWait)) {
+        sLoading.unlock();
     }
-    const std::string path(real);
-    return path.substr(0, path.rfind('/') + 1);
 }
 
+void beforeFork() {
+    sIsStill = sLoading.try_lock_for(cLongestWait);
+}
+
+void afterForkInParent() {
+    if (sIsStill) {
+        sLoading.unlock();
+    }
+}
+
+// A load that the fork has cut leaves the child's loader half-way.
+void afterForkInChild() {
+    sIsOver = sIsOver || !sIsStill;
+    new (&sLoading) std::shared_timed_mutex;
+}
+
+[[maybe_unused]] const int sForkHandlers =
+    pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
+
+// Returns the path by which the loader knows this library.
+const char* ownPath() {
+    // Any object of this library serves.
+    static const char marker = 0;
+    Dl_info info{};
+    return dladdr(&marker, &info) != 0 && info.dli_fname != nullptr ? info.dli_fname : "";
+}
+
+// The canonical form of a relative path. It is found at load, since the path leads elsewhere once
+// the program has changed folders.
+constinit char sOwnFile[PATH_MAX] = "";
+[[maybe_unused]] const bool sIsRelative =
+    *ownPath() != '/' && realpath(ownPath(), sOwnFile) != nullptr;
+
 HttpOpenFunction openModule() {
-    const std::string folder = ownFolder();
-    if (folder.empty()) {
+    const char* path = *sOwnFile == '/' ? sOwnFile : ownPath();
+    char real[PATH_MAX];
+    if (*path != '/' || realpath(path, real) == nullptr) {
         return nullptr;
     }
-    void* module = dlopen((folder + cHttpModule).c_str(), RTLD_NOW | RTLD_LOCAL);
+    std::string file(real);
+    file.replace(file.rfind('/') + 1, std::string::npos, cHttpModule);
+    void* module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
         return nullptr;
     }
@@ -40,16 +87,21 @@ HttpOpenFunction openModule() {
 
 }  // namespace
 
-// It takes no lock, because a thread may be inside dlopen when it comes here. Opening twice is
-// harmless.
+// Threads do not wait for each other here, because one may be inside dlopen when it comes here.
+// Opening twice is harmless.
 HttpOpenFunction LoadHttp() {
-    static constinit std::atomic<HttpOpenFunction> known{nullptr};
-    HttpOpenFunction open = known;
-    if (open == nullptr) {
-        open = openModule();
-        known = open;
+    if (sOpen == nullptr) {
+        const SignalGuard signals;
+        const std::shared_lock loading(sLoading);
+        // It is registered late, so that it runs before the destructors of libraries.
+        if (!sHasExitHandler.exchange(true) && std::atexit(atExit) != 0) {
+            sIsOver = true;
+        }
+        if (!sIsOver) {
+            sOpen = openModule();
+        }
     }
-    return open;
+    return sOpen;
 }
 
 }  // namespace tvplatform

@@ -1,13 +1,14 @@
-// Opens the HTTP module on the first request. Any thread.
+// Opens the HTTP module on the first request. Any thread may use it.
 #pragma once
 
 #include "cfnetwork/HttpTransfer.h"
 
 namespace tvplatform {
 
-// Returns the module's function and initialises the library behind it. Returns null if the module,
-// which lies beside this library, cannot be loaded. A later request then tries again. Returns null
-// for the rest of the process if the library behind it fails to start.
+// Loads the module, which lies beside this library, and initialises the library behind it, which
+// takes some 20 ms the first time. Returns the module's function. Returns null if the module cannot
+// be loaded; a later call then tries again. Returns null for the rest of the process once it exits,
+// or if the library behind the module fails to start. An exit and a fork wait for a load under way.
 HttpOpenFunction LoadHttp();
 
 }  // namespace tvplatform

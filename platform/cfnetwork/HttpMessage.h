@@ -22,8 +22,7 @@ public:
     // Makes a copy that has one reference.
     HttpMessage(const HttpMessage& other);
 
-    bool IsRequest() const { return status_ == 0; }
-    // Returns the status of an answer, and 0 for a request.
+    // Returns the status of an answer. Returns 0 for a request, which has none.
     int Status() const { return status_; }
     const std::string& Method() const { return method_; }
     const std::string& Address() const { return address_; }

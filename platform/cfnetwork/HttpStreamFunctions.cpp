@@ -4,11 +4,45 @@
 #include <CFNetwork/CFHTTPStream.h>
 #include <CoreFoundation/CFString.h>
 
+#include <strings.h>
+
+#include <charconv>
+
 using tvplatform::As;
 using tvplatform::HttpDriver;
 using tvplatform::HttpMessage;
 using tvplatform::ReadStream;
 using tvplatform::ToRef;
+
+namespace {
+
+bool isPort(std::string_view digits) {
+    unsigned port = 0;
+    const char* end = digits.data() + digits.size();
+    const auto parsed = std::from_chars(digits.data(), end, port);
+    return digits.empty() ||
+           (parsed.ec == std::errc() && parsed.ptr == end && port > 0 && port <= 0xFFFF);
+}
+
+// Returns true if the address has a scheme that can be fetched, a host, and no impossible port.
+bool isWebAddress(std::string_view address) {
+    const size_t colon = address.find("://");
+    const std::string scheme(address.substr(0, colon));
+    if (colon == std::string_view::npos ||
+        (strcasecmp(scheme.c_str(), "http") != 0 && strcasecmp(scheme.c_str(), "https") != 0)) {
+        return false;
+    }
+    std::string_view host = address.substr(colon + 3);
+    host = host.substr(0, host.find_first_of("/?#"));
+    host.remove_prefix(host.rfind('@') + 1);
+    // An IPv6 literal has colons of its own, in brackets.
+    const size_t bracket = host.rfind(']');
+    const size_t port = host.find(':', bracket == std::string_view::npos ? 0 : bracket);
+    return port != 0 && !host.empty() &&
+           (port == std::string_view::npos || isPort(host.substr(port + 1)));
+}
+
+}  // namespace
 
 extern "C" {
 
@@ -19,7 +53,7 @@ const CFStreamPropertyKey kCFStreamPropertyHTTPShouldAutoredirect =
 
 CFReadStreamRef CFReadStreamCreateForHTTPRequest(CFAllocatorRef, CFHTTPMessageRef request) {
     const auto* message = As<HttpMessage>(request);
-    if (message == nullptr || !message->IsRequest()) {
+    if (message == nullptr || message->Method() != "GET" || !isWebAddress(message->Address())) {
         return nullptr;
     }
     return ToRef<CFReadStreamRef>(new ReadStream(std::make_unique<HttpDriver>(*message)));

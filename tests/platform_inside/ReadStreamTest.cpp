@@ -22,7 +22,7 @@ class Driver final : public tvplatform::ReadStreamDriver {
 public:
     explicit Driver(std::function<void()> onPrepare = {}) : onPrepare_(std::move(onPrepare)) {}
 
-    bool Open(CFStreamError&) override { return true; }
+    void Open() override {}
     void Close() override {}
     void Prepare(tvplatform::PollSet& set) override {
         if (onPrepare_) {

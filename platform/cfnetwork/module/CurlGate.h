@@ -1,6 +1,6 @@
-// Decides which threads may be inside libcurl. An exit handler of its own takes the TLS library
-// below libcurl down. So every use of the two is a visit through this gate, and the module shuts it
-// before that.
+// Decides which threads may be inside libcurl. Exit handlers and destructors take it and the
+// libraries below it down. So every use of them is a visit through this gate, which the module
+// shuts before that.
 #pragma once
 
 #include <atomic>

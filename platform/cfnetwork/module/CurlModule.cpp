@@ -1,13 +1,15 @@
-// The module's entry points, and its end. libcurl, and the TLS library below it, must not run any
-// more once the latter's own exit handler has: the module stops every transfer before that.
+// The module's entry points, and its end. It stops every transfer before the destructors of
+// libraries run, and before an exit handler of the TLS library, if the program itself has
+// initialised that.
+#include "cfnetwork/SignalGuard.h"
 #include "cfnetwork/module/CurlGate.h"
 #include "cfnetwork/module/CurlTransfer.h"
-#include "cfnetwork/module/SignalGuard.h"
 #include "cfnetwork/module/TransferList.h"
 
 #include <dlfcn.h>
 #include <pthread.h>
 
+#include <cstdint>
 #include <cstdlib>
 
 namespace tvplatform {
@@ -36,27 +38,34 @@ void atExit() {
     CurlGate::Only().Open();
 }
 
-// The TLS library's function that gives back what it keeps for the calling thread. Left to the
-// thread's end, that would meet its exit handler. Looked up, since libcurl's builds differ in what
-// lies below them; from libcurl, since the program may have another version of its own.
-void (*findThreadStop())() {
+// Returns a function of the TLS library, or null if libcurl was built with another one. It is
+// looked up from libcurl, because the program may have another version of its own.
+template <class Function>
+Function* findInTls(const char* name) {
     Dl_info info{};
     void* curl = nullptr;
     if (dladdr(reinterpret_cast<const void*>(&curl_global_init), &info) != 0) {
         curl = dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
     }
-    return curl != nullptr ? reinterpret_cast<void (*)()>(dlsym(curl, "OPENSSL_thread_stop"))
-                           : nullptr;
+    return curl != nullptr ? reinterpret_cast<Function*>(dlsym(curl, name)) : nullptr;
 }
 
-// The order counts: exit runs the handlers backwards, so the one that is registered after the
-// library has initialised the TLS library runs before the TLS library's.
+// The exit handler is registered last. Exit runs the handlers backwards, so it runs before those
+// that the libraries have registered.
 bool startLibrary() {
     const SignalGuard signals;
+    // OPENSSL_INIT_NO_ATEXIT of OpenSSL's headers, which a build need not have. Without an exit
+    // handler, the TLS library can be used on one thread while another one ends the process.
+    constexpr uint64_t cNoExitHandler = 0x00080000;
+    if (auto* start = findInTls<int(uint64_t, const void*)>("OPENSSL_init_crypto")) {
+        start(cNoExitHandler, nullptr);
+    }
     if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
         return false;
     }
-    CurlGate::Only().SetLeave(findThreadStop());
+    // What the TLS library keeps for a thread would be given back at the thread's end, which may
+    // fall into the program's own exit handler of that library.
+    CurlGate::Only().SetLeave(findInTls<void()>("OPENSSL_thread_stop"));
     return std::atexit(atExit) == 0 &&
            pthread_atfork(beforeFork, afterForkInParent, afterForkInChild) == 0;
 }

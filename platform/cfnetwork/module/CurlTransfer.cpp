@@ -1,15 +1,17 @@
 #include "cfnetwork/module/CurlTransfer.h"
 
+#include "cfnetwork/SignalGuard.h"
 #include "cfnetwork/module/CurlErrors.h"
 #include "cfnetwork/module/CurlGate.h"
-#include "cfnetwork/module/SignalGuard.h"
 #include "cfnetwork/module/TransferList.h"
 
 #include <strings.h>
+#include <sys/socket.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <optional>
 #include <utility>
 
 namespace tvplatform {
@@ -20,8 +22,16 @@ bool startsWith(std::string_view line, std::string_view lowerCasePrefix) {
            strncasecmp(line.data(), lowerCasePrefix.data(), lowerCasePrefix.size()) == 0;
 }
 
-bool isBlank(std::string_view text) {
-    return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+std::string_view trimmed(std::string_view text) {
+    const size_t first = std::min(text.find_first_not_of(" \t\r\n"), text.size());
+    return text.substr(first, text.find_last_not_of(" \t\r\n") + 1 - first);
+}
+
+// Returns the value of a header line if it has that name, which ends in a colon.
+std::optional<std::string_view> valueIn(std::string_view line, std::string_view lowerCaseName) {
+    return startsWith(line, lowerCaseName)
+               ? std::optional(trimmed(line.substr(lowerCaseName.size())))
+               : std::nullopt;
 }
 
 // Returns `failed` in place of an exception, because none may pass through the library.
@@ -71,12 +81,13 @@ bool CurlTransfer::Start() {
 }
 
 bool CurlTransfer::SetOptions() {
-    for (const std::string& header : request_.headers) {
-        curl_slist* longer = curl_slist_append(headerList_, header.c_str());
-        if (longer == nullptr) {
+    // Appending to the whole list would walk through it for each header.
+    for (curl_slist** end = &headerList_; const std::string& header : request_.headers) {
+        *end = curl_slist_append(nullptr, header.c_str());
+        if (*end == nullptr) {
             return false;
         }
-        headerList_ = longer;
+        end = &(*end)->next;
     }
     bool good = true;
     const auto set = [&](CURLoption option, auto value) {
@@ -99,6 +110,7 @@ bool CurlTransfer::SetOptions() {
     set(CURLOPT_SSL_VERIFYPEER, 1L);
     set(CURLOPT_SSL_VERIFYHOST, 2L);
     set(CURLOPT_HTTPHEADER, headerList_);
+    set(CURLOPT_OPENSOCKETFUNCTION, &OpenSocket);
     set(CURLOPT_WRITEFUNCTION, &OnBody);
     set(CURLOPT_WRITEDATA, static_cast<void*>(this));
     set(CURLOPT_HEADERFUNCTION, &OnHeader);
@@ -121,6 +133,11 @@ void CurlTransfer::SetTrust() {
         curl_easy_setopt(easy_, CURLOPT_CAPATH, folder);
         curl_easy_setopt(easy_, CURLOPT_PROXY_CAPATH, folder);
     }
+}
+
+// A program that the process starts meanwhile must not inherit the connection.
+curl_socket_t CurlTransfer::OpenSocket(void*, curlsocktype, curl_sockaddr* address) {
+    return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
 int CurlTransfer::OnSocket(CURL*, curl_socket_t socket, int what, void* self, void*) {
@@ -183,7 +200,7 @@ bool CurlTransfer::TakeHeaderLine(std::string_view line) {
         return false;
     }
     // A header field may look like a status line. Only the first line of an answer is one.
-    const bool isFirst = std::exchange(nextIsFirst_, isBlank(line));
+    const bool isFirst = std::exchange(nextIsFirst_, trimmed(line).empty());
     if (isFirst && startsWith(line, "http/") && !TakeStatusLine()) {
         return false;
     }
@@ -193,13 +210,15 @@ bool CurlTransfer::TakeHeaderLine(std::string_view line) {
             return true;  // A trailer.
         }
     }
-    if (startsWith(line, "location:")) {
-        hasLocation_ |= !isBlank(line.substr(line.find(':') + 1));
+    if (const auto place = valueIn(line, "location:")) {
+        hasLocation_ |= !place->empty();
     }
-    if (isBlank(line)) {
+    if (nextIsFirst_) {
         CompleteHeader();
     }
-    return true;
+    // The library would inflate other codings, to any size.
+    const auto coding = valueIn(line, "transfer-encoding:");
+    return !coding || (coding->size() == 7 && startsWith(*coding, "chunked"));
 }
 
 // Begins a new answer. From the first one that came over https on, only https is followed. Returns

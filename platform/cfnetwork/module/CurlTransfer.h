@@ -29,6 +29,7 @@ public:
     int Status() const override;
 
 private:
+    static curl_socket_t OpenSocket(void* self, curlsocktype purpose, curl_sockaddr* address);
     static size_t OnBody(char* bytes, size_t size, size_t count, void* self);
     static size_t OnHeader(char* bytes, size_t size, size_t count, void* self);
     static int OnSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* perSocket);

@@ -42,11 +42,8 @@ bool ReadStream::Open() {
         if (phase_ != Phase::NotOpen) {
             return false;
         }
-        if (!driver_->Open(openError_)) {
-            phase_ = Phase::Failed;
-            return false;
-        }
         phase_ = Phase::Running;
+        driver_->Open();
     }
     WakeLoops();
     return true;
@@ -75,8 +72,6 @@ CFStreamStatus ReadStream::StatusLocked() const {
     switch (phase_) {
     case Phase::NotOpen:
         return kCFStreamStatusNotOpen;
-    case Phase::Failed:
-        return kCFStreamStatusError;
     case Phase::Closed:
         return kCFStreamStatusClosed;
     case Phase::Running:
@@ -96,10 +91,7 @@ CFStreamStatus ReadStream::Status() const {
 
 CFStreamError ReadStream::Error() const {
     const std::lock_guard guard(lock_);
-    if (StatusLocked() != kCFStreamStatusError) {
-        return {0, 0};
-    }
-    return phase_ == Phase::Failed ? openError_ : driver_->State().error;
+    return StatusLocked() == kCFStreamStatusError ? driver_->State().error : CFStreamError{0, 0};
 }
 
 CFIndex ReadStream::Read(UInt8* buffer, CFIndex size) {

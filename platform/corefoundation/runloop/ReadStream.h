@@ -35,7 +35,7 @@ public:
     bool Fire(std::span<const pollfd> polled) override;
 
 private:
-    enum class Phase { NotOpen, Running, Failed, Closed };
+    enum class Phase { NotOpen, Running, Closed };
     class Client;
 
     CFStreamStatus StatusLocked() const;
@@ -47,7 +47,6 @@ private:
     mutable std::mutex lock_;
     const std::unique_ptr<ReadStreamDriver> driver_;
     Phase phase_ = Phase::NotOpen;
-    CFStreamError openError_{0, 0};
     std::shared_ptr<const Client> client_;
     // The events that were delivered. "Has bytes available" leaves with the next read.
     CFOptionFlags delivered_ = 0;

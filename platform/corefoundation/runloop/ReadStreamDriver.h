@@ -1,4 +1,4 @@
-// What brings the bytes of a read stream.
+// Brings the bytes of one read stream.
 #pragma once
 
 #include "corefoundation/runloop/ReadStreamState.h"
@@ -8,14 +8,14 @@
 
 namespace tvplatform {
 
-// Brings the bytes of one stream. Any thread may call any operation, also several at once. No
-// operation calls back or waits for the peer.
+// Any thread may call any operation, also several at once. No operation calls back or waits for the
+// peer.
 class ReadStreamDriver {
 public:
     virtual ~ReadStreamDriver() = default;
 
-    // Begins. It is called at most once. If it returns false, `error` tells why.
-    virtual bool Open(CFStreamError& error) = 0;
+    // Lets the next Step begin. It is called at most once and does no work that could take time.
+    virtual void Open() = 0;
     // Gives back everything that a peer could notice. The stream reads nothing afterwards.
     virtual void Close() = 0;
 

@@ -28,9 +28,10 @@ enum {
 };
 
 // Returns a new stream, which the caller owns and which sends a copy of the request. Returns null
-// if `request` is no request. The stream is not opened yet. Opening fails at once for a scheme
-// other than http and https, an address without a host, a method other than GET, and if HTTP
-// support cannot be loaded. An answer of any status (404, 500, …) is a success of the stream.
+// if `request` is no request, or if it can never be sent: its method is not GET, its scheme is not
+// http or https, it has no host, or its port is not from 1 to 65535. The stream is not opened yet.
+// If HTTP support cannot be loaded, the opened stream reports ENOSYS as its error. An answer of any
+// status (404, 500, …) is a success of the stream.
 CF_EXPORT CFReadStreamRef CFReadStreamCreateForHTTPRequest(CFAllocatorRef allocator,
                                                            CFHTTPMessageRef request);
 

@@ -57,9 +57,9 @@ CF_EXPORT CFStreamStatus CFReadStreamGetStatus(CFReadStreamRef stream);
 // Returns what went wrong, and {0, 0} unless the status is kCFStreamStatusError.
 CF_EXPORT CFStreamError CFReadStreamGetError(CFReadStreamRef stream);
 
-// Begins to open the stream and does not wait: the status is kCFStreamStatusOpening until the peer
-// has answered. Returns false and sets status and error if the stream can never be opened. Returns
-// false and changes nothing if the stream was opened before.
+// Opens the stream and does not wait. The work begins when a run loop serves the stream or a thread
+// waits in CFReadStreamRead. The status is kCFStreamStatusOpening until the peer has answered.
+// Returns false and changes nothing if the stream was opened before.
 CF_EXPORT Boolean CFReadStreamOpen(CFReadStreamRef stream);
 // Drops what was not read, gives back the connection and takes the stream off its run loop, for
 // good. No callback begins afterwards. The call does not wait for a callback that runs on another

@@ -1,6 +1,6 @@
-// Blocks every signal for the calling thread while it is inside the HTTP library, so that threads
-// which that library starts take no signal of the program's either, and swallows a SIGPIPE that
-// writing to a closed connection raised meanwhile.
+// Keeps signals and cancellation from the calling thread while it is inside foreign libraries. So
+// threads that they start take no signal of the program's either, and nothing leaves them half-way.
+// Swallows a SIGPIPE that writing to a closed connection raised meanwhile.
 #pragma once
 
 #include <pthread.h>
@@ -15,6 +15,7 @@ public:
         sigset_t all;
         sigfillset(&all);
         pthread_sigmask(SIG_SETMASK, &all, &before_);
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelBefore_);
     }
     ~SignalGuard() {
         if (!pipeWasPending_ && sigismember(&before_, SIGPIPE) == 0 && PipeIsPending()) {
@@ -24,6 +25,7 @@ public:
             const timespec noWait{};
             sigtimedwait(&pipeOnly, nullptr, &noWait);
         }
+        pthread_setcancelstate(cancelBefore_, nullptr);
         pthread_sigmask(SIG_SETMASK, &before_, nullptr);
     }
     SignalGuard(const SignalGuard&) = delete;
@@ -38,6 +40,7 @@ private:
     }
 
     sigset_t before_;
+    int cancelBefore_ = PTHREAD_CANCEL_ENABLE;
     const bool pipeWasPending_;
 };
 
