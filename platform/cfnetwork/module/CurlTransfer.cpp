@@ -4,6 +4,7 @@
 #include "cfnetwork/module/CurlErrors.h"
 #include "cfnetwork/module/CurlGate.h"
 #include "cfnetwork/module/TransferList.h"
+#include "cfnetwork/module/WakeUpSockets.h"
 
 #include <strings.h>
 #include <sys/socket.h>
@@ -76,6 +77,7 @@ bool CurlTransfer::Start() {
         FreeHandles();
         return false;
     }
+    KeepWakeUpSocketsFromPrograms(multi_);
     lastByte_ = Clock::now();
     return true;
 }

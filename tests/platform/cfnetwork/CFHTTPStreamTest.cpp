@@ -10,9 +10,11 @@
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
+#include <fcntl.h>
 
 #include <cerrno>
 #include <filesystem>
+#include <set>
 #include <tuple>
 
 using namespace tvtest;
@@ -176,6 +178,35 @@ bool advance(HttpTransfer& transfer) {
 
 bool isOver(const HttpTransfer& transfer) {
     return transfer.State().failed || transfer.State().ended;
+}
+
+// The descriptors that a program would inherit if the process started one now.
+std::set<std::string> inherited() {
+    std::set<std::string> descriptors;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        const std::string name = entry.path().filename();
+        if (fcntl(std::stoi(name), F_GETFD) == 0) {
+            descriptors.insert(name);
+        }
+    }
+    return descriptors;
+}
+
+TEST(HttpModule, LetsNoProgramInheritItsDescriptors) {
+    std::atomic<bool> arrived = false;
+    LoopbackServer server([&](Connection& connection) {
+        arrived = !connection.ReadRequest().empty();
+        connection.Hold();
+    });
+    HttpRequest request;
+    request.url = server.Url();
+    const auto before = inherited();
+    const auto transfer = openTransfer(request);
+    while (!arrived && !isOver(*transfer)) {
+        advance(*transfer);
+    }
+    EXPECT_TRUE(arrived);
+    EXPECT_EQ(inherited(), before);
 }
 
 TEST(HttpModule, GivesUpOnAPeerThatFallsSilent) {
