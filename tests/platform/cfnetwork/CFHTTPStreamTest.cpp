@@ -118,6 +118,27 @@ TEST(CFHTTPStream, IsMadeOnlyForWhatCanBeRequested) {
     }
 }
 
+TEST(CFHTTPStream, TakesNoTransferCodingButChunked) {
+    // What a coding that is undone would leave is "x".
+    const std::string zipped("\x1f\x8b\x08\0\0\0\0\0\x02\xff\xab\0\0\x83\x16\xdc\x8c\1\0\0\0", 21);
+    for (const auto& [coding, bytes, body] :
+         {std::tuple<const char*, std::string, const char*>("ChunKed ", "1\r\nx\r\n0\r\n\r\n",
+                                                            "x[0]"),
+          {"gzip", zipped, "[-1]"},
+          {"gzip, chunked", "15\r\n" + zipped + "\r\n0\r\n\r\n", "[-1]"},
+          {"identity", "x", "[-1]"}}) {
+        LoopbackServer server(
+            [&, text = "HTTP/1.1 200 OK\r\nTransfer-Encoding: " + std::string(coding) + "\r\n\r\n" +
+                       bytes](Connection& connection) {
+                connection.ReadRequest();
+                connection.Send(text);
+            });
+        const auto stream = makeStream(server.Url());
+        ASSERT_TRUE(CFReadStreamOpen(stream));
+        EXPECT_EQ(readAll(stream), body) << coding;
+    }
+}
+
 TEST(CFHTTPStream, AnnouncesBytesOnceAfterEachReadAndThenTheEnd) {
     LoopbackServer server([](Connection& connection) {
         connection.ReadRequest();
