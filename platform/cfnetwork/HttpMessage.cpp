@@ -1,16 +1,10 @@
 #include "cfnetwork/HttpMessage.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <string_view>
 
 namespace tvplatform {
 namespace {
-
-bool sameName(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
 
 bool isTokenByte(char byte) {
     const bool alnum = (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
@@ -44,9 +38,9 @@ void HttpMessage::SetHeader(const std::string& name, const std::optional<std::st
     if (!mayBeName(name) || (value && !mayBeValue(*value))) {
         return;
     }
-    std::erase_if(headers_, [&](const auto& known) { return sameName(known.first, name); });
+    headers_.erase(name);
     if (value) {
-        headers_.emplace_back(name, *value);
+        headers_.emplace(name, *value);
     }
 }
 

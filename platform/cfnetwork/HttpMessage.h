@@ -2,11 +2,12 @@
 // one may change it.
 #pragma once
 
+#include "cfnetwork/AsciiCase.h"
 #include "corefoundation/object/Object.h"
 
+#include <map>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace tvplatform {
@@ -30,14 +31,21 @@ public:
     // Sets or replaces a header, or removes it if there is no value. Changes nothing if the name or
     // the value may not be sent.
     void SetHeader(const std::string& name, const std::optional<std::string>& value);
-    // Returns each header as "Name: value".
+    // Returns each header as "Name: value", sorted by name.
     std::vector<std::string> HeaderLines() const;
 
 private:
+    // Orders the names of headers, in which case does not count.
+    struct IgnoringCase {
+        bool operator()(const std::string& a, const std::string& b) const {
+            return IsLessIgnoringCase(a, b);
+        }
+    };
+
     const std::string method_;
     const std::string address_;
     const int status_ = 0;
-    std::vector<std::pair<std::string, std::string>> headers_;
+    std::map<std::string, std::string, IgnoringCase> headers_;
 };
 
 }  // namespace tvplatform

@@ -1,16 +1,16 @@
 // The C interface of HTTP streams.
+#include "cfnetwork/AsciiCase.h"
 #include "cfnetwork/HttpDriver.h"
 
 #include <CFNetwork/CFHTTPStream.h>
 #include <CoreFoundation/CFString.h>
-
-#include <strings.h>
 
 #include <charconv>
 
 using tvplatform::As;
 using tvplatform::HttpDriver;
 using tvplatform::HttpMessage;
+using tvplatform::IsSameIgnoringCase;
 using tvplatform::ReadStream;
 using tvplatform::ToRef;
 
@@ -27,9 +27,9 @@ bool isPort(std::string_view digits) {
 // Returns true if the address has a scheme that can be fetched, a host, and no impossible port.
 bool isWebAddress(std::string_view address) {
     const size_t colon = address.find("://");
-    const std::string scheme(address.substr(0, colon));
+    const std::string_view scheme = address.substr(0, colon);
     if (colon == std::string_view::npos ||
-        (strcasecmp(scheme.c_str(), "http") != 0 && strcasecmp(scheme.c_str(), "https") != 0)) {
+        !(IsSameIgnoringCase(scheme, "http") || IsSameIgnoringCase(scheme, "https"))) {
         return false;
     }
     std::string_view host = address.substr(colon + 3);

@@ -1,12 +1,12 @@
 #include "cfnetwork/module/CurlTransfer.h"
 
+#include "cfnetwork/AsciiCase.h"
 #include "cfnetwork/SignalGuard.h"
 #include "cfnetwork/module/CurlErrors.h"
 #include "cfnetwork/module/CurlGate.h"
 #include "cfnetwork/module/TransferList.h"
 #include "cfnetwork/module/WakeUpSockets.h"
 
-#include <strings.h>
 #include <sys/socket.h>
 
 #include <cstdlib>
@@ -18,9 +18,8 @@
 namespace tvplatform {
 namespace {
 
-bool startsWith(std::string_view line, std::string_view lowerCasePrefix) {
-    return line.size() >= lowerCasePrefix.size() &&
-           strncasecmp(line.data(), lowerCasePrefix.data(), lowerCasePrefix.size()) == 0;
+bool startsWith(std::string_view line, std::string_view prefix) {
+    return IsSameIgnoringCase(line.substr(0, prefix.size()), prefix);
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -29,10 +28,8 @@ std::string_view trimmed(std::string_view text) {
 }
 
 // Returns the value of a header line if it has that name, which ends in a colon.
-std::optional<std::string_view> valueIn(std::string_view line, std::string_view lowerCaseName) {
-    return startsWith(line, lowerCaseName)
-               ? std::optional(trimmed(line.substr(lowerCaseName.size())))
-               : std::nullopt;
+std::optional<std::string_view> valueIn(std::string_view line, std::string_view name) {
+    return startsWith(line, name) ? std::optional(trimmed(line.substr(name.size()))) : std::nullopt;
 }
 
 // Returns `failed` in place of an exception, because none may pass through the library.
@@ -220,7 +217,7 @@ bool CurlTransfer::TakeHeaderLine(std::string_view line) {
     }
     // The library would inflate other codings, to any size.
     const auto coding = valueIn(line, "transfer-encoding:");
-    return !coding || (coding->size() == 7 && startsWith(*coding, "chunked"));
+    return !coding || IsSameIgnoringCase(*coding, "chunked");
 }
 
 // Begins a new answer. From the first one that came over https on, only https is followed. Returns
@@ -229,7 +226,7 @@ bool CurlTransfer::TakeStatusLine() {
     hasLocation_ = false;
     const char* scheme = nullptr;
     curl_easy_getinfo(easy_, CURLINFO_SCHEME, &scheme);
-    return scheme == nullptr || strcasecmp(scheme, "https") != 0 ||
+    return scheme == nullptr || !IsSameIgnoringCase(scheme, "https") ||
            curl_easy_setopt(easy_, CURLOPT_REDIR_PROTOCOLS_STR, "https") == CURLE_OK;
 }
 

@@ -72,7 +72,7 @@ TEST(CFHTTPMessage, SendsOnlyHeadersThatMayBeSent) {
     ASSERT_TRUE(CFReadStreamOpen(stream));
     EXPECT_EQ(readAll(stream), "[0]");
     EXPECT_EQ(request, "GET / HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.Port()) +
-                           "\r\nAccept: */*\r\nx-good: a b\xc3\xa9\r\nX-Empty:\r\n\r\n");
+                           "\r\nAccept: */*\r\nX-Empty:\r\nx-good: a b\xc3\xa9\r\n\r\n");
 }
 
 TEST(CFHTTPStream, IsReadByWaiting) {
