@@ -11,6 +11,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -171,12 +172,32 @@ TEST(CFHTTPStream, AnnouncesBytesOnceAfterEachReadAndThenTheEnd) {
     EXPECT_EQ(run(60), kCFRunLoopRunFinished);
 }
 
-// Opens a transfer of the module itself, whose limits a test can wait for.
-std::shared_ptr<HttpTransfer> openTransfer(const HttpRequest& request) {
+std::filesystem::path libraryFolder() {
     Dl_info info{};
     dladdr(reinterpret_cast<const void*>(&CFRetain), &info);
-    const auto folder = std::filesystem::canonical(info.dli_fname).parent_path();
-    void* module = dlopen((folder / tvplatform::cHttpModule).c_str(), RTLD_NOW);
+    return std::filesystem::canonical(info.dli_fname).parent_path();
+}
+
+// The test runs itself, with the library loaded by the path "./libtvplatform.so.1".
+TEST(HttpModule, IsFoundAfterTheProcessHasChangedFolders) {
+    if (getenv("TVTEST_RELATIVE") == nullptr) {
+        const std::string program = std::filesystem::read_symlink("/proc/self/exe");
+        const std::string command = "cd " + libraryFolder().string() +
+                                    " && LD_LIBRARY_PATH=. TVTEST_RELATIVE=1 exec " + program +
+                                    " --gtest_filter=HttpModule.IsFound* >/dev/null";
+        EXPECT_EQ(std::system(command.c_str()), 0);
+        return;
+    }
+    ASSERT_EQ(chdir("/"), 0);
+    const auto stream = makeStream("http://127.0.0.1:1/");
+    ASSERT_TRUE(CFReadStreamOpen(stream));
+    EXPECT_EQ(readAll(stream), "[-1]");
+    EXPECT_EQ(CFReadStreamGetError(stream).error, ECONNREFUSED);
+}
+
+// Opens a transfer of the module itself, whose limits a test can wait for.
+std::shared_ptr<HttpTransfer> openTransfer(const HttpRequest& request) {
+    void* module = dlopen((libraryFolder() / tvplatform::cHttpModule).c_str(), RTLD_NOW);
     const auto start = reinterpret_cast<tvplatform::HttpStartFunction>(
         dlsym(module, tvplatform::cHttpStartFunction));
     const auto open = reinterpret_cast<tvplatform::HttpOpenFunction>(
