@@ -161,7 +161,7 @@ void free(void* memory) {
         }                                                                                          \
         return next arguments;                                                                     \
     }
-/* The same for calls whose last argument is a mode that may be missing. */
+/* FAILS_MODE does the same for calls whose last argument is a mode that may be missing. */
 #define FAILS_MODE(name, parameters, arguments)                                                    \
     int name parameters {                                                                          \
         static int(*next) parameters;                                                              \

@@ -6,7 +6,7 @@
 /* The page that the shim shares with the process that started the program. */
 struct TVShimReport {
     unsigned calls; /* how many calls of the family it counted */
-    unsigned fired; /* 1 if one was made to fail */
+    unsigned fired; /* whether one was made to fail: 0 or 1 */
 };
 
 #ifdef __cplusplus
