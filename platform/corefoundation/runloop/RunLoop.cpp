@@ -1,5 +1,7 @@
 #include "corefoundation/runloop/RunLoop.h"
 
+#include "corefoundation/object/ForkLocks.h"
+
 #include <CoreFoundation/CFString.h>
 
 #include <pthread.h>
@@ -28,19 +30,6 @@ bool covers(CFStringRef attached, CFStringRef running) {
            (sameMode(attached, kCFRunLoopCommonModes) && sameMode(running, kCFRunLoopDefaultMode));
 }
 
-// A key and not a thread_local object with a destructor: registering one takes the dynamic loader's
-// lock, and a thread must be able to have a loop while another one is inside dlopen.
-pthread_key_t loopKey(void (*endThread)(void*)) {
-    static const pthread_key_t key = [endThread] {
-        pthread_key_t made{};
-        if (pthread_key_create(&made, endThread) != 0) {
-            throw std::bad_alloc();
-        }
-        return made;
-    }();
-    return key;
-}
-
 }  // namespace
 
 // One item in one pass, with its part of the poll set.
@@ -55,6 +44,11 @@ struct RunLoop::ByOrder {
     bool operator()(CFIndex a, const Attachment& b) const { return a < b.item->Order(); }
 };
 
+// A key and not a thread_local object with a destructor: registering one takes the dynamic loader's
+// lock, and a thread must be able to have a loop while another one is inside dlopen.
+pthread_key_t RunLoop::sKey;
+const bool RunLoop::sHasKey = pthread_key_create(&sKey, EndThread) == 0;
+
 RunLoop::RunLoop() : Object(cType), wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 RunLoop::~RunLoop() {
@@ -64,11 +58,10 @@ RunLoop::~RunLoop() {
 }
 
 RunLoop* RunLoop::Current() {
-    const pthread_key_t key = loopKey(EndThread);
-    auto* loop = static_cast<RunLoop*>(pthread_getspecific(key));
+    auto* loop = static_cast<RunLoop*>(sHasKey ? pthread_getspecific(sKey) : nullptr);
     if (loop == nullptr) {
         loop = new RunLoop;
-        if (pthread_setspecific(key, loop) != 0) {
+        if (!sHasKey || pthread_setspecific(sKey, loop) != 0) {
             loop->Release();
             throw std::bad_alloc();
         }
@@ -77,7 +70,7 @@ RunLoop* RunLoop::Current() {
 }
 
 bool RunLoop::IsCurrent() const {
-    return pthread_getspecific(loopKey(EndThread)) == this;
+    return sHasKey && pthread_getspecific(sKey) == this;
 }
 
 // Items hold their loop, so what is still attached would keep it for ever.
@@ -88,7 +81,7 @@ void RunLoop::EndThread(void* loop) {
 }
 
 void RunLoop::Attach(RunLoopItem& item, CFStringRef mode) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(LockOf(ForkLock::RunLoops));
     const bool known =
         std::any_of(attachments_.begin(), attachments_.end(), [&](const auto& other) {
             return other.item.Get() == &item && sameMode(other.mode.Get(), mode);
@@ -117,7 +110,7 @@ void RunLoop::DetachWhere(Predicate predicate) {
     for (;;) {
         // It is destroyed after the lock is free, because an item's destructor may call its owner.
         Attachment detached;
-        const std::lock_guard guard(lock_);
+        const std::lock_guard guard(LockOf(ForkLock::RunLoops));
         const auto found = std::find_if(attachments_.begin(), attachments_.end(), predicate);
         if (found == attachments_.end()) {
             return;
@@ -128,7 +121,7 @@ void RunLoop::DetachWhere(Predicate predicate) {
 }
 
 bool RunLoop::Serves(const RunLoopItem& item, CFStringRef mode) const {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(LockOf(ForkLock::RunLoops));
     return std::any_of(attachments_.begin(), attachments_.end(), [&](const Attachment& other) {
         return other.item.Get() == &item && covers(other.mode.Get(), mode);
     });
@@ -136,7 +129,7 @@ bool RunLoop::Serves(const RunLoopItem& item, CFStringRef mode) const {
 
 std::vector<RunLoop::Turn> RunLoop::ItemsOf(CFStringRef mode) const {
     std::vector<Turn> turns;
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(LockOf(ForkLock::RunLoops));
     for (const Attachment& attachment : attachments_) {
         // An item may be attached both in this mode and in the common ones.
         const bool known = std::any_of(turns.begin(), turns.end(), [&](const Turn& turn) {
@@ -151,7 +144,7 @@ std::vector<RunLoop::Turn> RunLoop::ItemsOf(CFStringRef mode) const {
 
 // So that an item that is always due does not keep the others from their turn.
 void RunLoop::MoveBehindEquals(const RunLoopItem& item) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(LockOf(ForkLock::RunLoops));
     const auto [first, last] =
         std::equal_range(attachments_.begin(), attachments_.end(), item.Order(), ByOrder{});
     std::stable_partition(

@@ -7,7 +7,8 @@
 
 #include <CoreFoundation/CFRunLoop.h>
 
-#include <mutex>
+#include <pthread.h>
+
 #include <vector>
 
 namespace tvplatform {
@@ -54,8 +55,11 @@ private:
     void MoveBehindEquals(const RunLoopItem& item);
     bool Pass(std::vector<Turn>& turns, CFStringRef mode, Clock::time_point until, bool onlyOne);
 
-    mutable std::mutex lock_;
-    // Sorted by order. Equal orders stay as they were attached.
+    static pthread_key_t sKey;
+    // False if there was no key left.
+    static const bool sHasKey;
+
+    // Guarded by ForkLock::RunLoops. Sorted by order. Equal orders stay as they were attached.
     std::vector<Attachment> attachments_;
     std::atomic<bool> waiting_{false};
     int wakeDescriptor_;

@@ -1,13 +1,15 @@
 #include "corefoundation/string/Charset.h"
 
+#include "corefoundation/object/ForkLocks.h"
+#include "corefoundation/object/Object.h"
 #include "corefoundation/string/Iconv.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <deque>
-#include <mutex>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tvplatform {
 
@@ -104,15 +106,8 @@ struct PrivateCharset {
     Charset charset;
 };
 
-struct PrivateCharsets {
-    std::mutex lock;
-    std::deque<PrivateCharset> list;  // a deque: what it holds never moves
-};
-
-PrivateCharsets& privateCharsets() {
-    static auto* privates = new PrivateCharsets;  // outlives every static object
-    return *privates;
-}
+// Guarded by its lock, and never destroyed. What the pointers lead to never moves.
+constinit Immortal<std::vector<std::unique_ptr<const PrivateCharset>>> sPrivates;
 
 char upper(char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
@@ -157,24 +152,24 @@ const Charset* findKnown(std::string_view name) {
 }
 
 const Charset* findPrivate(const std::string& name) {
-    PrivateCharsets& privates = privateCharsets();
-    const std::lock_guard guard(privates.lock);
-    for (const PrivateCharset& known : privates.list) {
-        if (known.name == name) {
-            return &known.charset;
+    const std::lock_guard guard(LockOf(ForkLock::Charsets));
+    auto& privates = sPrivates.object;
+    for (const auto& known : privates) {
+        if (known->name == name) {
+            return &known->charset;
         }
     }
     // A charset is usable if it converts a letter to and fro.
     const auto letter = IconvEncode(u"A", name.c_str());
     if (!letter || IconvDecode(*letter, name.c_str()) != std::u16string(u"A") ||
-        privates.list.size() >= cMostPrivates) {
+        privates.size() >= cMostPrivates) {
         return nullptr;
     }
-    const auto encoding = cFirstPrivate + static_cast<CFStringEncoding>(privates.list.size());
-    PrivateCharset& added = privates.list.emplace_back(PrivateCharset{name, {}});
-    added.charset = {encoding, added.name.c_str(), 8, false,
-                     letter->find('\0') == std::string::npos};
-    return &added.charset;
+    const auto encoding = cFirstPrivate + static_cast<CFStringEncoding>(privates.size());
+    auto added = std::make_unique<PrivateCharset>(PrivateCharset{name, {}});
+    added->charset = {encoding, added->name.c_str(), 8, false,
+                      letter->find('\0') == std::string::npos};
+    return &privates.emplace_back(std::move(added))->charset;
 }
 
 // The number of the charset with that name, or nothing if it cannot serve for 8-bit texts.
@@ -184,13 +179,13 @@ std::optional<CFStringEncoding> byteEncoding(std::string_view name) {
                                                         : std::nullopt;
 }
 
-// The name last found in the environment, with its encoding. A comparison costs less than a look-up
-// in the table of names.
+// The name last asked for, with the system encoding that it gives. A comparison costs less than a
+// look-up in the table of names.
 struct LastName {
-    std::mutex lock;
     std::string name;
-    std::optional<CFStringEncoding> encoding;
+    CFStringEncoding encoding = kCFStringEncodingUTF8;
 };
+constinit Immortal<LastName> sLast;
 
 }  // namespace
 
@@ -201,10 +196,9 @@ const Charset* FindCharset(CFStringEncoding encoding) {
                          [&](const Charset& charset) { return charset.encoding == encoding; });
         return found != std::end(cKnown) ? found : nullptr;
     }
-    PrivateCharsets& privates = privateCharsets();
-    const std::lock_guard guard(privates.lock);
+    const std::lock_guard guard(LockOf(ForkLock::Charsets));
     const size_t index = encoding - cFirstPrivate;
-    return index < privates.list.size() ? &privates.list[index].charset : nullptr;
+    return index < sPrivates.object.size() ? &sPrivates.object[index]->charset : nullptr;
 }
 
 const Charset* FindCharset(std::string_view name) {
@@ -218,19 +212,21 @@ const Charset* FindCharset(std::string_view name) {
 }
 
 CFStringEncoding SystemEncoding() {
-    static const CFStringEncoding sBuildDefault =
-        byteEncoding(TV_DEFAULT_SYSTEM_ENCODING).value_or(kCFStringEncodingUTF8);
-    static auto* last = new LastName;  // outlives every static object
+    constexpr const char* cBuildDefault = TV_DEFAULT_SYSTEM_ENCODING;
     const char* name = secure_getenv("TV_SYSTEM_ENCODING");
     if (name == nullptr || *name == '\0') {
-        return sBuildDefault;
+        name = cBuildDefault;
     }
-    const std::lock_guard guard(last->lock);
-    if (last->name != name) {
-        last->encoding = byteEncoding(name);
-        last->name = name;
+    const std::lock_guard guard(LockOf(ForkLock::SystemEncoding));
+    LastName& last = sLast.object;
+    if (last.name != name) {
+        auto found = byteEncoding(name);
+        if (!found) {
+            found = byteEncoding(cBuildDefault);
+        }
+        last = {name, found.value_or(kCFStringEncodingUTF8)};
     }
-    return last->encoding.value_or(sBuildDefault);
+    return last.encoding;
 }
 
 }  // namespace tvplatform

@@ -1,5 +1,7 @@
 #include "corefoundation/string/Iconv.h"
 
+#include "corefoundation/object/ForkLocks.h"
+#include "corefoundation/object/Object.h"
 #include "corefoundation/string/Utf8.h"
 
 #include <iconv.h>
@@ -8,7 +10,6 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace tvplatform {
@@ -69,41 +70,32 @@ private:
     const iconv_t handle_;
 };
 
-// Opening a conversion costs far more than converting a short text, so a few are kept.
-struct IdleConverters {
-    static constexpr size_t cMost = 4;
-    std::mutex lock;
-    std::vector<std::unique_ptr<Converter>> list;
-};
-
-IdleConverters& idleConverters() {
-    static auto* idle = new IdleConverters;  // outlives every static object
-    return *idle;
-}
+// Opening a conversion costs far more than converting a short text, so a few are kept. The lock is
+// also held while one is opened or closed, because iconv has a lock that a fork does not care for.
+constexpr size_t cMostIdle = 4;
+constinit Immortal<std::vector<std::unique_ptr<Converter>>> sIdle;
 
 std::unique_ptr<Converter> takeConverter(const char* charset, bool encodes) {
-    IdleConverters& idle = idleConverters();
-    {
-        const std::lock_guard guard(idle.lock);
-        for (auto& converter : idle.list) {
-            if (converter->Serves(charset, encodes)) {
-                auto taken = std::move(converter);
-                converter = std::move(idle.list.back());
-                idle.list.pop_back();
-                return taken;
-            }
+    const std::lock_guard guard(LockOf(ForkLock::Converters));
+    auto& idle = sIdle.object;
+    for (auto& converter : idle) {
+        if (converter->Serves(charset, encodes)) {
+            auto taken = std::move(converter);
+            converter = std::move(idle.back());
+            idle.pop_back();
+            return taken;
         }
     }
     return std::make_unique<Converter>(charset, encodes);
 }
 
 void giveBack(std::unique_ptr<Converter> converter) {
-    IdleConverters& idle = idleConverters();
-    const std::lock_guard guard(idle.lock);
-    if (idle.list.size() >= IdleConverters::cMost) {
-        idle.list.erase(idle.list.begin());
+    const std::lock_guard guard(LockOf(ForkLock::Converters));
+    auto& idle = sIdle.object;
+    if (idle.size() >= cMostIdle) {
+        idle.erase(idle.begin());
     }
-    idle.list.push_back(std::move(converter));
+    idle.push_back(std::move(converter));
 }
 
 std::optional<std::string> convert(std::string_view in, const char* charset, bool encodes) {

@@ -1,13 +1,13 @@
 // CFSTR: one string for each text, for ever.
 #include "corefoundation/string/String.h"
 
+#include "corefoundation/object/ForkLocks.h"
 #include "corefoundation/string/Utf8.h"
 
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 
 namespace tvplatform {
@@ -19,10 +19,8 @@ struct Constant {
     String string;
 };
 
-struct Constants {
-    std::mutex lock;
-    std::unordered_map<std::string_view, const Constant*> byText;
-};
+// Made on first use, under its lock, and never destroyed.
+constinit std::unordered_map<std::string_view, const Constant*>* sByText = nullptr;
 
 // The constants last asked for, by the address of their literals. Nearly every request is for the
 // literal of an earlier one, and so needs no lock. The text is compared too, since the memory at an
@@ -36,9 +34,11 @@ std::atomic<const Constant*>& recentAt(const char* text) {
 }
 
 const Constant* intern(const char* text) {
-    static auto* constants = new Constants;  // outlives every static object
-    const std::lock_guard guard(constants->lock);
-    if (const auto found = constants->byText.find(text); found != constants->byText.end()) {
+    const std::lock_guard guard(LockOf(ForkLock::Constants));
+    if (sByText == nullptr) {
+        sByText = new std::unordered_map<std::string_view, const Constant*>;
+    }
+    if (const auto found = sByText->find(text); found != sByText->end()) {
         return found->second;
     }
     auto units = DecodeUtf8(text);
@@ -47,7 +47,7 @@ const Constant* intern(const char* text) {
     }
     std::unique_ptr<const Constant> made(
         new Constant{text, String(std::move(*units), String::Kind::Constant)});
-    constants->byText.emplace(made->text, made.get());
+    sByText->emplace(made->text, made.get());
     return made.release();
 }
 

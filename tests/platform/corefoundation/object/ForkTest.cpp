@@ -1,0 +1,60 @@
+#include "tests/platform/corefoundation/preferences/PreferencesTestSupport.h"
+
+#include <atomic>
+
+using namespace tvtest;
+
+namespace {
+
+// Each does a little, most of it with a lock of the library held.
+void makeConstant() {
+    static std::atomic<int> number{0};
+    __CFStringMakeConstantString(std::to_string(++number).c_str());
+}
+
+void convert() {
+    const UInt8 letters[] = {0xC1, 0xC2};
+    for (const CFStringEncoding encoding : {0x0A02U, 0x0205U, 0x0502U, 0x0007U, 0x0410U}) {
+        EXPECT_NE(Own(CFStringCreateWithBytes(nullptr, letters, 2, encoding, false)), nullptr);
+    }
+}
+
+void askForPrivateEncoding() {
+    EXPECT_EQ(CFStringCreateWithBytes(nullptr, nullptr, 0, 0x7F001000, false), nullptr);
+    CFStringGetSystemEncoding();
+}
+
+TEST(Fork, LeavesTheChildInOrderWhenOtherThreadsAreAtWork) {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "a child of this sanitizer's may hang if another thread was busy at the fork";
+#endif
+    const ScopedEnv encoding("TV_SYSTEM_ENCODING", "KOI8-R");
+    std::atomic<bool> isDone = false;
+    CFRunLoopRef loop = CFRunLoopGetCurrent();
+    CFRunLoopSourceContext context{};
+    const auto source = Own(CFRunLoopSourceCreate(nullptr, 0, &context));
+    const auto useLoop = [&] { CFRunLoopAddSource(loop, source, CFSTR("a mode")); };
+    std::vector<std::jthread> busy;
+    for (const std::function<void()>& work : std::initializer_list<std::function<void()>>{
+             makeConstant, convert, askForPrivateEncoding, useLoop}) {
+        busy.emplace_back([&isDone, work] {
+            while (!isDone) {
+                work();
+            }
+        });
+    }
+    bool holds = true;
+    for (int i = 0; i < 100 && holds; ++i) {
+        holds = HoldsInChild([&] {
+            makeConstant();
+            convert();
+            askForPrivateEncoding();
+            useLoop();
+            return true;
+        });
+    }
+    isDone = true;
+    EXPECT_TRUE(holds);
+}
+
+}  // namespace
