@@ -33,7 +33,9 @@ OSErr FSFindFolder(FSVolumeRefNum domain, OSType folderType, Boolean createFolde
     if (!place) {
         return fnfErr;
     }
-    const int error = createFolder != 0 ? tvposix::MakeFolder(*place, ofUser ? 0700 : 0755) : 0;
+    tvposix::Descriptor folder;
+    const int error =
+        createFolder != 0 ? tvposix::OpenFolder(*place, ofUser ? 0700 : 0755, folder) : 0;
     // With the slash only a folder is found.
     return FileErrorOf(error != 0 ? error : MakeReference((place->path + "/").c_str(), *foundRef));
 }

@@ -9,23 +9,26 @@ namespace tvposix {
 
 class Descriptor {
 public:
+    Descriptor() = default;
     // Takes over `number`, the result of open() and its like. A negative number means no
-    // descriptor.
+    // descriptor. The error number of the call stays in errno.
     explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() { Close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(number_, other.number_);
+        return *this;
+    }
+    ~Descriptor() {
+        if (number_ >= 0) {
+            close(number_);
+        }
+    }
 
     explicit operator bool() const { return number_ >= 0; }
     int Get() const { return number_; }
-    // Returns 0 or the error number. The descriptor is gone in both cases.
-    int Close() {
-        const int number = std::exchange(number_, -1);
-        return number < 0 || close(number) == 0 ? 0 : errno;
-    }
 
 private:
-    int number_;
+    int number_ = -1;
 };
 
 }  // namespace tvposix

@@ -1,11 +1,8 @@
 #include "posix/Files.h"
 
-#include "posix/Descriptor.h"
-
 #include <algorithm>
-#include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,8 +11,11 @@ namespace tvposix {
 namespace {
 
 constexpr int cMostKept = 1000;
-constexpr int cMostLinks = 40;
+constexpr std::chrono::seconds cLongestWait(10);
+// Bytes of the file's name in that of the temporary file, which the file system limits to 255.
+constexpr std::size_t cNamePart = 200;
 constexpr mode_t cModeBits = 07777;
+constexpr mode_t cSetIdBits = S_ISUID | S_ISGID;
 
 int errorOf(int result) {
     return result == 0 ? 0 : errno;
@@ -25,100 +25,29 @@ int checkRegular(const struct stat& status) {
     return S_ISREG(status.st_mode) ? 0 : S_ISDIR(status.st_mode) ? EISDIR : cNotRegularFile;
 }
 
-// With a slash at its end.
-std::string folderOf(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == path.npos ? "./" : path.substr(0, slash + 1);
-}
-
-// Replaces a link by its target, which need not exist.
-int followLinks(std::string& path) {
-    for (int links = 0; links < cMostLinks; ++links) {
-        std::error_code error;
-        const std::string target = std::filesystem::read_symlink(path, error).string();
-        if (error) {
-            return 0;  // not a link
-        }
-        path = target.starts_with('/') ? target : folderOf(path) + target;
+int readFile(int folder, const std::string& name, bool follows, std::size_t limit,
+             std::string& bytes) {
+    // Opening a FIFO would disturb its writer, so this asks before. The name may have been given to
+    // something else since, so it asks again after.
+    struct stat status = {};
+    if (fstatat(folder, name.c_str(), &status, follows ? 0 : AT_SYMLINK_NOFOLLOW) != 0) {
+        return errno;
     }
-    return ELOOP;
-}
-
-// A new file beside another. It is removed with this object unless it took the other's place.
-class Replacement {
-public:
-    explicit Replacement(const std::string& target)
-        : target_(target), temporary_(folderOf(target) + ".replacement-XXXXXX"),
-          file_(mkostemp(temporary_.data(), O_CLOEXEC)), error_(file_ ? 0 : errno) {}
-    ~Replacement() {
-        if (error_ == 0 && !placed_) {
-            unlink(temporary_.c_str());
-        }
-    }
-    Replacement(const Replacement&) = delete;
-    Replacement& operator=(const Replacement&) = delete;
-
-    int Error() const { return error_; }
-    int Write(std::string_view bytes) { return WriteAll(file_.Get(), bytes); }
-    int SetMode(NewFile kind);
-    int Finish() {
-        const int error = errorOf(fsync(file_.Get()));
-        return error != 0 ? error : file_.Close();
-    }
-    int Rename() {
-        const int error = errorOf(rename(temporary_.c_str(), target_.c_str()));
-        placed_ = error == 0;
+    if (const int error = checkRegular(status); error != 0) {
         return error;
     }
-
-private:
-    const std::string& target_;
-    std::string temporary_;
-    Descriptor file_;
-    const int error_;
-    bool placed_ = false;
-};
-
-int Replacement::SetMode(NewFile kind) {
-    if (kind == NewFile::Private) {
-        GiveToFolderOwner(file_.Get(), target_);
-        return 0;
+    const Descriptor file(
+        openat(folder, name.c_str(),
+               O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | (follows ? 0 : O_NOFOLLOW)));
+    if (!file || fstat(file.Get(), &status) != 0) {
+        return errno;
     }
-    struct stat old = {};
-    if (stat(target_.c_str(), &old) == 0) {
-        // One by one, because a user may be allowed to keep the group alone. A file whose owner
-        // cannot be kept is changed all the same.
-        static_cast<void>(!fchown(file_.Get(), old.st_uid, static_cast<gid_t>(-1)));
-        static_cast<void>(!fchown(file_.Get(), static_cast<uid_t>(-1), old.st_gid));
-    } else {
-        const mode_t mask = umask(0);
-        umask(mask);
-        old.st_mode = 0666 & ~mask;
-    }
-    return errorOf(fchmod(file_.Get(), old.st_mode & cModeBits));
-}
-
-// Gives the file a second name that was free.
-int keepUnderAnotherName(const std::string& path, const std::string& suffix) {
-    int error = EEXIST;
-    for (int number = 1; number <= cMostKept && error == EEXIST; ++number) {
-        error = errorOf(link(path.c_str(), (path + suffix + std::to_string(number)).c_str()));
-    }
-    return error;
-}
-
-int syncFolderOf(const std::string& path) {
-    const Descriptor folder(open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    const int error = folder ? errorOf(fsync(folder.Get())) : errno;
-    return error == EINVAL ? 0 : error;  // Some file systems cannot do this and need not.
+    const int error = checkRegular(status);
+    const auto size = static_cast<std::size_t>(status.st_size);
+    return error != 0 ? error : size > limit ? EFBIG : ReadAll(file.Get(), limit, size, bytes);
 }
 
 }  // namespace
-
-int CheckRegularFile(const std::string& path) {
-    struct stat status = {};
-    return stat(path.c_str(), &status) != 0 ? errno : checkRegular(status);
-}
 
 int ReadAll(int file, std::size_t limit, std::size_t expected, std::string& bytes) {
     bytes.resize(std::min(limit, expected) + 1);
@@ -142,62 +71,168 @@ int ReadAll(int file, std::size_t limit, std::size_t expected, std::string& byte
 }
 
 int ReadFile(const std::string& path, std::size_t limit, std::string& bytes) {
-    // Opening a FIFO would disturb its writer, so this asks before. The name may have been given to
-    // something else since, so it asks again after.
-    if (const int error = CheckRegularFile(path); error != 0) {
-        return error;
-    }
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    struct stat status = {};
-    if (!file || fstat(file.Get(), &status) != 0) {
-        return errno;
-    }
-    const int error = checkRegular(status);
-    const auto size = static_cast<std::size_t>(status.st_size);
-    return error != 0 ? error : size > limit ? EFBIG : ReadAll(file.Get(), limit, size, bytes);
+    return readFile(AT_FDCWD, path, true, limit, bytes);
+}
+
+int ReadFile(const FilePlace& place, std::size_t limit, std::string& bytes) {
+    return readFile(place.folder.Get(), place.name, false, limit, bytes);
 }
 
 int WriteAll(int file, std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t count = write(file, bytes.data(), bytes.size());
-        if (count < 0 && errno != EINTR) {
-            return errno;
+        if (count == 0 || (count < 0 && errno != EINTR)) {
+            return count == 0 ? EIO : errno;
         }
         bytes.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
     }
     return 0;
 }
 
-void GiveToFolderOwner(int file, const std::string& path) {
-    struct stat folder = {};
-    if (geteuid() == 0 && stat(folderOf(path).c_str(), &folder) == 0 && folder.st_uid != 0) {
-        static_cast<void>(!fchown(file, folder.st_uid, folder.st_gid));
+void GiveToFolderOwner(const Descriptor& file, const Descriptor& folder) {
+    struct stat status = {};
+    if (geteuid() == 0 && fstat(folder.Get(), &status) == 0 && status.st_uid != 0) {
+        static_cast<void>(!fchown(file.Get(), status.st_uid, status.st_gid));
     }
 }
 
-ReplaceResult ReplaceFile(const std::string& path, std::string_view bytes, NewFile kind,
-                          const std::string& keepOldAs) {
-    std::string target = path;
-    ReplaceResult result = {};
-    const auto fails = [&result](ReplaceStep step, int error) {
-        result = {error, step};
+Replacement::Replacement(const std::string& path) {
+    state_ = {FindFile(Descriptor(), path, Links::All, place_), ReplaceStep::Find};
+    Begin();
+}
+
+Replacement::Replacement(FilePlace place) : place_(std::move(place)) {
+    Begin();
+}
+
+Replacement::~Replacement() {
+    if (isMade_) {
+        unlinkat(place_.folder.Get(), temporary_.c_str(), 0);
+    }
+    if (file_) {
+        // Closing alone would keep the lock if a child process has been forked meanwhile.
+        flock(file_.Get(), LOCK_UN);
+    }
+}
+
+void Replacement::Begin() {
+    if (state_.error != 0) {
+        return;
+    }
+    struct stat old = {};
+    if (fstatat(place_.folder.Get(), place_.name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 &&
+        checkRegular(old) != 0) {
+        state_ = {checkRegular(old), ReplaceStep::Find};
+        return;
+    }
+    temporary_ = "." + place_.name.substr(0, cNamePart) + ".replacement";
+    const int error =
+        WaitForLock([this] { return TryMake(); }, std::chrono::steady_clock::now() + cLongestWait);
+    state_ = {error, error == EAGAIN ? ReplaceStep::Lock : ReplaceStep::MakeFile};
+}
+
+int Replacement::TryMake() {
+    constexpr int cFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    const auto openFile = [this](int flags) {
+        file_ = Descriptor(openat(place_.folder.Get(), temporary_.c_str(), flags | cFlags, 0600));
+        return file_ ? 0 : errno;
+    };
+    int error = openFile(O_RDWR | O_CREAT | O_EXCL);
+    const bool isNew = error == 0;
+    if (error == EEXIST) {
+        error = openFile(O_RDONLY);
+        // It is gone again, or another user is at work.
+        error = error == ENOENT || error == EACCES ? EAGAIN : error;
+    }
+    if (error != 0) {
+        return error;
+    }
+    if (flock(file_.Get(), LOCK_EX | LOCK_NB) != 0 && (!isNew || errno == EWOULDBLOCK)) {
+        // In a file system without locks, nobody knows whether its process lives.
+        return errno == EWOULDBLOCK ? EAGAIN : EEXIST;
+    }
+    // Its process may have renamed or removed it before it gave the lock back.
+    if (!HasItsName()) {
+        return EAGAIN;
+    }
+    isMade_ = isNew;
+    if (isNew) {
+        return 0;
+    }
+    // A killed process has left it.
+    return unlinkat(place_.folder.Get(), temporary_.c_str(), 0) == 0 ? EAGAIN : errno;
+}
+
+bool Replacement::HasItsName() const {
+    struct stat own = {}, named = {};
+    return fstat(file_.Get(), &own) == 0 &&
+           fstatat(place_.folder.Get(), temporary_.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+           own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+}
+
+int Replacement::SetMode(NewFile kind) {
+    mode_t mode = 0600;
+    struct stat old = {}, made = {};
+    if (kind == NewFile::Private) {
+        GiveToFolderOwner(file_, place_.folder);
+    } else if (fstatat(place_.folder.Get(), place_.name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0) {
+        // One by one, because a user may be allowed to keep the group alone. A file whose owner
+        // cannot be kept is changed all the same.
+        static_cast<void>(!fchown(file_.Get(), old.st_uid, static_cast<gid_t>(-1)));
+        static_cast<void>(!fchown(file_.Get(), static_cast<uid_t>(-1), old.st_gid));
+        if (fstat(file_.Get(), &made) != 0) {
+            return errno;
+        }
+        mode = old.st_mode & cModeBits;
+        // The bits would lend the rights of a user who has not given them.
+        mode &= ~(made.st_uid != old.st_uid   ? cSetIdBits
+                  : made.st_gid != old.st_gid ? S_ISGID
+                                              : 0U);
+    } else {
+        const mode_t mask = umask(0);
+        umask(mask);
+        mode = 0666 & ~mask;
+    }
+    return errorOf(fchmod(file_.Get(), mode));
+}
+
+// Gives the old file a second name that was free.
+int Replacement::KeepOld(const std::string& suffix) {
+    const int folder = place_.folder.Get();
+    int error = EEXIST;
+    for (int number = 1; number <= cMostKept && error == EEXIST; ++number) {
+        const std::string kept = place_.name + suffix + std::to_string(number);
+        error = errorOf(linkat(folder, place_.name.c_str(), folder, kept.c_str(), 0));
+    }
+    return error;
+}
+
+int Replacement::SyncFolder() const {
+    const Descriptor folder(openat(place_.folder.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const int error = folder ? errorOf(fsync(folder.Get())) : errno;
+    return error == EINVAL ? 0 : error;  // Some file systems cannot do this and need not.
+}
+
+ReplaceResult Replacement::Finish(std::string_view bytes, NewFile kind,
+                                  const std::string& keepOldAs) {
+    const auto fails = [this](ReplaceStep step, int error) {
+        state_ = {error, step};
         return error != 0;
     };
-    if (fails(ReplaceStep::FollowLinks, followLinks(target))) {
-        return result;
-    }
-    Replacement file(target);
+    const int folder = place_.folder.Get();
     // The mode is set after the writing, which would take the set-id bits away.
-    if (fails(ReplaceStep::MakeFile, file.Error()) ||
-        fails(ReplaceStep::Write, file.Write(bytes)) ||
-        fails(ReplaceStep::SetMode, file.SetMode(kind)) ||
-        fails(ReplaceStep::Write, file.Finish()) ||
-        (!keepOldAs.empty() &&
-         fails(ReplaceStep::KeepOld, keepUnderAnotherName(target, keepOldAs))) ||
-        fails(ReplaceStep::Rename, file.Rename())) {
-        return result;
+    if (state_.error != 0 || fails(ReplaceStep::Write, WriteAll(file_.Get(), bytes)) ||
+        fails(ReplaceStep::SetMode, SetMode(kind)) ||
+        fails(ReplaceStep::Write, errorOf(fsync(file_.Get()))) ||
+        (!keepOldAs.empty() && fails(ReplaceStep::KeepOld, KeepOld(keepOldAs))) ||
+        fails(ReplaceStep::Rename,
+              !HasItsName()
+                  ? ENOENT
+                  : errorOf(renameat(folder, temporary_.c_str(), folder, place_.name.c_str())))) {
+        return state_;
     }
-    return {syncFolderOf(target), ReplaceStep::SyncFolder};
+    isMade_ = false;
+    return {SyncFolder(), ReplaceStep::SyncFolder};
 }
 
 }  // namespace tvposix

@@ -2,8 +2,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <pwd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -11,30 +9,13 @@ namespace tvposix {
 
 namespace {
 
-bool isFolder(const std::string& path) {
-    struct stat status = {};
-    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-const char* textOf(const passwd& entry, UserEntry which) {
-    switch (which) {
-    case UserEntry::LoginName:
-        return entry.pw_name;
-    case UserEntry::PersonName:
-        return entry.pw_gecos;
-    case UserEntry::Home:
-        return entry.pw_dir;
-    }
-    return nullptr;
-}
-
 std::optional<FolderPlace> findFolder(const char* variable, const char* underHome) {
-    if (auto path = AbsolutePath(std::getenv(variable))) {
+    if (auto path = AbsolutePath(secure_getenv(variable))) {
         return FolderPlace{std::move(*path), "/"};
     }
-    auto home = AbsolutePath(std::getenv("HOME"));
+    auto home = AbsolutePath(secure_getenv("HOME"));
     if (!home) {
-        const auto entry = FindUserEntry(UserEntry::Home);
+        const auto entry = FindUserEntry(&passwd::pw_dir);
         home = AbsolutePath(entry ? entry->c_str() : nullptr);
     }
     return home ? std::optional(FolderPlace{*home + underHome, *home}) : std::nullopt;
@@ -42,7 +23,7 @@ std::optional<FolderPlace> findFolder(const char* variable, const char* underHom
 
 }  // namespace
 
-std::optional<std::string> FindUserEntry(UserEntry which) {
+std::optional<std::string> FindUserEntry(char* passwd::*text) {
     constexpr size_t largest = size_t{1} << 20U;
     passwd entry = {};
     passwd* found = nullptr;
@@ -56,8 +37,8 @@ std::optional<std::string> FindUserEntry(UserEntry which) {
         }
         buffer.resize(error == ERANGE ? buffer.size() * 2 : buffer.size());
     }
-    const char* text = found != nullptr ? textOf(*found, which) : nullptr;
-    return text != nullptr && *text != '\0' ? std::optional<std::string>(text) : std::nullopt;
+    const char* value = found != nullptr ? found->*text : nullptr;
+    return value != nullptr && *value != '\0' ? std::optional<std::string>(value) : std::nullopt;
 }
 
 std::optional<std::string> AbsolutePath(const char* value) {
@@ -70,21 +51,6 @@ std::optional<FolderPlace> FindConfigFolder() {
 
 std::optional<FolderPlace> FindDataFolder() {
     return findFolder("XDG_DATA_HOME", "/.local/share");
-}
-
-int MakeFolder(const FolderPlace& place, mode_t mode) {
-    if (isFolder(place.path)) {
-        return 0;
-    }
-    size_t slash = place.root.size();
-    do {
-        slash = place.path.find('/', slash + 1);
-        // An existing folder gives EEXIST even if it could not be made.
-        if (mkdir(place.path.substr(0, slash).c_str(), mode) != 0 && errno != EEXIST) {
-            return errno;
-        }
-    } while (slash != std::string::npos);
-    return isFolder(place.path) ? 0 : EEXIST;
 }
 
 }  // namespace tvposix

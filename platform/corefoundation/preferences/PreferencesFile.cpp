@@ -8,11 +8,23 @@ namespace {
 
 constexpr size_t cLargestFile = size_t{16} << 20U;  // bytes
 
-}  // namespace
+tvposix::Descriptor openFolder(const tvposix::FolderPlace& place) {
+    tvposix::Descriptor folder;
+    return tvposix::OpenFolder(place, 0700, folder) == 0 ? std::move(folder)
+                                                         : tvposix::Descriptor();
+}
 
-PreferencesReading ReadPreferencesFile(const std::string& path) {
+// Finds the file if there is no `error` yet, and reads it.
+PreferencesReading readFile(int error, tvposix::Descriptor folder, const std::string& name,
+                            tvposix::FilePlace& place) {
     std::string bytes;
-    if (const int error = tvposix::ReadFile(path, cLargestFile, bytes); error != 0) {
+    if (error == 0) {
+        error = tvposix::FindFile(std::move(folder), name, tvposix::Links::Trusted, place);
+    }
+    if (error == 0) {
+        error = tvposix::ReadFile(place, cLargestFile, bytes);
+    }
+    if (error != 0) {
         return {error == ENOENT ? FileState::Absent : FileState::Unusable, {}};
     }
     auto entries = ReadPlist(bytes);
@@ -20,11 +32,29 @@ PreferencesReading ReadPreferencesFile(const std::string& path) {
                    : PreferencesReading{FileState::Damaged, {}};
 }
 
-bool ReplacePreferencesFile(const std::string& path, const std::vector<PlistEntry>& entries,
-                            bool keepOld) {
+}  // namespace
+
+PreferencesReading ReadPreferencesFile(const tvposix::FolderPlace& folder,
+                                       const std::string& name) {
+    tvposix::Descriptor opened;
+    tvposix::FilePlace place;
+    const int error = tvposix::OpenFolder(folder, std::nullopt, opened);
+    return readFile(error, std::move(opened), name, place);
+}
+
+LockedPreferencesFile::LockedPreferencesFile(const tvposix::FolderPlace& folder,
+                                             const std::string& name)
+    : name_(name), folder_(openFolder(folder)), lock_(folder_, name + ".lock") {}
+
+PreferencesReading LockedPreferencesFile::Read() {
+    return readFile(0, std::move(folder_), name_, place_);
+}
+
+bool LockedPreferencesFile::Replace(const std::vector<PlistEntry>& entries, bool keepOld) {
     const std::string xml = WritePlist(entries);
-    return !xml.empty() && xml.size() <= cLargestFile &&
-           tvposix::ReplaceFile(path, xml, tvposix::NewFile::Private, keepOld ? ".damaged-" : "")
+    return xml.size() <= cLargestFile &&
+           tvposix::Replacement(std::move(place_))
+                   .Finish(xml, tvposix::NewFile::Private, keepOld ? ".damaged-" : "")
                    .error == 0;
 }
 

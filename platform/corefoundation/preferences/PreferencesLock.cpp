@@ -4,67 +4,63 @@
 
 #include <cerrno>
 #include <chrono>
-#include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace tvplatform {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::chrono::seconds cLongestWait(2);
-constexpr timespec cPause = {0, 1000000};  // nanoseconds
 // Bytes of the file. A process holds the first one while it waits for the second one. So a process
 // that releases the second one and wants it again at once stands behind the process that waits.
 constexpr off_t cTurn = 0;
 constexpr off_t cWork = 1;
 
-bool setLock(int file, short type, off_t begin, off_t length) {
+// Returns 0 or an error number, EAGAIN if another opening of the file has the lock.
+int setLock(const tvposix::Descriptor& file, short type, off_t begin, off_t length) {
     struct flock range = {};
     range.l_type = type;
     range.l_whence = SEEK_SET;
     range.l_start = begin;
     range.l_len = length;
     // The lock belongs to this opening of the file, so it works between threads too.
-    return fcntl(file, F_OFD_SETLK, &range) == 0;
+    const bool isSet = fcntl(file.Get(), F_OFD_SETLK, &range) == 0;
+    return isSet ? 0 : errno == EACCES || errno == EINTR ? EAGAIN : errno;
 }
 
-bool waitForLock(int file, off_t byte, Clock::time_point deadline) {
-    while (!setLock(file, F_WRLCK, byte, 1)) {
-        if ((errno != EAGAIN && errno != EACCES && errno != EINTR) || Clock::now() >= deadline) {
-            return false;
-        }
-        // The system cannot wait for a file lock with a time limit.
-        nanosleep(&cPause, nullptr);
+// Whatever the umask and the links there are.
+tvposix::Descriptor openLockFile(const tvposix::Descriptor& folder, const char* name) {
+    constexpr int cFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    tvposix::Descriptor file(openat(folder.Get(), name, cFlags | O_CREAT | O_EXCL, 0600));
+    if (file) {
+        tvposix::GiveToFolderOwner(file, folder);
+        return fchmod(file.Get(), 0600) == 0 ? std::move(file) : tvposix::Descriptor();
     }
-    return true;
-}
-
-bool isRegular(int file) {
-    struct stat status = {};
-    return fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+    return tvposix::Descriptor(errno == EEXIST ? openat(folder.Get(), name, cFlags) : -1);
 }
 
 }  // namespace
 
-PreferencesLock::PreferencesLock(const std::string& path)
-    : file_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600)) {
-    if (!file_ || !isRegular(file_.Get())) {
+PreferencesLock::PreferencesLock(const tvposix::Descriptor& folder, const std::string& name)
+    : file_(openLockFile(folder, name.c_str())) {
+    struct stat status = {};
+    if (!file_ || fstat(file_.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return;
     }
-    tvposix::GiveToFolderOwner(file_.Get(), path);
-    const auto deadline = Clock::now() + cLongestWait;
-    held_ = waitForLock(file_.Get(), cTurn, deadline) && waitForLock(file_.Get(), cWork, deadline);
-    setLock(file_.Get(), F_UNLCK, cTurn, 1);
+    const auto deadline = std::chrono::steady_clock::now() + cLongestWait;
+    const auto waitFor = [&](off_t byte) {
+        return tvposix::WaitForLock([&] { return setLock(file_, F_WRLCK, byte, 1); }, deadline) ==
+               0;
+    };
+    held_ = waitFor(cTurn) && waitFor(cWork);
+    setLock(file_, F_UNLCK, cTurn, 1);
 }
 
 PreferencesLock::~PreferencesLock() {
     if (file_) {
         // Closing alone would keep the lock if a child process has been forked meanwhile.
-        setLock(file_.Get(), F_UNLCK, 0, 0);
+        setLock(file_, F_UNLCK, 0, 0);
     }
 }
 

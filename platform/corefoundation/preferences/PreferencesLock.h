@@ -12,8 +12,8 @@ namespace tvplatform {
 // object, or with the process.
 class PreferencesLock {
 public:
-    // Waits up to 2 s.
-    explicit PreferencesLock(const std::string& path);
+    // Waits up to 2 s. The lock file has this name in the folder.
+    PreferencesLock(const tvposix::Descriptor& folder, const std::string& name);
     ~PreferencesLock();
     PreferencesLock(const PreferencesLock&) = delete;
     PreferencesLock& operator=(const PreferencesLock&) = delete;
@@ -21,7 +21,7 @@ public:
     bool IsHeld() const { return held_; }
 
 private:
-    const tvposix::Descriptor file_;
+    tvposix::Descriptor file_;
     bool held_ = false;
 };
 

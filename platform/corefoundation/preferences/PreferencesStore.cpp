@@ -1,7 +1,6 @@
 #include "corefoundation/preferences/PreferencesStore.h"
 
 #include "corefoundation/preferences/PreferencesFile.h"
-#include "corefoundation/preferences/PreferencesLock.h"
 
 #include <cstdint>
 #include <map>
@@ -147,7 +146,8 @@ Moment lookWithContents(const PreferencesDomain& domain) {
     Moment moment = look(domain);
     if (moment.contents == nullptr) {
         auto read = std::make_shared<const Contents>(
-            domain.folder ? ReadPreferencesFile(domain.file).entries : std::vector<PlistEntry>());
+            domain.folder ? ReadPreferencesFile(*domain.folder, domain.name).entries
+                          : std::vector<PlistEntry>());
         install(domain, read, moment.number, {});
         moment.contents = std::move(read);
     }
@@ -156,22 +156,18 @@ Moment lookWithContents(const PreferencesDomain& domain) {
 
 // Writes the pending changes into the file as it is now, with the changes of other writers.
 bool writeChanges(const PreferencesDomain& domain) {
-    if (tvposix::MakeFolder(*domain.folder, 0700) != 0) {
-        return false;
-    }
-    const PreferencesLock lock(domain.file + ".lock");
-    if (!lock.IsHeld()) {
+    LockedPreferencesFile file(*domain.folder, domain.name);
+    if (!file.IsHeld()) {
         return false;
     }
     // An earlier look might undo a change that another thread has set and written meanwhile.
     const Moment moment = look(domain);
-    PreferencesReading reading = ReadPreferencesFile(domain.file);
+    PreferencesReading reading = file.Read();
     auto contents = std::make_shared<const Contents>(std::move(reading.entries));
     bool done = reading.state != FileState::Unusable;
     if (done && contents->WouldChange(moment.pending)) {
         auto changed = std::make_shared<const Contents>(contents->With(moment.pending));
-        done = ReplacePreferencesFile(domain.file, changed->Entries(),
-                                      reading.state == FileState::Damaged);
+        done = file.Replace(changed->Entries(), reading.state == FileState::Damaged);
         contents = done ? std::move(changed) : std::move(contents);
     }
     install(domain, std::move(contents), std::nullopt, done ? moment.pending : Changes());
@@ -183,7 +179,7 @@ bool writeChanges(const PreferencesDomain& domain) {
 PreferencesDomain FindPreferencesDomain(const std::string& name) {
     auto folder = tvposix::FindConfigFolder();
     std::string file = folder ? folder->path + "/" + name + ".plist" : name;
-    return {std::move(folder), std::move(file)};
+    return {std::move(folder), name + ".plist", std::move(file)};
 }
 
 PlistValue GetPreference(const PreferencesDomain& domain, const std::string& key) {
@@ -221,7 +217,7 @@ bool SynchronizePreferences(const PreferencesDomain& domain) {
         return false;
     }
     const Moment moment = look(domain);
-    PreferencesReading reading = ReadPreferencesFile(domain.file);
+    PreferencesReading reading = ReadPreferencesFile(*domain.folder, domain.name);
     const auto contents = std::make_shared<const Contents>(std::move(reading.entries));
     const bool readable = reading.state == FileState::Good || reading.state == FileState::Absent;
     const bool changes = contents->WouldChange(moment.pending);

@@ -15,6 +15,8 @@ namespace tvplatform {
 // The place of a domain. Without a folder the domain lives in memory alone.
 struct PreferencesDomain {
     std::optional<tvposix::FolderPlace> folder;
+    // The name in the folder, and the whole path.
+    std::string name;
     std::string file;
 };
 

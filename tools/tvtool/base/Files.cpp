@@ -1,6 +1,5 @@
 #include "tvtool/base/Files.h"
 
-#include "posix/Files.h"
 #include "tvtool/base/Tool.h"
 
 #include <fcntl.h>
@@ -32,6 +31,8 @@ constexpr std::size_t cLargestInput = INT_MAX - 1;  // bytes
 
 const char* messageOf(tvposix::ReplaceStep step) {
     switch (step) {
+    case tvposix::ReplaceStep::Lock:
+        return "is being edited by another program; try again";
     case tvposix::ReplaceStep::MakeFile:
         return "no file can be made in its folder";
     case tvposix::ReplaceStep::SetMode:
@@ -59,25 +60,27 @@ std::string ReadInput(const std::string& path) {
     return bytes;
 }
 
-void WriteOutput(const std::string& path, std::string_view bytes) {
-    if (path == "-") {
+OutputFile::OutputFile(const std::string& path) : path_(path) {
+    if (path_ != "-") {
+        file_.emplace(path_);
+    }
+}
+
+void OutputFile::Write(std::string_view bytes) {
+    if (!file_) {
         if (const int error = tvposix::WriteAll(STDOUT_FILENO, bytes); error != 0) {
             FailErrno(error, "standard output", "cannot be written");
         }
         return;
     }
-    const int kind = tvposix::CheckRegularFile(path);
-    if (kind != 0 && kind != ENOENT) {
-        failFile(kind, path, "cannot be written");
-    }
     // Renaming would replace a file that may not be written to.
-    if (kind == 0 && faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) {
-        FailErrno(errno, path, "may not be written to");
+    if (faccessat(AT_FDCWD, path_.c_str(), W_OK, AT_EACCESS) != 0 && errno != ENOENT) {
+        FailErrno(errno, path_, "may not be written to");
     }
-    const auto [error, step] = tvposix::ReplaceFile(path, bytes, tvposix::NewFile::LikeOld);
+    const auto [error, step] = file_->Finish(bytes, tvposix::NewFile::LikeOld);
     // The file is replaced before the last step, and some file systems refuse that one.
     if (error != 0 && step != tvposix::ReplaceStep::SyncFolder) {
-        FailErrno(error, path, messageOf(step));
+        failFile(error, path_, messageOf(step));
     }
 }
 

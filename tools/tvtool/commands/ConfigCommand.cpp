@@ -60,10 +60,11 @@ void create(const ConfigOptions& options, Session& session) {
         ParseVariables(ReadInput(options.from), InputName(options.from), list);
     }
     assignAll(list, options, session);
+    OutputFile file(options.file);
     if (!options.force) {
         refuseToReplaceOthers(options.file);
     }
-    WriteOutput(options.file, EncodeConfig(list));
+    file.Write(EncodeConfig(list));
 }
 
 void show(const ConfigOptions& options, Session& session) {
@@ -135,54 +136,54 @@ std::string linesThatDiffer(const Tova::CVarList& before, const Tova::CVarList& 
     return lines;
 }
 
-// Ends an edit: shows and writes what changed.
-void finish(const Tova::CVarList& before, const Tova::CVarList& after, const ConfigOptions& options,
-            Session& session) {
+// Reads the file, lets `change` make the list `after` of the list `before`, and shows and writes
+// what changed.
+template <class Change>
+void edit(const ConfigOptions& options, Session& session, Change change) {
+    if (options.file == "-" && options.diff && !options.dryRun) {
+        Fail(Exit::Usage, "--diff", "standard output is taken by the file; add --dry-run");
+    }
+    std::optional<OutputFile> file;
+    if (!options.dryRun) {
+        file.emplace(options.file);
+    }
+    Tova::CVarList before, after;
+    ReadConfig(options.file, before);
+    change(before, after);
     const std::string difference = linesThatDiffer(before, after, session.out);
     const std::string name = Printable(InputName(options.file));
     if (options.diff && !difference.empty()) {
         session.out << "--- " << name << "\n+++ " << name << "\n" << difference;
     }
-    if (options.dryRun) {
-        if (!options.diff) {
-            session.out << name
-                        << (difference.empty() ? ": nothing would change\n"
-                                               : ": would change; --diff shows how\n");
-        }
-    } else if (!difference.empty() || options.file == "-") {
-        WriteOutput(options.file, EncodeConfig(after));
+    if (options.dryRun && !options.diff) {
+        session.out << name
+                    << (difference.empty() ? ": nothing would change\n"
+                                           : ": would change; --diff shows how\n");
     }
-}
-
-void refuseTwoOutputs(const ConfigOptions& options) {
-    if (options.file == "-" && options.diff && !options.dryRun) {
-        Fail(Exit::Usage, "--diff", "standard output is taken by the file; add --dry-run");
+    if (file && (!difference.empty() || options.file == "-")) {
+        file->Write(EncodeConfig(after));
     }
 }
 
 void set(const ConfigOptions& options, Session& session) {
-    refuseTwoOutputs(options);
-    Tova::CVarList before, after;
-    ReadConfig(options.file, before);
-    CopyVariables(before, after);
-    assignAll(after, options, session);
-    finish(before, after, options, session);
+    edit(options, session, [&](const Tova::CVarList& before, Tova::CVarList& after) {
+        CopyVariables(before, after);
+        assignAll(after, options, session);
+    });
 }
 
 void unset(const ConfigOptions& options, Session& session) {
-    refuseTwoOutputs(options);
-    Tova::CVarList before, after;
-    ReadConfig(options.file, before);
-    std::unordered_set<const Tova::CVar*> gone;
-    for (const std::string& name : options.words) {
-        gone.insert(findVariable(before, name, options.file));
-    }
-    for (const Tova::CVar* var = before.First(); var != nullptr; var = var->Next()) {
-        if (!gone.contains(var)) {
-            SetVariable(after, var->Name(), var->Value(), var->IsFixed());
+    edit(options, session, [&](const Tova::CVarList& before, Tova::CVarList& after) {
+        std::unordered_set<const Tova::CVar*> gone;
+        for (const std::string& name : options.words) {
+            gone.insert(findVariable(before, name, options.file));
         }
-    }
-    finish(before, after, options, session);
+        for (const Tova::CVar* var = before.First(); var != nullptr; var = var->Next()) {
+            if (!gone.contains(var)) {
+                SetVariable(after, var->Name(), var->Value(), var->IsFixed());
+            }
+        }
+    });
 }
 
 void verify(const ConfigOptions& options, Session& session) {

@@ -178,6 +178,10 @@ void complainOfValues(const Values& values, const Tova::CVarList& list, const st
 void writeDetails(const WriteOptions& options, Session& session) {
     requireOptionsThatFit(options);
     const Values values = collectValues(options);
+    std::optional<OutputFile> file;
+    if (!options.send.dryRun) {
+        file.emplace(options.file);
+    }
     Tova::CVarList list;
     ReadConfig(options.file, list);
     const std::string before = EncodeConfig(list);
@@ -196,8 +200,10 @@ void writeDetails(const WriteOptions& options, Session& session) {
     complainOfValues(values, list, InputName(options.file), session);
     const std::string after = EncodeConfig(list);
     if (after != before || options.file == "-") {
-        WriteOutput(options.file, after);
+        file->Write(after);
     }
+    // Others need not wait for the answer.
+    file.reset();
     if (request) {
         const std::string answer = "sent to " + request->Origin() + ": " + request->Send();
         // Standard output may have the file.
