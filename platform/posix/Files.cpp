@@ -152,22 +152,22 @@ int Replacement::TryMake() {
         return errno == EWOULDBLOCK ? EAGAIN : EEXIST;
     }
     // Its process may have renamed or removed it before it gave the lock back.
-    if (!HasItsName()) {
-        return EAGAIN;
-    }
-    isMade_ = isNew;
-    if (isNew) {
-        return 0;
+    error = CheckName();
+    isMade_ = isNew && error != EAGAIN;
+    if (error != 0 || isNew) {
+        return error;
     }
     // A killed process has left it.
     return unlinkat(place_.folder.Get(), temporary_.c_str(), 0) == 0 ? EAGAIN : errno;
 }
 
-bool Replacement::HasItsName() const {
+int Replacement::CheckName() const {
     struct stat own = {}, named = {};
-    return fstat(file_.Get(), &own) == 0 &&
-           fstatat(place_.folder.Get(), temporary_.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-           own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+    if (fstat(file_.Get(), &own) != 0 ||
+        fstatat(place_.folder.Get(), temporary_.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errno == ENOENT ? EAGAIN : errno;
+    }
+    return own.st_dev == named.st_dev && own.st_ino == named.st_ino ? 0 : EAGAIN;
 }
 
 int Replacement::SetMode(NewFile kind) {
@@ -226,7 +226,7 @@ ReplaceResult Replacement::Finish(std::string_view bytes, NewFile kind,
         fails(ReplaceStep::Write, errorOf(fsync(file_.Get()))) ||
         (!keepOldAs.empty() && fails(ReplaceStep::KeepOld, KeepOld(keepOldAs))) ||
         fails(ReplaceStep::Rename,
-              !HasItsName()
+              CheckName() != 0
                   ? ENOENT
                   : errorOf(renameat(folder, temporary_.c_str(), folder, place_.name.c_str())))) {
         return state_;

@@ -88,7 +88,8 @@ private:
     void Begin();
     // Makes and locks the temporary file, or removes an old one. EAGAIN asks for another try.
     int TryMake();
-    bool HasItsName() const;
+    // EAGAIN tells that the temporary name is another file's by now.
+    int CheckName() const;
     int SetMode(NewFile kind);
     int KeepOld(const std::string& suffix);
     int SyncFolder() const;

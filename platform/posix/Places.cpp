@@ -93,7 +93,7 @@ private:
             return Follow(next, status.st_uid, path_.substr(slash));
         }
         if (!S_ISDIR(status.st_mode)) {
-            return ENOTDIR;
+            return mode && slash == path_.size() ? EEXIST : ENOTDIR;
         }
         folder_ = std::move(next);
         // Only a folder can be in front of a slash at the end.

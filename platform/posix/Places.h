@@ -31,7 +31,8 @@ struct FilePlace {
 };
 
 // Opens a folder, with O_PATH, by trusted links. If there is a `mode`, makes the missing folders
-// with it, whatever the umask. A folder that root makes belongs to the owner of the one above it.
+// with it, whatever the umask, and EEXIST tells that something else has the folder's name. A folder
+// that root makes belongs to the owner of the one above it.
 int OpenFolder(const FolderPlace& place, std::optional<mode_t> mode, Descriptor& folder);
 
 // Finds a file, which need not exist, from a folder or, if there is none, the current one. If

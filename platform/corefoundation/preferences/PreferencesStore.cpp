@@ -1,11 +1,10 @@
 #include "corefoundation/preferences/PreferencesStore.h"
 
+#include "corefoundation/object/ForkLocks.h"
 #include "corefoundation/preferences/PreferencesFile.h"
 
 #include <cstdint>
 #include <map>
-#include <mutex>
-#include <pthread.h>
 #include <set>
 #include <unordered_map>
 
@@ -88,20 +87,15 @@ public:
     // Runs `work` on a domain's state with the lock held. `work` must neither wait nor call out.
     template <class Work>
     auto With(const PreferencesDomain& domain, Work work) {
-        const std::lock_guard guard(mutex_);
+        const std::lock_guard guard(LockOf(ForkLock::Preferences));
         return work(states_[domain.file]);
     }
     // Call this with the lock held. Later numbers are greater.
     std::uint64_t NextNumber() { return ++number_; }
 
 private:
-    Memory() {
-        // A child must not inherit a lock that another thread holds.
-        pthread_atfork([] { Get().mutex_.lock(); }, [] { Get().mutex_.unlock(); },
-                       [] { Get().mutex_.unlock(); });
-    }
+    Memory() = default;
 
-    std::mutex mutex_;
     std::unordered_map<std::string, State> states_;
     std::uint64_t number_ = 0;
 };

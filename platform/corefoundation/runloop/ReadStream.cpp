@@ -1,5 +1,6 @@
 #include "corefoundation/runloop/ReadStream.h"
 
+#include <mutex>
 #include <utility>
 
 namespace tvplatform {

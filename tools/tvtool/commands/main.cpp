@@ -7,6 +7,7 @@
 #include <csignal>
 #include <new>
 #include <sstream>
+#include <string_view>
 
 namespace tvtool {
 namespace {
@@ -99,17 +100,26 @@ Exit Run(int argc, char** argv) {
 int main(int argc, char** argv) {
     using tvtool::Exit;
     tvtool::occupyStandardStreams();
+    // A write that fails says so in its result.
     std::signal(SIGPIPE, SIG_IGN);
-    Exit status = Exit::Failed;
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
-        status = tvtool::Run(argc, argv);
-    } catch (const tvtool::ToolError& error) {
-        tvtool::Complain(error.what());
-        status = error.Status();
+        Exit status = Exit::Failed;
+        try {
+            status = tvtool::Run(argc, argv);
+        } catch (const tvtool::ToolError& error) {
+            tvtool::Complain(error.what());
+            status = error.Status();
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::exception& error) {
+            tvtool::Complain(error.what());
+        }
+        return static_cast<int>(status);
     } catch (const std::bad_alloc&) {
-        tvtool::Complain("there is not enough memory for this");
-    } catch (const std::exception& error) {
-        tvtool::Complain(error.what());
+        // This must not need memory itself.
+        constexpr std::string_view message = "tvtool: there is not enough memory for this\n";
+        static_cast<void>(!write(STDERR_FILENO, message.data(), message.size()));
+        return static_cast<int>(Exit::Failed);
     }
-    return static_cast<int>(status);
 }

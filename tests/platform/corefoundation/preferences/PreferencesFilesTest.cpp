@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <functional>
 #include <sys/inotify.h>
+#include <sys/stat.h>
 #include <thread>
 
 using namespace tvtest;
@@ -93,7 +94,9 @@ TEST_F(PreferencesFiles, AHomeThatIsMissingOrOutOfReach) {
         ExpectUseless();
     }
     WriteFile(Plist("<key>other</key><string>x</string>"));
-    ASSERT_EQ(chmod(home_.Path().c_str(), 0755), 0);
+    for (const char* folder : {"", ".config"}) {
+        ASSERT_EQ(chmod(home_.Path(folder).c_str(), 0755), 0);
+    }
     const auto cannotWrite = [] {
         SetText("k", "v");
         return !Sync() && !Sync() && GetText("k") == "v";
@@ -105,6 +108,52 @@ TEST_F(PreferencesFiles, AHomeThatIsMissingOrOutOfReach) {
     EXPECT_TRUE(AsNobody([&] { return Sync() && cannotWrite() && GetText("other") == "x"; }))
         << "not writable";
     EXPECT_EQ(CountFiles(), 3U);
+}
+
+TEST_F(PreferencesFiles, ArePrivateWhateverTheUmask) {
+    const auto modeOf = [](const std::string& path) {
+        struct stat status = {};
+        return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+    };
+    for (const mode_t mask : {0U, 0777U}) {
+        std::filesystem::remove_all(home_.Path(".config"));
+        const mode_t old = umask(mask);
+        SetText("k", std::to_string(mask));
+        EXPECT_TRUE(Sync());
+        umask(old);
+        EXPECT_EQ(modeOf(home_.Path(".config")), 0700U);
+        EXPECT_EQ(modeOf(file_), 0600U);
+        EXPECT_EQ(modeOf(file_ + ".lock"), 0600U);
+    }
+}
+
+TEST_F(PreferencesFiles, RootFollowsNoLinksOfOthers) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "not root";
+    }
+    constexpr uid_t cOther = 65534;
+    const std::string victim = home_.Write("victim", "root's");
+    const auto give = [](const std::string& path) {
+        return lchown(path.c_str(), cOther, cOther) == 0;
+    };
+    const std::string folder = home_.Path(".config");
+    std::filesystem::create_directory(folder);
+    ASSERT_TRUE(give(home_.Path()) && give(folder));
+    for (const std::string& link : {file_, file_ + ".lock", folder}) {
+        std::filesystem::remove_all(link);
+        std::filesystem::create_symlink(link == folder ? "/tmp" : victim, link);
+        ASSERT_TRUE(give(link));
+        SetText("k", link);
+        EXPECT_FALSE(Sync()) << link;
+        std::filesystem::remove(link);
+    }
+    EXPECT_EQ(ReadFile(victim), "root's");
+    // What root makes is the other user's.
+    EXPECT_TRUE(Sync());
+    for (const std::string& path : {folder, file_, file_ + ".lock"}) {
+        struct stat status = {};
+        EXPECT_TRUE(lstat(path.c_str(), &status) == 0 && status.st_uid == cOther) << path;
+    }
 }
 
 TEST_F(PreferencesFiles, AFullDiskOrAValueThatIsTooLargeLosesNothing) {
