@@ -7,6 +7,7 @@
 #include "tvtool/registry/RegistryFile.h"
 
 #include <memory>
+#include <new>
 
 namespace tvtool {
 
@@ -115,6 +116,11 @@ void showApplication(const AppArguments& arguments, Session& session) {
     const Tova::CNWRegistry registry(key.c_str());
     const Tova::CRegNode* directory = registry.AppDir().GetNode();
     const bool made = directory == nullptr || directory->IsModified();
+    const Tova::CRegNode* inFile = file.Tree().GetNode()->DeepFind(key.c_str());
+    if (file.IsSound() && inFile != nullptr && inFile->IsDirectory() &&
+        (made || CountTree(*directory) != CountTree(*inFile))) {
+        throw std::bad_alloc();  // the framework's, which says nothing of it
+    }
     const Tova::CRegNode* found =
         made || valueName.empty() ? directory : directory->DeepFind(valueName.c_str());
     if (made || found == nullptr || (!valueName.empty() && found->IsDirectory())) {

@@ -16,6 +16,7 @@ struct TreeCounts {
     long directories = 0;
     long values = 0;
     long comments = 0;
+    bool operator==(const TreeCounts&) const = default;
 };
 // Counts everything below a directory.
 TreeCounts CountTree(const Tova::CRegNode& top);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <new>
 
 namespace tvtool {
 
@@ -74,7 +75,8 @@ void RegistryFile::Describe(Tova::RStatus status) {
                    ": " + report_.problem + "; what follows is not read";
         excerpt_ = excerpt(line, offset);
     } else if (status < 0) {
-        problem_ = name_ + ": could not be read to its end";
+        // Nothing else can fail, since the text is in memory.
+        throw std::bad_alloc();
     }
 }
 
