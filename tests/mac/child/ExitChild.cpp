@@ -4,11 +4,9 @@
 #include "mac/MacThreadedWebReader.h"
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/TempHome.h"
-#include "tests/support/ThreadCreation.h"
 
 #include <dlfcn.h>
 #include <netdb.h>
-#include <pthread.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -29,8 +27,6 @@ constexpr unsigned cHangs = 100;
 // The callback has read some, or a host name is being looked up.
 std::atomic<bool> gIsUnderWay{false};
 bool gLeaksCanBeTold = true;
-// It is looked at after the readers' end.
-MacThreadedWebReader* gHeld = nullptr;
 const char* gUrl = nullptr;
 
 // The alarm ends a process that hangs, or the end of its parent does. It writes no large files.
@@ -55,11 +51,10 @@ bool readSome(CFReadStreamRef stream, unsigned long event, void*) {
     return event == kCFStreamEventHasBytesAvailable;
 }
 
-MacThreadedWebReader* start(MacThreadedWebReader::Callback callback = readSome,
-                            MacThreadedWebReader* context = nullptr) {
+MacThreadedWebReader* start() {
     MacThreadedWebReader* reader = MacThreadedWebReader::Create();
     CFStringRef url = CFStringCreateWithCString(nullptr, gUrl, kCFStringEncodingUTF8);
-    reader->StartRead(url, nullptr, callback, context != nullptr ? context : reader);
+    reader->StartRead(url, nullptr, readSome, nullptr);
     CFRelease(url);
     return reader;
 }
@@ -83,18 +78,15 @@ bool hasLoaded(const char* library) {
     return tvtest::ReadFile("/proc/self/maps").find(library) != std::string::npos;
 }
 
-// The child ends at once, or after a read of its own.
-int withChild(bool reads) {
+// Returns the status of a child that does this.
+template <class Body>
+int statusOfChild(Body body) {
     const pid_t child = fork();
     if (child == 0) {
         // It lacks the threads on whose stacks its parent's objects are found.
         gLeaksCanBeTold = false;
         limitLife();
-        if (reads) {
-            gIsUnderWay = false;
-            start();
-            awaitFlag(gIsUnderWay);
-        }
+        body();
         exit(cDone);
     }
     int status = 0;
@@ -109,77 +101,11 @@ int withReadersInChildren() {
             MacThreadedWebReader::Create()->Release();
         }
     }).detach();
-    for (int children = 40; children > 0; --children) {
-        const pid_t child = fork();
-        if (child == 0) {
-            limitLife();
-            _exit(MacThreadedWebReader::Create()->Release());
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        if (status != 0) {
-            return 1;
-        }
+    int status = cDone;
+    for (int children = 40; children > 0 && status == cDone; --children) {
+        status = statusOfChild([] { MacThreadedWebReader::Create()->Release(); });
     }
-    return cDone;
-}
-
-// Registered before the readers' end is, so it runs afterwards.
-__attribute__((constructor(101))) void useHeldReaderAtLast() {
-    std::atexit([] {
-        if (gHeld != nullptr) {
-            const bool isHeld = gHeld->GetRefCount() == 1;
-            gHeld->StartRead(CFSTR("http://127.0.0.1/"), nullptr, nullptr, nullptr);
-            gHeld->AbortRead();
-            gHeld->Release();
-            _exit(isHeld && gHeld->GetRefCount() == 0 ? cDone : 1);
-        }
-    });
-}
-
-// The library sends while the loader's lock is held, and is unloaded again.
-int withLibrary(const std::string& when) {
-    // The leak check crashes over ending threads with data of a library that was opened.
-    gLeaksCanBeTold = false;
-    setenv("TVTEST_URL", gUrl, 1);
-    void* library = dlopen(TVTEST_READER_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-    await(when);
-    return library != nullptr && dlclose(library) == 0 ? cDone : 1;
-}
-
-// A caller that cannot have a thread waits for ever, but keeps neither an abort nor the exit
-// waiting.
-int withoutThread() {
-    MacThreadedWebReader* reader = MacThreadedWebReader::Create();
-    std::thread([reader] {
-        tvtest::ThreadCreation::sFails = true;
-        reader->StartRead(CFSTR("http://127.0.0.1/"), nullptr, readSome, nullptr);
-        _exit(1);
-    }).detach();
-    while (tvtest::ThreadCreation::sFailed == 0) {
-        std::this_thread::yield();
-    }
-    reader->AbortRead();
-    return reader->GetProgress() == 1 ? cDone : 1;
-}
-
-// Ends the process from a worker for which another reader's worker is waiting.
-void exitInAwaitedCallback() {
-    MacThreadedWebReader* first = start([](CFReadStreamRef, unsigned long, void* self) -> bool {
-        constexpr int cStopping = 8;
-        gIsUnderWay = true;
-        while (static_cast<MacThreadedWebReader*>(self)->GetProgress() != cStopping) {
-            std::this_thread::yield();
-        }
-        exit(cDone);
-    });
-    awaitFlag(gIsUnderWay);
-    const auto abortFirst = [](CFReadStreamRef, unsigned long, void* other) {
-        static_cast<MacThreadedWebReader*>(other)->AbortRead();
-        return true;
-    };
-    start(abortFirst, first);
-    pause();
+    return status;
 }
 
 int run(std::string_view how, const std::string& when) {
@@ -191,21 +117,8 @@ int run(std::string_view how, const std::string& when) {
         tvtest::FailAllocation::FailAll();
         return cDone;
     }
-    if (how == "held") {
-        gHeld = MacThreadedWebReader::Create();
-        return cDone;
-    }
     if (how == "readers in forks") {
         return withReadersInChildren();
-    }
-    if (how == "library") {
-        return withLibrary(when);
-    }
-    if (how == "no thread") {
-        return withoutThread();
-    }
-    if (how == "exit in an awaited callback") {
-        exitInAwaitedCallback();
     }
     MacThreadedWebReader* reader = start();
     for (int more = how == "many" ? 7 : 0; more > 0; --more) {
@@ -214,8 +127,14 @@ int run(std::string_view how, const std::string& when) {
     await(when);
     if (how == "exit of a thread") {
         std::thread([] { exit(cDone); }).join();
-    } else if (how == "fork" || how == "read in a fork") {
-        return withChild(how != "fork");
+    } else if (how == "fork") {
+        return statusOfChild([] {});
+    } else if (how == "read in a fork") {
+        return statusOfChild([] {
+            gIsUnderWay = false;
+            start();
+            awaitFlag(gIsUnderWay);
+        });
     } else if (how == "abort") {
         reader->AbortRead();
     }
