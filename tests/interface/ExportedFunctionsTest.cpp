@@ -1,7 +1,6 @@
 #include <TVframework/TVframework.h>
 
 #include "tests/interface/InterfaceTestSupport.h"
-#include "tests/support/AllocationFailure.h"
 #include "vars/GlobalVars.h"
 
 namespace {
@@ -93,32 +92,6 @@ TEST_F(Exported, SavesWhatFitsIntoAnExistingFile) {
     EXPECT_EQ(Dump(saved),
               "Other=x;RegEmail=;%RegOrg=kept;RegFirstName=;RegLastName=" + std::string(30, 'y'));
     EXPECT_EQ(Variables(), cBuiltIn);
-}
-
-// Whatever allocation fails, reading drops the failure, saving may pass it on, neither keeps a
-// reference, and the variables are all set or can still be.
-TEST_F(Exported, FailedAllocationsReleaseEverything) {
-    for (const bool reading : {true, false}) {
-        bool failed = true;
-        for (int n = 0; failed; ++n) {
-            WriteConfig(path_, {{"RegFirstName", "Ada"}});
-            Tova::GlobalVars.Empty();
-            int result = 0;
-            {
-                const FailAllocation fail(n);
-                try {
-                    result = reading ? tvReadRegInfoFromNWC(cfPath_.Get(), form_.Get())
-                                     : tvWriteRegInfo(cfPath_.Get(), form_.Get(), 0);
-                } catch (const std::bad_alloc&) {
-                    EXPECT_FALSE(reading);
-                }
-                failed = fail.HasFailed();
-            }
-            EXPECT_TRUE(failed || result == (reading ? 1 : 0));
-            EXPECT_EQ(CFGetRetainCount(cfPath_.Get()) + CFGetRetainCount(form_.Get()), 2);
-            EXPECT_TRUE(Variables().empty() || Variables() == cBuiltIn) << Variables();
-        }
-    }
 }
 
 }  // namespace
