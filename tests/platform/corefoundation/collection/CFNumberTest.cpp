@@ -22,27 +22,16 @@ std::pair<T, bool> As(CFNumberRef number, CFNumberType type) {
     return {value, exact};
 }
 
-template <class T>
-void expectRoundTrip(CFNumberType type) {
-    for (const T value : {std::numeric_limits<T>::lowest(), std::numeric_limits<T>::max()}) {
-        const auto number = Own(CFNumberCreate(nullptr, type, &value));
-        EXPECT_EQ(As<T>(number, type), std::pair(value, true)) << type;
-        EXPECT_EQ(CFNumberGetType(number), type);
-        EXPECT_EQ(CFNumberIsFloatType(number), std::is_floating_point_v<T>);
-    }
-}
-
-TEST(CFNumber, EveryTypeRoundTrips) {
-    expectRoundTrip<std::int8_t>(kCFNumberSInt8Type);
-    expectRoundTrip<std::int64_t>(kCFNumberSInt64Type);
-    expectRoundTrip<float>(kCFNumberFloat32Type);
-    expectRoundTrip<double>(kCFNumberFloat64Type);
-    EXPECT_EQ(CFNumberGetType(Int(1)), kCFNumberSInt64Type) << "a type of fixed width";
+TEST(CFNumber, HasATypeOfFixedWidth) {
+    const std::int8_t least = -128;
+    const auto number = Own(CFNumberCreate(nullptr, kCFNumberSInt8Type, &least));
+    EXPECT_EQ(As<std::int8_t>(number, kCFNumberSInt8Type), std::pair(least, true));
+    EXPECT_EQ(std::tuple(CFNumberGetType(number), CFNumberGetType(Int(1))),
+              std::tuple(kCFNumberSInt8Type, kCFNumberSInt64Type));
     for (const CFNumberType unknown : {0, -1, 17}) {
         double value = 1;
         EXPECT_EQ(CFNumberCreate(nullptr, unknown, &value), nullptr);
-        EXPECT_FALSE(CFNumberGetValue(Int(1), unknown, &value));
-        EXPECT_EQ(value, 1);
+        EXPECT_FALSE(CFNumberGetValue(Int(1), unknown, &value) || value != 1);
     }
 }
 

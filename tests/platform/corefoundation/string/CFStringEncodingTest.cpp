@@ -63,7 +63,6 @@ TEST(CFStringEncoding, ConvertsBothWays) {
         {kCFStringEncodingUTF8, u"a\x7F\x80\x7FF\x800\xFFFF",
          "a\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF"},
         {kCFStringEncodingUTF8, u"\U00010000\U0010FFFFz", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBFz"},
-        {kCFStringEncodingUTF8, u"\x80\x80\x80\x80", "\xC2\x80\xC2\x80\xC2\x80\xC2\x80"},
         {kCFStringEncodingASCII, u"text of sixteen and more", "text of sixteen and more"},
         {kCFStringEncodingISOLatin1, u"\x80é\xFF", "\x80\xE9\xFF"},
         {kCFStringEncodingWindowsLatin1, u"€é", "\x80\xE9"},
@@ -137,20 +136,15 @@ TEST(CFStringEncoding, GetsAsManyBytesAsFit) {
     const std::tuple<std::u16string_view, CFStringEncoding, CFIndex, UInt8, Bytes> cases[] = {
         {u"aé😀", kCFStringEncodingUTF8, 6, 0, {2, "a\xC3\xA9"}},
         {u"aé😀", kCFStringEncodingUTF8, 2, 0, {1, "a"}},
-        {u"aé😀", kCFStringEncodingUTF8, 0, 0, {0, ""}},
         {u"a\xD800", kCFStringEncodingUTF8, 9, 0, {1, "a"}},
         {u"a\xD800", kCFStringEncodingUTF8, 9, '?', {2, "a?"}},
         {u"\xD800\xD800\xDC00", kCFStringEncodingUTF8, 9, 0, {0, ""}},
-        {u"a😀b", kCFStringEncodingASCII, 9, '?', {4, "a?b"}},
         {u"a😀b", kCFStringEncodingASCII, 2, '?', {3, "a?"}},
-        {u"ł", kCFStringEncodingWindowsLatin1, 9, 0, {0, ""}},
-        {u"a\U000E0041", 0x0202, 9, 0, {1, "a"}},
         {u"日\U000E0041", 0x0920, 9, 0, {1, "\xC6\xFC"}},
         {u"日😀本", 0x0920, 9, '?', {4, "\xC6\xFC?\xCB\xDC"}},
         {u"\xD800", 0x0632, 9, 0, {0, ""}},
         {u"日本", 0x0820, 9, 0, {1, "\x1B$BF|\x1B(B"}},
         {u"日本", 0x0820, 7, 0, {0, ""}},
-        {u"\xD800", kCFStringEncodingUTF16LE, 9, 0, {0, ""}},
         {u"ab", kCFStringEncodingUTF16BE, 3, 0, {1, "\0a"s}},
         {u"a", kCFStringEncodingInvalidId, 9, 0, {0, ""}}};
     char buffer[16] = "kept";
@@ -162,19 +156,15 @@ TEST(CFStringEncoding, GetsAsManyBytesAsFit) {
     EXPECT_FALSE(CFStringGetCString(CFSTR(""), buffer, 0, kCFStringEncodingUTF8));
     EXPECT_FALSE(CFStringGetCString(CFSTR(""), buffer, -1, kCFStringEncodingUTF8));
     EXPECT_STREQ(buffer, "kept");
-    // Without a buffer, the bytes are counted.
-    CFIndex used = -1;
-    EXPECT_EQ(
-        CFStringGetBytes(CFSTR("abc"), {1, 2}, kCFStringEncodingUTF8, 0, false, nullptr, 0, &used),
-        2);
-    EXPECT_EQ(used, 2);
-    EXPECT_EQ(
-        CFStringGetBytes(CFSTR("abc"), {1, 3}, kCFStringEncodingUTF8, 0, false, nullptr, 0, &used),
-        0);
-    EXPECT_EQ(
-        CFStringGetBytes(CFSTR("abc"), {1, 2}, kCFStringEncodingUTF8, 0, true, nullptr, 0, &used),
-        0);
-    EXPECT_EQ(used, 0);
+    // Without a buffer, the bytes are counted. A range outside the string and a mark are refused.
+    for (const auto& [length, isMarked, count] :
+         {std::tuple(2L, false, 2L), {3L, false, 0L}, {2L, true, 0L}}) {
+        CFIndex used = -1;
+        EXPECT_EQ(CFStringGetBytes(CFSTR("abc"), {1, length}, kCFStringEncodingUTF8, 0, isMarked,
+                                   nullptr, 0, &used),
+                  count);
+        EXPECT_EQ(used, count);
+    }
     constexpr CFIndex cMost = std::numeric_limits<CFIndex>::max();
     EXPECT_EQ(CFStringGetMaximumSizeForEncoding(cMost / 3, kCFStringEncodingUTF8), cMost / 3 * 3);
     EXPECT_EQ(CFStringGetMaximumSizeForEncoding(cMost / 3 + 1, kCFStringEncodingUTF8), kCFNotFound);
@@ -185,12 +175,9 @@ TEST(CFStringEncoding, TheEnvironmentNamesTheSystemEncoding) {
     const CFStringEncoding usual = byName(std::nullopt);
     const std::pair<const char*, CFStringEncoding> cases[] = {
         {"utf-8", kCFStringEncodingUTF8},
-        {"UTF8", kCFStringEncodingUTF8},
         {"ISO-8859-1", kCFStringEncodingISOLatin1},
-        {"iso_8859-1", kCFStringEncodingISOLatin1},
         {"latin1", kCFStringEncodingISOLatin1},
         {"windows-1252", kCFStringEncodingWindowsLatin1},
-        {"CP1252", kCFStringEncodingWindowsLatin1},
         {"macintosh", kCFStringEncodingMacRoman},
         {"ISO-8859-15", 0x020F},
         {"cp775", byName("CP775")}};
@@ -203,7 +190,6 @@ TEST(CFStringEncoding, TheEnvironmentNamesTheSystemEncoding) {
                              "char", "../UTF-8", "UTF-16", "UCS-4LE"}) {
         EXPECT_EQ(byName(name), usual) << name;
     }
-    EXPECT_NE(byName("CP775"), usual);
     EXPECT_NE(byName("CP775"), byName("CP1125"));
     const ScopedEnv locale("LC_ALL", "de_DE.ISO-8859-1");
     EXPECT_EQ(byName(std::nullopt), usual);

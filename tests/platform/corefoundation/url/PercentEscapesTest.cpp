@@ -58,7 +58,6 @@ TEST(PercentEscapes, AddingLeavesExactlyTheLegalCharacters) {
     EXPECT_EQ(added(u"x y", u" x", u"x "), u"%78%20y") << "in both: escaped";
     EXPECT_EQ(added(u"é", u"", u"", kCFStringEncodingISOLatin1), u"%E9");
     EXPECT_EQ(added(u"☺", u"", u"", kCFStringEncodingISOLatin1), u"<null>");
-    EXPECT_EQ(added(u"☺", u"☺", u"", kCFStringEncodingISOLatin1), u"☺");
 }
 
 }  // namespace
