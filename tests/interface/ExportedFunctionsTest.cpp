@@ -47,9 +47,6 @@ TEST_F(Exported, NullArgumentsTouchNothing) {
     EXPECT_EQ(Show(form_.Get()) + Variables(), "-|-|before|-");
     EXPECT_TRUE(tvReadRegInfoFromNWC(cfPath_.Get(), details) == -1 &&
                 tvReadRegInfoFromPrefs(details) == -1);
-    EXPECT_EQ(
-        tvApplyVariables(const_cast<CFMutableStringRef>(MakeString("<AppName>").Get()), nullptr),
-        0);
     EXPECT_EQ(tvReadRegInfoFromNWC(cfPath_.Get(), form_.Get()), 1);
     EXPECT_EQ(Show(form_.Get()), "||saved|");
 }

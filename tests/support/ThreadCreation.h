@@ -11,7 +11,6 @@ namespace tvtest {
 struct ThreadCreation {
     static std::atomic<bool> sFails;
     static std::atomic<int> sMade;
-    static std::atomic<int> sFailed;
 };
 
 }  // namespace tvtest

@@ -8,7 +8,6 @@ using tvtest::ThreadCreation;
 
 std::atomic<bool> ThreadCreation::sFails{false};
 std::atomic<int> ThreadCreation::sMade{0};
-std::atomic<int> ThreadCreation::sFailed{0};
 
 extern "C" {
 
@@ -19,7 +18,6 @@ decltype(pthread_create) __real_pthread_create;
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
                           void* argument) noexcept {
     if (ThreadCreation::sFails) {
-        ++ThreadCreation::sFailed;
         return EAGAIN;
     }
     ++ThreadCreation::sMade;
