@@ -131,9 +131,6 @@ TEST(CRegDir, SegmentsOfAnyLength) {
         EXPECT_EQ(edit(root, path + "=1 " + name + "=1 $" + path).substr(0, 6),
                   length == 64 ? "1 1 1 " : "0 0 - ");
         CRegDir dir;
-        const char* rest = path.c_str();
-        EXPECT_EQ(root.CreateParentDirs(rest, dir), length == 64);
-        EXPECT_EQ(rest - path.c_str(), length == 64 ? 3 + 64 + 1 : 3) << "where it failed";
         // A name that is there by other means is found, as far as a segment reaches.
         CRegNode node(RegNodeType::Directory, nullptr, nullptr, nullptr);
         node.AddChild(RegNodeType::Directory, name.c_str(), nullptr);
@@ -149,7 +146,6 @@ TEST(CRegDir, AHandleMayBeEmpty) {
     EXPECT_TRUE(dir.OpenDir("e", dir)) << "into itself";
     dir = empty;
     EXPECT_STREQ(dir.GetName(), "e") << "assigning nothing changes nothing";
-    EXPECT_EQ(CRegDir(dir).GetNode()->HandleCount(), 2);
     EXPECT_EQ(dir.ReleaseNode()->HandleCount(), 0);
     CString name;
     const char* path = "a/b";
@@ -157,12 +153,9 @@ TEST(CRegDir, AHandleMayBeEmpty) {
     EXPECT_FALSE(empty.GetName() || empty.CreateParentDirs(path, dir) || empty.OpenDir("a", dir) ||
                  empty.SetValue("a", 1L) || empty.GetValue("a", name) || empty.EnumEntry(0, name) ||
                  empty.CopyDir(root) || root.CopyDir(empty) || empty.ReleaseNode());
-    empty.AddComment("x");
     EXPECT_FALSE(root.OpenDir(nullptr, dir) || root.SetValue(nullptr, "x") ||
                  root.Delete(nullptr) || root.CreateSubDir(nullptr, dir) ||
                  CRegDir::ValidName(nullptr));
-    tvtest::MemoryStream stream(CStream::cTranslate, "!NWREG 1.0 {\na=1\n");
-    EXPECT_EQ(empty.ReadFromStream(stream), Failure);
 }
 
 TEST(CRegDir, CopiesDirectories) {

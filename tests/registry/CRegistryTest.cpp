@@ -55,7 +55,6 @@ TEST_F(RegistryTest, SharedRegistryInBothFormats) {
         {cText, "Calyx/sub", "v", "1"},
         {cText, "Cal/sub", "v", "1"},
         {cText, "Cal", "URL", "- none"},
-        {cText, "", "URL", "- none"},
         {cText, "plain", "URL", "- none"},
         {cText, nullptr, "URL", "- none"},
         {"[Calyx]\r\nURL=two\r\n", "Calyx", "URL", "two"},

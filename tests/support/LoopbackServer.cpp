@@ -56,12 +56,6 @@ void Connection::Hold() const {
     }
 }
 
-void Connection::Reset() const {
-    // The server closes the socket as soon as the handler returns.
-    const linger atOnce{1, 0};
-    setsockopt(socket_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
-}
-
 LoopbackServer::LoopbackServer(Handler handler) : handler_(std::move(handler)) {
     listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};

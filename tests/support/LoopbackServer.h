@@ -25,8 +25,6 @@ public:
     bool Answer(std::string_view statusAndHeaders, std::string_view body) const;
     // Waits until the peer closes its end, or the server stops.
     void Hold() const;
-    // Closes in a way that the peer sees as a reset.
-    void Reset() const;
 
 private:
     const int socket_;

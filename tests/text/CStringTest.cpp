@@ -74,22 +74,6 @@ TEST(CString, FindsAndCounts) {
               std::tuple(1, 0, 2));
 }
 
-TEST(CString, GrowsToItsLargestSizeInFewSteps) {
-    CString s;
-    const tvtest::FailAllocation fail(40);
-    for (int i = 0; i < 20000; ++i) {
-        s.Append("some more text", -1);
-    }
-    EXPECT_FALSE(fail.HasFailed());
-    int steps = 0;
-    for (int capacity = 100; capacity < INT_MAX - 100; ++steps) {
-        const std::size_t room = CString::RoomFor(capacity);
-        ASSERT_GE(room, static_cast<std::size_t>(capacity));
-        capacity = static_cast<int>(std::min<std::size_t>(room / 100 * 100 + 100, INT_MAX - 47));
-    }
-    EXPECT_LE(steps, 60);
-}
-
 TEST(CString, FailedAllocationPropagates) {
     const CString text = filled(250);
     const CFRef<CFStringRef> platform(text.CreateCFString(kCFStringEncodingUTF8));

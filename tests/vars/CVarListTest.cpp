@@ -33,7 +33,6 @@ TEST(CVarList, SettingFollowsPlaceAndFixedRules) {
     CString text("before");
     EXPECT_FALSE(list.GetValue("absent", text));
     EXPECT_STREQ(text.CStr(), "");
-    EXPECT_EQ(list.GetValue(nullptr), nullptr);
     EXPECT_EQ(list.GetValues(text), 4);
     EXPECT_STREQ(text.CStr(), "yes=1&no=0&long=-5&n+l=");
 }

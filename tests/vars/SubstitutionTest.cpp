@@ -1,7 +1,6 @@
 #include "vars/CVarList.h"
 
 #include "tests/vars/VarsTestSupport.h"
-#include "vars/Substitution.h"
 
 #include <gtest/gtest.h>
 
@@ -42,22 +41,6 @@ TEST(Substitution, BothFormsGiveTheSame) {
     CVarList deep;
     Fill(deep, {{"A", "A>B"}});
     expectBothForms(deep, "<<<<<A>", nullptr, "A>BBBBB", 5);
-}
-
-// One scan serves a text that nests deeper than the list is long, and leaves a circle to the
-// passes.
-TEST(Substitution, OnlyCirclesNeedPasses) {
-    for (const auto& [value, text, count] : {std::tuple("A>z", "<<<<<A>", std::optional(5U)),
-                                             {"y<B>z", "<<A><A>", std::optional(4U)},
-                                             {"<A>z", "<A>", std::nullopt},
-                                             {"<A><B", "<A>", std::nullopt}}) {
-        CVarList list;
-        Fill(list, {{"A", value}, {"B", "q"}});
-        NoObserver nobody;
-        std::string out;
-        const auto find = [&](std::string_view name) { return list.FindVar(name); };
-        EXPECT_EQ(SubstituteInOneScan<char>(text, '<', '>', 3, find, out, nobody), count) << value;
-    }
 }
 
 TEST(Substitution, TheDelimitersMayStandInTheText) {

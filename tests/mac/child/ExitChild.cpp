@@ -59,13 +59,9 @@ MacThreadedWebReader* start() {
     return reader;
 }
 
-// "input" (the end of standard input), "under way", or a number of rounds to wait.
+// "under way", or a number of rounds to wait.
 void await(const std::string& when) {
-    if (when == "input") {
-        char byte = 0;
-        while (read(STDIN_FILENO, &byte, 1) < 0) {
-        }
-    } else if (when == "under way") {
+    if (when == "under way") {
         awaitFlag(gIsUnderWay);
     } else {
         for (int rounds = std::stoi(when); rounds > 0; --rounds) {
