@@ -67,9 +67,9 @@ TEST_F(Exported, ReadsAFileOrClearsTheFormAndNeverCreatesOne) {
 }
 
 TEST_F(Exported, ReadsDetailsFromThePreferencesOrTouchesNothing) {
+    EXPECT_EQ(tvReadRegInfoFromPrefs(form_.Get()), -1);
+    EXPECT_EQ(Show(form_.Get()), "-|-|before|-");
     for (const char* key : {"RegFirstName", "RegLastName", "RegOrg", "RegEmail"}) {
-        EXPECT_EQ(tvReadRegInfoFromPrefs(form_.Get()), -1);
-        EXPECT_EQ(Show(form_.Get()), "-|-|before|-");
         SetPreference(key, MakeString(key).Get());
     }
     tvDeletePrefsItem(CFSTR("RegLastName"));  // no prefix is added

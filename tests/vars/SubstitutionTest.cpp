@@ -19,28 +19,23 @@ using tvtest::MakeMutable;
 using tvtest::MakeString;
 using tvtest::TextOf;
 
-void expectBothForms(const CVarList& list, const std::string& source, const char* delimiters,
-                     const std::string& expected, int count) {
-    CString text(source.c_str());
-    EXPECT_EQ(list.Apply(text, delimiters), count) << source;
-    EXPECT_EQ(text.CStr(), expected);
-    const auto wide = MakeMutable(source);
-    const auto pair = delimiters != nullptr ? MakeString(delimiters) : CFRef<CFStringRef>();
-    EXPECT_EQ(list.Apply(wide.Get(), pair.Get()), count) << source;
-    EXPECT_EQ(TextOf(wide.Get()), expected);
-}
-
 TEST(Substitution, BothFormsGiveTheSame) {
     CVarList list;
-    Fill(list, {{"App", "Calyx"}, {"A", "<B>"}, {"B", "b"}, {"W", "caf\xC3\xA9"}});
-    expectBothForms(list, "<A><A> <App <app> <Apps>", nullptr, "bb <App <app> <Apps>", 4);
-    expectBothForms(list, "<W>\xE2\x82\xAC<B>", nullptr, "caf\xC3\xA9\xE2\x82\xAC\x62", 2);
-    expectBothForms(list, "{App} <App>", "{}", "Calyx <App>", 1);
-    expectBothForms(list, "<App>", "<", "<App>", 0);
-    // Each value lies inside the one before, deeper than the list is long, yet there is an end.
-    CVarList deep;
-    Fill(deep, {{"A", "A>B"}});
-    expectBothForms(deep, "<<<<<A>", nullptr, "A>BBBBB", 5);
+    Fill(list, {{"A", "<B>"}, {"B", "b"}, {"W", "caf\xC3\xA9"}, {"D", "D>B"}});
+    for (const auto& [source, delimiters, expected, count] :
+         {std::tuple("<A><A> <A <a> <As>", "<>", "bb <A <a> <As>", 4),
+          {"<W>\xE2\x82\xAC<B>", "<>", "caf\xC3\xA9\xE2\x82\xAC\x62", 2},
+          {"{A} <A>", "{}", "<B> <A>", 1},
+          {"<A>", "<", "<A>", 0},
+          // Each value lies inside the one before, deeper than the list is long.
+          {"<<<<<D>", "<>", "D>BBBBB", 5}}) {
+        CString text(source);
+        const auto wide = MakeMutable(source);
+        EXPECT_EQ(list.Apply(text, delimiters), count) << source;
+        EXPECT_EQ(list.Apply(wide.Get(), MakeString(delimiters).Get()), count) << source;
+        EXPECT_EQ(std::pair(std::string(text.CStr()), TextOf(wide.Get())),
+                  std::pair(std::string(expected), std::string(expected)));
+    }
 }
 
 TEST(Substitution, TheDelimitersMayStandInTheText) {

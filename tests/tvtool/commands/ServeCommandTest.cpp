@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include <regex.h>
+#include <regex>
 
 namespace tvtest {
 namespace {
@@ -26,26 +26,13 @@ ask() { connect "cat $1 >&3; cat <&3" | head -n 1 | tr -d '\r'; }
 config create a.nwc RegFirstName=Ada
 )";
 
-std::string replaced(std::string text, const char* pattern, const std::string& by) {
-    regex_t expression;
-    EXPECT_EQ(regcomp(&expression, pattern, REG_EXTENDED), 0);
-    regmatch_t match;
-    for (std::size_t from = 0; regexec(&expression, text.c_str() + from, 1, &match, 0) == 0;) {
-        from += static_cast<std::size_t>(match.rm_so);
-        text.replace(from, static_cast<std::size_t>(match.rm_eo - match.rm_so), by);
-        from += by.size();
-    }
-    regfree(&expression);
-    return text;
-}
-
 class ServeCommandTest : public ToolTest {
 protected:
     // Returns what the script prints, with "HERE" for the endpoint's port, and "NOW" for a time.
     std::string Serve(const std::string& script) {
-        const std::string printed = Script(cFunctions + script);
-        return replaced(replaced(printed, "127\\.0\\.0\\.1:[0-9]+", "HERE"),
-                        "[0-9-]{10} [0-9:]{8}  ", "NOW ");
+        const std::regex port("127\\.0\\.0\\.1:[0-9]+"), time("[0-9-]{10} [0-9:]{8}  ");
+        const std::string printed = std::regex_replace(Script(cFunctions + script), port, "HERE");
+        return std::regex_replace(printed, time, "NOW ");
     }
     static std::string Failed(const std::string& what) {
         return Fails(6, "http://HERE: " + what + "; the details are saved");
