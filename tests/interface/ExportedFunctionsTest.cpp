@@ -85,7 +85,7 @@ TEST_F(Exported, SavesWhatFitsIntoAnExistingFile) {
     WriteConfig(path_, {{"Other", "x"}, {"RegEmail", "old"}, {"%RegOrg", "kept"}});
     EXPECT_EQ(tvWriteRegInfo(cfPath_.Get(), form.Get(), 0), 0);
     Tova::CVarList saved;
-    EXPECT_EQ(saved.ReadFromEncryptedFile(File(path_)), Tova::Ok);
+    EXPECT_EQ(saved.ReadFromEncryptedFile(Path(path_)), Tova::Ok);
     EXPECT_EQ(Dump(saved),
               "Other=x;RegEmail=;%RegOrg=kept;RegFirstName=;RegLastName=" + std::string(30, 'y'));
     EXPECT_EQ(Variables(), cBuiltIn);

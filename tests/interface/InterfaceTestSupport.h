@@ -43,7 +43,7 @@ inline std::string Show(CFDictionaryRef dict) {
 inline void WriteConfig(const std::string& path, const Pairs& vars) {
     Tova::CVarList list;
     Fill(list, vars);
-    ASSERT_EQ(list.WriteToFile(File(path)), Tova::Ok);
+    ASSERT_EQ(list.WriteToFile(Path(path)), Tova::Ok);
 }
 
 inline void SetPreference(const char* key, CFTypeRef value) {

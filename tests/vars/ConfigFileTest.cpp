@@ -29,10 +29,10 @@ std::string scrambled(std::string plain) {
 class ConfigFile : public ::testing::Test {
 protected:
     RStatus Read(const std::string& path, CVarList& list) {
-        return ReadConfiguration(File(path), list, &report_);
+        return ReadConfiguration(Path(path), list, &report_);
     }
     std::string Written(const CVarList& list) {
-        EXPECT_EQ(list.WriteToFile(File(dir_.Path("written"))), Ok);
+        EXPECT_EQ(list.WriteToFile(Path(dir_.Path("written"))), Ok);
         return ReadFile(dir_.Path("written"));
     }
 
@@ -57,9 +57,9 @@ TEST_F(ConfigFile, WritesTheBytesOfTheFormatAndReadsThemBack) {
     Fill(target, {{"B", "old"}, {"C", "3"}, {"%A", "kept"}});
     EXPECT_EQ(Read(dir_.Path("written"), target), Ok);
     EXPECT_EQ(Dump(target), "B=\xFF\n%<;C=3;%A=kept;%=x");
-    EXPECT_EQ(target.WriteToFile(File("/dev/full")), Ok);  // reports only a failure to open
+    EXPECT_EQ(target.WriteToFile(Path("/dev/full")), Ok);  // reports only a failure to open
     CFileStream stream;
-    ASSERT_GE(stream.Open(File("/dev/full"), cConfigFileWriteFlags, nullptr), 0);
+    ASSERT_GE(stream.Open(Path("/dev/full"), cConfigFileWriteFlags, nullptr), 0);
     EXPECT_FALSE(WriteConfiguration(stream, target));
 }
 

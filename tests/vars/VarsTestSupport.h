@@ -1,7 +1,7 @@
 // Lists, paths and platform strings as plain texts.
 #pragma once
 
-#include "fs/CFSPath.h"
+#include "tests/fs/FSTesting.h"
 #include "text/CFRef.h"
 #include "vars/CVarList.h"
 
@@ -12,10 +12,6 @@
 #include <vector>
 
 namespace tvtest {
-
-struct File : Tova::CFSPath {
-    explicit File(const std::string& path) { EXPECT_GE(FromUnixPath(path.c_str()), 0); }
-};
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
