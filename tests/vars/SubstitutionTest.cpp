@@ -1,12 +1,12 @@
 #include "vars/CVarList.h"
 
+#include "tests/vars/SubstitutionRules.h"
 #include "tests/vars/VarsTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdlib>
-#include <cstring>
 #include <random>
 #include <string>
 #include <utility>
@@ -61,29 +61,6 @@ TEST(Substitution, TheFormsDifferInWhatTheyRefuse) {
     EXPECT_EQ(TextOf(text.Get()), "a<bad>");
 }
 
-// The rules as they are stated, with no thought for speed. Adds the count to the text, and returns
-// "" if the passes do not end soon.
-std::string applyByTheRules(const CVarList& list, std::string text, const char* pair, bool isWide) {
-    int total = 0;
-    const auto holds = [&](int i) { return text.find(pair[i]) != text.npos; };
-    for (int before = -1;
-         before != total && (isWide ? holds(0) && holds(1) : holds(0) || holds(1));) {
-        before = total;
-        for (const CVar* var = list.First(); var != nullptr; var = var->Next()) {
-            const std::string pattern = std::string(1, pair[0]) + var->Name() + pair[1];
-            for (std::size_t pos = 0; (pos = text.find(pattern, pos)) != text.npos;) {
-                text.replace(pos, pattern.size(), var->Value());
-                // Only the narrow form looks into what it has put in.
-                pos += isWide ? std::strlen(var->Value()) : 0;
-                if (++total > 60) {
-                    return "";
-                }
-            }
-        }
-    }
-    return text + std::to_string(total);
-}
-
 // Alphabets so small that values combine with what stands around them into new placeholders. The
 // scan serves the first two kinds. The passes serve the others: names hold delimiters, or the
 // delimiters are equal.
@@ -114,7 +91,7 @@ TEST(Substitution, ScanAndPassesAgreeWithTheRules) {
         const std::string what = source + " " + pair + " " + tvtest::Dump(list);
         // The two forms search inserted values differently, so one may end alone.
         for (const bool isWide : {false, true}) {
-            const std::string expected = applyByTheRules(list, source, pair, isWide);
+            const std::string expected = tvtest::ApplyByTheRules(list, source, pair, isWide);
             CString narrow(source.c_str());
             const auto wide = MakeMutable(source);
             if (!expected.empty()) {
