@@ -1,14 +1,17 @@
-// Reads the input as a configuration file, and as the plain bytes of one. Writes the list that came
-// of it and reads it back.
+// Reads the input as a configuration file, and as the variables of one whose check value is right.
+// Writes the list that came of it and reads it back.
 #include "fuzz/FuzzTarget.h"
+#include "streams/Scrambling.h"
 #include "tests/streams/MemoryStream.h"
 #include "vars/ConfigFile.h"
 
+#include <numeric>
 #include <string>
 
 namespace {
 
 using tvfuzz::Require;
+using Damage = Tova::ConfigFileReport::Damage;
 
 std::string describe(const Tova::CVarList& list) {
     std::string out;
@@ -18,37 +21,64 @@ std::string describe(const Tova::CVarList& list) {
     return out;
 }
 
-void checkRoundTrip(const Tova::CVarList& list) {
-    tvtest::MemoryStream file(Tova::cConfigFileWriteFlags);
-    Require(Tova::WriteConfiguration(file, list), "lists can be written");
-    tvtest::MemoryStream again(Tova::cConfigFileReadFlags, file.bytes);
-    Tova::CVarList back;
+void requireSound(const std::string& stored, const Tova::CVarList& list) {
+    tvtest::MemoryStream stream(Tova::cConfigFileReadFlags, stored);
+    Tova::CVarList read;
     Tova::ConfigFileReport report;
-    Require(Tova::ReadConfiguration(again, back, &report) == Tova::Ok, "what was written is sound");
-    Require(report.damage == Tova::ConfigFileReport::Damage::None, "and without damage");
-    Require(describe(back) == describe(list), "and the same");
+    Require(Tova::ReadConfiguration(stream, read, &report) == Tova::Ok, "the file is sound");
+    Require(report.damage == Damage::None, "and without damage");
+    Require(describe(read) == describe(list), "and holds the list");
 }
 
 void readStored(const std::string& stored) {
     tvtest::MemoryStream stream(Tova::cConfigFileReadFlags, stored);
-    Tova::CVarList list;
-    Tova::ConfigFileReport report;
+    tvtest::MemoryStream inBlocks(Tova::cConfigFileReadFlags, stored);
+    inBlocks.block = 7;
+    Tova::CVarList list, other;
+    Tova::ConfigFileReport report, otherReport;
     const Tova::RStatus status = Tova::ReadConfiguration(stream, list, &report);
-    Require(status == Tova::Ok || report.damage != Tova::ConfigFileReport::Damage::None,
-            "damage is named");
-    checkRoundTrip(list);
+    Require(status == Tova::Ok || report.damage != Damage::None, "damage is named");
+    Require(Tova::ReadConfiguration(inBlocks, other, &otherReport) == status &&
+                otherReport.damage == report.damage && describe(other) == describe(list),
+            "reading in blocks gives the same");
+    tvtest::MemoryStream file(Tova::cConfigFileWriteFlags);
+    Require(Tova::WriteConfiguration(file, list), "lists can be written");
+    requireSound(file.bytes, list);
+}
+
+// Returns the plain file that the input's texts make, up to the first name that is empty, and fills
+// the list that it holds.
+std::string composePlain(tvfuzz::Input& input, Tova::CVarList& list) {
+    std::string plain = std::string(Tova::cConfigFileHeader) + '\0';
+    while (!input.IsEmpty()) {
+        const std::string name = input.Until('\0');
+        if (name.empty()) {
+            break;
+        }
+        const std::string value = input.Until('\0');
+        list.SetValue(name.c_str(), value.c_str(), false);
+        plain += name + '\0' + value + '\0';
+    }
+    plain += '\0';
+    const auto sum = std::accumulate(plain.begin(), plain.end(), 0U, [](unsigned left, char c) {
+        return left + static_cast<unsigned char>(c);
+    });
+    return plain + std::to_string(sum) + '\0';
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string bytes(data, data + size);
-    std::string scrambled;
-    for (const char c : std::string(Tova::cConfigFileHeader) + '\0' + bytes) {
-        const unsigned sum = (static_cast<unsigned char>(c) + 0x5BU) & 0xFFU;
-        scrambled += static_cast<char>(sum >> 4 | (sum & 0xFU) << 4);
+    readStored(std::string(data, data + size));
+    tvfuzz::Input input(data, size);
+    Tova::CVarList list;
+    std::string stored = composePlain(input, list);
+    for (char& c : stored) {
+        c = static_cast<char>(Tova::Scramble(static_cast<unsigned char>(c)));
     }
-    readStored(bytes);
-    readStored(scrambled);
+    requireSound(stored, list);
+    readStored(stored);
+    stored.insert(stored.size() - 2, 1, static_cast<char>(Tova::Scramble('1')));
+    readStored(stored);
     return 0;
 }
