@@ -82,6 +82,9 @@ TEST_F(ConfigCommandTest, SaysWhereASourceIsWrong) {
              {"=1", "1:1: an empty name"},
              {"\\x25A=1", "1:1: a name that begins with \"%\""},
              {"[{\"name\": \"a\",]", "1:15: is no valid JSON"},
+             {"[{\"name\": " + std::string(99999, '[') + std::string(99999, ']') +
+                  ", \"value\": 1}]",
+              " is JSON that is nested too deep"},
              {" [1]", " element 1: is no object"},
              {"[{\"name\": 1, \"value\": \"\"}]", " element 1: \"name\": must be a string"},
              {"[{\"name\": \"\\u0000\", \"value\": \"\"}]", " element 1: \"name\": holds a NUL"},

@@ -51,8 +51,16 @@ std::string TextFromJson(const Json& value, const std::string& where) {
 }
 
 Json ParseJson(const std::string& text, const std::string& name) {
+    // Copies of values recurse, so their depth needs a bound.
+    const auto refuseDepth = [&name](int depth, Json::parse_event_t /*event*/, Json& /*value*/) {
+        constexpr int cDeepest = 100;
+        if (depth > cDeepest) {
+            Fail(Exit::Damaged, name, "is JSON that is nested too deep");
+        }
+        return true;
+    };
     try {
-        return Json::parse(text);
+        return Json::parse(text, refuseDepth);
     } catch (const Json::parse_error& error) {
         const Place place = PlaceOf(text, error.byte > 0 ? error.byte - 1 : 0);
         Fail(Exit::Damaged, At(name, place), "is no valid JSON from here on");
