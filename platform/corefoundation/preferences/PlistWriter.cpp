@@ -1,4 +1,5 @@
 // Writing a property list as XML, and what text one can hold.
+#include "corefoundation/preferences/Base64.h"
 #include "corefoundation/preferences/Plist.h"
 
 #include <algorithm>
@@ -35,7 +36,8 @@ public:
         case PlistKind::Date:
             return WriteText("date", node.text);
         case PlistKind::Bytes:
-            return WriteData(node.text);
+            // Another text may need escapes, and may not be cut inside a character.
+            return DecodeBase64(node.text) ? WriteData(node.text) : WriteText("data", node.text);
         case PlistKind::List:
             return WriteParts("array", node.parts, false);
         case PlistKind::Dict:
