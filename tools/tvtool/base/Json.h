@@ -22,7 +22,8 @@ Json JsonText(std::string_view bytes, CFStringEncoding encoding = CFStringGetSys
 // `where` names the value in the message.
 std::string TextFromJson(const Json& value, const std::string& where);
 
-// Parses a whole text. Throws ToolError (Damaged); `name` is the file's name in the message.
+// Parses a whole text. Throws ToolError (Damaged), also for values that are nested deeper than 100
+// levels. `name` is the file's name in the message.
 Json ParseJson(const std::string& text, const std::string& name);
 void PrintJson(Output& out, const Json& value);
 
