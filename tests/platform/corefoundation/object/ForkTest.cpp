@@ -44,7 +44,7 @@ TEST(Fork, LeavesTheChildInOrderWhenOtherThreadsAreAtWork) {
         });
     }
     bool holds = true;
-    for (int i = 0; i < 100 && holds; ++i) {
+    for (int i = 0; i < 30 && holds; ++i) {
         holds = HoldsInChild([&] {
             makeConstant();
             convert();
