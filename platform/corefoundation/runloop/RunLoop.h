@@ -56,7 +56,7 @@ private:
     bool Pass(std::vector<Turn>& turns, CFStringRef mode, Clock::time_point until, bool onlyOne);
 
     static pthread_key_t sKey;
-    // False if there was no key left.
+    // It is false if the process had no key left.
     static const bool sHasKey;
 
     // Guarded by ForkLock::RunLoops. Sorted by order. Equal orders stay as they were attached.
