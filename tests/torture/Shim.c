@@ -18,8 +18,10 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <malloc.h>
+#include <netdb.h>
 #include <poll.h>
 #include <pthread.h>
+#include <pwd.h>
 #include <signal.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -36,10 +38,13 @@ static struct TVShimReport* report = &ownReport;
 static unsigned failing;
 static int family, goesOn, kills, fromMain, armed;
 static long live;
+/* The C library itself crashes if it has no memory while it learns where users and hosts are
+ * listed. Nothing fails in there. */
+static __thread int sheltered;
 
 /* Counts a call of the family. Returns 1 if it must fail. */
 static int isDue(int which) {
-    if (which != family || !__atomic_load_n(&armed, __ATOMIC_RELAXED)) {
+    if (which != family || sheltered != 0 || !__atomic_load_n(&armed, __ATOMIC_RELAXED)) {
         return 0;
     }
     const unsigned count = __atomic_add_fetch(&report->calls, 1, __ATOMIC_RELAXED);
@@ -146,6 +151,25 @@ void free(void* memory) {
     }
     __libc_free(memory);
 }
+
+#define SHELTERED(name, parameters, arguments)                                                     \
+    int name parameters {                                                                          \
+        static int(*next) parameters;                                                              \
+        if (next == NULL) {                                                                        \
+            *(void**)&next = dlsym(RTLD_NEXT, #name);                                              \
+        }                                                                                          \
+        ++sheltered;                                                                               \
+        const int result = next arguments;                                                         \
+        --sheltered;                                                                               \
+        return result;                                                                             \
+    }
+SHELTERED(getpwuid_r,
+          (uid_t user, struct passwd* entry, char* texts, size_t size, struct passwd** found),
+          (user, entry, texts, size, found))
+SHELTERED(getaddrinfo,
+          (const char* host, const char* service, const struct addrinfo* hints,
+           struct addrinfo** found),
+          (host, service, hints, found))
 
 /* FAILS(TYPE, NAME, PARAMETERS, ARGUMENTS, RESULT, ERROR) defines a call that fails when it is due,
  * with its result and errno, and else does what it does without the shim. */
