@@ -10,18 +10,14 @@ using namespace tvplatform;
 __CFURL::__CFURL(std::string text, const __CFURL* base)
     : Object(cType), ownText_(std::move(text)), base_(Ref<CFURLRef>::Share(base)),
       string_(MakeString(ownText_)), own_(ParseUrl(ownText_).value_or(UrlParts())),
-      wholeText_(base != nullptr ? ResolveUrl(base->Resolved(), own_) : std::string()),
+      wholeText_(base != nullptr
+                     ? ComposeUrl(base->own_, JoinFilePath(std::string(base->own_.path), own_.path))
+                     : std::string()),
       whole_(ParseUrl(wholeText_).value_or(UrlParts())) {}
 
 bool __CFURL::Equal(const Object& other) const {
-    const auto* a = this;
-    const auto* b = &static_cast<const Url&>(other);
-    for (; a != nullptr && b != nullptr && a != b; a = a->Base(), b = b->Base()) {
-        if (a->ownText_ != b->ownText_) {
-            return false;
-        }
-    }
-    return a == b;
+    const auto& url = static_cast<const Url&>(other);
+    return ownText_ == url.ownText_ && CFEqual(base_.Get(), url.base_.Get()) != 0;
 }
 
 CFHashCode __CFURL::Hash() const {
@@ -29,7 +25,8 @@ CFHashCode __CFURL::Hash() const {
 }
 
 std::u16string __CFURL::Description() const {
-    return std::u16string(ResolvedText().begin(), ResolvedText().end());
+    const std::string& text = base_ ? wholeText_ : ownText_;
+    return std::u16string(text.begin(), text.end());
 }
 
 namespace tvplatform {

@@ -11,15 +11,15 @@
 struct __CFURL final : tvplatform::Object {
     static constexpr tvplatform::TypeId cType = tvplatform::TypeId::Url;
 
-    // `text` must be valid (see ParseUrl); `base` is borrowed and may be null.
+    // `text` must be valid (see ParseUrl). `base` is borrowed. It is null, or a folder without a
+    // base if the text is a relative path.
     __CFURL(std::string text, const __CFURL* base);
 
     CFStringRef Text() const { return string_.Get(); }
     const __CFURL* Base() const { return base_.Get(); }
     const tvplatform::UrlParts& Own() const { return own_; }
-    // The parts and the text of the absolute URL, as far as bases make it one.
+    // The parts of the URL joined to its base.
     const tvplatform::UrlParts& Resolved() const { return base_ ? whole_ : own_; }
-    const std::string& ResolvedText() const { return base_ ? wholeText_ : ownText_; }
 
     bool Equal(const Object& other) const override;
     CFHashCode Hash() const override;
@@ -30,7 +30,6 @@ private:
     const tvplatform::Ref<CFURLRef> base_;
     const tvplatform::Ref<CFStringRef> string_;
     const tvplatform::UrlParts own_;
-    // Resolved here, once, so that no later work depends on how many bases stand behind the first.
     const std::string wholeText_;
     const tvplatform::UrlParts whole_;
 };

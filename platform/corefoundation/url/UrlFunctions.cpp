@@ -100,20 +100,8 @@ CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef, const UInt8* bu
 
 CFURLRef CFURLCreateWithString(CFAllocatorRef, CFStringRef URLString, CFURLRef baseURL) {
     auto text = ToUtf8(URLString);
-    const auto* base = As<const Url>(baseURL);
-    if (!text || (baseURL != nullptr && base == nullptr) || (text->empty() && base == nullptr)) {
-        return nullptr;
-    }
-    return MakeUrl(std::move(*text), base);
-}
-
-CFURLRef CFURLCopyAbsoluteURL(CFURLRef url) {
-    const auto* self = As<const Url>(url);
-    if (self == nullptr) {
-        return nullptr;
-    }
-    return self->Base() == nullptr ? static_cast<CFURLRef>(CFRetain(url))
-                                   : MakeUrl(self->ResolvedText(), nullptr);
+    return text && !text->empty() && baseURL == nullptr ? MakeUrl(std::move(*text), nullptr)
+                                                        : nullptr;
 }
 
 CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef, CFURLRef url,
@@ -124,9 +112,7 @@ CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef, CFURLRef url,
         !self->Own().IsHierarchical()) {
         return nullptr;
     }
-    // An empty path means the base's.
-    const bool isBase = self->Own().path.empty() && self->Base() != nullptr;
-    const UrlParts& parts = isBase ? self->Resolved() : self->Own();
+    const UrlParts& parts = self->Own();
     std::string path(parts.path);
     if (path.empty()) {
         path = parts.authority ? "/" : "./";
@@ -137,7 +123,7 @@ CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef, CFURLRef url,
     if (isDirectory != 0 && path.back() != '/') {
         path.push_back('/');
     }
-    return MakeUrl(ComposeUrl(parts, path), isBase ? nullptr : self->Base());
+    return MakeUrl(ComposeUrl(parts, path), self->Base());
 }
 
 CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef, CFURLRef url) {
@@ -147,11 +133,9 @@ CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef, CFURLRef url) 
     }
     const UrlParts& own = self->Own();
     const bool absolute = own.scheme || own.authority || own.path.starts_with('/');
-    if (!absolute && self->Base() != nullptr && hasOnlyDots(own.path)) {
+    if (self->Base() != nullptr && hasOnlyDots(own.path)) {
         const UrlParts& whole = self->Resolved();
-        return whole.IsHierarchical()
-                   ? MakeUrl(ComposeUrl(whole, containingFolder(whole.path, true)), nullptr)
-                   : nullptr;
+        return MakeUrl(ComposeUrl(whole, containingFolder(whole.path, true)), nullptr);
     }
     return MakeUrl(ComposeUrl(own, containingFolder(own.path, absolute)), self->Base());
 }

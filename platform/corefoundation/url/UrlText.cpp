@@ -95,69 +95,6 @@ bool isAuthority(std::string_view text) {
     return text.empty() || std::all_of(text.begin() + 1, text.end(), isDigit);
 }
 
-// Takes the last component off a folder, which ends in "/" or is empty.
-void goUp(std::string& folder) {
-    if (folder.size() > 1) {
-        folder.resize(folder.rfind('/', folder.size() - 2) + 1);
-    }
-}
-
-// Whether ".." in that folder is the folder above it, because its last component is a name.
-bool canGoUp(std::string_view folder) {
-    if (folder.size() < 2) {
-        return folder == "/";
-    }
-    folder.remove_suffix(1);
-    const std::string_view last = folder.substr(folder.rfind('/') + 1);
-    return !last.empty() && !IsDots(last);
-}
-
-std::string removeDots(std::string_view path) {
-    std::string result;
-    while (!path.empty()) {
-        const std::string_view component = takeUntil(path, "/");
-        const bool slash = !path.empty();
-        path.remove_prefix(slash ? 1 : 0);
-        if (component == "..") {
-            goUp(result);
-        } else if (component != ".") {
-            result.append(component).append(slash ? "/" : "");
-        }
-    }
-    return result;
-}
-
-// Joins a relative path to a folder, following only the dots at the path's front.
-std::string joinFilePath(std::string folder, std::string_view path) {
-    for (;;) {
-        std::string_view rest = path;
-        const std::string_view component = takeUntil(rest, "/");
-        if (component == ".." && canGoUp(folder)) {
-            goUp(folder);
-        } else if (component != ".") {
-            return folder.append(path);
-        }
-        path = rest.substr(rest.empty() ? 0 : 1);
-    }
-}
-
-std::string resolvePath(const UrlParts& base, const UrlParts& reference) {
-    const bool absolute = reference.path.starts_with('/');
-    if (base.IsFile() && absolute) {
-        return std::string(reference.path);
-    }
-    if (reference.path.empty()) {
-        return std::string(base.path);
-    }
-    std::string folder;
-    if (!absolute) {
-        folder = base.path.substr(0, base.path.rfind('/') + 1);
-        folder.append(folder.empty() && base.authority ? "/" : "");
-    }
-    return base.IsFile() ? joinFilePath(std::move(folder), reference.path)
-                         : removeDots(folder.append(reference.path));
-}
-
 bool equalsWithoutCase(std::string_view text, std::string_view lower) {
     return std::equal(text.begin(), text.end(), lower.begin(), lower.end(), [](char a, char b) {
         return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b;
@@ -219,20 +156,17 @@ std::string ComposeUrl(const UrlParts& parts, std::string_view path) {
     return text;
 }
 
-std::string ResolveUrl(const UrlParts& base, const UrlParts& reference) {
-    UrlParts result = reference;
-    if (reference.scheme) {
-        return ComposeUrl(reference, reference.path);
+std::string JoinFilePath(std::string folder, std::string_view path) {
+    for (;;) {
+        std::string_view rest = path;
+        const std::string_view component = takeUntil(rest, "/");
+        if (component == ".." && folder.size() > 1) {
+            folder.resize(folder.rfind('/', folder.size() - 2) + 1);
+        } else if (!IsDots(component)) {
+            return folder.append(path);
+        }
+        path = rest.substr(rest.empty() ? 0 : 1);
     }
-    result.scheme = base.scheme;
-    if (reference.authority) {
-        return ComposeUrl(result, reference.path);
-    }
-    result.authority = base.authority;
-    if (reference.path.empty() && !reference.query) {
-        result.query = base.query;
-    }
-    return ComposeUrl(result, resolvePath(base, reference));
 }
 
 }  // namespace tvplatform

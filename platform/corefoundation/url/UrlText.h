@@ -1,4 +1,4 @@
-// URLs as text: their parts, which texts are valid, and how a reference is resolved (RFC 3986). A
+// URLs as text: their parts, and which texts are valid (RFC 3986). A
 // URL is ASCII. The time of each function is in proportion to the length of the text.
 #pragma once
 
@@ -32,9 +32,9 @@ std::optional<UrlParts> ParseUrl(std::string_view text);
 // The text of the parts with another path.
 std::string ComposeUrl(const UrlParts& parts, std::string_view path);
 
-// The text of `reference` resolved against `base` by RFC 3986. Deliberate: for files, only dots at
-// the front of the reference are removed, because a name before ".." may be a symbolic link.
-std::string ResolveUrl(const UrlParts& base, const UrlParts& reference);
+// Joins a relative path to a folder, which ends in "/". Deliberate: only dots at the front of the
+// path are followed, because a name before ".." may be a symbolic link.
+std::string JoinFilePath(std::string folder, std::string_view path);
 
 inline bool IsDots(std::string_view component) {
     return component == "." || component == "..";

@@ -1,4 +1,4 @@
-// Web and file URLs, absolute or relative to a base, and percent escapes. A URL never changes, so
+// Web and file URLs, and percent escapes. A URL never changes, so
 // any thread may use it. The time of each function is in proportion to the lengths given.
 //
 // A file URL stands for a POSIX path, which is bytes. Each byte that a URL may not hold is escaped,
@@ -18,23 +18,21 @@ struct FSRef;
 CF_EXPORT CFTypeID CFURLGetTypeID(void);
 
 // Makes a URL from a path of `bufLen` bytes. A relative path gets the process's current folder of
-// this moment as its base. If `isDirectory` is true, the URL ends in "/". Returns null if the path
-// is empty or has a zero byte, or if it is relative and there is no current folder.
+// this moment as its base, and the dots at its front are followed when the two are joined: a ".."
+// behind a name stays, because the name may be a symbolic link. If `isDirectory` is true, the URL
+// ends in "/". Returns null if the path is empty or has a zero byte, or if it is relative and there
+// is no current folder.
 CF_EXPORT CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef allocator,
                                                            const UInt8* buffer, CFIndex bufLen,
                                                            Boolean isDirectory);
 // Returns null unless the text is a URL or a relative reference by RFC 3986: it has no character
-// that must be escaped, no malformed escape, scheme, host or port, and it is not empty (unless
-// there is a base).
+// that must be escaped, no malformed escape, scheme, host or port, and it is not empty. `baseURL`
+// must be null, else the result is null.
 CF_EXPORT CFURLRef CFURLCreateWithString(CFAllocatorRef allocator, CFStringRef URLString,
                                          CFURLRef baseURL);
 
 // The URL's own text, with its escapes and without its base; borrowed.
 CF_EXPORT CFStringRef CFURLGetString(CFURLRef url);
-// Resolves the URL against its base by RFC 3986. Deliberate: a file URL keeps a ".." that follows a
-// name, because the name may be a symbolic link. Those at the front take off the base's last
-// components.
-CF_EXPORT CFURLRef CFURLCopyAbsoluteURL(CFURLRef url);
 // The URL's own path with its escapes and without a leading "/", not resolved. `isAbsolute`, which
 // may be null, tells whether there was a "/". Returns null if the path is not made of components,
 // as that of "mailto:x".

@@ -63,8 +63,7 @@ TEST(CFObject, NullAndAnotherTypeCountAsNothing) {
             CFDictionaryCreateMutableCopy(nullptr, 0, w)));
         EXPECT_TRUE(areNone(
             CFURLGetFileSystemRepresentation(w, true, bytes, 4), CFURLGetString(w),
-            CFURLCopyAbsoluteURL(w), CFURLCopyStrictPath(w, nullptr),
-            CFURLCreateWithString(nullptr, w, nullptr),
+            CFURLCopyStrictPath(w, nullptr), CFURLCreateWithString(nullptr, w, nullptr),
             CFURLCreateCopyAppendingPathComponent(nullptr, w, x, false),
             CFURLCreateCopyDeletingLastPathComponent(nullptr, w),
             CFURLCreateStringByReplacingPercentEscapes(nullptr, w, x),

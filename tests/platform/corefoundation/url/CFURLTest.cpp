@@ -119,28 +119,4 @@ TEST(CFURL, RefusesWhatIsNoUrl) {
     }
 }
 
-TEST(CFURL, ResolvesReferencesByTheRules) {
-    const char* rfc = "http://a/b/c/d;p?q";  // the base of the examples in RFC 3986
-    const std::tuple<const char*, const char*, const char*> cases[] = {
-        {rfc, "./g/", "http://a/b/c/g/"},
-        {rfc, "", "http://a/b/c/d;p?q"},
-        {rfc, "../../../../g", "http://a/g"},
-        {rfc, "g?y/../x", "http://a/b/c/g?y/../x"},
-        {"http://a", "g", "http://a/g"},
-        // Texts that must not become another kind of URL.
-        {"file:/f", ".//host/x", "file:/.//host/x"},
-        // Files: names may be links.
-        {"file:///a/../b", "../c/../d", "file:///a/../../c/../d"},
-        {"file:///a/b", "/c/../d", "file:///c/../d"}};
-    for (const auto& [base, reference, whole] : cases) {
-        const auto url = WebUrl(reference, WebUrl(base));
-        EXPECT_EQ(Utf8(CFURLGetString(Own(CFURLCopyAbsoluteURL(url)))), whole) << reference;
-    }
-    auto url = WebUrl("http://h/a");
-    for (int i = 0; i < 30000; ++i) {
-        url = WebUrl("b", url);
-    }
-    EXPECT_EQ(Utf8(CFURLGetString(Own(CFURLCopyAbsoluteURL(url)))), "http://h/b");
-}
-
 }  // namespace
