@@ -12,22 +12,22 @@ bool __CFDictionary::Add(const void* key, const void* value) {
     if (!keys_.Retain(key)) {
         return false;
     }
+    bool retained = false;
     try {
-        if (!values_.Retain(value)) {
-            keys_.Release(key);
-            return false;
-        }
-        try {
+        retained = values_.Retain(value);
+        if (retained) {
             map_.emplace(key, value);
-        } catch (...) {
-            values_.Release(value);
-            throw;
+            return true;
         }
     } catch (...) {
+        if (retained) {
+            values_.Release(value);
+        }
         keys_.Release(key);
         throw;
     }
-    return true;
+    keys_.Release(key);
+    return false;
 }
 
 bool __CFDictionary::Replace(const void* key, const void* value) {
@@ -49,24 +49,11 @@ void __CFDictionary::Remove(const void* key) {
     }
 }
 
-void __CFDictionary::Clear() {
-    Map removed(0, map_.hash_function(), map_.key_eq());
-    removed.swap(map_);
-    for (const auto& [key, value] : removed) {
+__CFDictionary::~__CFDictionary() {
+    for (const auto& [key, value] : map_) {
         keys_.Release(key);
         values_.Release(value);
     }
-}
-
-void __CFDictionary::AddAll(const __CFDictionary& source) {
-    map_.reserve(source.map_.size());
-    for (const auto& [key, value] : source.map_) {
-        Add(key, value);
-    }
-}
-
-__CFDictionary::~__CFDictionary() {
-    Clear();
 }
 
 bool __CFDictionary::Equal(const Object& other) const {

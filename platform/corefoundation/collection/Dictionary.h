@@ -45,9 +45,6 @@ struct __CFDictionary final : tvplatform::Object {
     bool Add(const void* key, const void* value);      // the key must be absent
     bool Replace(const void* key, const void* value);  // the key must be there
     void Remove(const void* key);
-    void Clear();
-    // Adds the entries of `source`.
-    void AddAll(const __CFDictionary& source);
 
     bool Equal(const Object& other) const override;
     CFHashCode Hash() const override { return map_.size(); }

@@ -17,7 +17,9 @@ const void* copyString(CFAllocatorRef allocator, const void* key) {
 Dictionary* copyOf(const Dictionary& source, bool isMutable) {
     auto copy =
         std::make_unique<Dictionary>(&source.Keys().Get(), &source.Values().Get(), isMutable);
-    copy->AddAll(source);
+    for (const auto& [key, value] : source.Entries()) {
+        copy->Add(key, value);
+    }
     return copy.release();
 }
 

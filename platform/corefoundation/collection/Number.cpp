@@ -1,5 +1,6 @@
 #include "corefoundation/collection/Number.h"
 
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -50,69 +51,40 @@ int compareValues(double a, std::int64_t b) {
     return -compareValues(b, a);
 }
 
+// The kind of value that holds a number of type T.
 template <class T>
-bool storeAs(T value, void* out, bool exact) {
-    std::memcpy(out, &value, sizeof value);
-    return exact;
-}
+using Kept = std::conditional_t<std::is_floating_point_v<T>, double, std::int64_t>;
 
-template <class T>
-requires std::is_integral_v<T>
-bool store(std::int64_t value, void* out) {
-    using Limits = std::numeric_limits<T>;
-    const std::int64_t nearest = value < Limits::min()   ? Limits::min()
-                                 : value > Limits::max() ? Limits::max()
-                                                         : value;
-    return storeAs(static_cast<T>(nearest), out, nearest == value);
-}
-
-template <class T>
-requires std::is_integral_v<T>
-bool store(double value, void* out) {
-    if (std::isnan(value)) {
-        return storeAs(T{0}, out, false);
+// Stores the number of type T that is nearest to `value`. Returns true if it is equal.
+template <class T, class Value>
+bool store(Value value, void* out) {
+    constexpr T cLeast = std::numeric_limits<T>::lowest();
+    constexpr T cMost = std::numeric_limits<T>::max();
+    T nearest{};
+    if (std::is_floating_point_v<T> && (std::is_integral_v<Value> || !std::isfinite(value))) {
+        nearest = static_cast<T>(value);
+    } else if (value == value) {
+        nearest = compareValues(value, Kept<T>{cLeast}) <= 0  ? cLeast
+                  : compareValues(value, Kept<T>{cMost}) >= 0 ? cMost
+                                                              : static_cast<T>(value);
     }
-    const auto whole = wholePart(value);
-    const std::int64_t nearest = whole       ? *whole
-                                 : value > 0 ? std::numeric_limits<std::int64_t>::max()
-                                             : std::numeric_limits<std::int64_t>::min();
-    const bool exact = whole && std::trunc(value) == value;
-    return store<T>(nearest, out) && exact;
+    std::memcpy(out, &nearest, sizeof nearest);
+    return compareValues(value, Kept<T>{nearest}) == 0;
 }
 
-template <class T>
-requires std::is_floating_point_v<T>
-bool store(std::int64_t value, void* out) {
-    const auto nearest = static_cast<T>(value);
-    return storeAs(nearest, out, compareValues(value, static_cast<double>(nearest)) == 0);
-}
-
-template <class T>
-requires std::is_floating_point_v<T>
-bool store(double value, void* out) {
-    constexpr double cLargest = std::numeric_limits<T>::max();
-    if (std::isfinite(value) && std::abs(value) > cLargest) {
-        return storeAs(static_cast<T>(std::copysign(cLargest, value)), out, false);
-    }
-    const auto nearest = static_cast<T>(value);
-    return storeAs(nearest, out, compareValues(value, static_cast<double>(nearest)) == 0);
-}
-
+// The integer types are numbered by the logarithm of their size.
 constexpr CFNumberType integerType(size_t bytes) {
-    return bytes == 1   ? kCFNumberSInt8Type
-           : bytes == 2 ? kCFNumberSInt16Type
-           : bytes == 4 ? kCFNumberSInt32Type
-                        : kCFNumberSInt64Type;
+    return kCFNumberSInt8Type + std::countr_zero(bytes);
 }
 
 // The type of fixed width behind each type, by number.
 constexpr CFNumberType cFixedTypes[] = {0,
-                                        kCFNumberSInt8Type,
-                                        kCFNumberSInt16Type,
-                                        kCFNumberSInt32Type,
-                                        kCFNumberSInt64Type,
-                                        kCFNumberFloat32Type,
-                                        kCFNumberFloat64Type,
+                                        1,
+                                        2,
+                                        3,
+                                        4,
+                                        5,
+                                        6,
                                         integerType(sizeof(char)),
                                         integerType(sizeof(short)),
                                         integerType(sizeof(int)),
@@ -202,10 +174,8 @@ Number* MakeNumber(CFNumberType type, const void* value) {
     Number* made = nullptr;
     const CFNumberType fixedType = fixedTypeOf(type);
     withFixedType(fixedType, [&](auto loaded) {
-        using Kept =
-            std::conditional_t<std::is_floating_point_v<decltype(loaded)>, double, std::int64_t>;
         std::memcpy(&loaded, value, sizeof loaded);
-        made = new Number(fixedType, static_cast<Kept>(loaded));
+        made = new Number(fixedType, Kept<decltype(loaded)>{loaded});
         return true;
     });
     return made;
