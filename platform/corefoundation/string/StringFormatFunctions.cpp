@@ -10,6 +10,8 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <type_traits>
 
 namespace tvplatform {
 
@@ -20,15 +22,13 @@ struct Arguments {
     va_list list;
 };
 
-enum class Length { Int, Long, LongLong, Size };
-
 // One directive of a format.
 struct Directive {
     bool left = false;
     bool zeros = false;
     int width = 0;
     int precision = -1;  // -1: none given
-    Length length = Length::Int;
+    int longs = 0;       // how many "l" there are; "z" counts as those of its size
     char16_t conversion = 0;
 };
 
@@ -79,10 +79,10 @@ bool takeDirective(std::u16string_view& text, Arguments& arguments, Directive& d
         }
         directive.precision = std::max(directive.precision, -1);
     }
-    directive.length = take(text, u"ll")  ? Length::LongLong
-                       : take(text, u"l") ? Length::Long
-                       : take(text, u"z") ? Length::Size
-                                          : Length::Int;
+    directive.longs = take(text, u"ll")                                  ? 2
+                      : take(text, u"l")                                 ? 1
+                      : take(text, u"z") && sizeof(size_t) > sizeof(int) ? 2
+                                                                         : 0;
     if (text.empty()) {
         return false;
     }
@@ -91,32 +91,12 @@ bool takeDirective(std::u16string_view& text, Arguments& arguments, Directive& d
     return true;
 }
 
-std::intmax_t takeSigned(Length length, Arguments& arguments) {
-    switch (length) {
-    case Length::Int:
-        return va_arg(arguments.list, int);
-    case Length::Long:
-        return va_arg(arguments.list, long);
-    case Length::LongLong:
-        return va_arg(arguments.list, long long);
-    case Length::Size:
-        break;
-    }
-    return va_arg(arguments.list, std::ptrdiff_t);
-}
-
-std::uintmax_t takeUnsigned(Length length, Arguments& arguments) {
-    switch (length) {
-    case Length::Int:
-        return va_arg(arguments.list, unsigned);
-    case Length::Long:
-        return va_arg(arguments.list, unsigned long);
-    case Length::LongLong:
-        return va_arg(arguments.list, unsigned long long);
-    case Length::Size:
-        break;
-    }
-    return va_arg(arguments.list, size_t);
+// Returns the bits of an integer with its sign or zeros in front.
+template <class Integer>
+std::uintmax_t takeInteger(bool isSigned, Arguments& arguments) {
+    const Integer value = va_arg(arguments.list, Integer);
+    return isSigned ? static_cast<std::uintmax_t>(value)
+                    : static_cast<std::make_unsigned_t<Integer>>(value);
 }
 
 // Appends sign or prefix and text in the directive's width.
@@ -131,22 +111,32 @@ void appendPadded(std::u16string& out, std::u16string_view prefix, std::u16strin
     out.append(directive.left ? padding : 0, u' ');
 }
 
-void appendInteger(std::u16string& out, std::u16string_view prefix, std::uintmax_t value, int base,
-                   const Directive& directive) {
+// Takes an integer or a pointer and appends it.
+void appendInteger(std::u16string& out, const Directive& directive, Arguments& arguments) {
+    const char16_t conversion = directive.conversion;
+    const bool isPointer = conversion == u'p';
+    const bool isSigned = conversion == u'd' || conversion == u'i';
+    std::uintmax_t value = isPointer
+                               ? reinterpret_cast<std::uintptr_t>(va_arg(arguments.list, void*))
+                           : directive.longs == 0 ? takeInteger<int>(isSigned, arguments)
+                           : directive.longs == 1 ? takeInteger<long>(isSigned, arguments)
+                                                  : takeInteger<long long>(isSigned, arguments);
+    const bool isNegative = isSigned && static_cast<std::intmax_t>(value) < 0;
+    value = isNegative ? 0 - value : value;
     char digits[32];
-    const char* end = std::to_chars(digits, digits + sizeof digits, value, base).ptr;
-    std::u16string text(static_cast<const char*>(digits), end);
-    if (directive.conversion == u'X') {
-        std::transform(text.begin(), text.end(), text.begin(), [](char16_t c) {
-            return c >= u'a' ? static_cast<char16_t>(c - u'a' + u'A') : c;
-        });
+    const int base = isSigned || conversion == u'u' ? 10 : 16;
+    char* end = std::to_chars(digits, std::end(digits), value, base).ptr;
+    if (conversion == u'X') {
+        std::transform(digits, end, digits, [](char c) { return c >= 'a' ? c - 'a' + 'A' : c; });
     }
+    std::u16string text(digits, value == 0 && directive.precision == 0 ? digits : end);
     const auto least = static_cast<size_t>(std::max(directive.precision, 0));
-    if (value == 0 && directive.precision == 0) {
-        text.clear();
-    }
     text.insert(0, least > text.size() ? least - text.size() : 0, u'0');
-    appendPadded(out, prefix, text, directive, directive.zeros && directive.precision < 0);
+    appendPadded(out,
+                 isPointer    ? u"0x"
+                 : isNegative ? u"-"
+                              : u"",
+                 text, directive, directive.zeros && directive.precision < 0);
 }
 
 void appendFloat(std::u16string& out, double value, const Directive& directive) {
@@ -166,13 +156,13 @@ void appendFloat(std::u16string& out, double value, const Directive& directive) 
 // decoded, or is to be wide.
 bool appendBytes(std::u16string& out, const char* text, const Directive& directive) {
     std::optional<std::u16string> units = u"(null)";
-    if (text != nullptr && directive.length == Length::Int) {
+    if (text != nullptr && directive.longs == 0) {
         const size_t size = directive.precision < 0
                                 ? std::strlen(text)
                                 : strnlen(text, static_cast<size_t>(directive.precision));
         units = Decode({text, size}, SystemEncoding());
     }
-    if (!units || directive.length != Length::Int) {
+    if (!units || directive.longs != 0) {
         return false;
     }
     appendPadded(out, u"", *units, directive);
@@ -200,30 +190,19 @@ bool appendDirective(std::u16string& out, const Directive& directive, Arguments&
         return true;
     }
     case u'd':
-    case u'i': {
-        const std::intmax_t value = takeSigned(directive.length, arguments);
-        const auto bits = static_cast<std::uintmax_t>(value);
-        appendInteger(out, value < 0 ? u"-" : u"", value < 0 ? 0 - bits : bits, 10, directive);
-        return true;
-    }
+    case u'i':
     case u'u':
-        appendInteger(out, u"", takeUnsigned(directive.length, arguments), 10, directive);
-        return true;
     case u'x':
     case u'X':
-        appendInteger(out, u"", takeUnsigned(directive.length, arguments), 16, directive);
-        return true;
     case u'p':
-        appendInteger(out, u"0x", reinterpret_cast<std::uintptr_t>(va_arg(arguments.list, void*)),
-                      16, directive);
+        appendInteger(out, directive, arguments);
         return true;
     case u'f':
     case u'g':
-        if (directive.length != Length::Int && directive.length != Length::Long) {
-            return false;
+        if (directive.longs < 2) {
+            appendFloat(out, va_arg(arguments.list, double), directive);
         }
-        appendFloat(out, va_arg(arguments.list, double), directive);
-        return true;
+        return directive.longs < 2;
     default:
         return false;
     }
