@@ -6,79 +6,58 @@
 
 #include <CoreFoundation/CFURL.h>
 
-#include <algorithm>
-#include <vector>
+#include <set>
 
 namespace tvplatform {
 
 namespace {
 
 // The characters of a string. The set of a null string is empty.
-class CharacterSet {
-public:
-    explicit CharacterSet(CFStringRef string) {
-        const std::u16string_view text = TextOf(string).value_or(std::u16string_view());
-        for (size_t at = 0; at < text.size();) {
-            characters_.push_back(CodePointAt(text, at, at));
-        }
-        std::sort(characters_.begin(), characters_.end());
+std::set<char32_t> charactersOf(CFStringRef string) {
+    const std::u16string_view text = TextOf(string).value_or(std::u16string_view());
+    std::set<char32_t> characters;
+    for (size_t at = 0; at < text.size();) {
+        characters.insert(CodePointAt(text, at, at));
     }
-    bool Contains(char32_t c) const {
-        return std::binary_search(characters_.begin(), characters_.end(), c);
-    }
+    return characters;
+}
 
-private:
-    std::vector<char32_t> characters_;
-};
-
-// Replaces escapes in a text. The bytes of adjoining escapes are decoded together.
-class EscapeReplacer {
-public:
-    EscapeReplacer(const CharacterSet& kept, CFStringEncoding encoding)
-        : kept_(kept), encoding_(encoding) {}
-
-    std::optional<std::u16string> Replace(std::u16string_view text) {
-        for (size_t at = 0; at < text.size();) {
-            if (text[at] != '%') {
-                if (!Flush()) {
-                    return std::nullopt;
-                }
-                result_.push_back(text[at++]);
-                continue;
-            }
+// Replaces the escapes in a text, but for those of the ASCII characters in `kept`. The bytes of
+// adjoining escapes are decoded together.
+std::optional<std::u16string> replaceEscapes(std::u16string_view text,
+                                             const std::set<char32_t>& kept,
+                                             CFStringEncoding encoding) {
+    std::u16string result;
+    std::string bytes;
+    for (size_t at = 0;;) {
+        const bool isEscape = at < text.size() && text[at] == '%';
+        if (isEscape) {
             const int byte = at + 2 < text.size() ? EscapedByte(text[at + 1], text[at + 2]) : -1;
             if (byte < 0) {
                 return std::nullopt;
             }
-            if (byte < 0x80 && kept_.Contains(static_cast<char32_t>(byte))) {
-                if (!Flush()) {
-                    return std::nullopt;
-                }
-                result_.append(text.substr(at, 3));
-            } else {
-                bytes_.push_back(static_cast<char>(byte));
+            if (byte >= 0x80 || !kept.contains(static_cast<char32_t>(byte))) {
+                bytes.push_back(static_cast<char>(byte));
+                at += 3;
+                continue;
             }
-            at += 3;
         }
-        return Flush() ? std::optional(std::move(result_)) : std::nullopt;
-    }
-
-private:
-    bool Flush() {
-        if (bytes_.empty()) {
-            return true;
+        if (!bytes.empty()) {
+            const auto decoded = Decode(bytes, encoding);
+            if (!decoded) {
+                return std::nullopt;
+            }
+            result += *decoded;
+            bytes.clear();
         }
-        const auto decoded = Decode(bytes_, encoding_);
-        bytes_.clear();
-        result_ += decoded.value_or(std::u16string());
-        return decoded.has_value();
+        if (at == text.size()) {
+            return result;
+        }
+        const size_t length = isEscape ? 3 : 1;
+        result.append(text.substr(at, length));
+        at += length;
     }
-
-    const CharacterSet& kept_;
-    const CFStringEncoding encoding_;
-    std::string bytes_;
-    std::u16string result_;
-};
+}
 
 // Appends a stretch of text with every byte escaped. Returns false if it cannot be encoded.
 bool appendEscaped(std::u16string& result, std::u16string_view stretch, CFStringEncoding encoding) {
@@ -110,8 +89,7 @@ CFStringRef CFURLCreateStringByReplacingPercentEscapesUsingEncoding(CFAllocatorR
     if (charsToLeaveEscaped == nullptr) {
         return MakeString(std::u16string(*text));
     }
-    const CharacterSet kept(charsToLeaveEscaped);
-    auto replaced = EscapeReplacer(kept, encoding).Replace(*text);
+    auto replaced = replaceEscapes(*text, charactersOf(charsToLeaveEscaped), encoding);
     return replaced ? MakeString(std::move(*replaced)) : nullptr;
 }
 
@@ -130,14 +108,14 @@ CFStringRef CFURLCreateStringByAddingPercentEscapes(CFAllocatorRef, CFStringRef 
     if (!text) {
         return nullptr;
     }
-    const CharacterSet left(charactersToLeaveUnescaped);
-    const CharacterSet escaped(legalURLCharactersToBeEscaped);
+    const auto left = charactersOf(charactersToLeaveUnescaped);
+    const auto escaped = charactersOf(legalURLCharactersToBeEscaped);
     std::u16string result;
     size_t begin = 0;  // of the stretch that is to be escaped, which ends at `at`
     for (size_t at = 0; at < text->size();) {
         size_t next = at;
         const char32_t c = CodePointAt(*text, at, next);
-        if (!escaped.Contains(c) && (IsPlain(c) || left.Contains(c))) {
+        if (!escaped.contains(c) && (IsPlain(c) || left.contains(c))) {
             if (!appendEscaped(result, text->substr(begin, at - begin), encoding)) {
                 return nullptr;
             }
