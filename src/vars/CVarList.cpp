@@ -35,10 +35,6 @@ void CVarList::SetValue(const char* name, const char* value, bool fixed) {
     }
 }
 
-void CVarList::SetValue(const char* name, bool value, bool fixed) {
-    SetValue(name, value ? "1" : "0", fixed);
-}
-
 void CVarList::SetValue(const char* name, long value, bool fixed) {
     char digits[Str::cMaxNumberText];
     Str::Format(digits, "%d", static_cast<int>(value));
@@ -75,10 +71,6 @@ CVar* CVarList::FindVar(std::string_view name) const {
         var = var->next_;
     }
     return var;
-}
-
-CVar* CVarList::FindVar(const char* name) const {
-    return name != nullptr ? FindVar(std::string_view(name)) : nullptr;
 }
 
 const char* CVarList::GetValue(const char* name) const {

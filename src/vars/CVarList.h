@@ -31,7 +31,9 @@ public:
     // std::bad_alloc if memory runs out; the list is then as before.
     void SetValue(const char* name, const char* value, bool fixed);
     // Stores "1" or "0".
-    void SetValue(const char* name, bool value, bool fixed);
+    void SetValue(const char* name, bool value, bool fixed) {
+        SetValue(name, value ? "1" : "0", fixed);
+    }
     // Stores the decimal digits of the low 32 bits, as a signed number.
     void SetValue(const char* name, long value, bool fixed);
 
@@ -41,7 +43,9 @@ public:
     // Copies the value. Returns false, with `value` empty, if there is no such variable.
     bool GetValue(const char* name, CString& value) const;
     // Returns the variable, which the list still owns, or null.
-    CVar* FindVar(const char* name) const;
+    CVar* FindVar(const char* name) const {
+        return name != nullptr ? FindVar(std::string_view(name)) : nullptr;
+    }
     CVar* FindVar(std::string_view name) const;
     // Returns the first variable, which the list still owns; CVar::Next leads to the others.
     // Returns null if the list is empty.

@@ -6,7 +6,6 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace Tova {
 
@@ -14,12 +13,7 @@ namespace {
 
 // Returns false if the string does not change, because it is immutable.
 bool setUnits(CFMutableStringRef string, std::u16string_view text) {
-    const std::vector<UniChar> units(text.begin(), text.end());
-    const CFRef<CFStringRef> made(CFStringCreateWithCharacters(kCFAllocatorDefault, units.data(),
-                                                               static_cast<CFIndex>(units.size())));
-    if (!made) {
-        throw std::bad_alloc();
-    }
+    const CFRef<CFStringRef> made = StringOfUnits(text);
     CFStringReplaceAll(string, made.Get());
     return CFEqual(string, made.Get()) != 0;
 }

@@ -9,6 +9,16 @@ std::u16string UnitsOf(CFStringRef string) {
     return {units.begin(), units.end()};
 }
 
+CFRef<CFStringRef> StringOfUnits(std::u16string_view units) {
+    const std::vector<UniChar> copy(units.begin(), units.end());
+    CFRef<CFStringRef> made(CFStringCreateWithCharacters(kCFAllocatorDefault, copy.data(),
+                                                         static_cast<CFIndex>(copy.size())));
+    if (!made) {
+        throw std::bad_alloc();
+    }
+    return made;
+}
+
 WideVars::WideVars(const CVarList& list) {
     for (const CVar* var = list.First(); var != nullptr; var = var->Next()) {
         const CFRef<CFStringRef> name = MakeCFString(var->Name());

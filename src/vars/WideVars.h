@@ -14,8 +14,10 @@
 
 namespace Tova {
 
-// The UTF-16 units of a platform string.
+// The UTF-16 units of a platform string, and the string of such units. The latter throws
+// std::bad_alloc if memory runs out.
 std::u16string UnitsOf(CFStringRef string);
+CFRef<CFStringRef> StringOfUnits(std::u16string_view units);
 
 struct WideVar {
     std::u16string_view ValueView() const { return value; }

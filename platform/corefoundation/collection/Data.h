@@ -1,29 +1,24 @@
-// The data object, which never changes.
+// The data object, which never changes. Property lists make it, and put it back.
 #pragma once
 
 #include "corefoundation/object/Object.h"
 
-#include <CoreFoundation/CFData.h>
-
+#include <string>
 #include <utility>
-#include <vector>
-
-// The opaque type of the C interface is the class itself.
-struct __CFData final : tvplatform::Object {
-    static constexpr tvplatform::TypeId cType = tvplatform::TypeId::Data;
-    using Bytes = std::vector<UInt8>;
-
-    explicit __CFData(Bytes bytes) : Object(cType), bytes_(std::move(bytes)) {}
-
-    const Bytes& Get() const { return bytes_; }
-
-    bool Equal(const Object& other) const override;
-    CFHashCode Hash() const override;
-
-private:
-    const Bytes bytes_;
-};
 
 namespace tvplatform {
-using Data = ::__CFData;
-}
+
+struct Data final : Object {
+    static constexpr TypeId cType = TypeId::Data;
+
+    explicit Data(std::string content) : Object(cType), bytes(std::move(content)) {}
+
+    bool Equal(const Object& other) const override {
+        return bytes == static_cast<const Data&>(other).bytes;
+    }
+    CFHashCode Hash() const override { return bytes.size(); }
+
+    const std::string bytes;
+};
+
+}  // namespace tvplatform

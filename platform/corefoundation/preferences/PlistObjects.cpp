@@ -4,9 +4,9 @@
 #include "corefoundation/collection/Dictionary.h"
 #include "corefoundation/collection/Number.h"
 #include "corefoundation/object/Ref.h"
-#include "corefoundation/preferences/Base64.h"
 #include "corefoundation/preferences/Plist.h"
 #include "corefoundation/string/String.h"
+#include "posix/Base64.h"
 
 #include <charconv>
 #include <map>
@@ -59,7 +59,7 @@ private:
             return makeNode(boolean->Get() ? PlistKind::True : PlistKind::False, {});
         }
         if (const auto* data = As<const Data>(object)) {
-            return makeNode(PlistKind::Bytes, EncodeBase64(data->Get()));
+            return makeNode(PlistKind::Bytes, tvposix::EncodeBase64(data->bytes));
         }
         if (const auto* array = As<const Array>(object)) {
             return BuildArray(*array);
@@ -138,10 +138,8 @@ Ref<CFTypeRef> makeReal(std::string_view text) {
 }
 
 Ref<CFTypeRef> makeData(std::string_view base64) {
-    const auto bytes = DecodeBase64(base64);
-    return Ref<CFTypeRef>(
-        bytes ? CFDataCreate(nullptr, bytes->data(), static_cast<CFIndex>(bytes->size()))
-              : nullptr);
+    auto bytes = tvposix::DecodeBase64(base64);
+    return Ref<CFTypeRef>(bytes ? new Data(std::move(*bytes)) : nullptr);
 }
 
 Ref<CFTypeRef> makeArray(const std::vector<PlistEntry>& parts) {

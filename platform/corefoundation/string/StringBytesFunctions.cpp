@@ -125,15 +125,6 @@ Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
         return false;
     }
     const auto room = static_cast<size_t>(bufferSize - 1);
-    if (encoding == kCFStringEncodingUTF8) {
-        const auto size = Utf8Size(*text);
-        if (!size || *size > room) {
-            return false;
-        }
-        WriteUtf8(*text, buffer);
-        buffer[*size] = '\0';
-        return true;
-    }
     const auto bytes = Encode(*text, encoding);
     if (!bytes || bytes->size() > room) {
         return false;

@@ -1,5 +1,7 @@
 #include "corefoundation/string/Utf8.h"
 
+#include "posix/CodePoint.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -31,43 +33,6 @@ size_t prefixWithout(View text, std::uint64_t wordMask, std::uint32_t elementMas
         ++i;
     }
     return i;
-}
-
-// The length of a sequence by its first byte, or 0 if the byte begins none.
-size_t sequenceLength(unsigned char first) {
-    if (first < 0x80) {
-        return 1;
-    }
-    if (first >= 0xC2 && first < 0xE0) {
-        return 2;
-    }
-    if (first >= 0xE0 && first < 0xF0) {
-        return 3;
-    }
-    return first >= 0xF0 && first < 0xF5 ? 4 : 0;
-}
-
-// Takes the code point at the front off `bytes`. Returns nothing if it is malformed.
-std::optional<char32_t> takeCodePoint(std::string_view& bytes) {
-    constexpr char32_t cSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    const auto first = static_cast<unsigned char>(bytes[0]);
-    const size_t length = sequenceLength(first);
-    if (length == 0 || length > bytes.size()) {
-        return std::nullopt;
-    }
-    char32_t c = length == 1 ? first : first & (0xFFU >> (length + 1));
-    for (size_t i = 1; i < length; ++i) {
-        const auto byte = static_cast<unsigned char>(bytes[i]);
-        if ((byte & 0xC0) != 0x80) {
-            return std::nullopt;
-        }
-        c = (c << 6) | (byte & 0x3FU);
-    }
-    if (c < cSmallest[length] || c > 0x10FFFF || IsSurrogate(c)) {
-        return std::nullopt;
-    }
-    bytes.remove_prefix(length);
-    return c;
 }
 
 size_t encodedLength(char32_t c) {
@@ -118,11 +83,13 @@ std::optional<std::u16string> DecodeUtf8(std::string_view bytes) {
         std::copy_n(bytes.data(), plain, text.data() + before);
         bytes.remove_prefix(plain);
         while (!bytes.empty() && static_cast<unsigned char>(bytes[0]) >= 0x80) {
-            const auto c = takeCodePoint(bytes);
-            if (!c) {
+            char32_t c = 0;
+            const size_t length = tvposix::DecodeCodePoint(bytes, c);
+            if (length == 0) {
                 return std::nullopt;
             }
-            AppendCodePoint(text, *c);
+            bytes.remove_prefix(length);
+            AppendCodePoint(text, c);
         }
     }
     return text;
@@ -138,34 +105,22 @@ char32_t CodePointAt(std::u16string_view text, size_t index, size_t& next) {
     return unit;
 }
 
-std::optional<size_t> Utf8Size(std::u16string_view text) {
-    size_t size = AsciiPrefix(text);
-    for (size_t i = size; i < text.size();) {
+std::optional<std::string> EncodeUtf8(std::u16string_view text) {
+    const size_t plain = AsciiPrefix(text);
+    size_t size = plain;
+    for (size_t i = plain; i < text.size();) {
         const char32_t c = CodePointAt(text, i, i);
         if (IsSurrogate(c)) {
             return std::nullopt;
         }
         size += encodedLength(c);
     }
-    return size;
-}
-
-void WriteUtf8(std::u16string_view text, char* out) {
-    const size_t plain = AsciiPrefix(text);
-    out = std::transform(text.data(), text.data() + plain, out,
-                         [](char16_t unit) { return static_cast<char>(unit); });
+    std::string bytes(size, '\0');
+    char* out = std::transform(text.data(), text.data() + plain, bytes.data(),
+                               [](char16_t unit) { return static_cast<char>(unit); });
     for (size_t i = plain; i < text.size();) {
         out = writeCodePoint(CodePointAt(text, i, i), out);
     }
-}
-
-std::optional<std::string> EncodeUtf8(std::u16string_view text) {
-    const auto size = Utf8Size(text);
-    if (!size) {
-        return std::nullopt;
-    }
-    std::string bytes(*size, '\0');
-    WriteUtf8(text, bytes.data());
     return bytes;
 }
 

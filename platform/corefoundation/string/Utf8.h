@@ -10,11 +10,6 @@ namespace tvplatform {
 std::optional<std::u16string> DecodeUtf8(std::string_view bytes);
 std::optional<std::string> EncodeUtf8(std::u16string_view text);
 
-// How many bytes a text takes. Returns nothing if it has an unpaired surrogate.
-std::optional<size_t> Utf8Size(std::u16string_view text);
-// Writes as many bytes as Utf8Size returns for this text.
-void WriteUtf8(std::u16string_view text, char* out);
-
 // Returns the code point that begins at `index`, and stores where the next one begins. An unpaired
 // surrogate is a code point of its own.
 char32_t CodePointAt(std::u16string_view text, size_t index, size_t& next);

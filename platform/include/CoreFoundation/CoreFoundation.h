@@ -4,7 +4,6 @@
 #include <CoreFoundation/CFBase.h>
 
 #include <CoreFoundation/CFArray.h>
-#include <CoreFoundation/CFData.h>
 #include <CoreFoundation/CFDictionary.h>
 #include <CoreFoundation/CFNumber.h>
 #include <CoreFoundation/CFPreferences.h>

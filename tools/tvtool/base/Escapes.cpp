@@ -1,5 +1,7 @@
 #include "tvtool/base/Escapes.h"
 
+#include "posix/CodePoint.h"
+
 #include <algorithm>
 #include <charconv>
 
@@ -36,7 +38,7 @@ std::string escapeText(std::string_view text, std::string_view also) {
     out.reserve(text.size());
     while (!text.empty()) {
         char32_t character = 0;
-        const std::size_t length = DecodeUtf8(text, character);
+        const std::size_t length = tvposix::DecodeCodePoint(text, character);
         const std::string_view taken = text.substr(0, std::max<std::size_t>(length, 1));
         if (length > 0 && isVisible(character) && also.find(taken) == also.npos) {
             out.append(taken);
@@ -118,35 +120,6 @@ bool ParseHexByte(std::string_view text, char& byte) {
     return isByte;
 }
 
-std::size_t DecodeUtf8(std::string_view text, char32_t& character) {
-    if (text.empty()) {
-        return 0;
-    }
-    const unsigned char lead = toByte(text[0]);
-    if (lead < 0x80) {
-        character = lead;
-        return 1;
-    }
-    if (lead < 0xC2 || lead > 0xF4) {
-        return 0;
-    }
-    const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    if (text.size() < length) {
-        return 0;
-    }
-    character = lead & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((toByte(text[i]) & 0xC0) != 0x80) {
-            return 0;
-        }
-        character = character << 6 | (toByte(text[i]) & 0x3FU);
-    }
-    const bool isTooShort =
-        (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
-    const bool isSurrogate = character >= 0xD800 && character < 0xE000;
-    return isTooShort || isSurrogate || character > 0x10FFFF ? 0 : length;
-}
-
 Place PlaceOf(std::string_view text, std::size_t offset) {
     const std::string_view before = text.substr(0, offset);
     Place place;
@@ -154,7 +127,7 @@ Place PlaceOf(std::string_view text, std::size_t offset) {
     const std::string_view line = before.substr(before.rfind('\n') + 1);
     for (std::size_t at = 0; at < line.size(); ++place.column) {
         char32_t ignored = 0;
-        at += std::max<std::size_t>(DecodeUtf8(line.substr(at), ignored), 1);
+        at += std::max<std::size_t>(tvposix::DecodeCodePoint(line.substr(at), ignored), 1);
     }
     return place;
 }

@@ -29,10 +29,6 @@ bool Unescape(std::string_view text, std::string& out, EscapeFault& fault);
 // something else; `byte` is then unchanged.
 bool ParseHexByte(std::string_view text, char& byte);
 
-// Returns the length of the valid UTF-8 sequence at the start of `text` and sets `character`.
-// Returns 0 if there is none.
-std::size_t DecodeUtf8(std::string_view text, char32_t& character);
-
 // A place in a text. Both numbers count from 1, columns in characters.
 struct Place {
     std::size_t line = 1;

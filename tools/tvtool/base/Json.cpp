@@ -1,5 +1,6 @@
 #include "tvtool/base/Json.h"
 
+#include "posix/Base64.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/PlatformText.h"
 
@@ -15,9 +16,6 @@ std::optional<std::string> convert(std::string_view bytes, CFStringEncoding from
     return text ? EncodeText(text.Get(), to) : std::nullopt;
 }
 
-constexpr std::string_view cAlphabet =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
 }  // namespace
 
 Json JsonText(std::string_view bytes, CFStringEncoding encoding) {
@@ -26,7 +24,7 @@ Json JsonText(std::string_view bytes, CFStringEncoding encoding) {
     if (text && convert(*text, kCFStringEncodingUTF8, encoding) == bytes) {
         return *text;
     }
-    return {{"base64", Base64Encode(bytes)}};
+    return {{"base64", tvposix::EncodeBase64(bytes)}};
 }
 
 std::string TextFromJson(const Json& value, const std::string& where) {
@@ -37,9 +35,10 @@ std::string TextFromJson(const Json& value, const std::string& where) {
     }
     const std::string& text = content.get_ref<const std::string&>();
     const std::optional<std::string> bytes =
-        isBase64 ? Base64Decode(text)
+        isBase64 ? tvposix::DecodeBase64(text)
                  : convert(text, kCFStringEncodingUTF8, CFStringGetSystemEncoding());
-    if (!bytes) {
+    // There is one form only: with its padding, and no bits that belong to no byte.
+    if (!bytes || (isBase64 && tvposix::EncodeBase64(*bytes) != text)) {
         Fail(Exit::Damaged, where,
              isBase64 ? "is no valid base64"
                       : "has characters that the system encoding does not have");
@@ -69,42 +68,6 @@ Json ParseJson(const std::string& text, const std::string& name) {
 
 void PrintJson(Output& out, const Json& value) {
     out << value.dump(2) << "\n";
-}
-
-std::string Base64Encode(std::string_view bytes) {
-    std::string text;
-    unsigned bits = 0;
-    int count = 0;  // of the bits that are not written yet
-    for (const char byte : bytes) {
-        bits = bits << 8 | static_cast<unsigned char>(byte);
-        for (count += 8; count >= 6;) {
-            text += cAlphabet[bits >> (count -= 6) & 63];
-        }
-    }
-    if (count > 0) {
-        text += cAlphabet[bits << (6 - count) & 63];
-    }
-    text.resize((text.size() + 3) / 4 * 4, '=');
-    return text;
-}
-
-std::optional<std::string> Base64Decode(std::string_view text) {
-    std::string bytes;
-    unsigned bits = 0;
-    int count = 0;
-    for (const char c : text.substr(0, text.find('='))) {
-        const std::size_t digit = cAlphabet.find(c);
-        if (digit == cAlphabet.npos) {
-            return std::nullopt;
-        }
-        bits = bits << 6 | static_cast<unsigned>(digit);
-        count += 6;
-        if (count >= 8) {
-            bytes += static_cast<char>(bits >> (count -= 8));
-        }
-    }
-    // There is one form only: with its padding, and no bits that belong to no byte.
-    return Base64Encode(bytes) == text ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
 }  // namespace tvtool

@@ -7,7 +7,6 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <nlohmann/json.hpp>
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -26,9 +25,5 @@ std::string TextFromJson(const Json& value, const std::string& where);
 // levels. `name` is the file's name in the message.
 Json ParseJson(const std::string& text, const std::string& name);
 void PrintJson(Output& out, const Json& value);
-
-std::string Base64Encode(std::string_view bytes);
-// Returns nullopt if `text` is not base64 with its padding.
-std::optional<std::string> Base64Decode(std::string_view text);
 
 }  // namespace tvtool

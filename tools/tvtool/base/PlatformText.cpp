@@ -1,7 +1,5 @@
 #include "tvtool/base/PlatformText.h"
 
-#include <vector>
-
 namespace tvtool {
 
 namespace {
@@ -36,18 +34,6 @@ std::optional<std::string> EncodeText(CFStringRef text, CFStringEncoding encodin
 std::string TextForPeople(CFStringRef text) {
     bool isWhole = false;
     return encode(text, CFStringGetSystemEncoding(), '?', isWhole);
-}
-
-std::u16string UnitsOf(CFStringRef text) {
-    std::vector<UniChar> units(static_cast<std::size_t>(CFStringGetLength(text)));
-    CFStringGetCharacters(text, CFRangeMake(0, CFStringGetLength(text)), units.data());
-    return {units.begin(), units.end()};
-}
-
-StringRef TextOfUnits(std::u16string_view units) {
-    const std::vector<UniChar> copy(units.begin(), units.end());
-    return StringRef(CFStringCreateWithCharacters(kCFAllocatorDefault, copy.data(),
-                                                  static_cast<CFIndex>(copy.size())));
 }
 
 }  // namespace tvtool

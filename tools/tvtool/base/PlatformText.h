@@ -19,8 +19,5 @@ StringRef DecodeText(std::string_view bytes, CFStringEncoding encoding);
 std::optional<std::string> EncodeText(CFStringRef text, CFStringEncoding encoding);
 // Encodes in the system encoding. A character that it does not have becomes "?".
 std::string TextForPeople(CFStringRef text);
-// Convert from and to UTF-16.
-std::u16string UnitsOf(CFStringRef text);
-StringRef TextOfUnits(std::u16string_view units);
 
 }  // namespace tvtool

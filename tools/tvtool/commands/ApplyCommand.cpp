@@ -1,4 +1,5 @@
 // tvtool apply: puts variables into a text, as the framework does.
+#include "posix/CodePoint.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
 #include "tvtool/base/Json.h"
@@ -12,8 +13,6 @@
 #include "vars/GlobalVars.h"
 
 #include <algorithm>
-#include <memory>
-#include <new>
 #include <unordered_set>
 
 namespace tvtool {
@@ -39,7 +38,7 @@ struct Template {
 
 std::u16string parseDelimiters(const std::string& argument) {
     const StringRef text = DecodeText(argument, CFStringGetSystemEncoding());
-    std::u16string pair = text ? UnitsOf(text.Get()) : u"";
+    std::u16string pair = text ? Tova::UnitsOf(text.Get()) : u"";
     // Halves of a surrogate pair are no characters.
     const bool isPlain = std::none_of(pair.begin(), pair.end(),
                                       [](char16_t c) { return c >= 0xD800 && c <= 0xDFFF; });
@@ -54,7 +53,7 @@ std::u16string parseDelimiters(const std::string& argument) {
 std::size_t findInvalid(std::string_view text) {
     char32_t ignored = 0;
     for (std::size_t at = 0; at < text.size();) {
-        const std::size_t length = DecodeUtf8(text.substr(at), ignored);
+        const std::size_t length = tvposix::DecodeCodePoint(text.substr(at), ignored);
         if (length == 0) {
             return at;
         }
@@ -69,7 +68,7 @@ Template readTemplate(const std::string& argument, const std::u16string& delimit
     const CFStringEncoding system = CFStringGetSystemEncoding();
     if (argument != "-" && !Exists(argument)) {
         made.decoded = DecodeText(argument, system);
-        const std::u16string units = made.decoded ? UnitsOf(made.decoded.Get()) : u"";
+        const std::u16string units = made.decoded ? Tova::UnitsOf(made.decoded.Get()) : u"";
         const std::size_t open = units.find(delimiters[0]);
         made.isLiteral = open != units.npos && units.find(delimiters[1], open + 1) != units.npos;
     }
@@ -113,8 +112,7 @@ struct Task {
 };
 
 std::string nameOf(const Placeholder& placeholder) {
-    const StringRef name = TextOfUnits(placeholder.name);
-    return name ? TextForPeople(name.Get()) : std::string();
+    return TextForPeople(Tova::StringOfUnits(placeholder.name).Get());
 }
 
 // Names each placeholder once, in the order of the text.
@@ -182,11 +180,8 @@ void refuseUndefined(const Task& task, const std::string& name, std::u16string_v
 }
 
 void printResult(std::u16string_view result, const Template& text, Output& out) {
-    const StringRef whole = TextOfUnits(result);
-    if (!whole) {
-        throw std::bad_alloc();
-    }
-    const std::optional<std::string> bytes = EncodeText(whole.Get(), CFStringGetSystemEncoding());
+    const std::optional<std::string> bytes =
+        EncodeText(Tova::StringOfUnits(result).Get(), CFStringGetSystemEncoding());
     if (!bytes) {
         Fail(Exit::Failed, text.name, "the result does not fit the system encoding");
     }
@@ -197,7 +192,7 @@ void apply(const ApplyOptions& options, Session& session) {
     const std::u16string delimiters = parseDelimiters(options.delimiters);
     setVariables(options);
     const Template text = readTemplate(options.text, delimiters);
-    const std::u16string units = UnitsOf(text.decoded.Get());
+    const std::u16string units = Tova::UnitsOf(text.decoded.Get());
     const Tova::WideVars vars(Tova::GlobalVars);
     const Task task{units, delimiters[0], delimiters[1], vars};
     if (options.list) {
@@ -221,29 +216,27 @@ void apply(const ApplyOptions& options, Session& session) {
 }  // namespace
 
 void AddApplyCommand(CLI::App& app, Session& session) {
-    CLI::App* command = AddSubcommand(
-        app, "apply", "Puts variables into a text, as the framework does",
+    const auto [command, options] = AddCommand(
+        app, session, "apply", apply, "Puts variables into a text, as the framework does",
         "  echo 'Welcome to <AppName> <MajVersion>' | tvtool apply -\n"
         "  tvtool apply welcome.txt --config Calyx.nwc --set Greeting='Good day' --strict\n"
         "  tvtool apply welcome.txt --list");
-    auto options = std::make_shared<ApplyOptions>();
-    AddText(*command, "TEXT", options->text,
+    AddText(command, "TEXT", options.text,
             "A file, or - for standard input (the default). What names no file\n"
             "and holds a placeholder is the text itself");
-    AddTexts(*command, "--config", options->configs,
+    AddTexts(command, "--config", options.configs,
              "Take variables from this configuration file too; can be repeated")
         ->type_name("FILE");
-    AddTexts(*command, "--set", options->settings,
+    AddTexts(command, "--set", options.settings,
              "A variable, or %NAME=VALUE for a fixed one; can be repeated")
         ->type_name("NAME=VALUE");
-    AddText(*command, "--delimiters", options->delimiters,
+    AddText(command, "--delimiters", options.delimiters,
             "The two characters around a name instead of <>")
         ->type_name("XY");
-    command->add_flag("--list", options->list, "Only name the placeholders in the text");
-    command->add_flag("--json", options->json, "With --list: as an array of objects");
-    command->add_flag("--strict", options->strict,
-                      "Fail, with the place, where nobody defines a placeholder");
-    command->callback([options, &session] { apply(*options, session); });
+    command.add_flag("--list", options.list, "Only name the placeholders in the text");
+    command.add_flag("--json", options.json, "With --list: as an array of objects");
+    command.add_flag("--strict", options.strict,
+                     "Fail, with the place, where nobody defines a placeholder");
 }
 
 }  // namespace tvtool

@@ -2,6 +2,7 @@
 
 #include "interface/SendRegInfo.h"
 #include "mac/MacThreadedWebReader.h"
+#include "posix/Base64.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Json.h"
 #include "tvtool/base/QueryDecoding.h"
@@ -174,7 +175,7 @@ void DetailsRequest::WarnOfLosses(const Tova::CVarList& details) const {
 std::string DetailsRequest::Describe() const {
     std::string text = "GET " + target_ + " HTTP/1.1\nHost: " + host_ + "\n";
     if (!credentials_.empty()) {
-        text += "Authorization: Basic " + Base64Encode(credentials_) + "\n";
+        text += "Authorization: Basic " + tvposix::EncodeBase64(credentials_) + "\n";
     }
     return text + "Accept: */*\nUser-Agent: " + TextForPeople(userAgent_.Get()) + "\n";
 }

@@ -54,10 +54,9 @@ TEST(CFObject, NullAndAnotherTypeCountAsNothing) {
 
                     CFStringCreateWithFormat(nullptr, nullptr, w)));
         EXPECT_TRUE(areNone(
-            CFDataGetLength(w), CFDataGetBytePtr(w), CFBooleanGetValue(w), CFNumberGetType(w),
-            CFNumberIsFloatType(w), CFNumberGetValue(w, kCFNumberIntType, &value),
-            CFEqual(w, kCFBooleanTrue), CFRunLoopIsWaiting(w),
-            CFRunLoopSourceCreate(nullptr, 0, nullptr), CFArrayGetCount(w),
+            CFBooleanGetValue(w), CFNumberGetType(w), CFNumberIsFloatType(w),
+            CFNumberGetValue(w, kCFNumberIntType, &value), CFEqual(w, kCFBooleanTrue),
+            CFRunLoopIsWaiting(w), CFRunLoopSourceCreate(nullptr, 0, nullptr), CFArrayGetCount(w),
             CFArrayGetValueAtIndex(w, 0), CFDictionaryGetCount(w), CFDictionaryContainsKey(w, x),
             CFDictionaryGetValue(w, x), CFDictionaryCreateCopy(nullptr, w),
             CFDictionaryCreateMutableCopy(nullptr, 0, w)));
