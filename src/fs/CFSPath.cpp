@@ -32,10 +32,6 @@ CFURLRef createURL(const UInt8* bytes, CFIndex length) {
 
 }  // namespace
 
-CFSPath::~CFSPath() {
-    Set(nullptr, true);
-}
-
 // Takes over a new URL. Returns `Failure` if there is none.
 RStatus CFSPath::Adopt(CFURLRef created) {
     if (created == nullptr) {
@@ -64,10 +60,6 @@ RStatus CFSPath::AppendComponent(const char* name) {
     return component ? Adopt(CFURLCreateCopyAppendingPathComponent(kCFAllocatorDefault, url_,
                                                                    component.Get(), false))
                      : Failure;
-}
-
-RStatus CFSPath::AppendComponents(const char* names) {
-    return AppendComponent(names);
 }
 
 void CFSPath::Copy(const CFSPath& other) {

@@ -25,13 +25,13 @@ public:
     CFSPath() = default;
     CFSPath(const CFSPath&) = delete;
     CFSPath& operator=(const CFSPath&) = delete;
-    virtual ~CFSPath();
+    virtual ~CFSPath() { Set(nullptr, true); }
 
     // Appends `name` (UTF-8) as a new last component, without one leading "/".
     RStatus AppendComponent(const char* name);
     // Does the same. Deliberate: the text is not split. "a/b" goes to the platform as it is, which
     // adds two levels.
-    RStatus AppendComponents(const char* names);
+    RStatus AppendComponents(const char* names) { return AppendComponent(names); }
     // Shares the URL of `other`. Deliberate: a URL that this path holds already is not released, so
     // call this for an empty path only.
     void Copy(const CFSPath& other);

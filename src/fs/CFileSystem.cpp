@@ -4,10 +4,6 @@
 
 namespace Tova {
 
-bool CFileSystem::IsCompatible(const CFSPath&) const {
-    return true;
-}
-
 RStatus CFileSystem::FileExists(const CFSPath& path) {
     CString text;
     if (const RStatus status = path.ToUnixPath(text); status < 0) {
@@ -15,14 +11,6 @@ RStatus CFileSystem::FileExists(const CFSPath& path) {
     }
     struct stat ignored = {};
     return stat(text.CStr(), &ignored) == 0 ? Ok : ErrNotFound;
-}
-
-RStatus CFileSystem::GetNodeType(const CFSPath&) {
-    return ErrNotSupported;
-}
-
-RStatus CFileSystem::NativeCreateDirectory(const CFSPath&) {
-    return ErrNotSupported;
 }
 
 RStatus CFileSystem::CreateDirectory(const CFSPath& path) {

@@ -21,14 +21,14 @@ public:
     // Returns `Ok` or ErrNotFound. If the path has no text, returns the status of the conversion.
     virtual RStatus FileExists(const CFSPath& path);
     // Returns S_NodeIsDirectory or S_NodeIsFile. This base class returns ErrNotSupported.
-    virtual RStatus GetNodeType(const CFSPath& path);
+    virtual RStatus GetNodeType(const CFSPath& /*path*/) { return ErrNotSupported; }
     // Makes one folder in an existing one. This base class returns ErrNotSupported.
-    virtual RStatus NativeCreateDirectory(const CFSPath& path);
+    virtual RStatus NativeCreateDirectory(const CFSPath& /*path*/) { return ErrNotSupported; }
 
     // Returns true if the path is not empty.
     bool IsValidPath(const CFSPath& path) const { return !path.IsEmpty(); }
     // Returns true, because every path may be used with every file system.
-    bool IsCompatible(const CFSPath& path) const;
+    bool IsCompatible(const CFSPath& /*path*/) const { return true; }
 
 protected:
     constexpr CFileSystem() = default;

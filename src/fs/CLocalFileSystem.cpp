@@ -105,18 +105,6 @@ RStatus CLocalFileSystem::GetNodeType(const CFSPath& path) {
     return (flags & kFSNodeIsDirectoryMask) != 0 ? S_NodeIsDirectory : S_NodeIsFile;
 }
 
-RStatus CLocalFileSystem::NativeCreateDirectory(const CFSPath& path) {
-    return path.IsEmpty() ? ErrBadParameter : Failure;
-}
-
-bool CLocalFileSystem::IsCurrentDirSupported() const {
-    return true;
-}
-
-RStatus CLocalFileSystem::MakeFullPath(CFSPath& path) const {
-    return path.MakeFullPath();
-}
-
 RStatus CLocalFileSystem::GetInfo(const CFSPath& path, int kind, void* out) const {
     if (out == nullptr || path.IsEmpty()) {
         return ErrBadParameter;

@@ -38,15 +38,17 @@ public:
     // Deliberate: fails for every path, because a file reference does not supply the name of the
     // new folder. So this file system makes no folders of its own; GetDirectory makes those that
     // are needed. Callers count on the failure.
-    RStatus NativeCreateDirectory(const CFSPath& path) override;
+    RStatus NativeCreateDirectory(const CFSPath& path) override {
+        return path.IsEmpty() ? ErrBadParameter : Failure;
+    }
     // ReadOnly is false only if the owner, the group and others may all write.
     virtual RStatus GetAttribute(const CFSPath& path, FSAttribute attribute, bool& value);
     // Sets ReadOnly, and no other attribute. True takes all three write permissions away, false
     // grants them all.
     virtual RStatus SetAttribute(const CFSPath& path, FSAttribute attribute, bool value);
 
-    bool IsCurrentDirSupported() const;
-    RStatus MakeFullPath(CFSPath& path) const;
+    bool IsCurrentDirSupported() const { return true; }
+    RStatus MakeFullPath(CFSPath& path) const { return path.MakeFullPath(); }
     // `out` must have the size that InfoKind gives for `kind`. A missing object is reported before
     // an unknown kind.
     RStatus GetInfo(const CFSPath& path, int kind, void* out) const;

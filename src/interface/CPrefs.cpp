@@ -2,10 +2,6 @@
 
 namespace Tova {
 
-CFStringRef CPrefs::Domain() {
-    return CFSTR("com.NimbusWorks.NWCX7");
-}
-
 void CPrefs::Synchronize() {
     // Nothing can be done about a failure: reading then gives the earlier values.
     static_cast<void>(

@@ -8,7 +8,7 @@ namespace Tova {
 class CPrefs {
 public:
     // Returns the domain's identifier. Callers do not release it.
-    static CFStringRef Domain();
+    static CFStringRef Domain() { return CFSTR("com.NimbusWorks.NWCX7"); }
     // Writes changes out and takes in those of other processes.
     static void Synchronize();
     // Removes `key`, exactly as given, and writes the domain out. Returns 0 if `key` is null, and

@@ -9,15 +9,3 @@ MacThreadLock::MacThreadLock(bool recursive) {
     pthread_mutex_init(&mutex_, &attributes);
     pthread_mutexattr_destroy(&attributes);
 }
-
-MacThreadLock::~MacThreadLock() {
-    pthread_mutex_destroy(&mutex_);
-}
-
-void MacThreadLock::Lock() {
-    pthread_mutex_lock(&mutex_);
-}
-
-void MacThreadLock::Unlock() {
-    pthread_mutex_unlock(&mutex_);
-}

@@ -7,12 +7,12 @@ class MacThreadLock {
 public:
     // The thread that holds a recursive lock may take it again. With any other lock that deadlocks.
     explicit MacThreadLock(bool recursive);
-    ~MacThreadLock();
+    ~MacThreadLock() { pthread_mutex_destroy(&mutex_); }
     MacThreadLock(const MacThreadLock&) = delete;
     MacThreadLock& operator=(const MacThreadLock&) = delete;
 
-    void Lock();
-    void Unlock();
+    void Lock() { pthread_mutex_lock(&mutex_); }
+    void Unlock() { pthread_mutex_unlock(&mutex_); }
 
 private:
     // It waits with the mutex.

@@ -60,8 +60,4 @@ void CNWRegistry::OpenOrCreate(const char* path, CRegDir& out) {
     }
 }
 
-bool CNWRegistry::ReadAppValue(const char* name, CString& out) const {
-    return appDir_.GetValue(name, out);
-}
-
 }  // namespace Tova

@@ -21,7 +21,7 @@ public:
 
     // Stores a value below the application's directory; `name` may be a path. Returns false and
     // leaves `out` unchanged if there is none.
-    bool ReadAppValue(const char* name, CString& out) const;
+    bool ReadAppValue(const char* name, CString& out) const { return appDir_.GetValue(name, out); }
 
     // Returns the file that was looked for. It is empty if its name could not be expanded.
     const CFSPath& RegistryPath() const { return registryPath_; }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -22,14 +23,6 @@ constexpr std::size_t cNumberSize = 66;
 
 }  // namespace
 
-CRegDir::CRegDir(const CRegDir& other) {
-    SetNode(other.node_);
-}
-
-CRegDir::~CRegDir() {
-    ReleaseNode();
-}
-
 CRegDir& CRegDir::operator=(const CRegDir& other) {
     if (this != &other && other.node_ != nullptr) {
         SetNode(other.node_);
@@ -45,18 +38,6 @@ CRegNode* CRegDir::SetNode(CRegNode* node) {
         --node_->handleCount_;
     }
     return std::exchange(node_, node);
-}
-
-CRegNode* CRegDir::ReleaseNode() {
-    return SetNode(nullptr);
-}
-
-CRegNode* CRegDir::DeepFind(const char* path) const {
-    return node_ == nullptr ? nullptr : node_->DeepFind(path);
-}
-
-const char* CRegDir::GetName() const {
-    return node_ == nullptr ? nullptr : node_->GetName();
 }
 
 RStatus CRegDir::GetNodeType(const char* path) const {
@@ -249,21 +230,8 @@ bool CRegDir::Delete(const char* path) {
 }
 
 bool CRegDir::ValidNameChar(int c) {
-    switch (c) {
-    case -1:
-    case '\0':
-    case '\t':
-    case '\n':
-    case ' ':
-    case ';':
-    case '=':
-    case '\\':
-    case '{':
-    case '}':
-        return false;
-    default:
-        return true;
-    }
+    constexpr std::u32string_view cOthers(U"\0\t\n ;=\\{}", 9);
+    return c != -1 && cOthers.find(static_cast<char32_t>(c)) == cOthers.npos;
 }
 
 bool CRegDir::ValidName(const char* name) {

@@ -18,19 +18,19 @@ struct RegReadReport;
 class CRegDir {
 public:
     CRegDir() = default;
-    CRegDir(const CRegDir& other);
-    virtual ~CRegDir();
+    CRegDir(const CRegDir& other) { SetNode(other.node_); }
+    virtual ~CRegDir() { ReleaseNode(); }
     // Deliberate: assigning a handle on no node changes nothing. Callers rely on it.
     CRegDir& operator=(const CRegDir& other);
 
     // Lets go of the present node and takes `node`, which may be null. Returns the former node.
     CRegNode* SetNode(CRegNode* node);
     // Lets go of the node and returns it, or null if there is none.
-    CRegNode* ReleaseNode();
+    CRegNode* ReleaseNode() { return SetNode(nullptr); }
     const CRegNode* GetNode() const { return node_; }
     bool IsEmpty() const { return node_ == nullptr; }
 
-    const char* GetName() const;
+    const char* GetName() const { return node_ == nullptr ? nullptr : node_->GetName(); }
     // Returns S_RegIsDirectory, S_RegIsValue or ErrNotFound.
     RStatus GetNodeType(const char* path) const;
 
@@ -114,7 +114,9 @@ protected:
     bool flag_ = false;
 
 private:
-    CRegNode* DeepFind(const char* path) const;
+    CRegNode* DeepFind(const char* path) const {
+        return node_ == nullptr ? nullptr : node_->DeepFind(path);
+    }
 
     CRegNode* node_ = nullptr;
 };

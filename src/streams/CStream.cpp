@@ -33,45 +33,10 @@ void appendBytes(CString& out, char* bytes, int count) {
 
 }  // namespace
 
-CStream::CStream(unsigned flags) : flags_(flags) {}
-
 bool CStream::AtEOF() {
     unsigned long pos = 0;
     unsigned long length = 0;
     return InternalGetPos(pos) && InternalGetLength(length) && pos == length;
-}
-
-bool CStream::Flush() {
-    return true;
-}
-
-bool CStream::InternalRead(unsigned long, void*, unsigned long*) {
-    return false;
-}
-
-bool CStream::InternalWrite(unsigned long, const void*, unsigned long*) {
-    return false;
-}
-
-bool CStream::InternalSetPos(unsigned long) {
-    return false;
-}
-
-bool CStream::InternalGetPos(unsigned long&) {
-    return false;
-}
-
-bool CStream::InternalSetLength(unsigned long) {
-    return false;
-}
-
-bool CStream::InternalGetLength(unsigned long&) {
-    return false;
-}
-
-CStream::RunEnd CStream::InternalReadRun(const unsigned char (&)[2], unsigned long, unsigned char*,
-                                         unsigned long&) {
-    return RunEnd::NotOffered;
 }
 
 bool CStream::Read(unsigned long count, void* buffer, unsigned long* done) {

@@ -44,24 +44,30 @@ public:
     enum class Encoding : std::int32_t { Raw, Utf8, Utf16 };
     enum class ByteOrder : std::int32_t { BigEndian, LittleEndian };
 
-    explicit CStream(unsigned flags);
+    explicit CStream(unsigned flags) : flags_(flags) {}
     CStream(const CStream&) = delete;
     CStream& operator=(const CStream&) = delete;
     virtual ~CStream() = default;
 
     // Returns true at the end. Here that means: position and length are known and equal.
     virtual bool AtEOF();
-    virtual bool Flush();
+    virtual bool Flush() { return true; }
 
     // The raw operations work on stored bytes, with positions and lengths in bytes. Each returns
     // false if it fails. `done` may be null; it receives how many bytes were moved, also after a
     // failure. Reading at the end moves none and returns false.
-    virtual bool InternalRead(unsigned long count, void* buffer, unsigned long* done);
-    virtual bool InternalWrite(unsigned long count, const void* buffer, unsigned long* done);
-    virtual bool InternalSetPos(unsigned long pos);
-    virtual bool InternalGetPos(unsigned long& pos);
-    virtual bool InternalSetLength(unsigned long length);
-    virtual bool InternalGetLength(unsigned long& length);
+    // This base class has none of them.
+    virtual bool InternalRead(unsigned long /*count*/, void* /*buffer*/, unsigned long* /*done*/) {
+        return false;
+    }
+    virtual bool InternalWrite(unsigned long /*count*/, const void* /*buffer*/,
+                               unsigned long* /*done*/) {
+        return false;
+    }
+    virtual bool InternalSetPos(unsigned long /*pos*/) { return false; }
+    virtual bool InternalGetPos(unsigned long& /*pos*/) { return false; }
+    virtual bool InternalSetLength(unsigned long /*length*/) { return false; }
+    virtual bool InternalGetLength(unsigned long& /*length*/) { return false; }
 
     // The bulk operations. `done` may be null. Read returns false only if the stream has failed;
     // `done` tells how much was read. With cScramble they share GetTempBuffer, so two threads must
@@ -157,8 +163,10 @@ protected:
     // the last in `buffer`) or there are `count` of them. Stores their number in `done`. Leaves
     // position and end-of-file indicator where InternalRead(1) would, but calls no SetError and
     // throws nothing. A stream overrides it if it is faster than byte by byte.
-    virtual RunEnd InternalReadRun(const unsigned char (&stop)[2], unsigned long count,
-                                   unsigned char* buffer, unsigned long& done);
+    virtual RunEnd InternalReadRun(const unsigned char (&/*stop*/)[2], unsigned long /*count*/,
+                                   unsigned char* /*buffer*/, unsigned long& /*done*/) {
+        return RunEnd::NotOffered;
+    }
 
     void SetFlags(unsigned flags) { flags_ = flags; }
     void SetState(State state) { state_ = state; }
