@@ -4,6 +4,12 @@
 #include "text/CString.h"
 #include "vars/CVarList.h"
 
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <array>
+#include <cstddef>
+#include <iterator>
+
 namespace Tova {
 
 class CRegInfo {
@@ -14,17 +20,26 @@ public:
     static constexpr char cOrgVar[] = "RegOrg";
     static constexpr char cEmailVar[] = "RegEmail";
 
-    // The longest fields that the constructor from texts keeps, in bytes.
-    static constexpr int cMaxName = 30;
-    static constexpr int cMaxOrg = 60;
-    static constexpr int cMaxEmail = 64;
+    struct Field {
+        const char* variable;
+        CFStringRef (*key)();  // in an installer's dictionary
+        std::size_t longest;   // bytes that the constructor from texts keeps
+    };
+    static constexpr Field cFields[] = {
+        {cFirstNameVar, [] { return CFSTR("FNKey"); }, 30},
+        {cLastNameVar, [] { return CFSTR("LNKey"); }, 30},
+        {cOrgVar, [] { return CFSTR("OrKey"); }, 60},
+        {cEmailVar, [] { return CFSTR("EAKey"); }, 64},
+    };
+    static constexpr std::size_t cFieldCount = std::size(cFields);
+    static constexpr std::size_t cLongest = 64;  // of all fields
 
     CRegInfo() = default;
     // Cuts fields that are too long, even inside a multi-byte character. A null text counts as an
     // empty one.
     CRegInfo(const char* firstName, const char* lastName, const char* organisation,
              const char* email);
-    explicit CRegInfo(const CVarList& vars);
+    explicit CRegInfo(const CVarList& vars) { SetFromVars(vars); }
 
     // Takes the fields whole: the limits apply only to what users type. A field without a variable
     // becomes empty.
@@ -40,16 +55,11 @@ public:
     // Returns true if all fields are equal, byte for byte.
     bool Compare(const CRegInfo& other) const;
 
-    const CString& FirstName() const { return firstName_; }
-    const CString& LastName() const { return lastName_; }
-    const CString& Organisation() const { return organisation_; }
-    const CString& Email() const { return email_; }
+    // Returns the fields in the order of cFields.
+    const std::array<CString, cFieldCount>& Fields() const { return fields_; }
 
 private:
-    CString firstName_;
-    CString lastName_;
-    CString organisation_;
-    CString email_;
+    std::array<CString, cFieldCount> fields_;
 };
 
 }  // namespace Tova

@@ -48,39 +48,21 @@ bool setStringInDict(CFMutableDictionaryRef dict, CFStringRef key, const char* t
 
 namespace Tova {
 
-CFStringRef DetailsKey::FirstName() {
-    return CFSTR("FNKey");
-}
-CFStringRef DetailsKey::LastName() {
-    return CFSTR("LNKey");
-}
-CFStringRef DetailsKey::Organisation() {
-    return CFSTR("OrKey");
-}
-CFStringRef DetailsKey::Email() {
-    return CFSTR("EAKey");
-}
-CFStringRef DetailsKey::Send() {
-    return CFSTR("SDKey");
-}
-
 bool SetDictFromRegInfo(CFMutableDictionaryRef details, const CRegInfo& record) {
-    return setStringInDict(details, DetailsKey::FirstName(), record.FirstName().CStr()) &&
-           setStringInDict(details, DetailsKey::LastName(), record.LastName().CStr()) &&
-           setStringInDict(details, DetailsKey::Organisation(), record.Organisation().CStr()) &&
-           setStringInDict(details, DetailsKey::Email(), record.Email().CStr());
+    bool good = true;
+    for (std::size_t i = 0; good && i < CRegInfo::cFieldCount; ++i) {
+        good = setStringInDict(details, CRegInfo::cFields[i].key(), record.Fields()[i].CStr());
+    }
+    return good;
 }
 
 CRegInfo GetRegInfoFromDict(CFDictionaryRef details) {
-    char firstName[CRegInfo::cMaxName + 1];
-    char lastName[CRegInfo::cMaxName + 1];
-    char organisation[CRegInfo::cMaxOrg + 1];
-    char email[CRegInfo::cMaxEmail + 1];
-    getStringFromDict(details, DetailsKey::FirstName(), firstName, sizeof firstName);
-    getStringFromDict(details, DetailsKey::LastName(), lastName, sizeof lastName);
-    getStringFromDict(details, DetailsKey::Organisation(), organisation, sizeof organisation);
-    getStringFromDict(details, DetailsKey::Email(), email, sizeof email);
-    return CRegInfo(firstName, lastName, organisation, email);
+    char texts[CRegInfo::cFieldCount][CRegInfo::cLongest + 1];
+    for (std::size_t i = 0; i < CRegInfo::cFieldCount; ++i) {
+        const CRegInfo::Field& field = CRegInfo::cFields[i];
+        getStringFromDict(details, field.key(), texts[i], static_cast<int>(field.longest) + 1);
+    }
+    return CRegInfo(texts[0], texts[1], texts[2], texts[3]);
 }
 
 }  // namespace Tova

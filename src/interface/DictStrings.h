@@ -21,14 +21,10 @@ bool setStringInDict(CFMutableDictionaryRef dict, CFStringRef key, const char* t
 
 namespace Tova {
 
-// The keys of the dictionary in which an installer passes the user's details.
-namespace DetailsKey {
-CFStringRef FirstName();
-CFStringRef LastName();
-CFStringRef Organisation();
-CFStringRef Email();
-CFStringRef Send();
-}  // namespace DetailsKey
+// The key of the number that tells whether the user has agreed to sending.
+inline CFStringRef SendKey() {
+    return CFSTR("SDKey");
+}
 
 // Stores the four fields under their keys. Empty fields are stored as empty strings. Returns false
 // if the dictionary does not take one.

@@ -24,18 +24,16 @@ bool ReadValue(const CString& name, CString& value) {
 }
 
 bool CPrefsRegInfo::Load(CRegInfo& record) {
-    static constexpr const char* cNames[] = {CRegInfo::cFirstNameVar, CRegInfo::cLastNameVar,
-                                             CRegInfo::cOrgVar, CRegInfo::cEmailVar};
     CPrefs::Synchronize();
     CVarList vars;
     bool complete = true;
-    for (const char* name : cNames) {
+    for (const CRegInfo::Field& field : CRegInfo::cFields) {
         CString value;
-        if (!ReadValue(CString(name), value)) {
+        if (!ReadValue(CString(field.variable), value)) {
             complete = false;
             break;
         }
-        vars.SetValue(name, value.CStr(), false);
+        vars.SetValue(field.variable, value.CStr(), false);
     }
     record.SetFromVars(vars);
     return complete;

@@ -46,7 +46,7 @@ bool IsSendingAllowed(CFDictionaryRef details) {
     if (details == nullptr) {
         return false;
     }
-    const CFTypeRef value = CFDictionaryGetValue(details, DetailsKey::Send());
+    const CFTypeRef value = CFDictionaryGetValue(details, SendKey());
     SInt8 consent = 0;
     // A number that does not fit, or is no integer, is no consent.
     return value != nullptr && CFGetTypeID(value) == CFNumberGetTypeID() &&

@@ -9,7 +9,7 @@
 
 namespace Tova {
 
-// Returns true if the user has agreed to sending: the number under DetailsKey::Send() is exactly 1.
+// Returns true if the user has agreed to sending: the number under SendKey() is exactly 1.
 bool IsSendingAllowed(CFDictionaryRef details);
 
 // Makes `address` the address to which details go: "ProdRegURL" of the shared registry under the

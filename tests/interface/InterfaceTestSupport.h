@@ -13,8 +13,9 @@ namespace tvtest {
 
 // "first|last|organisation|e-mail".
 inline std::string Show(const Tova::CRegInfo& record) {
-    return std::string(record.FirstName().CStr()) + "|" + record.LastName().CStr() + "|" +
-           record.Organisation().CStr() + "|" + record.Email().CStr();
+    const auto& fields = record.Fields();
+    return std::string(fields[0].CStr()) + "|" + fields[1].CStr() + "|" + fields[2].CStr() + "|" +
+           fields[3].CStr();
 }
 
 inline Tova::CFRef<CFMutableDictionaryRef> MakeDict(const Pairs& texts = {}) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "interface/CRegInfo.h"
-#include "interface/DictStrings.h"
 
 #include <algorithm>
 #include <array>
@@ -10,23 +9,15 @@
 
 namespace tvtool {
 
-struct DetailField {
+struct DetailField : Tova::CRegInfo::Field {
     const char* label;
-    const char* variable;
-    CFStringRef (*key)();  // in an installer's dictionary
-    const Tova::CString& (Tova::CRegInfo::*value)() const;
-    std::size_t longest;  // bytes
 };
 
-inline constexpr std::array<DetailField, 4> cDetailFields = {{
-    {"First name", Tova::CRegInfo::cFirstNameVar, Tova::DetailsKey::FirstName,
-     &Tova::CRegInfo::FirstName, Tova::CRegInfo::cMaxName},
-    {"Last name", Tova::CRegInfo::cLastNameVar, Tova::DetailsKey::LastName,
-     &Tova::CRegInfo::LastName, Tova::CRegInfo::cMaxName},
-    {"Organisation", Tova::CRegInfo::cOrgVar, Tova::DetailsKey::Organisation,
-     &Tova::CRegInfo::Organisation, Tova::CRegInfo::cMaxOrg},
-    {"E-mail", Tova::CRegInfo::cEmailVar, Tova::DetailsKey::Email, &Tova::CRegInfo::Email,
-     Tova::CRegInfo::cMaxEmail},
+inline constexpr std::array<DetailField, Tova::CRegInfo::cFieldCount> cDetailFields = {{
+    {Tova::CRegInfo::cFields[0], "First name"},
+    {Tova::CRegInfo::cFields[1], "Last name"},
+    {Tova::CRegInfo::cFields[2], "Organisation"},
+    {Tova::CRegInfo::cFields[3], "E-mail"},
 }};
 
 // Returns a line whose text begins in the same column for every label of up to 13 characters.

@@ -1,4 +1,5 @@
 // tvtool details: the user's registration details in configuration files and in the preferences.
+#include "interface/DictStrings.h"
 #include "interface/RegInfoStorage.h"
 #include "text/CEmailAddress.h"
 #include "tvtool/base/DetailFields.h"
@@ -63,8 +64,9 @@ void readDetails(const ReadOptions& options, Session& session) {
         record.SetFromVars(list);
     }
     Json object = Json::object();
-    for (const DetailField& field : cDetailFields) {
-        const char* value = (record.*field.value)().CStr();
+    for (std::size_t i = 0; i < cCount; ++i) {
+        const DetailField& field = cDetailFields[i];
+        const char* value = record.Fields()[i].CStr();
         if (options.json) {
             object[TextForPeople(field.key())] = JsonText(value);
         } else {
@@ -113,7 +115,7 @@ void parseDetails(const std::string& file, Values& values) {
         if (i < cCount) {
             values[i] = TextFromJson(value, where);
             requireLength(cDetailFields[i], *values[i], Exit::Damaged, where);
-        } else if (key != TextForPeople(Tova::DetailsKey::Send())) {
+        } else if (key != TextForPeople(Tova::SendKey())) {
             Fail(Exit::Damaged, where, "is no key; those are FNKey, LNKey, OrKey and EAKey");
         }
     }
@@ -300,13 +302,13 @@ void addCheck(CLI::App& details, Session& session) {
 }  // namespace
 
 void AddDetailsCommand(CLI::App& app, Session& session) {
-    CLI::App* details =
-        AddSubcommand(app, "details", "Shows, saves and checks the user's registration details",
-                      "  tvtool details read --prefs");
-    details->require_subcommand(1);
-    addRead(*details, session);
-    addWrite(*details, session);
-    addCheck(*details, session);
+    CLI::App& details =
+        *AddSubcommand(app, "details", "Shows, saves and checks the user's registration details",
+                       "  tvtool details read --prefs")
+             ->require_subcommand(1);
+    addRead(details, session);
+    addWrite(details, session);
+    addCheck(details, session);
 }
 
 }  // namespace tvtool
