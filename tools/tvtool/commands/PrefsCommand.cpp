@@ -140,25 +140,25 @@ void deleteKey(const PrefsOptions& options, Session&) {
 }  // namespace
 
 void AddPrefsCommand(CLI::App& app, Session& session) {
-    CLI::App* prefs =
-        AddSubcommand(app, "prefs", "Looks into this user's preferences", "  tvtool prefs list");
-    prefs->require_subcommand(1);
+    CLI::App& prefs =
+        *AddSubcommand(app, "prefs", "Looks into this user's preferences", "  tvtool prefs list")
+             ->require_subcommand(1);
     const auto addKey = [](const Command<PrefsOptions>& command) {
         AddText(command.app, "KEY", command.options.key, "The key, exactly")->required();
     };
 
-    const auto list = AddCommand(*prefs, session, "list", listKeys, "Shows all keys and values",
+    const auto list = AddCommand(prefs, session, "list", listKeys, "Shows all keys and values",
                                  "  tvtool prefs list --json");
     list.app.add_flag("--json", list.options.json, "As an object");
-    const auto get = AddCommand(*prefs, session, "get", printValue, "Prints the value of a key",
+    const auto get = AddCommand(prefs, session, "get", printValue, "Prints the value of a key",
                                 "  tvtool prefs get RegisterInfo/RegFirstName");
     addKey(get);
     get.app.add_flag("--json", get.options.json, "As a JSON value");
-    const auto set = AddCommand(*prefs, session, "set", setValue, "Stores a text under a key",
+    const auto set = AddCommand(prefs, session, "set", setValue, "Stores a text under a key",
                                 "  tvtool prefs set RegisterInfo/RegFirstName Ada");
     addKey(set);
     AddText(set.app, "VALUE", set.options.value, "The text, taken literally")->required();
-    addKey(AddCommand(*prefs, session, "delete", deleteKey, "Removes a key",
+    addKey(AddCommand(prefs, session, "delete", deleteKey, "Removes a key",
                       "  tvtool prefs delete RegisterInfo/RegFirstName"));
 }
 

@@ -190,13 +190,13 @@ void addApp(CLI::App& registry, Session& session) {
 }  // namespace
 
 void AddRegistryCommand(CLI::App& app, Session& session) {
-    CLI::App* registry = AddSubcommand(app, "registry", "Look into registry files",
-                                       "  tvtool registry verify ./registry");
-    registry->require_subcommand(1);
-    addShow(*registry, session);
-    addGet(*registry, session);
-    addVerify(*registry, session);
-    addApp(*registry, session);
+    CLI::App& registry = *AddSubcommand(app, "registry", "Look into registry files",
+                                        "  tvtool registry verify ./registry")
+                              ->require_subcommand(1);
+    addShow(registry, session);
+    addGet(registry, session);
+    addVerify(registry, session);
+    addApp(registry, session);
 }
 
 }  // namespace tvtool

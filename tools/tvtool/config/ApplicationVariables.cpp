@@ -6,21 +6,17 @@
 #include "tvtool/config/ConfigFiles.h"
 #include "vars/GlobalVars.h"
 
-#include <cstdlib>
-#include <memory>
+#include <filesystem>
 
 namespace tvtool {
 
 std::string FindOwnConfiguration() {
-    struct Free {
-        void operator()(char* memory) const { std::free(memory); }
-    };
-    const std::unique_ptr<char, Free> self(realpath("/proc/self/exe", nullptr));
-    if (!self) {
+    std::error_code error;
+    const std::filesystem::path self = std::filesystem::canonical("/proc/self/exe", error);
+    if (error) {
         return {};
     }
-    const std::string program = self.get();
-    const std::string folder = program.substr(0, program.rfind('/') + 1);
+    const std::string folder = self.parent_path().string() + "/";
     for (const char* libraries : {TVTOOL_LIBDIR, "../lib"}) {
         std::string path = folder + libraries + "/TVframework.framework/Versions/" + TVTOOL_ABI +
                            "/Resources/CXMnwc";
