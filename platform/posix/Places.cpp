@@ -24,6 +24,9 @@ int makeFolder(const Descriptor& above, const char* name, mode_t mode, Descripto
     if (!made || fstat(made.Get(), &status) != 0 || fstat(above.Get(), &owner) != 0) {
         return errno;
     }
+    if (!S_ISDIR(status.st_mode)) {
+        return 0;  // The owner of the folder above may have put something else there.
+    }
     const mode_t missing = mode & ~status.st_mode & cPermissions;
     if (isNew && missing != 0 &&
         fchmodat(above.Get(), name, status.st_mode | missing, AT_SYMLINK_NOFOLLOW) != 0) {
