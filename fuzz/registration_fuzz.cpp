@@ -1,6 +1,7 @@
 // Takes the input apart as a registration's query, shows it in both forms, and makes queries of
 // lists and reads them back.
 #include "fuzz/FuzzTarget.h"
+#include "posix/Base64.h"
 #include "tvtool/base/Json.h"
 #include "tvtool/base/QueryDecoding.h"
 #include "tvtool/endpoint/Registration.h"
@@ -78,7 +79,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const tvtool::Json& path = json["path"];
     Require((path.is_string()
                  ? path.get<std::string>()
-                 : tvtool::Base64Decode(path["base64"].get<std::string>())) == registration.path,
+                 : *tvposix::DecodeBase64(path["base64"].get<std::string>())) == registration.path,
             "JSON holds the path");
     for (const char c : tvtool::DescribeRegistration(registration)) {
         Require(c == '\n' || (static_cast<unsigned char>(c) >= 0x20 && c != 0x7F),

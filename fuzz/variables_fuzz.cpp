@@ -1,6 +1,7 @@
 // Reads the input as a list of variables in the tool's text form or JSON. Writes the list in both
 // and as a configuration file, and reads each back.
 #include "fuzz/FuzzTarget.h"
+#include "posix/CodePoint.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Tool.h"
 #include "tvtool/config/ConfigFiles.h"
@@ -38,7 +39,7 @@ void checkEscapes(const std::string& text) {
     Require(tvtool::Unescape(escaped, back, fault) && back == text, "escapes turn back");
     for (std::size_t at = 0, length = 0; at < escaped.size(); at += length) {
         char32_t character = 0;
-        length = tvtool::DecodeUtf8(std::string_view(escaped).substr(at), character);
+        length = tvposix::DecodeCodePoint(std::string_view(escaped).substr(at), character);
         Require(length != 0, "an escaped text is UTF-8");
     }
 }

@@ -1,6 +1,6 @@
 // Writing a property list as XML, and what text one can hold.
-#include "corefoundation/preferences/Base64.h"
 #include "corefoundation/preferences/Plist.h"
+#include "posix/Base64.h"
 
 #include <algorithm>
 
@@ -37,7 +37,8 @@ public:
             return WriteText("date", node.text);
         case PlistKind::Bytes:
             // Another text may need escapes, and may not be cut inside a character.
-            return DecodeBase64(node.text) ? WriteData(node.text) : WriteText("data", node.text);
+            return tvposix::DecodeBase64(node.text) ? WriteData(node.text)
+                                                    : WriteText("data", node.text);
         case PlistKind::List:
             return WriteParts("array", node.parts, false);
         case PlistKind::Dict:

@@ -33,7 +33,7 @@ public:
 
 private:
     const std::string path_;
-    // None for standard output.
+    // Standard output has none.
     std::optional<tvposix::Replacement> file_;
 };
 
