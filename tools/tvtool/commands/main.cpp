@@ -5,12 +5,36 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
+#include <exception>
 #include <new>
 #include <sstream>
 #include <string_view>
 
 namespace tvtool {
 namespace {
+
+// Tells that memory is lacking, and needs none itself.
+void complainOfMemory() {
+    constexpr std::string_view message = "tvtool: there is not enough memory for this\n";
+    static_cast<void>(!write(STDERR_FILENO, message.data(), message.size()));
+}
+
+// Ends the tool where no caller can catch the lack of memory: the JSON library needs some in its
+// destructors.
+[[noreturn]] void onTerminate() {
+    try {
+        if (std::current_exception()) {
+            throw;
+        }
+    } catch (const std::bad_alloc&) {
+        complainOfMemory();
+        _exit(static_cast<int>(Exit::Failed));
+    } catch (...) {
+    }
+    __gnu_cxx::__verbose_terminate_handler();
+    std::abort();
+}
 
 // Keeps a file that is opened later from becoming a standard stream that the caller closed.
 void occupyStandardStreams() {
@@ -100,6 +124,7 @@ Exit Run(int argc, char** argv) {
 int main(int argc, char** argv) {
     using tvtool::Exit;
     tvtool::occupyStandardStreams();
+    std::set_terminate(tvtool::onTerminate);
     // A write that fails says so in its result.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
@@ -117,9 +142,7 @@ int main(int argc, char** argv) {
         }
         return static_cast<int>(status);
     } catch (const std::bad_alloc&) {
-        // This must not need memory itself.
-        constexpr std::string_view message = "tvtool: there is not enough memory for this\n";
-        static_cast<void>(!write(STDERR_FILENO, message.data(), message.size()));
+        tvtool::complainOfMemory();
         return static_cast<int>(Exit::Failed);
     }
 }
