@@ -48,7 +48,7 @@ TEST(Str, WritesNumbers) {
     }
     EXPECT_STREQ(Str::ToString(ULONG_MAX, buffer, 10, false), "18446744073709551615");
     EXPECT_STREQ(Str::ToString(5UL, buffer, 10, true), "-18446744073709551611");
-    EXPECT_EQ(Str::ToString(1UL, buffer, 2, true), std::string(64, '1').insert(0, 1, '-'));
+    EXPECT_EQ(Str::ToString(1UL, buffer, 2, true), "-" + std::string(64, '1'));
 }
 
 TEST(Str, PacksWideUnitsTwoToASlot) {
