@@ -86,7 +86,7 @@ TEST_F(CFileStreamTest, PathsThatCannotBeOpened) {
 }
 
 // Reading a folder is an error of the system: the stream fails, and with delimiter 0 that is an
-// end.
+// end. The end of a file is none.
 TEST_F(CFileStreamTest, AReadErrorFailsTheStream) {
     ASSERT_EQ(stream_.OpenText("/", cRO | cNoMark), Ok);
     EXPECT_FALSE(stream_.ReadToDelim(out_, 10, -1, nullptr));
@@ -95,6 +95,12 @@ TEST_F(CFileStreamTest, AReadErrorFailsTheStream) {
     ASSERT_EQ(stream_.OpenText("/", cRO | cNoMark | cThrows), Ok);
     EXPECT_THROW(stream_.ReadToDelim(out_, 10, -1, nullptr), RStatus);
     EXPECT_THROW(stream_.ReadRawByte(eof_), RStatus);
+    ASSERT_EQ(stream_.OpenText(dir_.Write("f", "a"), cRO | CFileStream::cThrowAtEnd), Ok);
+    char two[2] = {};
+    EXPECT_TRUE(stream_.InternalRead(2, two, nullptr)) << "short, but something";
+    EXPECT_THROW(stream_.AtEOF(), RStatus);
+    EXPECT_TRUE(stream_.SetPos(0) && stream_.ReadRawByte(eof_) == 'a');
+    EXPECT_FALSE(stream_.AtEOF()) << "not before a read has met the end";
 }
 
 TEST_F(CFileStreamTest, OpeningExaminesTheMarkAndAppendsOnRequest) {
@@ -102,15 +108,6 @@ TEST_F(CFileStreamTest, OpeningExaminesTheMarkAndAppendsOnRequest) {
     EXPECT_EQ(stream_.GetEncoding(), CStream::Encoding::Utf16);
     EXPECT_TRUE(stream_.WriteChar('a') && stream_.Close());
     EXPECT_EQ(tvtest::ReadFile(path_), std::string("\xFF\xFE!a\0", 5));
-}
-
-TEST_F(CFileStreamTest, EndOfFileIsNoError) {
-    ASSERT_EQ(stream_.OpenText(dir_.Write("f", "a"), cRO | CFileStream::cThrowAtEnd), Ok);
-    char two[2] = {};
-    EXPECT_TRUE(stream_.InternalRead(2, two, nullptr)) << "short, but something";
-    EXPECT_THROW(stream_.AtEOF(), RStatus);
-    EXPECT_TRUE(stream_.SetPos(0) && stream_.ReadRawByte(eof_) == 'a');
-    EXPECT_FALSE(stream_.AtEOF()) << "not before a read has met the end";
 }
 
 TEST_F(CFileStreamTest, WithoutAFileEverythingIsFalse) {
