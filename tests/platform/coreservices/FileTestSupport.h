@@ -5,8 +5,10 @@
 
 #include <CoreServices/CoreServices.h>
 
+#include <atomic>
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -78,6 +80,26 @@ inline int EndOf(pid_t child) {
 template <class Body>
 bool HoldsInChild(Body body) {
     return EndOf(StartChild([&] { return body() ? 1 : 0; })) == 1;
+}
+
+// Returns true if each of some children can do what the parent's other threads are busy with.
+inline bool ChildrenCanGoOn(int children, const std::vector<std::function<void()>>& works,
+                            const std::function<bool()>& holds) {
+    std::atomic<bool> isDone = false;
+    std::vector<std::jthread> busy;
+    for (const auto& work : works) {
+        busy.emplace_back([&] {
+            while (!isDone) {
+                work();
+            }
+        });
+    }
+    bool allHold = true;
+    for (int i = 0; i < children && allHold; ++i) {
+        allHold = HoldsInChild(holds);
+    }
+    isDone = true;
+    return allHold;
 }
 
 // Does this as a user who owns nothing. Returns true unless root runs the test.

@@ -29,32 +29,18 @@ TEST(Fork, LeavesTheChildInOrderWhenOtherThreadsAreAtWork) {
     GTEST_SKIP() << "a child of this sanitizer's may hang if another thread was busy at the fork";
 #endif
     const ScopedEnv encoding("TV_SYSTEM_ENCODING", "KOI8-R");
-    std::atomic<bool> isDone = false;
     CFRunLoopRef loop = CFRunLoopGetCurrent();
     CFRunLoopSourceContext context{};
     const auto source = Own(CFRunLoopSourceCreate(nullptr, 0, &context));
-    const auto useLoop = [&] { CFRunLoopAddSource(loop, source, CFSTR("a mode")); };
-    std::vector<std::jthread> busy;
-    for (const std::function<void()>& work : std::initializer_list<std::function<void()>>{
-             makeConstant, convert, askForPrivateEncoding, useLoop}) {
-        busy.emplace_back([&isDone, work] {
-            while (!isDone) {
-                work();
-            }
-        });
-    }
-    bool holds = true;
-    for (int i = 0; i < 30 && holds; ++i) {
-        holds = HoldsInChild([&] {
-            makeConstant();
-            convert();
-            askForPrivateEncoding();
-            useLoop();
-            return true;
-        });
-    }
-    isDone = true;
-    EXPECT_TRUE(holds);
+    const std::vector<std::function<void()>> works = {
+        makeConstant, convert, askForPrivateEncoding,
+        [&] { CFRunLoopAddSource(loop, source, CFSTR("a mode")); }};
+    EXPECT_TRUE(ChildrenCanGoOn(30, works, [&] {
+        for (const auto& work : works) {
+            work();
+        }
+        return true;
+    }));
 }
 
 }  // namespace

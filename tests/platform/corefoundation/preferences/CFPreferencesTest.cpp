@@ -55,14 +55,18 @@ TEST_F(CFPreferences, AValueIsASnapshotAndOnlyWhatAPropertyListCanHoldIsKept) {
 
 TEST_F(CFPreferences, TheFileIsTheUsersAlone) {
     const std::string xdg = home_.Path("x/y");
-    for (const auto& [value, folder] :
-         {std::pair(xdg, xdg), {std::string("rel"), folder_}, {std::string(), folder_}}) {
+    for (const auto& [value, folder, mask] : {std::tuple(xdg, xdg, mode_t{022}),
+                                              {std::string("rel"), folder_, 0777},
+                                              {std::string(), folder_, 0}}) {
+        std::filesystem::remove_all(folder_);
         const ScopedEnv config("XDG_CONFIG_HOME", value);
         SetText("k" + value, "v");
+        const mode_t old = umask(mask);
         EXPECT_TRUE(Sync());
+        umask(old);
         const std::string file = folder + "/org.x.plist";
         EXPECT_NE(ReadFile(file).find("k" + value), std::string::npos);
-        EXPECT_TRUE(HasMode(file, 0600) && HasMode(folder, 0700));
+        EXPECT_TRUE(HasMode(file, 0600) && HasMode(file + ".lock", 0600) && HasMode(folder, 0700));
     }
 }
 

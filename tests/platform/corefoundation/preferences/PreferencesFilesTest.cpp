@@ -1,7 +1,6 @@
 // Preferences on files that are damaged, in the way, out of reach, or shared with others.
 #include "tests/platform/corefoundation/preferences/PreferencesTestSupport.h"
 
-#include <atomic>
 #include <fcntl.h>
 #include <functional>
 #include <sys/inotify.h>
@@ -110,23 +109,6 @@ TEST_F(PreferencesFiles, AHomeThatIsMissingOrOutOfReach) {
     EXPECT_EQ(CountFiles(), 3U);
 }
 
-TEST_F(PreferencesFiles, ArePrivateWhateverTheUmask) {
-    const auto modeOf = [](const std::string& path) {
-        struct stat status = {};
-        return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
-    };
-    for (const mode_t mask : {0U, 0777U}) {
-        std::filesystem::remove_all(home_.Path(".config"));
-        const mode_t old = umask(mask);
-        SetText("k", std::to_string(mask));
-        EXPECT_TRUE(Sync());
-        umask(old);
-        EXPECT_EQ(modeOf(home_.Path(".config")), 0700U);
-        EXPECT_EQ(modeOf(file_), 0600U);
-        EXPECT_EQ(modeOf(file_ + ".lock"), 0600U);
-    }
-}
-
 TEST_F(PreferencesFiles, RootFollowsNoLinksOfOthers) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "not root";
@@ -224,20 +206,9 @@ TEST_F(PreferencesFiles, AChildCanGoOnWhenAnotherThreadIsAtWork) {
     for (int i = 0; i < 5000; ++i) {
         SetText("k" + std::to_string(i), "waits");
     }
-    std::atomic<bool> isDone = false;
     // Without a place for the file, this does little but copy the changes with the lock held.
-    std::thread busy([&] {
-        while (!isDone) {
-            EXPECT_FALSE(Sync());
-        }
-    });
-    bool holds = true;
-    for (int i = 0; i < 40 && holds; ++i) {
-        holds = HoldsInChild([] { return GetText("k1") == "waits"; });
-    }
-    isDone = true;
-    busy.join();
-    EXPECT_TRUE(holds);
+    const auto copyChanges = [] { EXPECT_FALSE(Sync()); };
+    EXPECT_TRUE(ChildrenCanGoOn(40, {copyChanges}, [] { return GetText("k1") == "waits"; }));
 }
 
 TEST_F(PreferencesFiles, AnOlderReadingDoesNotReplaceANewerOne) {

@@ -12,14 +12,14 @@ using namespace tvtest;
 namespace {
 
 // Attaches a source to the calling thread's loop. The source owns the function that it performs.
-Owned<CFRunLoopSourceRef> attach(std::function<void()> perform, CFIndex order = 0,
+Owned<CFRunLoopSourceRef> attach(std::function<void()> perform,
                                  CFRunLoopMode mode = kCFRunLoopDefaultMode) {
     using Perform = std::function<void()>;
     CFRunLoopSourceContext context{};
     context.info = new Perform(std::move(perform));
     context.release = [](const void* info) { delete static_cast<const Perform*>(info); };
     context.perform = [](void* info) { (*static_cast<Perform*>(info))(); };
-    auto source = Own(CFRunLoopSourceCreate(nullptr, order, &context));
+    auto source = Own(CFRunLoopSourceCreate(nullptr, 0, &context));
     CFRunLoopAddSource(CFRunLoopGetCurrent(), source, mode);
     return source;
 }
@@ -40,7 +40,7 @@ TEST(CFRunLoop, TellsHowARunEnded) {
         EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunFinished);
         EXPECT_EQ(CFRunLoopRunInMode(nullptr, cForEver, false), kCFRunLoopRunFinished);
         int calls = 0;
-        const auto source = attach([&] { ++calls; }, 0, CFSTR("other"));
+        const auto source = attach([&] { ++calls; }, CFSTR("other"));
         CFRunLoopSourceSignal(source);
         EXPECT_EQ(runDefault(cForEver, false), kCFRunLoopRunFinished);
         CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopCommonModes);
@@ -56,26 +56,6 @@ TEST(CFRunLoop, TellsHowARunEnded) {
         CFRunLoopSourceSignal(source);
         EXPECT_EQ(runDefault(-1, false), kCFRunLoopRunTimedOut);
         EXPECT_EQ(calls, 3);
-    });
-}
-
-TEST(CFRunLoop, CallsByOrderAndGivesEveryoneATurn) {
-    onNewLoop([] {
-        std::string calls;
-        const auto late = attach([&] { calls += "c"; }, 5);
-        const Owned<CFRunLoopSourceRef> busy = attach([&] {
-            calls += "b";
-            CFRunLoopSourceSignal(busy);
-        });
-        const auto other = attach([&] { calls += "o"; });
-        for (CFRunLoopSourceRef source : {late.Get(), busy.Get(), other.Get()}) {
-            CFRunLoopSourceSignal(source);
-        }
-        EXPECT_EQ(runDefault(0, false), kCFRunLoopRunTimedOut);
-        CFRunLoopSourceSignal(other);
-        EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
-        EXPECT_EQ(runDefault(0, true), kCFRunLoopRunHandledSource);
-        EXPECT_EQ(calls, "bocbo");
     });
 }
 
