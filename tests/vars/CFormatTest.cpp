@@ -25,7 +25,7 @@ TEST(CFormat, AppliesTheApplicationVariablesUnlessTold) {
 
 TEST(CFormat, ItemFillsEveryPlaceholderOfAName) {
     for (const auto& [text, delimiters, expected] :
-         {std::tuple("<n:05>|<n:0>|<n:3d>|<n:3s>|<n:>|<n>", "<>", "000ab|ab| ab| ab|ab|ab"),
+         {std::tuple("<n:0005d>|<n:0>|<n:3d>|<n:3s>|<n:-5d>|<n>", "<>", "000ab|ab| ab| ab|ab|ab"),
           {"<n:0000000004>", "<>", "00ab"},
           {"<n:00000000004> <n", "<>", nullptr},
           {"<nn> <m> <N> <nn<n>><<n>", nullptr, "<nn> <m> <N> <nnab><ab"},
@@ -60,18 +60,6 @@ TEST(CFormat, GetNextVarStartsWhereItIsTold) {
         char spec[CFormat::cMaxSpecLength + 1] = "";
         EXPECT_EQ(format.GetNextVar(start, name, spec), position) << start;
         EXPECT_STREQ(format.CStr(), left);
-    }
-}
-
-TEST(CFormat, DecodesSpecifications) {
-    for (const auto& [spec, valid, type, pad, width] : {std::tuple("00012d9", true, 'd', '0', 12),
-                                                        {"10s", false, '\0', ' ', 10},
-                                                        {"-5d", false, '\0', ' ', 0},
-                                                        {"9999999999", true, '\0', ' ', INT_MAX}}) {
-        std::string text(spec);
-        CFormat::FmtSpec out{'?', '?', -1};
-        EXPECT_EQ(CFormat::DecodeFormatSpec(text.data(), out), valid) << spec;
-        EXPECT_EQ(std::tuple(out.type, out.pad, out.width), std::tuple(type, pad, width)) << spec;
     }
 }
 

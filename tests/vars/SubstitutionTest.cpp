@@ -19,25 +19,6 @@ using tvtest::MakeMutable;
 using tvtest::MakeString;
 using tvtest::TextOf;
 
-TEST(Substitution, BothFormsGiveTheSame) {
-    CVarList list;
-    Fill(list, {{"A", "<B>"}, {"B", "b"}, {"W", "caf\xC3\xA9"}, {"D", "D>B"}});
-    for (const auto& [source, delimiters, expected, count] :
-         {std::tuple("<A><A> <A <a> <As>", "<>", "bb <A <a> <As>", 4),
-          {"<W>\xE2\x82\xAC<B>", "<>", "caf\xC3\xA9\xE2\x82\xAC\x62", 2},
-          {"{A} <A>", "{}", "<B> <A>", 1},
-          {"<A>", "<", "<A>", 0},
-          // Each value lies inside the one before, deeper than the list is long.
-          {"<<<<<D>", "<>", "D>BBBBB", 5}}) {
-        CString text(source);
-        const auto wide = MakeMutable(source);
-        EXPECT_EQ(list.Apply(text, delimiters), count) << source;
-        EXPECT_EQ(list.Apply(wide.Get(), MakeString(delimiters).Get()), count) << source;
-        EXPECT_EQ(std::pair(std::string(text.CStr()), TextOf(wide.Get())),
-                  std::pair(std::string(expected), std::string(expected)));
-    }
-}
-
 TEST(Substitution, TheDelimitersMayStandInTheText) {
     CVarList list;
     Fill(list, {{"A<", std::string(300, 'x')}, {"B", "b"}});
