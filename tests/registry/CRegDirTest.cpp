@@ -96,24 +96,15 @@ TEST(CRegDir, LongListsAnswerAsShortOnes) {
 
 TEST(CRegDir, ValuesAsTextsAndNumbers) {
     CMemRegistry root;
-    EXPECT_TRUE(root.SetValue("n", -5L) && root.SetValue("u", ~0UL));
-    EXPECT_EQ(Dump(root), "n='-18446744069414584325' u='18446744073709551615'");
     int number = 7;
-    unsigned plain = 7;
-    const std::tuple<const char*, int, unsigned> numbers[] = {
-        {"12x", 12, 12U},         {"abc", 0, 0U},        {"", 0, 0U},
-        {" -1", -1, 4294967295U}, {"4294967297", 1, 1U}, {"9223372036854775808", -1, 0U}};
-    for (const auto& [text, asInt, asUnsigned] : numbers) {
-        root.SetValue("n", text);
-        EXPECT_TRUE(root.GetValue("n", number) && root.GetValue("n", plain)) << text;
-        EXPECT_EQ(std::pair(number, plain), std::pair(asInt, asUnsigned)) << text;
-    }
+    EXPECT_TRUE(root.SetValue("n", -5L) && root.SetValue("u", ~0UL) && root.GetValue("u", number));
+    EXPECT_EQ(number, -1);
+    EXPECT_EQ(Dump(root), "n='-18446744069414584325' u='18446744073709551615'");
     root.SetValue("n", "swallow");
     root.SetValue("n", root.GetValue("n") + 3);
     EXPECT_STREQ(root.GetValue("n"), "llow") << "from a part of itself";
     root.SetValue("n", static_cast<const char*>(nullptr));
     EXPECT_FALSE(root.GetValue("n", number) || root.GetValue("n") != nullptr);
-    EXPECT_EQ(root.GetNodeType("n"), S_RegIsValue);
 }
 
 TEST(CRegDir, CharactersOfNames) {
@@ -153,25 +144,20 @@ TEST(CRegDir, AHandleMayBeEmpty) {
     EXPECT_FALSE(empty.GetName() || empty.CreateParentDirs(path, dir) || empty.OpenDir("a", dir) ||
                  empty.SetValue("a", 1L) || empty.GetValue("a", name) || empty.EnumEntry(0, name) ||
                  empty.CopyDir(root) || root.CopyDir(empty) || empty.ReleaseNode());
-    EXPECT_FALSE(root.OpenDir(nullptr, dir) || root.SetValue(nullptr, "x") ||
-                 root.Delete(nullptr) || root.CreateSubDir(nullptr, dir) ||
-                 CRegDir::ValidName(nullptr));
 }
 
 TEST(CRegDir, CopiesDirectories) {
-    CMemRegistry from, to, blocked;
+    CMemRegistry from, to;
     CRegDir inner;
-    edit(from, "d/x=1 v=2 e/f/g=3");
+    edit(from, "d/x=1 v=2 e/f/g=3 z/in=1");
     from.AddComment("not copied");
-    edit(to, "v=old d/y=kept");
-    EXPECT_TRUE(to.CopyDir(from) && to.CopyDir(to) && to.OpenDir("e/f", inner));
+    // A value where a directory stands is passed over; a directory where a value stands is the end.
+    edit(to, "v/y=kept z=4");
+    EXPECT_FALSE(to.CopyDir(from));
+    EXPECT_TRUE(to.OpenDir("e/f", inner));
     EXPECT_FALSE(inner.CopyDir(to)) << "into a descendant";
     EXPECT_TRUE(to.CopyDir(inner)) << "of a descendant";
-    EXPECT_EQ(Dump(to), "v='2' d{y='kept' x='1'} e{f{g='3'}} g='3'");
-    // A value where a directory stands is passed over; a directory where a value stands is the end.
-    edit(blocked, "v/in=1 e=2");
-    EXPECT_FALSE(blocked.CopyDir(from));
-    EXPECT_EQ(Dump(blocked), "v{in='1'} e='2' d{x='1'}");
+    EXPECT_EQ(Dump(to), "v{y='kept'} z='4' d{x='1'} e{f{g='3'}} g='3'");
     from.SetValue("d/x", static_cast<const char*>(nullptr));
     EXPECT_FALSE(CMemRegistry().CopyDir(from)) << "a value without text";
 }

@@ -81,16 +81,6 @@ TEST_F(RegistryTest, AVariableNamesAnotherFile) {
     }
 }
 
-TEST_F(RegistryTest, ReadRestoresItsMarkAlsoWhenItThrows) {
-    struct Throwing : CRegistry {
-        Throwing() : CRegistry(true) { flag_ = true; }
-        RStatus DoRead() override { throw Failure; }
-        bool Mark() const { return flag_; }
-    } registry;
-    EXPECT_THROW(registry.Read(), RStatus);
-    EXPECT_TRUE(registry.Mark());
-}
-
 TEST_F(RegistryTest, FileRegistriesByName) {
     home_.Write("machine/r", cText);
     const std::unique_ptr<CRegistry> registry(CRegistry::Create("FILE:[MachineAppDataDir]/r"));
