@@ -18,7 +18,7 @@ std::string ToolTest::Script(const std::string& script, const std::string& input
         "'" TVTOOL_FILE "'";
     // The streams are files, so that nobody waits for anybody.
     const TempDir streams;
-    std::string text = "cd '" + home_.Path() + "' && ulimit -f 524288 || exit 99\nexec <" +
+    std::string text = "cd '" + Path() + "' && ulimit -f 524288 || exit 99\nexec <" +
                        streams.Write("in", input) + " >" + streams.Path("out") +
                        " 2>&1 9>&1\nTVTOOL=\"" + tool + "\"\n" + "tvtool() { " + tool +
                        " \"$@\" 9>&- || echo \"[$?]\" >&9; }\n";

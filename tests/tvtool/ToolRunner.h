@@ -14,18 +14,14 @@ namespace tvtest {
 // What a script prints for a command that fails with a message.
 std::string Fails(int status, const std::string& message);
 
-class ToolTest : public testing::Test {
+class ToolTest : public testing::Test, protected TempHome {
 protected:
     // Runs a shell script in the home's folder. The tool's commands stand in it by themselves
     // ("config show a.nwc"), and $TVTOOL is for other shells. Returns output and messages as they
     // come. A status other than 0 follows as "[4]\n", wherever the command's streams go.
     std::string Script(const std::string& script, const std::string& input = "");
 
-    std::string Read(const std::string& name) { return ReadFile(home_.Path(name)); }
-    void Write(const std::string& name, const std::string& bytes) { home_.Write(name, bytes); }
-    std::string Path(const std::string& name) { return home_.Path(name); }
-
-    TempHome home_;
+    std::string Read(const std::string& name) { return ReadFile(Path(name)); }
 };
 
 }  // namespace tvtest

@@ -12,7 +12,6 @@ using testing::HasSubstr;
 constexpr char cShared[] = "machine/Nimbus Works/Nimbus Works Registry";
 constexpr char cCurrent[] =
     "!NWREG 1.0 {\n; two\nCalyx {\nURL= \\x\nPaths{T=\xFF\n}\n}\nOther{}\n}\n";
-constexpr char cSectioned[] = "; two\r\n[Calyx]\r\nURL= \\x\r\n[Calyx/Paths]\nT=\xFF\n[Other]\n";
 constexpr char cTree[] =
     "; two\nCalyx {\n  URL= \\\\x\n  Paths {\n    T=\\xFF\n  }\n}\nOther {\n}\n";
 constexpr char cEntries[] = R"(
@@ -32,8 +31,10 @@ constexpr char cEntries[] = R"(
 class RegistryCommandTest : public ToolTest {};
 
 TEST_F(RegistryCommandTest, ShowsBothFormatsAlike) {
-    for (const std::string format : {"current", "sectioned"}) {
-        Write("r", format == "current" ? cCurrent : cSectioned);
+    for (const auto& [format, text] :
+         {std::pair<std::string, const char*>("current", cCurrent),
+          {"sectioned", "; two\r\n[Calyx]\r\nURL= \\x\r\n[Calyx/Paths]\nT=\xFF\n[Other]\n"}}) {
+        Write("r", text);
         EXPECT_EQ(Script("registry show r; registry show - <r; registry get r Calyx/Paths/T\n"
                          "registry show r Cal/Paths; registry show r Calyx/URL\n"
                          "registry verify r; registry show r --json"),
