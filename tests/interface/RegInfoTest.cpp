@@ -17,8 +17,6 @@ TEST(CRegInfo, OnlyTheConstructorFromTextsCuts) {
     CVarList vars;
     Fill(vars, {{"%RegOrg", "fixed"}, {"Other", "x"}, {"RegEmail", xs(65)}});
     EXPECT_EQ(Show(CRegInfo(vars)), "||fixed|" + xs(65));
-    CRegInfo("F", "", "O", "e@x.y").SetVariables(vars);
-    EXPECT_EQ(Dump(vars), "%RegOrg=fixed;Other=x;RegEmail=e@x.y;RegFirstName=F;RegLastName=");
 }
 
 TEST(CPrefsRegInfo, StopsAtTheFirstAbsentValueAndSetsTheRecord) {

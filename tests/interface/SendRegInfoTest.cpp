@@ -45,7 +45,6 @@ protected:
     }
 
     TempHome home_;
-    ScopedEnv noProxy_{"no_proxy", "127.0.0.1"};
 };
 
 TEST_F(SendRegInfo, AddressComesFromTheRegistryOrTheBuild) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -20,17 +19,6 @@ TEST(MacThreadCondition, DeadlineCarriesOnceAndKeepsNegativeRests) {
         EXPECT_EQ(deadline.tv_sec, expected.tv_sec) << milliseconds;
         EXPECT_EQ(deadline.tv_nsec, expected.tv_nsec) << milliseconds;
     }
-}
-
-TEST(MacThreadCondition, DoWaitEndsForItsValueOnly) {
-    MacThreadCondition condition(3);
-    EXPECT_EQ(condition.DoWait(0, 3, true), 0);
-    EXPECT_EQ(condition.DoWait(1, 4, true), ETIMEDOUT);
-    const std::jthread setter([&] {
-        condition.Set(5);
-        condition.Set(4);
-    });
-    EXPECT_EQ(condition.DoWait(60000, 4, true), 0);
 }
 
 TEST(MacThreadCondition, UpdateWakesEveryWaiter) {

@@ -57,7 +57,6 @@ TEST(WebExit, AtAnyMoment) {
 TEST(WebExit, WithoutARead) {
     // What sends nothing loads nothing.
     EXPECT_EQ(endOf("idle", "0", ""), cDone);
-    EXPECT_EQ(endOf("without memory", "0", ""), cDone);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     // Their allocators may be locked in a child.
     EXPECT_EQ(endOf("readers in forks", "0", ""), cDone);

@@ -109,10 +109,6 @@ int run(std::string_view how, const std::string& when) {
         MacThreadedWebReader::Create();
         return hasLoaded("libcurl") || hasLoaded("libtvplatform-http") ? 1 : cDone;
     }
-    if (how == "without memory") {
-        tvtest::FailAllocation::FailAll();
-        return cDone;
-    }
     if (how == "readers in forks") {
         return withReadersInChildren();
     }

@@ -19,7 +19,6 @@ protected:
         return Script("details write a.nwc " + more);
     }
 
-    ScopedEnv noProxy_{"no_proxy", "127.0.0.1,localhost"};
     std::mutex lock_;
     std::string request_;
     LoopbackServer server_{[this](Connection& connection) {

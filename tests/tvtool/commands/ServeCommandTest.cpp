@@ -37,8 +37,6 @@ protected:
     static std::string Failed(const std::string& what) {
         return Fails(6, "http://HERE: " + what + "; the details are saved");
     }
-
-    ScopedEnv noProxy_{"no_proxy", "127.0.0.1"};
 };
 
 constexpr char cSent[] = "sent to http://HERE: HTTP 200, 0 bytes\n";
