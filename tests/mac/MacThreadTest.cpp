@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
 #include <tuple>
-#include <vector>
 
 namespace {
 
@@ -19,15 +17,6 @@ TEST(MacThreadCondition, DeadlineCarriesOnceAndKeepsNegativeRests) {
         EXPECT_EQ(deadline.tv_sec, expected.tv_sec) << milliseconds;
         EXPECT_EQ(deadline.tv_nsec, expected.tv_nsec) << milliseconds;
     }
-}
-
-TEST(MacThreadCondition, UpdateWakesEveryWaiter) {
-    MacThreadCondition condition(0);
-    std::vector<std::jthread> waiters;
-    for (int value = 1; value <= 4; ++value) {
-        waiters.emplace_back([&] { condition.WaitUntil([](int state) { return state == 1; }); });
-    }
-    condition.Update([](int& state) { state = 1; });
 }
 
 }  // namespace
