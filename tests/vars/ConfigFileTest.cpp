@@ -104,14 +104,5 @@ TEST_F(ConfigFile, NoCutAndNoFlippedBitGivesAnotherList) {
     }
 }
 
-TEST_F(ConfigFile, WhatCannotBeReadIsReportedSo) {
-    CVarList list;
-    EXPECT_EQ(Read(dir_.Path("missing"), list), ErrNotFound);
-    EXPECT_EQ(report_.damage, Damage::Unreadable);
-    EXPECT_EQ(Read(dir_.Path(), list), ErrBadFormat);  // a folder opens but cannot be read
-    EXPECT_EQ(report_.damage, Damage::Unreadable);
-    EXPECT_EQ(list.ReadFromEncryptedFile(CFSPath()), ErrNotFound);
-}
-
 }  // namespace
 }  // namespace Tova
