@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include <regex>
+#include <regex.h>
 
 namespace tvtest {
 namespace {
@@ -12,27 +12,54 @@ namespace {
 // registers, and "ask FILE" sends a request and shows the status line of the answer.
 constexpr char cFunctions[] = R"(
 start() {
-    rm -f lines; mkfifo lines
-    eval "exec $TVTOOL serve $*" >lines 2>&1 &
-    server=$!; exec 8<lines
-    read -r _ _ _ address <&8
+    rm - f lines;
+    mkfifo lines eval "exec $TVTOOL serve $*" > lines 2 > & 1 & server = $ !;
+    exec 8 < lines read - r _ _ _ address < &8
 }
-line() { read -r text <&8; printf '%s\n' "$text"; }
-rest() { wait $server || echo "[$?]"; cat <&8; }
-end() { kill -${1:-TERM} $server; rest; }
-send() { details write a.nwc --send --to $address/v/prod_reg "$@"; }
-connect() { timeout 60 bash -c 'peer=/dev/tcp/127.0.0.1/'"${address##*:}; exec 3<>\$peer; $1"; }
-ask() { connect "cat $1 >&3; cat <&3" | head -n 1 | tr -d '\r'; }
+line() {
+    read - r text < &8;
+    printf '%s\n' "$text";
+}
+rest() {
+    wait $server || echo "[$?]";
+    cat < &8;
+}
+end() {
+    kill - ${1 : -TERM} $server;
+    rest;
+}
+send() {
+    details write a.nwc-- send-- to $address / v / prod_reg "$@";
+}
+connect() {
+    timeout 60 bash - c 'peer=/dev/tcp/127.0.0.1/' "${address##*:}; exec 3<>\$peer; $1";
+}
+ask() {
+    connect "cat $1 >&3; cat <&3" | head - n 1 | tr - d '\r';
+}
 config create a.nwc RegFirstName=Ada
 )";
+
+std::string replaced(std::string text, const char* pattern, const std::string& by) {
+    regex_t expression;
+    EXPECT_EQ(regcomp(&expression, pattern, REG_EXTENDED), 0);
+    regmatch_t match;
+    for (std::size_t from = 0; regexec(&expression, text.c_str() + from, 1, &match, 0) == 0;) {
+        from += static_cast<std::size_t>(match.rm_so);
+        text.replace(from, static_cast<std::size_t>(match.rm_eo - match.rm_so), by);
+        from += by.size();
+    }
+    regfree(&expression);
+    return text;
+}
 
 class ServeCommandTest : public ToolTest {
 protected:
     // Returns what the script prints, with "HERE" for the endpoint's port, and "NOW" for a time.
     std::string Serve(const std::string& script) {
-        const std::regex port("127\\.0\\.0\\.1:[0-9]+"), time("[0-9-]{10} [0-9:]{8}  ");
-        const std::string printed = std::regex_replace(Script(cFunctions + script), port, "HERE");
-        return std::regex_replace(printed, time, "NOW ");
+        const std::string printed = Script(cFunctions + script);
+        return replaced(replaced(printed, "127\\.0\\.0\\.1:[0-9]+", "HERE"),
+                        "[0-9-]{10} [0-9:]{8}  ", "NOW ");
     }
     static std::string Failed(const std::string& what) {
         return Fails(6, "http://HERE: " + what + "; the details are saved");
