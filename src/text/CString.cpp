@@ -53,7 +53,7 @@ void TBaseString<T>::Swap(TBaseString& other) {
 
 template <class T>
 std::size_t TBaseString<T>::RoomFor(int capacity) {
-    const std::size_t step = std::bit_ceil(bytes(capacity)) / 4;
+    const std::size_t step = std::max<std::size_t>(std::bit_ceil(bytes(capacity)) / 4, 1);
     return (bytes(capacity) + step - 1) / step * step;
 }
 

@@ -63,7 +63,7 @@ bool store(Value value, void* out) {
     T nearest{};
     if (std::is_floating_point_v<T> && (std::is_integral_v<Value> || !std::isfinite(value))) {
         nearest = static_cast<T>(value);
-    } else if (value == value) {
+    } else if (!std::isnan(value)) {
         nearest = compareValues(value, Kept<T>{cLeast}) <= 0  ? cLeast
                   : compareValues(value, Kept<T>{cMost}) >= 0 ? cMost
                                                               : static_cast<T>(value);

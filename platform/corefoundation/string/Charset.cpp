@@ -182,7 +182,8 @@ std::optional<CFStringEncoding> byteEncoding(std::string_view name) {
 // The name last asked for, with the system encoding that it gives. A comparison costs less than a
 // look-up in the table of names.
 struct LastName {
-    std::string name;
+    // Not a string, whose constant initialisation not every compiler can do.
+    std::vector<char> name;
     CFStringEncoding encoding = kCFStringEncodingUTF8;
 };
 constinit Immortal<LastName> sLast;
@@ -213,18 +214,16 @@ const Charset* FindCharset(std::string_view name) {
 
 CFStringEncoding SystemEncoding() {
     constexpr const char* cBuildDefault = TV_DEFAULT_SYSTEM_ENCODING;
-    const char* name = secure_getenv("TV_SYSTEM_ENCODING");
-    if (name == nullptr || *name == '\0') {
-        name = cBuildDefault;
-    }
+    const char* given = secure_getenv("TV_SYSTEM_ENCODING");
+    const std::string_view name = given == nullptr || *given == '\0' ? cBuildDefault : given;
     const std::lock_guard guard(LockOf(ForkLock::SystemEncoding));
     LastName& last = sLast.object;
-    if (last.name != name) {
+    if (!std::equal(last.name.begin(), last.name.end(), name.begin(), name.end())) {
         auto found = byteEncoding(name);
         if (!found) {
             found = byteEncoding(cBuildDefault);
         }
-        last = {name, found.value_or(kCFStringEncodingUTF8)};
+        last = {{name.begin(), name.end()}, found.value_or(kCFStringEncodingUTF8)};
     }
     return last.encoding;
 }

@@ -12,31 +12,17 @@ namespace {
 // registers, and "ask FILE" sends a request and shows the status line of the answer.
 constexpr char cFunctions[] = R"(
 start() {
-    rm - f lines;
-    mkfifo lines eval "exec $TVTOOL serve $*" > lines 2 > & 1 & server = $ !;
-    exec 8 < lines read - r _ _ _ address < &8
+    rm -f lines; mkfifo lines
+    eval "exec $TVTOOL serve $*" >lines 2>&1 &
+    server=$!; exec 8<lines
+    read -r _ _ _ address <&8
 }
-line() {
-    read - r text < &8;
-    printf '%s\n' "$text";
-}
-rest() {
-    wait $server || echo "[$?]";
-    cat < &8;
-}
-end() {
-    kill - ${1 : -TERM} $server;
-    rest;
-}
-send() {
-    details write a.nwc-- send-- to $address / v / prod_reg "$@";
-}
-connect() {
-    timeout 60 bash - c 'peer=/dev/tcp/127.0.0.1/' "${address##*:}; exec 3<>\$peer; $1";
-}
-ask() {
-    connect "cat $1 >&3; cat <&3" | head - n 1 | tr - d '\r';
-}
+line() { read -r text <&8; printf '%s\n' "$text"; }
+rest() { wait $server || echo "[$?]"; cat <&8; }
+end() { kill -${1:-TERM} $server; rest; }
+send() { details write a.nwc --send --to $address/v/prod_reg "$@"; }
+connect() { timeout 60 bash -c 'peer=/dev/tcp/127.0.0.1/'"${address##*:}; exec 3<>\$peer; $1"; }
+ask() { connect "cat $1 >&3; cat <&3" | head -n 1 | tr -d '\r'; }
 config create a.nwc RegFirstName=Ada
 )";
 
