@@ -10,6 +10,7 @@
 // have printed and changed exactly what it does without misfortune. One that fails must say why,
 // end by itself, and leave every file as it was or as it shall be, and no file beside them. After
 // a kill, the files are old or new, and the next run does the whole work.
+#include "tests/support/TempHome.h"
 #include "tests/torture/Shim.h"
 
 #include <csignal>
@@ -18,7 +19,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
@@ -89,17 +89,12 @@ std::vector<std::string> words(const std::string& text) {
     return found;
 }
 
-std::string contentOf(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 Files filesIn(const fs::path& folder) {
     Files files;
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         const std::string name = entry.path().lexically_relative(folder);
         if (!entry.is_directory() && !name.ends_with(".lock")) {
-            files[name] = contentOf(entry.path());
+            files[name] = tvtest::ReadFile(entry.path());
         }
     }
     return files;
@@ -117,12 +112,6 @@ struct Outcome {
 class Runner {
 public:
     explicit Runner(const Case& theCase) : case_(theCase) {
-        std::string scratch = (fs::temp_directory_path() / "torture-XXXXXX").string();
-        if (mkdtemp(scratch.data()) == nullptr) {
-            std::perror("torture: no scratch folder");
-            std::exit(2);
-        }
-        scratch_ = scratch;
         page_ = memfd_create("report", 0);  // not close-on-exec: the shim maps it
         void* shared = MAP_FAILED;
         if (page_ >= 0 && ftruncate(page_, sizeof *report_) == 0) {
@@ -135,9 +124,6 @@ public:
         report_ = static_cast<TVShimReport*>(shared);
         makeStart();
     }
-    ~Runner() { fs::remove_all(scratch_); }
-    Runner(const Runner&) = delete;
-    Runner& operator=(const Runner&) = delete;
 
     const Files& Start() const { return start_; }
 
@@ -153,7 +139,7 @@ public:
         int status = 0;
         waitpid(child, &status, 0);
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status),
-                contentOf(scratch_ / "out"), contentOf(scratch_ / "err"),
+                tvtest::ReadFile(scratch_ / "out"), tvtest::ReadFile(scratch_ / "err"),
                 filesIn(scratch_ / "work"), report_->fired != 0};
     }
 
@@ -214,7 +200,8 @@ private:
     }
 
     const Case& case_;
-    fs::path scratch_;
+    const tvtest::TempDir folder_;
+    const fs::path scratch_ = folder_.Path();
     int page_;
     TVShimReport* report_ = nullptr;
     Files start_;
