@@ -256,7 +256,8 @@ void addEditors(CLI::App& config, Session& session) {
     const auto setting = addReader(
         config, session, "set", set, "Sets variables; a % before the name fixes it for good",
         "  tvtool config set Calyx.nwc AppName=Calyx %Serial=CX7-0042 --diff");
-    AddTexts(setting.app, "NAME=VALUE", setting.options.words, "What to set, taken literally")
+    AddTexts(setting.app, "ASSIGNMENT", setting.options.words,
+             "NAME=VALUE: what to set, taken literally")
         ->required();
     addEditFlags(setting);
     const auto unsetting =
@@ -272,7 +273,8 @@ void addCreate(CLI::App& config, Session& session) {
                    "  tvtool config create Calyx.nwc AppName=Calyx %Serial=42\n"
                    "  tvtool config create Calyx.nwc --from Calyx.txt");
     AddText(command, "OUT", options.file, "The file to make, or - for standard output")->required();
-    AddTexts(command, "NAME=VALUE", options.words, "A variable, or %NAME=VALUE for a fixed one");
+    AddTexts(command, "ASSIGNMENT", options.words,
+             "NAME=VALUE: a variable, or %NAME=VALUE for a fixed one");
     AddText(command, "--from", options.from,
             "Take variables from what 'config show' prints, with or without --json;\n"
             "lines that begin with # are comments; - is standard input")
