@@ -2,17 +2,13 @@
 
 #include "posix/Files.h"
 
+#include <cerrno>
+
 namespace tvplatform {
 
 namespace {
 
 constexpr size_t cLargestFile = size_t{16} << 20U;  // bytes
-
-tvposix::Descriptor openFolder(const tvposix::FolderPlace& place) {
-    tvposix::Descriptor folder;
-    return tvposix::OpenFolder(place, 0700, folder) == 0 ? std::move(folder)
-                                                         : tvposix::Descriptor();
-}
 
 // Finds the file if there is no `error` yet, and reads it.
 PreferencesReading readFile(int error, tvposix::Descriptor folder, const std::string& name,
@@ -25,11 +21,10 @@ PreferencesReading readFile(int error, tvposix::Descriptor folder, const std::st
         error = tvposix::ReadFile(place, cLargestFile, bytes);
     }
     if (error != 0) {
-        return {error == ENOENT ? FileState::Absent : FileState::Unusable, {}};
+        return {error, {}};
     }
     auto entries = ReadPlist(bytes);
-    return entries ? PreferencesReading{FileState::Good, std::move(*entries)}
-                   : PreferencesReading{FileState::Damaged, {}};
+    return entries ? PreferencesReading{0, std::move(*entries)} : PreferencesReading{EILSEQ, {}};
 }
 
 }  // namespace
@@ -44,18 +39,20 @@ PreferencesReading ReadPreferencesFile(const tvposix::FolderPlace& folder,
 
 LockedPreferencesFile::LockedPreferencesFile(const tvposix::FolderPlace& folder,
                                              const std::string& name)
-    : name_(name), folder_(openFolder(folder)), lock_(folder_, name + ".lock") {}
+    : name_(name), error_(tvposix::OpenFolder(folder, 0700, folder_)),
+      lock_(folder_, name + ".lock") {}
 
 PreferencesReading LockedPreferencesFile::Read() {
     return readFile(0, std::move(folder_), name_, place_);
 }
 
-bool LockedPreferencesFile::Replace(const std::vector<PlistEntry>& entries, bool keepOld) {
+int LockedPreferencesFile::Replace(const std::vector<PlistEntry>& entries, bool keepOld) {
     const std::string xml = WritePlist(entries);
-    return xml.size() <= cLargestFile &&
-           tvposix::Replacement(std::move(place_))
-                   .Finish(xml, tvposix::NewFile::Private, keepOld ? ".damaged-" : "")
-                   .error == 0;
+    return xml.size() > cLargestFile
+               ? EFBIG
+               : tvposix::Replacement(std::move(place_))
+                     .Finish(xml, tvposix::NewFile::Private, keepOld ? ".damaged-" : "")
+                     .error;
 }
 
 }  // namespace tvplatform

@@ -10,18 +10,10 @@
 
 namespace tvplatform {
 
-enum class FileState {
-    Good,
-    Absent,
-    // The file is not a property list that can be read.
-    Damaged,
-    // The file is not permitted, not a regular file, or larger than any file that is written here.
-    Unusable
-};
-
-// There are entries only if the state is Good.
+// There are entries only if the error is 0. ENOENT means that there is no file, EILSEQ that it is
+// no property list. With another error number it could not be read.
 struct PreferencesReading {
-    FileState state;
+    int error;
     std::vector<PlistEntry> entries;
 };
 
@@ -34,19 +26,21 @@ public:
     // Makes missing folders. Waits up to 2 s for others.
     LockedPreferencesFile(const tvposix::FolderPlace& folder, const std::string& name);
 
-    // Returns false if the folder or the lock cannot be had. Nothing else may be called then.
-    bool IsHeld() const { return lock_.IsHeld(); }
+    // Returns the error number if the folder or the lock cannot be had, EAGAIN if others kept the
+    // lock, else 0. Nothing else may be called after an error.
+    int Error() const { return error_ != 0 ? error_ : lock_.Error(); }
     PreferencesReading Read();
     // Replaces the file (if it is a trusted link, the file that it leads to) by one with these
     // entries that only the owner may read, and returns when it is on the disk. With `keepOld` the
-    // old file stays as "….damaged-1", or the first number that is free. Returns false after a
-    // failure. The old file then stays, except after a failure of the last step, which makes the
+    // old file stays as "….damaged-1", or the first number that is free. Returns 0 or an error
+    // number. After an error the old file stays, except after one of the last step, which makes the
     // new name last. Call this once, after Read.
-    bool Replace(const std::vector<PlistEntry>& entries, bool keepOld);
+    int Replace(const std::vector<PlistEntry>& entries, bool keepOld);
 
 private:
     const std::string& name_;
     tvposix::Descriptor folder_;
+    const int error_;
     const PreferencesLock lock_;
     tvposix::FilePlace place_;
 };

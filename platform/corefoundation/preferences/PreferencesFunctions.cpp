@@ -5,6 +5,7 @@
 
 #include <CoreFoundation/CFPreferences.h>
 
+#include <cerrno>
 #include <filesystem>
 
 using namespace tvplatform;
@@ -91,7 +92,11 @@ CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStringRef userN
 Boolean CFPreferencesSynchronize(CFStringRef applicationID, CFStringRef userName,
                                  CFStringRef hostName) {
     const auto domain = findDomain(applicationID, userName, hostName);
-    return domain && SynchronizePreferences(*domain);
+    const int error = domain ? SynchronizePreferences(*domain) : ENOENT;
+    if (error != 0) {
+        errno = error;
+    }
+    return error == 0;
 }
 
 CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef key, CFStringRef applicationID) {

@@ -45,15 +45,20 @@ tvposix::Descriptor openLockFile(const tvposix::Descriptor& folder, const char* 
 PreferencesLock::PreferencesLock(const tvposix::Descriptor& folder, const std::string& name)
     : file_(openLockFile(folder, name.c_str())) {
     struct stat status = {};
-    if (!file_ || fstat(file_.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (!file_ || fstat(file_.Get(), &status) != 0) {
+        error_ = errno;
+        return;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        error_ = EINVAL;
         return;
     }
     const auto deadline = std::chrono::steady_clock::now() + cLongestWait;
     const auto waitFor = [&](off_t byte) {
-        return tvposix::WaitForLock([&] { return setLock(file_, F_WRLCK, byte, 1); }, deadline) ==
-               0;
+        return tvposix::WaitForLock([&] { return setLock(file_, F_WRLCK, byte, 1); }, deadline);
     };
-    held_ = waitFor(cTurn) && waitFor(cWork);
+    error_ = waitFor(cTurn);
+    error_ = error_ == 0 ? waitFor(cWork) : error_;
     setLock(file_, F_UNLCK, cTurn, 1);
 }
 

@@ -18,11 +18,12 @@ public:
     PreferencesLock(const PreferencesLock&) = delete;
     PreferencesLock& operator=(const PreferencesLock&) = delete;
 
-    bool IsHeld() const { return held_; }
+    // Returns 0 if the lock is held, else an error number: EAGAIN if others kept it for 2 s.
+    int Error() const { return error_; }
 
 private:
     tvposix::Descriptor file_;
-    bool held_ = false;
+    int error_ = 0;
 };
 
 }  // namespace tvplatform

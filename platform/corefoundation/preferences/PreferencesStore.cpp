@@ -3,6 +3,7 @@
 #include "corefoundation/object/ForkLocks.h"
 #include "corefoundation/preferences/PreferencesFile.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <map>
 #include <set>
@@ -148,24 +149,29 @@ Moment lookWithContents(const PreferencesDomain& domain) {
     return moment;
 }
 
-// Writes the pending changes into the file as it is now, with the changes of other writers.
-bool writeChanges(const PreferencesDomain& domain) {
+bool canBeReplaced(const PreferencesReading& reading) {
+    return reading.error == 0 || reading.error == ENOENT || reading.error == EILSEQ;
+}
+
+// Writes the pending changes into the file as it is now, with the changes of other writers. Returns
+// 0 or an error number.
+int writeChanges(const PreferencesDomain& domain) {
     LockedPreferencesFile file(*domain.folder, domain.name);
-    if (!file.IsHeld()) {
-        return false;
+    if (file.Error() != 0) {
+        return file.Error();
     }
     // An earlier look might undo a change that another thread has set and written meanwhile.
     const Moment moment = look(domain);
     PreferencesReading reading = file.Read();
     auto contents = std::make_shared<const Contents>(std::move(reading.entries));
-    bool done = reading.state != FileState::Unusable;
-    if (done && contents->WouldChange(moment.pending)) {
+    int error = canBeReplaced(reading) ? 0 : reading.error;
+    if (error == 0 && contents->WouldChange(moment.pending)) {
         auto changed = std::make_shared<const Contents>(contents->With(moment.pending));
-        done = file.Replace(changed->Entries(), reading.state == FileState::Damaged);
-        contents = done ? std::move(changed) : std::move(contents);
+        error = file.Replace(changed->Entries(), reading.error == EILSEQ);
+        contents = error == 0 ? std::move(changed) : std::move(contents);
     }
-    install(domain, std::move(contents), std::nullopt, done ? moment.pending : Changes());
-    return done;
+    install(domain, std::move(contents), std::nullopt, error == 0 ? moment.pending : Changes());
+    return error;
 }
 
 }  // namespace
@@ -206,18 +212,18 @@ void SetPreference(const PreferencesDomain& domain, PlistEntry change) {
     });
 }
 
-bool SynchronizePreferences(const PreferencesDomain& domain) {
+int SynchronizePreferences(const PreferencesDomain& domain) {
     if (!domain.folder) {
-        return false;
+        return ENOENT;
     }
     const Moment moment = look(domain);
     PreferencesReading reading = ReadPreferencesFile(*domain.folder, domain.name);
     const auto contents = std::make_shared<const Contents>(std::move(reading.entries));
-    const bool readable = reading.state == FileState::Good || reading.state == FileState::Absent;
+    const int error = reading.error == ENOENT ? 0 : reading.error;
     const bool changes = contents->WouldChange(moment.pending);
     // A removal of an absent key is done.
-    install(domain, contents, moment.number, readable && !changes ? moment.pending : Changes());
-    return changes && reading.state != FileState::Unusable ? writeChanges(domain) : readable;
+    install(domain, contents, moment.number, error == 0 && !changes ? moment.pending : Changes());
+    return changes && canBeReplaced(reading) ? writeChanges(domain) : error;
 }
 
 }  // namespace tvplatform

@@ -29,7 +29,7 @@ PlistValue GetPreference(const PreferencesDomain& domain, const std::string& key
 std::vector<std::string> GetPreferenceKeys(const PreferencesDomain& domain);
 // Keeps a value for the next synchronising, which writes it. Null removes the key.
 void SetPreference(const PreferencesDomain& domain, PlistEntry change);
-// See CFPreferencesSynchronize.
-bool SynchronizePreferences(const PreferencesDomain& domain);
+// Returns 0 or an error number. See CFPreferencesSynchronize.
+int SynchronizePreferences(const PreferencesDomain& domain);
 
 }  // namespace tvplatform

@@ -41,7 +41,8 @@ CF_EXPORT CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStrin
 // whole and is on the disk before this returns. A link is followed. A file that is no property list
 // is kept as D.plist.damaged-1 (-2 and so on) when the first change is written.
 // Returns false if the file could not be read (its keys then count as absent) or written. The
-// changes then stay in memory, and the file is as it was.
+// changes then stay in memory, and the file is as it was. errno tells why: EILSEQ if the file is no
+// property list, EAGAIN if others were writing all the time.
 CF_EXPORT Boolean CFPreferencesSynchronize(CFStringRef applicationID, CFStringRef userName,
                                            CFStringRef hostName);
 

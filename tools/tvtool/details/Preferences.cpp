@@ -16,9 +16,12 @@ namespace tvtool {
 
 namespace {
 
-bool synchronize() {
+// Returns 0 or an error number.
+int synchronize() {
     return CFPreferencesSynchronize(Tova::CPrefs::Domain(), kCFPreferencesCurrentUser,
-                                    kCFPreferencesAnyHost) != 0;
+                                    kCFPreferencesAnyHost) != 0
+               ? 0
+               : errno;
 }
 
 // Returns the path of the platform's file. It is only used to find out what is wrong with the file:
@@ -47,11 +50,12 @@ void requireWritableFolder(const std::filesystem::path& file) {
 // Returns false if the file can be read but is no property list. Throws a ToolError if it cannot be
 // read.
 bool load(const std::string& path) {
-    if (synchronize()) {
-        return true;
+    const int error = synchronize();
+    if (error == 0 || error == EILSEQ) {
+        return error == 0;
     }
-    static_cast<void>(ReadInput(path));
-    return false;
+    static_cast<void>(ReadInput(path));  // knows more about what is wrong
+    FailErrno(error, path, "cannot be read");
 }
 
 }  // namespace
@@ -72,12 +76,16 @@ void LoadPreferencesToWrite() {
 }
 
 void SavePreferences() {
-    if (synchronize()) {
+    const int error = synchronize();
+    if (error == 0) {
         return;
     }
     const std::string path = findFile();
+    if (error == EAGAIN) {
+        Fail(Exit::Failed, path, "cannot be written; try again when no other program writes it");
+    }
     requireWritableFolder(path);
-    Fail(Exit::Failed, path, "cannot be written; try again when no other program writes it");
+    FailErrno(error, path, "cannot be written");
 }
 
 }  // namespace tvtool

@@ -1,5 +1,4 @@
-// The product's preferences of this user. Adds the reason of a failure, which the platform does not
-// give.
+// The product's preferences of this user. A failure is told with its reason.
 #pragma once
 
 namespace tvtool {
