@@ -1,7 +1,10 @@
-// Calls one of the five exported functions on ordinary input, for torture: the shim makes
-// allocations and calls of the system fail while the function runs. Checks what the function
-// promises for its result, and prints nothing. A failure that the function reports ends the program
-// with status 1, and a broken promise with abort.
+// Calls the five exported functions on ordinary input, for torture:
+//   tvtest_calls FUNCTION              one of cFunctions, while the shim makes things fail
+//   tvtest_calls load COUNT            loads, sends and unloads, again and again
+//   tvtest_calls exit DELAY THREADS    ends after so many microseconds while threads send
+//   tvtest_calls forks COUNT           children send whose parent was sending
+// Checks what the functions promise for their results, and prints nothing. A failure that a
+// function reports ends the program with status 1, and a broken promise with abort.
 #include "TVframework/TVframework.h"
 #include "tests/torture/Shim.h"
 
@@ -9,10 +12,14 @@
 #include <cstdlib>
 #include <functional>
 #include <map>
+#include <mutex>
 #include <new>
 #include <string>
+#include <thread>
 
 #include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -120,6 +127,43 @@ int load(int count) {
     return 0;
 }
 
+// The framework serves one thread at a time.
+std::mutex gOneAtATime;
+
+// Leaves main while some threads send, without waiting for them.
+int exitWhileSending(int microseconds, int threads) {
+    for (int i = 0; i < threads; ++i) {
+        std::thread([] {
+            const std::lock_guard guard(gOneAtATime);
+            write(1);
+        }).detach();
+    }
+    usleep(static_cast<useconds_t>(microseconds));
+    return 0;
+}
+
+int sendInChildren(int count) {
+    std::thread([] {
+        for (;;) {
+            const std::lock_guard guard(gOneAtATime);
+            write(1);
+        }
+    }).detach();
+    for (int i = 0; i < count; ++i) {
+        const std::lock_guard guard(gOneAtATime);
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(60);
+            std::exit(write(1));
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        require(status == 0, "a child sends, and ends");
+    }
+    gOneAtATime.lock();  // for good, so that the end cuts no file
+    return 0;
+}
+
 const std::map<std::string, std::function<int()>> cFunctions = {
     {"apply", apply},
     {"delete", deleteItem},
@@ -132,10 +176,18 @@ const std::map<std::string, std::function<int()>> cFunctions = {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 3 && std::string(argv[1]) == "load") {
-        return load(std::atoi(argv[2]));
+    const std::string name = argc > 1 ? argv[1] : "";
+    const int number = argc > 2 ? std::atoi(argv[2]) : 0;
+    if (name == "load") {
+        return load(number);
     }
-    const auto function = cFunctions.find(argc > 1 ? argv[1] : "");
+    if (name == "exit" && argc == 4) {
+        return exitWhileSending(number, std::atoi(argv[3]));
+    }
+    if (name == "forks") {
+        return sendInChildren(number);
+    }
+    const auto function = cFunctions.find(name);
     if (function == cFunctions.end()) {
         return 2;
     }
