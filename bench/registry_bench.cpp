@@ -1,214 +1,243 @@
-// Shows how the registry's cost grows. It reads, looks up, enumerates, copies and destroys each
-// kind of large file at several sizes, each twice the one before. It also adds and deletes entries
-// with a look-up by prefix after each. It prints milliseconds of processor time (the best of
-// several runs, in which the sizes take turns) and the factor from size to size. A factor of 2 is
-// growth in proportion, somewhat more if the tree outgrows a cache. A factor of 4 again and again
-// would be quadratic.
+// Reading registry files of both formats, looking into them, and destroying what was read.
+#include "bench/Bench.h"
+#include "bench/Files.h"
+#include "bench/Peers.h"
 #include "registry/CRegistry.h"
-#include "streams/CFileStream.h"
 
-#include <unistd.h>
+#include <rapidjson/document.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <ctime>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <iterator>
-#include <limits>
 #include <memory>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace {
 
-using Tova::CMemRegistry;
+using bench::Numbered;
+using bench::ProcessorSecondsOf;
+using bench::Require;
+using bench::Sectioned;
+using Tova::CFileRegistry;
 
-constexpr int cRuns = 5;
-// Each twice the one before.
-constexpr int cSizes = 4;
-constexpr int cDeepLookups = 10;
+std::unique_ptr<CFileRegistry> load(const bench::UnixPath& path) {
+    auto registry = std::make_unique<CFileRegistry>(path, true);
+    Require(registry->Read() >= 0, "registry: not read");
+    return registry;
+}
 
-struct Kind {
-    const char* name;
-    int size;
-    std::function<std::string(int)> text;
-    // Returns the path of the i-th value of n, or "" if no more are to be looked up.
-    std::function<std::string(int, int)> path;
-};
+void addRead(const std::string& work, std::size_t size, const std::string& path) {
+    bench::Add(work, size, "read(2)", [=] {
+        std::string buffer(std::filesystem::file_size(path) + 1, ' ');
+        return
+            [=]() mutable { Require(bench::ReadWhole(path, buffer) + 1 == buffer.size(), path); };
+    });
+}
 
-const Kind cKinds[] = {
-    {"values in one section", 100'000,
-     [](int n) {
-         std::string text = "[section]\n";
-         for (int i = 0; i < n; ++i) {
-             text += "value" + std::to_string(i) + "=" + std::to_string(i) + "\n";
-         }
-         return text;
-     },
-     [](int i, int) { return "section/value" + std::to_string(i); }},
-    {"sections", 100'000,
-     [](int n) {
-         std::string text;
-         for (int i = 0; i < n; ++i) {
-             text += "[section" + std::to_string(i) + "]\nv=" + std::to_string(i) + "\n";
-         }
-         return text;
-     },
-     [](int i, int) { return "section" + std::to_string(i) + "/v"; }},
-    {"levels of braces", 10'000,
-     [](int n) {
-         std::string text = "!NWREG 1.0 {\n";
-         for (int i = 0; i < n; ++i) {
-             text += "d{v=" + std::to_string(i) + "\n";
-         }
-         return text;
-     },
-     // One look-up walks the whole depth, so there are only a few of them.
-     [](int i, int n) {
-         std::string path;
-         for (int level = 0; i < cDeepLookups && level < n; ++level) {
-             path += "d/";
-         }
-         return i < cDeepLookups ? path + "v" : path;
-     }},
-};
-
-// Counts the processor time of this process alone.
-class Clock {
-public:
-    double Milliseconds() {
-        const std::clock_t now = std::clock();
-        return 1000.0 * static_cast<double>(now - std::exchange(last_, now)) / CLOCKS_PER_SEC;
-    }
-
-private:
-    std::clock_t last_ = std::clock();
-};
-
-constexpr const char* cSteps[] = {"read", "look up", "enumerate", "copy", "destroy"};
-
-struct Sample {
-    std::string file;
+// Names as callers have them, before the clock runs.
+struct Names {
+    std::vector<std::string> sections;
+    std::vector<std::string> keys;
     std::vector<std::string> paths;
-    std::vector<double> best =
-        std::vector<double>(std::size(cSteps), std::numeric_limits<double>::max());
 };
 
-Sample makeSample(const Kind& kind, int size, const std::string& file) {
-    Sample sample{.file = file, .paths = {}};
-    std::ofstream(file, std::ios::binary) << kind.text(size);
-    for (int i = 0; i < size; ++i) {
-        if (std::string path = kind.path(i, size); !path.empty()) {
-            sample.paths.push_back(std::move(path));
+// Reads and looks up one value for each name; destroying is not timed.
+void addLookups(const std::string& work, std::size_t size, const std::string& path,
+                const std::function<std::shared_ptr<Names>()>& makeNames) {
+    bench::AddTimed(work, size, "ours", [=] {
+        return [names = makeNames(), file = std::make_shared<bench::UnixPath>(path)] {
+            std::unique_ptr<CFileRegistry> registry;
+            return ProcessorSecondsOf([&] {
+                registry = load(*file);
+                for (const std::string& wanted : names->paths) {
+                    Require(registry->GetValue(wanted.c_str()) != nullptr, wanted);
+                }
+            });
+        };
+    });
+    bench::AddTimed(work, size, "SimpleIni", [=] {
+        return [names = makeNames(), path] {
+            std::unique_ptr<bench::Ini> ini;
+            return ProcessorSecondsOf([&] {
+                ini = bench::LoadIni(path);
+                for (std::size_t i = 0; i < names->keys.size(); ++i) {
+                    Require(ini->GetValue(names->sections[i].c_str(), names->keys[i].c_str()) !=
+                                nullptr,
+                            names->keys[i]);
+                }
+            });
+        };
+    });
+    bench::AddTimed(work, size, "GKeyFile", [=] {
+        return [names = makeNames(), path] {
+            bench::KeyFile file;
+            return ProcessorSecondsOf([&] {
+                file = bench::LoadKeyFile(path);
+                for (std::size_t i = 0; i < names->keys.size(); ++i) {
+                    Require(bench::KeyFileHas(file, names->sections[i], names->keys[i]),
+                            names->keys[i]);
+                }
+            });
+        };
+    });
+    addRead(work, size, path);
+}
+
+void addSectioned(std::size_t size) {
+    const Sectioned file(size);
+    addLookups("sectioned registry", size, file.path, [sections = file.sections] {
+        auto names = std::make_shared<Names>();
+        for (std::size_t i = 0; i < sections; ++i) {
+            names->sections.push_back(Numbered("Section", i));
+            names->keys.push_back("EntryName" + std::to_string(i % bench::cEntriesOfSection));
+            names->paths.push_back(names->sections[i] + "/" + names->keys[i]);
         }
-    }
-    return sample;
+        return names;
+    });
 }
 
-// Returns false if something was not read, found or copied.
-bool measure(Sample& sample) {
-    Tova::CFSPath path;
-    bool good = path.FromUnixPath(sample.file.c_str()) >= 0;
-    std::vector<double> times;
-    Clock clock;
-    auto registry = std::make_unique<Tova::CFileRegistry>(path, true);
-    good = registry->Read() >= 0 && good;
-    times.push_back(clock.Milliseconds());
-    for (const std::string& wanted : sample.paths) {
-        good = registry->GetValue(wanted.c_str()) != nullptr && good;
-    }
-    times.push_back(clock.Milliseconds());
-    Tova::CRegDir directory(*registry);
-    registry->OpenDir("section", directory);
-    Tova::CString name;
-    for (int i = 0; directory.EnumEntry(i, name); ++i) {
-    }
-    times.push_back(clock.Milliseconds());
-    {
-        CMemRegistry copy;
-        good = copy.CopyDir(*registry) && good;
-        times.push_back(clock.Milliseconds());
-    }
-    directory.ReleaseNode();
-    clock.Milliseconds();
-    registry.reset();
-    times.push_back(clock.Milliseconds());
-    for (std::size_t step = 0; step < times.size(); ++step) {
-        sample.best[step] = std::min(sample.best[step], times[step]);
-    }
-    return good;
+void addOneSection(std::size_t count) {
+    const std::string path = bench::FileOf("one-section-" + std::to_string(count),
+                                           [count] { return bench::VariablesAsIni(count); });
+    addLookups("one section, look-up of each entry", count, path, [count] {
+        auto names = std::make_shared<Names>();
+        for (std::size_t i = 0; i < count; ++i) {
+            names->sections.emplace_back("Variables");
+            names->keys.push_back(bench::VariableName(i));
+            names->paths.push_back("Variables/" + names->keys[i]);
+        }
+        return names;
+    });
 }
 
-// Adds n directories, and then deletes them from the front, with a look-up by prefix after each.
-// Two names begin alike, one in each half of the list. Returns false if something was not found.
-bool changeAndLookUp(int n, double& best) {
-    Clock clock;
-    CMemRegistry registry;
-    Tova::CRegDir directory;
-    bool good = true;
-    const auto nameOf = [n](int i) {
-        return "d" + std::to_string(100'000'000 + i % (n / 2)) + (i < n / 2 ? "a" : "b");
-    };
-    const auto find = [&registry](const std::string& name) {
-        return registry.GetNodeType((name.substr(0, 10) + "/v").c_str()) >= 0;
-    };
-    for (int i = 0; i < n; ++i) {
-        good = registry.SetValue((nameOf(i) + "/v").c_str(), "") && find(nameOf(i)) && good;
-    }
-    for (int i = 0; i < n; ++i) {
-        good = registry.Delete(nameOf(i).c_str()) && find(nameOf(i)) == (i < n / 2) && good;
-    }
-    best = std::min(best, clock.Milliseconds());
-    return good;
+template <class Load>
+void addDestroying(std::size_t size, const std::string& contender, Load loadFile) {
+    bench::AddTimed("destroying a sectioned registry", size, contender, [=] {
+        return [loadFile, path = Sectioned(size).path] {
+            auto loaded = loadFile(path);
+            Require(loaded != nullptr, path);
+            return ProcessorSecondsOf([&] { loaded.reset(); });
+        };
+    });
+}
+
+void addNested(std::size_t size) {
+    using bench::Nested;
+    const std::string work = "nested registry";
+    const std::string ours = Nested(size, Nested::cOurs).path;
+    const std::string info = Nested(size, Nested::cInfo).path;
+    const std::string json = Nested(size, Nested::cJson).path;
+    const std::string last = Numbered("Directory", Nested(size, Nested::cOurs).directories - 1);
+    bench::AddTimed(work, size, "ours", [=] {
+        return [=, file = std::make_shared<bench::UnixPath>(ours)] {
+            std::unique_ptr<CFileRegistry> registry;
+            const double seconds = ProcessorSecondsOf([&] { registry = load(*file); });
+            Require(registry->GetValue((last + "/Inner/EntryName9").c_str()) != nullptr, ours);
+            return seconds;
+        };
+    });
+    bench::AddTimed(work, size, "Boost", [=] {
+        return [=] {
+            bench::Tree tree;
+            const double seconds =
+                ProcessorSecondsOf([&] { boost::property_tree::read_info(info, tree); });
+            Require(tree.get_child_optional(last + ".Inner.EntryName9").has_value(), info);
+            return seconds;
+        };
+    });
+    bench::AddTimed(work, size, "RapidJSON", [=] {
+        return [=, buffer = std::string(std::filesystem::file_size(json) + 1, '\0')]() mutable {
+            rapidjson::Document document;
+            const double seconds = ProcessorSecondsOf([&] {
+                buffer[bench::ReadWhole(json, buffer)] = '\0';
+                document.Parse(buffer.c_str());
+            });
+            Require(document.IsObject() && document.HasMember(last.c_str()), json);
+            return seconds;
+        };
+    });
+    addRead(work, size, ours);
+}
+
+// Each section is looked up by all of its name but the last character.
+void addPrefixes(std::size_t count) {
+    bench::Add("growth: sections and look-ups by prefix", count, "ours", [=] {
+        std::vector<std::string> paths;
+        std::string text;
+        for (std::size_t i = 0; i < count; ++i) {
+            text += "[" + Numbered("Section", i) + "x]\nv=" + std::to_string(i) + "\n";
+            paths.push_back(Numbered("Section", i) + "/v");
+        }
+        const std::string path =
+            bench::FileOf("prefixes-" + std::to_string(count), [&] { return text; });
+        return [paths, file = std::make_shared<bench::UnixPath>(path)] {
+            const auto registry = load(*file);
+            for (const std::string& wanted : paths) {
+                Require(registry->GetValue(wanted.c_str()) != nullptr, wanted);
+            }
+        };
+    });
+}
+
+// Deletes from the front, with a look-up by prefix after each.
+void addDeletions(std::size_t count) {
+    bench::AddTimed("growth: deletions", count, "ours", [=] {
+        std::vector<std::string> names;
+        for (std::size_t i = 0; i < count; ++i) {
+            names.push_back(Numbered("Directory", i));
+        }
+        const std::string last = Numbered("Directory", count) + "/v";
+        return [names, last] {
+            Tova::CMemRegistry registry;
+            for (const std::string& name : names) {
+                Require(registry.SetValue((name + "/v").c_str(), "x"), name);
+            }
+            Require(registry.SetValue((last.substr(0, last.size() - 2) + "x/v").c_str(), "x"),
+                    last);
+            return ProcessorSecondsOf([&] {
+                for (const std::string& name : names) {
+                    Require(registry.Delete(name.c_str()) &&
+                                registry.GetValue(last.c_str()) != nullptr,
+                            name);
+                }
+            });
+        };
+    });
+}
+
+void addLevels(std::size_t depth) {
+    bench::Add("growth: levels", depth, "ours", [=] {
+        std::string text = "!NWREG 1.0 {\n";
+        std::string wanted;
+        for (std::size_t i = 0; i < depth; ++i) {
+            text += "d{v=" + std::to_string(i) + "\n";
+            wanted += "d/";
+        }
+        wanted += "v";
+        const std::string path =
+            bench::FileOf("levels-" + std::to_string(depth), [&] { return text; });
+        return [wanted, file = std::make_shared<bench::UnixPath>(path)] {
+            Require(load(*file)->GetValue(wanted.c_str()) != nullptr, "levels");
+        };
+    });
 }
 
 }  // namespace
 
-int main() {
-    const std::filesystem::path folder =
-        std::filesystem::temp_directory_path() / ("registry_bench-" + std::to_string(getpid()));
-    std::filesystem::create_directory(folder);
-    bool good = true;
-    for (const Kind& kind : cKinds) {
-        std::vector<Sample> samples;
-        std::printf("%s\n  %-10s", kind.name, "");
-        for (int doubling = 0; doubling < cSizes; ++doubling) {
-            const int size = kind.size << doubling;
-            samples.push_back(makeSample(kind, size, folder / std::to_string(size)));
-            std::printf(doubling == 0 ? "%12d" : "%20d", size);
+int main(int argc, char** argv) {
+    return bench::Main(argc, argv, [] {
+        for (const std::size_t size : {10'000UL, 1'000'000UL, 50'000'000UL}) {
+            addSectioned(size);
+            addNested(size);
         }
-        for (int run = 0; run < cRuns; ++run) {
-            for (Sample& sample : samples) {
-                good = measure(sample) && good;
-            }
+        addOneSection(100'000);
+        for (const std::size_t size : {1'000'000UL, 50'000'000UL}) {
+            addDestroying(size, "ours",
+                          [](const std::string& path) { return load(bench::UnixPath(path)); });
+            addDestroying(size, "SimpleIni", bench::LoadIni);
+            addDestroying(size, "GKeyFile", bench::LoadKeyFile);
         }
-        for (std::size_t step = 0; step < std::size(cSteps); ++step) {
-            std::printf("\n  %-10s %8.2f ms", cSteps[step], samples[0].best[step]);
-            for (std::size_t i = 1; i < samples.size(); ++i) {
-                const double now = samples[i].best[step];
-                std::printf("  %8.2f ms x%5.2f", now, now / samples[i - 1].best[step]);
-            }
+        for (const std::size_t count : {1'000UL, 10'000UL, 100'000UL}) {
+            addPrefixes(count);
+            addDeletions(count);
+            addLevels(count / 10);
         }
-        std::printf("\n");
-    }
-    std::filesystem::remove_all(folder);
-    std::printf("adding and deleting with a look-up by prefix after each\n");
-    std::vector<double> best(cSizes, std::numeric_limits<double>::max());
-    for (int run = 0; run < cRuns; ++run) {
-        for (std::size_t i = 0; i < best.size(); ++i) {
-            good = changeAndLookUp(25'000 << i, best[i]) && good;
-        }
-    }
-    for (std::size_t i = 0; i < best.size(); ++i) {
-        std::printf("%12d %10.2f ms x%5.2f\n", 25'000 << i, best[i],
-                    i == 0 ? 1.0 : best[i] / best[i - 1]);
-    }
-    if (!good) {
-        std::fputs("registry_bench: not everything was found\n", stderr);
-    }
-    return good ? 0 : 1;
+    });
 }

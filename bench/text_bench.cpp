@@ -1,89 +1,104 @@
-// Compares strings with the standard string, and escaping for URIs with that of libcurl.
-#include "bench/ratios.h"
+// Building strings by small appends, and escaping them as forms are sent.
+#include "bench/Bench.h"
 #include "text/CString.h"
-#include "text/Str.h"
 
-#include <curl/curl.h>
+#include <glib.h>
 
+#include <cstring>
 #include <string>
-#include <strings.h>
 
 namespace {
 
 using Tova::CString;
 
-void compareAppend(const std::string& name, std::size_t size, std::size_t pieceSize, bool reserve) {
+void addAppends(std::size_t pieceSize, std::size_t size) {
+    const std::string work =
+        pieceSize == 1 ? "append by 1 byte" : "append by " + std::to_string(pieceSize) + " bytes";
     const std::string piece(pieceSize, 'x');
-    const auto times = size / pieceSize;
-    ratios::Compare(
-        name,
-        [=] {
+    const std::size_t times = size / pieceSize;
+    bench::Add(work, size, "ours", [=] {
+        return [=] {
             CString text;
-            text.Alloc(reserve ? static_cast<int>(size) + 1 : 0);
             for (std::size_t i = 0; i < times; ++i) {
-                text.Append(piece.c_str());
+                if (pieceSize == 1) {
+                    text.Append('x', 1);
+                } else {
+                    text.Append(piece.c_str(), static_cast<int>(pieceSize));
+                }
             }
             benchmark::DoNotOptimize(text.CStr());
-        },
-        [=] {
+        };
+    });
+    bench::Add(work, size, "std::string", [=] {
+        return [=] {
             std::string text;
-            text.reserve(reserve ? size : 0);
             for (std::size_t i = 0; i < times; ++i) {
-                text += piece.c_str();
+                if (pieceSize == 1) {
+                    text += 'x';
+                } else {
+                    text.append(piece.c_str(), pieceSize);
+                }
             }
             benchmark::DoNotOptimize(text.c_str());
-        });
+        };
+    });
 }
 
-// Returns `size` bytes. Every eighth of them has to be escaped.
-std::string textToEscape(std::size_t size) {
-    std::string text;
-    while (text.size() < size) {
-        text += "abcdefg&";
+// Every `step`-th byte has to be escaped, or none if it is 0.
+void addEscapes(const std::string& work, std::size_t size, std::size_t step) {
+    std::string text(size, 'a');
+    std::size_t escapes = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        text[i] = static_cast<char>('a' + i % 26);
+        if (step > 0 && i % step == 0) {
+            text[i] = '&';
+            ++escapes;
+        }
     }
-    return text;
-}
-
-void compareEscape(const std::string& name, std::size_t size) {
-    const std::string text = textToEscape(size);
-    ratios::Compare(
-        name,
-        [=] {
-            CString escaped;
+    bench::Add(work, size, "ours", [=] {
+        const auto escape = [text](CString& escaped) {
             escaped.ToURIEscapedString(text.c_str(), Tova::Ch::cURIQuery, Tova::Ch::cKeepUnreserved,
-                                       Tova::Ch::cPercentFormat);
-            benchmark::DoNotOptimize(escaped.CStr());
-        },
-        [=] {
-            char* escaped = curl_easy_escape(nullptr, text.c_str(), static_cast<int>(text.size()));
+                                       Tova::Ch::cFormFormat);
+        };
+        CString escaped;
+        escape(escaped);
+        bench::Require(escaped.Length() == static_cast<int>(size + 2 * escapes), work + ": ours");
+        return [escape] {
+            CString result;
+            escape(result);
+            benchmark::DoNotOptimize(result.CStr());
+        };
+    });
+    bench::Add(work, size, "GLib", [=] {
+        return [=] {
+            char* escaped = g_uri_escape_string(text.c_str(), nullptr, FALSE);
             benchmark::DoNotOptimize(escaped);
-            curl_free(escaped);
-        });
-}
-
-void compareIgnoringCase(const std::string& name, std::size_t size) {
-    const std::string a(size, 'a');
-    const std::string b(size, 'A');
-    ratios::Compare(
-        name, [=] { benchmark::DoNotOptimize(Tova::Str::ICompare(a.c_str(), b.c_str(), -1)); },
-        [=] { benchmark::DoNotOptimize(strcasecmp(a.c_str(), b.c_str())); });
+            g_free(escaped);
+        };
+    });
+    bench::Add(work, size, "memcpy", [=] {
+        return [text, copy = std::string(size, ' ')]() mutable {
+            std::memcpy(copy.data(), text.data(), text.size());
+            benchmark::DoNotOptimize(copy.data());
+            benchmark::ClobberMemory();
+        };
+    });
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 2;
-    }
-    compareAppend("append/200-bytes-by-10", 200, 10, false);
-    compareAppend("append/1-KB-by-16", 1024, 16, false);
-    compareAppend("append/64-KB-by-100", 65536, 100, false);
-    compareAppend("append/64-KB-by-100-reserved", 65536, 100, true);
-    compareEscape("escape/20-bytes", 20);
-    compareEscape("escape/200-bytes", 200);
-    compareEscape("escape/64-KB", 65536);
-    compareIgnoringCase("compare-ignoring-case/16-bytes", 16);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return bench::Main(argc, argv, [] {
+        for (const std::size_t size : {1'000UL, 100'000UL, 4'000'000UL}) {
+            addAppends(1, size);
+        }
+        for (const std::size_t size : {100'000UL, 4'000'000UL}) {
+            addAppends(16, size);
+        }
+        for (const std::size_t size : {30UL, 1'000UL, 1'000'000UL}) {
+            addEscapes("escape, clean", size, 0);
+        }
+        addEscapes("escape, 10 % escaped", 1'000, 10);
+        addEscapes("escape, 100 % escaped", 1'000, 1);
+    });
 }

@@ -1,183 +1,206 @@
-// What substituting and looking up variables costs, against what a caller would write instead:
-// passes of find and replace over std::string, and a template filled from a std::unordered_map. And
-// how the cost of substituting and of reading a configuration file grows with the size.
+// Substituting variables into 8-bit and platform strings, and how the cost of lists and templates
+// grows.
+#include "bench/Bench.h"
+#include "text/CFRef.h"
+#include "vars/CFormat.h"
 #include "vars/CVarList.h"
 
-#include "bench/ratios.h"
+#include <absl/strings/str_replace.h>
+#include <glib.h>
 
-#include <algorithm>
-#include <filesystem>
+#include <cstdint>
+#include <cstring>
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 namespace {
 
-using Pairs = std::vector<std::pair<std::string, std::string>>;
-using Map = std::unordered_map<std::string, std::string>;
+using Tova::CString;
+using Tova::CVarList;
 
-// Every variable in turn, again and again until nothing changes.
-std::string applyInPasses(const Pairs& vars, std::string text) {
-    for (bool changed = true; changed;) {
-        changed = false;
-        for (const auto& [name, value] : vars) {
-            const std::string pattern = "<" + name + ">";
-            for (std::size_t at = 0; (at = text.find(pattern, at)) != std::string::npos;) {
-                text.replace(at, pattern.size(), value);
-                at += value.size();
-                changed = true;
-            }
+struct ViewHash : std::hash<std::string_view> {
+    using is_transparent = void;
+};
+using Map = std::unordered_map<std::string, std::string, ViewHash, std::equal_to<>>;
+
+// What a caller would write: one pass over the text with a map that was built before.
+std::string scan(const Map& vars, std::string_view text) {
+    std::string out;
+    out.reserve(text.size() + text.size() / 4);
+    std::size_t at = 0;
+    for (std::size_t open = 0; (open = text.find('<', at)) != std::string_view::npos;) {
+        const std::size_t close = text.find('>', open);
+        if (close == std::string_view::npos) {
+            break;
         }
+        out.append(text, at, open - at);
+        const auto found = vars.find(text.substr(open + 1, close - open - 1));
+        if (found != vars.end()) {
+            out += found->second;
+        } else {
+            out.append(text, open, close + 1 - open);
+        }
+        at = close + 1;
     }
-    return text;
+    return out.append(text.substr(at));
 }
 
-// Placeholder by placeholder into a new text, again and again until nothing changes.
-std::string applyFromMap(const Map& vars, std::string text) {
-    for (bool changed = true; changed;) {
-        changed = false;
-        std::string out;
-        std::size_t at = 0;
-        for (std::size_t open = 0; (open = text.find('<', at)) != std::string::npos;) {
-            out.append(text, at, open - at);
-            const std::size_t close = text.find_first_of("<>", open + 1);
-            const bool ends = close != std::string::npos && text[close] == '>';
-            const auto found =
-                ends ? vars.find(text.substr(open + 1, close - open - 1)) : vars.end();
-            if (found == vars.end()) {
-                out += '<';
-                at = open + 1;
-            } else {
-                out += found->second;
-                at = close + 1;
-                changed = true;
-            }
-        }
-        out.append(text, at);
-        text = std::move(out);
-    }
-    return text;
-}
-
-struct Case {
-    const char* what;
-    int vars;
-    int depth;  // values of a chain that refer to the next one
-    int placeholders;
-    bool passesToo;
+// A text with a placeholder in each 50 bytes, and the variables for it.
+struct Sample {
+    CVarList list;
+    Map map;
+    std::vector<std::pair<std::string, std::string>> replacements;
+    std::string text;
+    std::string result;
+    std::u16string wideText;
+    Tova::CFRef<CFStringRef> platformText;
 };
 
-void compareSubstitution(const Case& c) {
-    Pairs pairs;
-    for (int i = 0; i < c.vars; ++i) {
-        const bool ends = i % c.depth == c.depth - 1 || i == c.vars - 1;
-        pairs.emplace_back("Variable" + std::to_string(i),
-                           ends ? "a value" : "(<Variable" + std::to_string(i + 1) + ">)");
+std::shared_ptr<Sample> makeSample(std::size_t size, std::size_t vars) {
+    constexpr std::size_t cStep = 50;
+    constexpr std::size_t cStride = 7919;  // visits the variables in no order of theirs
+    auto sample = std::make_shared<Sample>();
+    for (std::size_t i = 0; i < vars; ++i) {
+        const std::string name = "Name" + std::to_string(i);
+        const std::string value = "value no. " + std::to_string(i);
+        sample->list.SetValue(name.c_str(), value.c_str(), false);
+        sample->map.emplace(name, value);
+        sample->replacements.emplace_back("<" + name + ">", value);
     }
-    std::string text;
-    for (int i = 0; i < c.placeholders; ++i) {
-        const int first = i * c.depth % c.vars / c.depth * c.depth;
-        text += "Some words of text and <Variable" + std::to_string(first) + ">. ";
+    for (std::size_t i = 0; sample->text.size() < size; ++i) {
+        std::string piece =
+            "<Name" + std::to_string(i * cStride % vars) + "> and more words of a text";
+        piece.resize(cStep, '.');
+        sample->text += piece;
     }
-    auto list = std::make_shared<Tova::CVarList>();
-    auto map = std::make_shared<Map>();
-    for (const auto& [name, value] : pairs) {
-        list->SetValue(name.c_str(), value.c_str(), false);
-        map->emplace(name, value);
-    }
-    const auto ours = [=] {
-        Tova::CString changed(text.c_str());
-        benchmark::DoNotOptimize(list->Apply(changed, nullptr));
-    };
-    ratios::Compare(std::string("substitute/map/") + c.what, ours,
-                    [=] { benchmark::DoNotOptimize(applyFromMap(*map, text)); });
-    if (c.passesToo) {
-        ratios::Compare(std::string("substitute/passes/") + c.what, ours,
-                        [=] { benchmark::DoNotOptimize(applyInPasses(pairs, text)); });
-    }
+    sample->result = scan(sample->map, sample->text);
+    sample->wideText.assign(sample->text.begin(), sample->text.end());
+    sample->platformText = Tova::CFRef<CFStringRef>(
+        CFStringCreateWithCString(nullptr, sample->text.c_str(), kCFStringEncodingUTF8));
+    return sample;
 }
 
-// Names as callers have them: NUL-terminated, not in the order of the list.
-void compareLookUp(int count) {
-    auto list = std::make_shared<Tova::CVarList>();
-    auto map = std::make_shared<Map>();
-    auto names = std::make_shared<std::vector<std::string>>();
-    for (int i = 0; i < count; ++i) {
-        names->push_back("Variable" + std::to_string(i * 7919LL % count));
-        list->SetValue(("Variable" + std::to_string(i)).c_str(), "a value", false);
-        map->emplace("Variable" + std::to_string(i), "a value");
-    }
-    names->resize(static_cast<std::size_t>(std::min(count, 1000)));
-    ratios::Compare(
-        "look-up/map/" + std::to_string(count),
-        [=] {
-            for (const std::string& name : *names) {
-                benchmark::DoNotOptimize(list->GetValue(name.c_str()));
-            }
-        },
-        [=] {
-            for (const std::string& name : *names) {
-                benchmark::DoNotOptimize(map->find(name.c_str()));
-            }
+void addSubstitution(std::size_t size, std::size_t vars) {
+    const std::string work = "substitute, 8-bit, " + std::to_string(vars) + " variables";
+    bench::Add(work, size, "ours", [=] {
+        const auto sample = makeSample(size, vars);
+        CString once(sample->text.c_str());
+        sample->list.Apply(once, nullptr);
+        bench::Require(once.CStr() == sample->result, work + ": ours");
+        return [sample] {
+            CString text(sample->text.c_str());
+            benchmark::DoNotOptimize(sample->list.Apply(text, nullptr));
+        };
+    });
+    bench::Add(work, size, "scanner", [=] {
+        const auto sample = makeSample(size, vars);
+        return [sample] { benchmark::DoNotOptimize(scan(sample->map, sample->text)); };
+    });
+    // It looks for each of the variables before it begins, which takes minutes with 10,000.
+    if (vars <= 100) {
+        bench::Add(work, size, "absl", [=] {
+            const auto sample = makeSample(size, vars);
+            bench::Require(absl::StrReplaceAll(sample->text, sample->replacements) ==
+                               sample->result,
+                           work + ": absl");
+            return [sample] {
+                benchmark::DoNotOptimize(absl::StrReplaceAll(sample->text, sample->replacements));
+            };
         });
-}
-
-// Compares twice as much work with the work itself: a ratio of about 2 is growth in proportion.
-template <class Make>
-void compareGrowth(const char* what, std::size_t size, const Make& make) {
-    ratios::Compare(std::string("growth/") + what, make(2 * size), make(size));
-}
-
-void compareTextGrowth(const char* what, const char* delimiters,
-                       const std::function<std::string(std::size_t)>& textOf) {
-    auto list = std::make_shared<Tova::CVarList>();
-    list->SetValue("w", "word", false);
-    compareGrowth(what, 50'000, [&](std::size_t count) {
-        return [list, delimiters, text = textOf(count)] {
-            Tova::CString changed(text.c_str());
-            benchmark::DoNotOptimize(list->Apply(changed, delimiters));
+    }
+    bench::Add(work, size, "memcpy", [=] {
+        const auto sample = makeSample(size, vars);
+        return [sample] {
+            std::memcpy(sample->result.data(), sample->text.data(), sample->text.size());
+            benchmark::DoNotOptimize(sample->result.data());
+            benchmark::ClobberMemory();
         };
     });
 }
 
+void freeText(void* text) {
+    g_free(text);
+}
+using Utf8 = std::unique_ptr<char, void (*)(void*)>;
+using Utf16 = std::unique_ptr<gunichar2, void (*)(void*)>;
+
+// Converts, scans and converts back.
+Utf16 scanWide(const Sample& sample) {
+    const auto* units = reinterpret_cast<const gunichar2*>(sample.wideText.data());
+    glong length = 0;
+    const Utf8 narrow(g_utf16_to_utf8(units, static_cast<glong>(sample.wideText.size()), nullptr,
+                                      &length, nullptr),
+                      freeText);
+    const std::string done = scan(sample.map, {narrow.get(), static_cast<std::size_t>(length)});
+    return Utf16(
+        g_utf8_to_utf16(done.data(), static_cast<glong>(done.size()), nullptr, nullptr, nullptr),
+        freeText);
+}
+
+void addPlatformSubstitution(std::size_t size, std::size_t vars) {
+    const std::string work = "substitute, platform string, " + std::to_string(vars) + " variables";
+    bench::Add(work, size, "ours", [=] {
+        const auto sample = makeSample(size, vars);
+        const auto apply = [sample] {
+            Tova::CFRef<CFMutableStringRef> text(
+                CFStringCreateMutableCopy(nullptr, 0, sample->platformText.Get()));
+            benchmark::DoNotOptimize(sample->list.Apply(text.Get(), CFSTR("<>")));
+            return text;
+        };
+        const auto once = apply();
+        bench::Require(CFStringGetLength(once.Get()) == static_cast<CFIndex>(sample->result.size()),
+                       work + ": ours");
+        return [apply] { apply(); };
+    });
+    bench::Add(work, size, "scanner", [=] {
+        const auto sample = makeSample(size, vars);
+        return [sample] { benchmark::DoNotOptimize(scanWide(*sample)); };
+    });
+}
+
 // Each value refers to the next variable.
-void compareChainGrowth() {
-    compareGrowth("chain", 50'000, [](std::size_t count) {
-        auto list = std::make_shared<Tova::CVarList>();
-        for (std::size_t i = 0; i < count; ++i) {
-            list->SetValue(std::to_string(i).c_str(), ("(<" + std::to_string(i + 1) + ">)").c_str(),
-                           false);
+void addNestedValues(std::size_t depth) {
+    bench::Add("growth: values that nest", depth, "ours", [=] {
+        auto list = std::make_shared<CVarList>();
+        for (std::size_t i = 0; i < depth; ++i) {
+            const std::string value = "(<" + std::to_string(i + 1) + ">)";
+            list->SetValue(std::to_string(i).c_str(), value.c_str(), false);
         }
+        CString once("<0>");
+        bench::Require(list->Apply(once, nullptr) == static_cast<int>(depth), "nested values");
         return [list] {
-            Tova::CString text("<0>");
+            CString text("<0>");
             benchmark::DoNotOptimize(list->Apply(text, nullptr));
         };
     });
 }
 
-// A configuration file with one long value.
-void compareFileGrowth() {
-    compareGrowth("configuration-file", 5'000'000, [](std::size_t size) {
-        const std::shared_ptr<std::string> path(
-            new std::string(std::filesystem::temp_directory_path() /
-                            ("vars_bench-" + std::to_string(size) + ".nwc")),
-            [](const std::string* made) {
-                std::filesystem::remove(*made);
-                delete made;
-            });
-        auto file = std::make_shared<Tova::CFSPath>();
-        Tova::CVarList list;
-        list.SetValue("A", std::string(size, 'x').c_str(), false);
-        if (file->FromUnixPath(path->c_str()) < 0 || list.WriteToFile(*file) < 0) {
-            throw std::runtime_error(*path);
+void addGetValues(std::size_t count) {
+    bench::Add("growth: GetValues of variables", count, "ours", [=] {
+        const auto sample = makeSample(0, count);
+        return [sample] {
+            CString query;
+            bench::Require(sample->list.GetValues(query) ==
+                               static_cast<int>(sample->replacements.size()),
+                           "GetValues");
+        };
+    });
+}
+
+void addItem(std::size_t count) {
+    bench::Add("growth: Item of placeholders", count, "ours", [=] {
+        std::string text;
+        for (std::size_t i = 0; i < count; ++i) {
+            text += "<w> and ";
         }
-        return [path, file] {
-            Tova::CVarList read;
-            benchmark::DoNotOptimize(read.ReadFromEncryptedFile(*file));
+        return [text] {
+            Tova::CFormat format(text.c_str(), nullptr, Tova::CFormat::cKeepVariables);
+            bench::Require(format.Item("w", "word", Tova::CFormat::FmtString), "Item");
         };
     });
 }
@@ -185,36 +208,17 @@ void compareFileGrowth() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 2;
-    }
-    for (const Case& c : {Case{"200-bytes-10-variables", 10, 1, 5, true},
-                          Case{"200-bytes-10-variables-chains-of-5", 10, 5, 5, true},
-                          Case{"40-KB-1000-variables", 1000, 1, 1000, true},
-                          Case{"40-KB-1000-variables-chains-of-100", 1000, 100, 1000, false},
-                          Case{"400-KB-10-variables", 10, 1, 10000, true},
-                          Case{"4-MB-10-variables", 10, 1, 100000, false}}) {
-        compareSubstitution(c);
-    }
-    for (const int count : {4, 10, 15, 16, 1000, 100000}) {
-        compareLookUp(count);
-    }
-    const auto times = [](const char* piece) {
-        return [piece](std::size_t count) {
-            std::string text;
-            while (count-- > 0) {
-                text += piece;
-            }
-            return text;
-        };
-    };
-    compareChainGrowth();
-    compareTextGrowth("placeholders", "<>", times("<w>"));
-    compareTextGrowth("open-delimiters", "<>",
-                      [&](std::size_t count) { return times("<")(count) + "w>>"; });
-    compareTextGrowth("passes", "%%", times("%w% text and "));
-    compareFileGrowth();
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return bench::Main(argc, argv, [] {
+        addSubstitution(100, 10);
+        addPlatformSubstitution(100, 10);
+        for (const std::size_t vars : {10UL, 100UL, 10'000UL}) {
+            addSubstitution(1'000'000, vars);
+            addPlatformSubstitution(1'000'000, vars);
+        }
+        for (const std::size_t count : {1'000UL, 10'000UL, 100'000UL}) {
+            addNestedValues(count / 10);
+            addGetValues(count);
+            addItem(count);
+        }
+    });
 }
