@@ -76,10 +76,19 @@ constexpr char cUsualValue[] = "some words of a usual value";
 
 // An INI file of about `size` bytes.
 struct Sectioned {
-    explicit Sectioned(std::size_t size)
-        : path(FileOf("sectioned-" + std::to_string(size), [size] { return Text(size); })),
-          sections(size / SectionText(0).size()) {}
+    explicit Sectioned(std::size_t wanted)
+        : size(wanted), sections(wanted / SectionText(0).size()) {}
 
+    // The first call makes the file.
+    std::string Path() const {
+        return FileOf("sectioned-" + std::to_string(size), [this] {
+            std::string text;
+            for (std::size_t i = 0; i < sections; ++i) {
+                text += SectionText(i);
+            }
+            return text;
+        });
+    }
     static std::string SectionText(std::size_t section) {
         std::string text = "[" + Numbered("Section", section) + "]\n";
         for (std::size_t i = 0; i < cEntriesOfSection; ++i) {
@@ -87,16 +96,8 @@ struct Sectioned {
         }
         return text;
     }
-    static std::string Text(std::size_t size) {
-        const std::size_t sections = size / SectionText(0).size();
-        std::string text;
-        for (std::size_t i = 0; i < sections; ++i) {
-            text += SectionText(i);
-        }
-        return text;
-    }
 
-    std::string path;
+    std::size_t size;
     std::size_t sections;
 };
 
@@ -119,11 +120,13 @@ struct Nested {
     static constexpr Format cInfo{"info", "", "", "", " {\n", "}\n", " ", "\"", "\n"};
     static constexpr Format cJson{"json", "{", "}", "\"", ":{", "}", ":", "\"", ","};
 
-    explicit Nested(std::size_t size, const Format& format)
-        : directories(size / DirectoryText(0, cOurs).size()),
-          path(FileOf("nested-" + std::to_string(size) + format.name,
-                      [&] { return Text(directories, format); })) {}
+    explicit Nested(std::size_t wanted)
+        : size(wanted), directories(wanted / DirectoryText(0, cOurs).size()) {}
 
+    // The first call for a format makes the file.
+    std::string Path(const Format& format) const {
+        return FileOf("nested-" + std::to_string(size) + format.name, [&] { return Text(format); });
+    }
     static std::string Values(const Format& f) {
         std::string text;
         for (std::size_t i = 0; i < cEntriesOfSection; ++i) {
@@ -138,7 +141,7 @@ struct Nested {
                f.separator + f.quote + "Inner" + f.quote + f.openDir + Values(f) +
                (*f.separator == '\n' ? "\n" : "") + f.closeDir + f.closeDir;
     }
-    static std::string Text(std::size_t directories, const Format& f) {
+    std::string Text(const Format& f) const {
         std::string text = f.begin;
         for (std::size_t i = 0; i < directories; ++i) {
             text += (i > 0 && *f.separator != '\n' ? f.separator : "") + DirectoryText(i, f);
@@ -146,8 +149,8 @@ struct Nested {
         return text + f.end;
     }
 
+    std::size_t size;
     std::size_t directories;
-    std::string path;
 };
 
 // Variables of 50 bytes each, with their NULs.

@@ -85,19 +85,19 @@ void measureRegistries() {
     const bench::Sectioned sectioned(cRegistrySize);
     const std::size_t entries = sectioned.sections * (bench::cEntriesOfSection + 1);
     const std::string work = "sectioned registry";
-    measure(work, cRegistrySize, "ours", entries, [&] { return loadRegistry(sectioned.path); });
+    measure(work, cRegistrySize, "ours", entries, [&] { return loadRegistry(sectioned.Path()); });
     measure(work, cRegistrySize, "SimpleIni", entries,
-            [&] { return bench::LoadIni(sectioned.path); });
+            [&] { return bench::LoadIni(sectioned.Path()); });
     measure(work, cRegistrySize, "GKeyFile", entries,
-            [&] { return bench::LoadKeyFile(sectioned.path); });
+            [&] { return bench::LoadKeyFile(sectioned.Path()); });
 
     using bench::Nested;
-    const Nested nested(cRegistrySize, Nested::cOurs);
-    const std::string info = Nested(cRegistrySize, Nested::cInfo).path;
-    const std::string json = Nested(cRegistrySize, Nested::cJson).path;
+    const Nested nested(cRegistrySize);
+    const std::string info = nested.Path(Nested::cInfo);
+    const std::string json = nested.Path(Nested::cJson);
     const std::size_t nodes = nested.directories * 2 * (bench::cEntriesOfSection + 1);
     measure("nested registry", cRegistrySize, "ours", nodes,
-            [&] { return loadRegistry(nested.path); });
+            [&] { return loadRegistry(nested.Path(Nested::cOurs)); });
     measure("nested registry", cRegistrySize, "Boost", nodes, [&] {
         auto tree = std::make_unique<bench::Tree>();
         boost::property_tree::read_info(info, *tree);

@@ -23,8 +23,12 @@ std::unique_ptr<CFileRegistry> load(const bench::UnixPath& path) {
     return registry;
 }
 
-void addRead(const std::string& work, std::size_t size, const std::string& path) {
+// The files are made when a benchmark of theirs runs.
+using MakePath = std::function<std::string()>;
+
+void addRead(const std::string& work, std::size_t size, const MakePath& makePath) {
     bench::Add(work, size, "read(2)", [=] {
+        const std::string path = makePath();
         std::string buffer(std::filesystem::file_size(path) + 1, ' ');
         return
             [=]() mutable { Require(bench::ReadWhole(path, buffer) + 1 == buffer.size(), path); };
@@ -39,10 +43,10 @@ struct Names {
 };
 
 // Reads and looks up one value for each name; destroying is not timed.
-void addLookups(const std::string& work, std::size_t size, const std::string& path,
+void addLookups(const std::string& work, std::size_t size, const MakePath& makePath,
                 const std::function<std::shared_ptr<Names>()>& makeNames) {
     bench::AddTimed(work, size, "ours", [=] {
-        return [names = makeNames(), file = std::make_shared<bench::UnixPath>(path)] {
+        return [names = makeNames(), file = std::make_shared<bench::UnixPath>(makePath())] {
             std::unique_ptr<CFileRegistry> registry;
             return ProcessorSecondsOf([&] {
                 registry = load(*file);
@@ -53,7 +57,7 @@ void addLookups(const std::string& work, std::size_t size, const std::string& pa
         };
     });
     bench::AddTimed(work, size, "SimpleIni", [=] {
-        return [names = makeNames(), path] {
+        return [names = makeNames(), path = makePath()] {
             std::unique_ptr<bench::Ini> ini;
             return ProcessorSecondsOf([&] {
                 ini = bench::LoadIni(path);
@@ -66,7 +70,7 @@ void addLookups(const std::string& work, std::size_t size, const std::string& pa
         };
     });
     bench::AddTimed(work, size, "GKeyFile", [=] {
-        return [names = makeNames(), path] {
+        return [names = makeNames(), path = makePath()] {
             bench::KeyFile file;
             return ProcessorSecondsOf([&] {
                 file = bench::LoadKeyFile(path);
@@ -77,26 +81,30 @@ void addLookups(const std::string& work, std::size_t size, const std::string& pa
             });
         };
     });
-    addRead(work, size, path);
+    addRead(work, size, makePath);
 }
 
 void addSectioned(std::size_t size) {
     const Sectioned file(size);
-    addLookups("sectioned registry", size, file.path, [sections = file.sections] {
-        auto names = std::make_shared<Names>();
-        for (std::size_t i = 0; i < sections; ++i) {
-            names->sections.push_back(Numbered("Section", i));
-            names->keys.push_back("EntryName" + std::to_string(i % bench::cEntriesOfSection));
-            names->paths.push_back(names->sections[i] + "/" + names->keys[i]);
-        }
-        return names;
-    });
+    addLookups(
+        "sectioned registry", size, [file] { return file.Path(); },
+        [sections = file.sections] {
+            auto names = std::make_shared<Names>();
+            for (std::size_t i = 0; i < sections; ++i) {
+                names->sections.push_back(Numbered("Section", i));
+                names->keys.push_back("EntryName" + std::to_string(i % bench::cEntriesOfSection));
+                names->paths.push_back(names->sections[i] + "/" + names->keys[i]);
+            }
+            return names;
+        });
 }
 
 void addOneSection(std::size_t count) {
-    const std::string path = bench::FileOf("one-section-" + std::to_string(count),
-                                           [count] { return bench::VariablesAsIni(count); });
-    addLookups("one section, look-up of each entry", count, path, [count] {
+    const auto makePath = [count] {
+        return bench::FileOf("one-section-" + std::to_string(count),
+                             [count] { return bench::VariablesAsIni(count); });
+    };
+    addLookups("one section, look-up of each entry", count, makePath, [count] {
         auto names = std::make_shared<Names>();
         for (std::size_t i = 0; i < count; ++i) {
             names->sections.emplace_back("Variables");
@@ -110,7 +118,7 @@ void addOneSection(std::size_t count) {
 template <class Load>
 void addDestroying(std::size_t size, const std::string& contender, Load loadFile) {
     bench::AddTimed("destroying a sectioned registry", size, contender, [=] {
-        return [loadFile, path = Sectioned(size).path] {
+        return [loadFile, path = Sectioned(size).Path()] {
             auto loaded = loadFile(path);
             Require(loaded != nullptr, path);
             return ProcessorSecondsOf([&] { loaded.reset(); });
@@ -121,20 +129,18 @@ void addDestroying(std::size_t size, const std::string& contender, Load loadFile
 void addNested(std::size_t size) {
     using bench::Nested;
     const std::string work = "nested registry";
-    const std::string ours = Nested(size, Nested::cOurs).path;
-    const std::string info = Nested(size, Nested::cInfo).path;
-    const std::string json = Nested(size, Nested::cJson).path;
-    const std::string last = Numbered("Directory", Nested(size, Nested::cOurs).directories - 1);
+    const Nested nested(size);
+    const std::string last = Numbered("Directory", nested.directories - 1);
     bench::AddTimed(work, size, "ours", [=] {
-        return [=, file = std::make_shared<bench::UnixPath>(ours)] {
+        return [=, file = std::make_shared<bench::UnixPath>(nested.Path(Nested::cOurs))] {
             std::unique_ptr<CFileRegistry> registry;
             const double seconds = ProcessorSecondsOf([&] { registry = load(*file); });
-            Require(registry->GetValue((last + "/Inner/EntryName9").c_str()) != nullptr, ours);
+            Require(registry->GetValue((last + "/Inner/EntryName9").c_str()) != nullptr, last);
             return seconds;
         };
     });
     bench::AddTimed(work, size, "Boost", [=] {
-        return [=] {
+        return [last, info = nested.Path(Nested::cInfo)] {
             bench::Tree tree;
             const double seconds =
                 ProcessorSecondsOf([&] { boost::property_tree::read_info(info, tree); });
@@ -143,6 +149,7 @@ void addNested(std::size_t size) {
         };
     });
     bench::AddTimed(work, size, "RapidJSON", [=] {
+        const std::string json = nested.Path(Nested::cJson);
         return [=, buffer = std::string(std::filesystem::file_size(json) + 1, '\0')]() mutable {
             rapidjson::Document document;
             const double seconds = ProcessorSecondsOf([&] {
@@ -153,7 +160,7 @@ void addNested(std::size_t size) {
             return seconds;
         };
     });
-    addRead(work, size, ours);
+    addRead(work, size, [nested] { return nested.Path(Nested::cOurs); });
 }
 
 // Each section is looked up by all of its name but the last character.
