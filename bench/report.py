@@ -158,7 +158,8 @@ class Results:
         """Yields work, the sizes with the times of ours, and the exponent of a power of the size."""
         sizes = {}
         for (work, size), times in self.times.items():
-            sizes.setdefault(work, {})[size] = times["ours"]
+            if "ours" in times:
+                sizes.setdefault(work, {})[size] = times["ours"]
         for work, points in sizes.items():
             if len(points) > 1:
                 slope, _ = statistics.linear_regression(
