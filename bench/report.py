@@ -15,6 +15,8 @@ import sys
 
 REFERENCES = {"memcpy", "read(2)", "write(2)", "thread", "stdio", "RapidJSON", "bare program",
               "not sending", "file"}
+# References that nothing can come near, so a ratio says little.
+BOUNDS = {"memcpy", "read(2)", "thread"}
 MAX_EXPONENT = 1.1
 MICROSECOND = 1e3
 KILOBYTE = 1e3
@@ -182,17 +184,14 @@ class Report:
             if contender != "ours":
                 cell = f"{contender} {words(value)}"
                 (references if contender in REFERENCES else peers).append(cell)
+        limits = {goal.contender: goal.limit(values[goal.contender]) for goal in goals}
+        missed = [f"{ours / limit:.2f} × too much" for limit in limits.values() if ours > limit]
         ratios = []
         for contender, value in values.items():
-            if contender != "ours" and contender not in ("memcpy", "read(2)", "thread"):
+            if contender != "ours" and contender not in BOUNDS:
                 ratios.append(f"{ours / value:.2f} × {contender}")
-        missed = []
-        for goal in goals:
-            limit = goal.limit(values[goal.contender])
-            self.bars.append((label, goal.contender, ours / values[goal.contender],
-                              limit / values[goal.contender]))
-            if ours > limit:
-                missed.append(f"{ours / limit:.2f} × too much")
+                limit = limits.get(contender)
+                self.bars.append((label, contender, ours / value, limit and limit / value))
         if missed:
             self.short.append(f"{label}: {', '.join(missed)}")
         return [label, words(ours), "; ".join(peers) or "–", "; ".join(references) or "–",
@@ -286,14 +285,16 @@ def chart(bars):
         f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {left + width + 90} {height}" '
         'font-family="sans-serif" font-size="11">',
         "<style>",
-        "  .ink { fill: #1f2328; } .soft { fill: #59636e; } .line { stroke: #b8c0c8; }",
-        "  .good { fill: #1a7f37; } .short { fill: #bc4c00; } .wanted { stroke: #1f2328; }",
+        "  .ink { fill: #1f2328; } .soft { fill: #59636e; } .plain { fill: #8c959f; }",
+        "  .good { fill: #1a7f37; } .short { fill: #bc4c00; }",
+        "  .wanted { stroke: #1f2328; } .line { stroke: #b8c0c8; }",
         "  @media (prefers-color-scheme: dark) {",
-        "    .ink { fill: #e6edf3; } .soft { fill: #9198a1; } .line { stroke: #4a525b; }",
-        "    .good { fill: #3fb950; } .short { fill: #f0883e; } .wanted { stroke: #e6edf3; }",
+        "    .ink { fill: #e6edf3; } .soft { fill: #9198a1; } .plain { fill: #6e7681; }",
+        "    .good { fill: #3fb950; } .short { fill: #f0883e; }",
+        "    .wanted { stroke: #e6edf3; } .line { stroke: #4a525b; }",
         "  }",
         "</style>",
-        '<text class="ink" x="8" y="16" font-weight="bold">Ours ÷ other: shorter is better. '
+        '<text class="ink" x="8" y="16" font-weight="bold">Time or memory, ours ÷ other: further left is better. '
         "The bar begins at equal; the mark is what is wanted at most.</text>",
     ]
     for power in range(low, high + 1):
@@ -306,14 +307,15 @@ def chart(bars):
     for i, (label, contender, ratio, limit) in enumerate(bars):
         y = top + i * step
         begin, end = sorted((x(1), x(ratio)))
-        kind = "good" if ratio <= limit else "short"
+        kind = "plain" if limit is None else "good" if ratio <= limit else "short"
         text = f"{label} · {contender}".replace("&", "&amp;")
         lines.append(f'<text class="ink" x="{left - 10}" y="{y + 10}" text-anchor="end">'
                      f"{text}</text>")
         lines.append(f'<rect class="{kind}" x="{begin:.1f}" y="{y + 1}" '
                      f'width="{max(end - begin, 1):.1f}" height="10"/>')
-        lines.append(f'<line class="wanted" x1="{x(limit):.1f}" x2="{x(limit):.1f}" y1="{y - 1}" '
-                     f'y2="{y + 13}" stroke-width="2"/>')
+        if limit is not None:
+            lines.append(f'<line class="wanted" x1="{x(limit):.1f}" x2="{x(limit):.1f}" '
+                         f'y1="{y - 1}" y2="{y + 13}" stroke-width="2"/>')
         lines.append(f'<text class="soft" x="{left + width + 12}" y="{y + 10}">{ratio:.2f}</text>')
     return "\n".join([*lines, "</svg>"]) + "\n"
 
