@@ -240,7 +240,9 @@ class Report:
             values.setdefault(work, {})[contender] = entry
         rows = []
         for work, goals in MEMORY_ROWS:
-            if work not in values:
+            if not {"ours", *(goal.contender for goal in goals)} <= set(values.get(work, {})):
+                if values:
+                    self.failures.append(f"memory: {work}: not measured")
                 continue
             peaks = {contender: entry["peak"] for contender, entry in values[work].items()}
             row = self.compare(f"memory: {work}", peaks, goals, amount)
