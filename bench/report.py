@@ -32,8 +32,8 @@ class Goal:
     def limit(self, other):
         return self.share * other + self.extra
 
-    def words(self):
-        extra = f" + {duration(self.extra)}" if self.extra else ""
+    def words(self, unit):
+        extra = f" + {unit(self.extra)}" if self.extra else ""
         return f"{self.share:.2f} × {self.contender}{extra}"
 
 
@@ -104,6 +104,7 @@ MEMORY_ROWS = [
     ("configuration", at_most(2, "file")),
     ("program that applies once", at_most(1, "bare program", MEGABYTE)),
 ]
+HEADINGS = ["Work", "Ours", "Peers", "Reference", "Ours ÷ other", "Wanted at most", "Result"]
 # Sizes of these are no bytes.
 COUNTED = ("growth:", "one section")
 
@@ -195,7 +196,7 @@ class Report:
         if missed:
             self.short.append(f"{label}: {', '.join(missed)}")
         return [label, words(ours), "; ".join(peers) or "–", "; ".join(references) or "–",
-                "; ".join(ratios), "; ".join(goal.words() for goal in goals),
+                "; ".join(ratios), "; ".join(goal.words(words) for goal in goals),
                 "; ".join(missed) or "reached"]
 
     def comparison(self):
@@ -214,8 +215,7 @@ class Report:
         for work, size in self.results.times:
             if (work, size) not in known and work not in [row[1] for row in GROWTH_ROWS]:
                 self.failures.append(f"{work}/{size}: the report has no row for it")
-        return [["Work", "Ours", "Peers", "Reference", "Ours ÷ other", "Wanted at most", "Result"],
-                *rows]
+        return [HEADINGS, *rows]
 
     def growth(self):
         rows = []
@@ -244,13 +244,14 @@ class Report:
                 if values:
                     self.failures.append(f"memory: {work}: not measured")
                 continue
-            peaks = {contender: entry["peak"] for contender, entry in values[work].items()}
-            row = self.compare(f"memory: {work}", peaks, goals, amount)
-            each = [f"{contender} {entry['heap'] / entry['entries']:.0f} B"
-                    for contender, entry in values[work].items() if entry["entries"]]
-            rows.append([work, *row[1:4], "; ".join(each) or "–", *row[5:]])
-        return [["What is kept", "Ours, peak", "Peers", "Reference", "In use for each entry",
-                 "Peak wanted at most", "Result"], *rows]
+            entries = values[work]
+            peaks = {contender: entry["peak"] for contender, entry in entries.items()}
+            rows.append(self.compare(f"memory, peak: {work}", peaks, goals, amount))
+            if entries["ours"]["entries"]:
+                each = {contender: entry["heap"] / entry["entries"]
+                        for contender, entry in entries.items()}
+                rows.append(self.compare(f"memory, each entry: {work}", each, goals, amount))
+        return [["Memory", *HEADINGS[1:]], *rows]
 
     def counts(self):
         rows = []
@@ -346,8 +347,8 @@ def document(report, tables, versions):
         markdown(growth),
         "## Memory\n",
         "The peak is the largest resident size above that of the beginning, in a process of its "
-        "own. What is in use is the heap after reading, by entry (sections and directories "
-        "included).\n",
+        "own. Each entry has its share of the heap that is in use after reading; sections and "
+        "directories are entries too.\n",
         markdown(memory),
         "## Instructions\n",
         "Counted with valgrind, for one time. They do not depend on what else the machine does. "
