@@ -28,6 +28,12 @@ std::size_t bytes(int count) {
     return static_cast<std::size_t>(count);
 }
 
+// Returns how much memory stands behind a capacity: the next power of two, so that a text which is
+// built by small appends is copied about once.
+std::size_t roomFor(int capacity) {
+    return std::bit_ceil(bytes(capacity));
+}
+
 }  // namespace
 
 template <class T>
@@ -52,12 +58,6 @@ void TBaseString<T>::Swap(TBaseString& other) {
 }
 
 template <class T>
-std::size_t TBaseString<T>::RoomFor(int capacity) {
-    const std::size_t step = std::max<std::size_t>(std::bit_ceil(bytes(capacity)) / 4, 1);
-    return (bytes(capacity) + step - 1) / step * step;
-}
-
-template <class T>
 void TBaseString<T>::Alloc(int n) {
     if (capacity_ >= n) {
         return;
@@ -66,8 +66,8 @@ void TBaseString<T>::Alloc(int n) {
         throw std::bad_alloc();
     }
     const int former = std::exchange(capacity_, (n - 1) / cStep * cStep + cStep);
-    const std::size_t room = RoomFor(capacity_);
-    if (former != 0 && RoomFor(former) == room) {
+    const std::size_t room = roomFor(capacity_);
+    if (former != 0 && roomFor(former) == room) {
         return;
     }
     T* grown = new T[room];
@@ -117,36 +117,30 @@ void TBaseString<T>::Copy(const TBaseString& s) {
 }
 
 template <class T>
-void TBaseString<T>::Append(const T* s, int count) {
-    int k = CheckedSize(std::strlen(s));
-    if (count >= 0 && count < k) {
-        k = count;
-    }
-    const int newLength = CheckedSize(bytes(length_) + bytes(k));
-    if (newLength <= 0) {
-        return;
-    }
-    if (Owns(s)) {
-        const std::ptrdiff_t offset = s - buffer_;
-        Alloc(newLength + 1);
-        s = buffer_ + offset;
-    } else {
-        Alloc(newLength + 1);
-    }
-    std::memmove(buffer_ + length_, s, bytes(k));
-    buffer_[newLength] = T();
-    length_ = newLength;
-}
-
-template <class T>
-void TBaseString<T>::Append(T c, int count) {
+T* TBaseString<T>::Extend(int count) {
     const int newLength = CheckedSize(bytes(length_) + bytes(count));
     if (newLength >= capacity_) {
         Alloc(newLength + 1);
     }
-    std::fill_n(buffer_ + length_, count, c);
-    buffer_[newLength] = T();
+    T* end = buffer_ + length_;
+    end[count] = T();
     length_ = newLength;
+    return end;
+}
+
+template <class T>
+void TBaseString<T>::AppendGrowing(const T* s, std::size_t count) {
+    if (bytes(length_) + count == 0) {
+        return;
+    }
+    const std::ptrdiff_t offset = Owns(s) ? s - buffer_ : -1;
+    T* end = Extend(CheckedSize(count));
+    std::memcpy(end, offset < 0 ? s : buffer_ + offset, count);
+}
+
+template <class T>
+void TBaseString<T>::AppendRepeated(T c, int count) {
+    std::memset(Extend(count), static_cast<unsigned char>(c), bytes(count));
 }
 
 template <class T>

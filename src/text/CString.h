@@ -7,6 +7,7 @@
 #include "text/URI.h"
 
 #include <cstddef>
+#include <cstring>
 #include <string>
 
 struct __CFString;
@@ -55,9 +56,6 @@ public:
 
     // Makes room for at least n bytes, the NUL included.
     void Alloc(int n);
-    // Returns how many bytes of memory stand behind a capacity (100 or more): up to half as many
-    // more.
-    static std::size_t RoomFor(int capacity);
     // Returns the writable buffer of at least n bytes. The caller leaves a NUL-terminated text of
     // at most n - 1 characters in it and calls Unlock.
     T* Lock(int n);
@@ -72,10 +70,33 @@ public:
     void Copy(const TBaseString& s);
     // Appends the first `count` characters of s, or all of s if the count is negative or larger.
     // `s` may lie in the string's own buffer.
-    void Append(const T* s, int count = -1);
+    void Append(const T* s, int count = -1) {
+        // What fits is appended here, because a call would cost more than the work. A text that is
+        // much longer than `count` is not measured.
+        const std::size_t k =
+            count < 0 ? std::strlen(s) : strnlen(s, static_cast<std::size_t>(count));
+        if (static_cast<std::size_t>(length_) + k < static_cast<std::size_t>(capacity_)) {
+            std::memcpy(buffer_ + length_, s, k);
+            length_ += static_cast<int>(k);
+            buffer_[length_] = T();
+        } else {
+            AppendGrowing(s, k);
+        }
+    }
     // Appends c `count` times.
     // Deliberate: zero times still makes the buffer private.
-    void Append(T c, int count);
+    void Append(T c, int count) {
+        if (count == 1 && length_ + 1 < capacity_) {
+            T* end = buffer_ + length_++;
+            end[0] = c;
+            end[1] = T();
+        } else {
+            AppendRepeated(c, count);
+        }
+    }
+    // Appends `count` (0 or more) characters of any value, NULs included, that the caller writes to
+    // the place which is returned. A NUL stands behind them already.
+    T* Extend(int count);
     // Inserts s before `pos` (0 to the length, or -1 for the end). `count` and `s` are as for
     // Append.
     void Insert(const T* s, int pos, int count = -1);
@@ -139,6 +160,8 @@ private:
     static int CheckedSize(std::size_t count);
     // Returns true if s points into the private buffer.
     bool Owns(const T* s) const;
+    void AppendRepeated(T c, int count);
+    void AppendGrowing(const T* s, std::size_t count);
     // Exchanges everything except the lock mark.
     void Swap(TBaseString& other);
 
