@@ -2,6 +2,10 @@
 // characters that they keep. Any thread may call these functions.
 #pragma once
 
+#include "text/Ch.h"
+
+#include <string_view>
+
 namespace Tova::Ch {
 
 // Names the part of a URI that a text is for. Has no effect.
@@ -16,13 +20,21 @@ enum URIEncodeLevel : int { cKeepLegal = 0, cKeepUnreserved = 1 };
 enum URIFormat : int { cPlatformFormat = 0, cPercentFormat = 1, cFormFormat = 2 };
 
 // Returns true for ASCII letters, digits, "-", "." and "_".
-bool IsCommonUnreservedInURI(char c);
+constexpr bool IsCommonUnreservedInURI(char c) {
+    return IsAlnum(c) || c == '-' || c == '.' || c == '_';
+}
 // Returns true for those characters, the double quote and "<>\^`{|}~".
 // Deliberate: the set is unusual, but servers expect it. It contains no delimiter.
-bool IsLegalInURI(char c);
+constexpr bool IsLegalInURI(char c) {
+    return IsCommonUnreservedInURI(c) ||
+           std::string_view("\"<>\\^`{|}~").find(c) != std::string_view::npos;
+}
 
 // Returns the upper-case hexadecimal digit for n (0 to 15). Returns the NUL for -8 to -1, which the
 // high nibble of a signed byte can be. Other numbers are not checked.
-char HexChar(int n);
+constexpr char HexChar(int n) {
+    return "\0\0\0\0\0\0\0\0"
+           "0123456789ABCDEF"[n + 8];
+}
 
 }  // namespace Tova::Ch

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 #include <tuple>
 
@@ -58,6 +59,32 @@ TEST(URI, OwnTextLosesKeepEscapes) {
     s = "a b%41";
     s.TranslateToMacURIString(s.CStr());
     EXPECT_STREQ(s.CStr(), "a%20bA");
+}
+
+// With the set of a form the text goes in blocks, with a larger set only through the table.
+TEST(URI, BlocksAgreeWithEscapingByteByByte) {
+    std::mt19937 random(3);
+    for (int round = 0; round < 4000; ++round) {
+        const auto any = 1 + random() % 40, length = random() % 80;
+        const bool strict = round % 2 == 0;
+        std::string source, expected;
+        while (source.size() < length) {
+            const auto c = static_cast<char>(random() % any == 0 ? 1 + random() % 255 : 'a' + any);
+            source += c;
+            const bool kept = strict ? Ch::IsCommonUnreservedInURI(c) : Ch::IsLegalInURI(c);
+            expected += c == ' ' ? "+"
+                        : kept   ? std::string(1, c)
+                                 : std::string{'%', Ch::HexChar(c >> 4), Ch::HexChar(c & 15)};
+        }
+        for (const auto& [from, to] : {std::pair(" ", "+"), {" \n", "+?"}}) {
+            CString s;
+            s.TranslateToURIString(source.c_str(), strict, from, to, false);
+            for (std::size_t at; to[1] != 0 && (at = expected.find("%0A")) != std::string::npos;) {
+                expected.replace(at, 3, "?");
+            }
+            ASSERT_STREQ(s.CStr(), expected.c_str()) << from << " in " << source;
+        }
+    }
 }
 
 }  // namespace
