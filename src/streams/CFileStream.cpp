@@ -7,6 +7,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -15,27 +16,14 @@ namespace Tova {
 
 namespace {
 
-// Does fopen for the modes of a stream, with close-on-exec from the start, because another thread
-// may be forking. Empties the file last, so a failure leaves its contents. Returns null and sets
-// errno on failure.
-std::FILE* openFile(const char* path, const char* mode) {
+// Opens a file in the fopen modes of a stream, with close-on-exec from the start, because another
+// thread may be forking. Returns -1 and sets errno on failure.
+int openFile(const char* path, const char* mode) {
     int how = std::strchr(mode, '+') != nullptr ? O_RDWR : mode[0] == 'r' ? O_RDONLY : O_WRONLY;
     if (mode[0] == 'w') {
-        how |= O_CREAT;
+        how |= O_CREAT | O_TRUNC;
     }
-    const int descriptor = open(path, how | O_CLOEXEC, 0666);
-    if (descriptor < 0) {
-        return nullptr;
-    }
-    std::FILE* file = fdopen(descriptor, mode);
-    // A device and a FIFO have nothing to empty, and the system says EINVAL.
-    if (file != nullptr && (mode[0] != 'w' || ftruncate(descriptor, 0) == 0 || errno == EINVAL)) {
-        return file;
-    }
-    const int error = errno;
-    file != nullptr ? std::fclose(file) : close(descriptor);
-    errno = error;
-    return nullptr;
+    return open(path, how | O_CLOEXEC, 0666);
 }
 
 RStatus openError(int error) {
@@ -51,15 +39,17 @@ RStatus openError(int error) {
     }
 }
 
-// Chooses the family of fopen modes, "r" or "w", for a disposition.
+// Chooses the family of fopen modes, "r" or "w", for a disposition. For a file that must exist,
+// opening tells whether it does, which is faster than asking first.
 RStatus chooseFamily(const CFSPath& path, unsigned disposition, char& family) {
-    const bool exists = disposition != CFileStream::cCreateAlways && LFS.FileExists(path) >= 0;
+    const bool asks =
+        disposition != CFileStream::cCreateAlways && disposition != CFileStream::cOpenExisting;
+    const bool exists = asks && LFS.FileExists(path) >= 0;
     family = exists || disposition == CFileStream::cOpenExisting ? 'r' : 'w';
     switch (disposition) {
-    case CFileStream::cOpenExisting:
-        return exists ? Ok : ErrNotFound;
     case CFileStream::cCreateNew:
         return exists ? ErrAlreadyExists : Ok;
+    case CFileStream::cOpenExisting:
     case CFileStream::cCreateAlways:
     case CFileStream::cOpenOrCreate:
         return Ok;
@@ -92,22 +82,25 @@ CFileStream::CFileStream() : CStream(0) {}
 
 CFileStream::~CFileStream() {
     if (ownsFile_) {
-        Discard();
+        CloseFile();
     }
 }
 
-// Closes the file and drops errors.
-void CFileStream::Discard() {
-    if (std::FILE* file = std::exchange(file_, nullptr); file != nullptr) {
-        std::fclose(file);
-    }
+// Returns false if buffered bytes could not be written or the system reports an error.
+bool CFileStream::CloseFile() {
+    const bool stored = Store();
+    pending_ = 0;
+    next_ = end_ = block_;
+    atEnd_ = false;
+    const int file = std::exchange(file_, -1);
+    return (file < 0 || close(file) == 0) && stored;
 }
 
 RStatus CFileStream::Open(const CFSPath& path, unsigned flags, const ILocalFileInfo* info) {
     SetFlags(flags);
     const RStatus status = OpenStatus(path, flags, info);
     if (status < 0) {
-        Discard();
+        CloseFile();
         SetState(State::NotOpen);
         return status;
     }
@@ -133,37 +126,38 @@ RStatus CFileStream::OpenStatus(const CFSPath& path, unsigned flags, const ILoca
             return status;
         }
     }
-    return _Open(path, mode, flags, info);
+    const RStatus status = _Open(path, mode, flags, info);
+    return status < 0 && disposition == cOpenExisting && LFS.FileExists(path) < 0 ? ErrNotFound
+                                                                                  : status;
 }
 
 RStatus CFileStream::_Open(const CFSPath& path, const char* mode, unsigned,
                            const ILocalFileInfo* info) {
-    Discard();
-    direction_ = Direction::Neither;
+    CloseFile();
     CString text;
     if (const RStatus status = path.ToUnixPath(text); status < 0) {
         return status;
     }
     file_ = openFile(text.CStr(), mode);
-    if (file_ == nullptr) {
+    if (file_ < 0) {
         return openError(errno);
     }
-    const bool writable = mode[0] != 'r' || mode[1] == '+';
-    if (info == nullptr || !writable) {
+    writable_ = mode[0] != 'r' || mode[1] == '+';
+    if (info == nullptr || !writable_) {
         return Ok;
     }
     const RStatus status = stamp(path, *info);
     if (status < 0) {
-        Discard();
+        CloseFile();
     }
     return status;
 }
 
 bool CFileStream::Close() {
-    if (file_ == nullptr) {
+    if (file_ < 0) {
         return false;
     }
-    if (std::fclose(std::exchange(file_, nullptr)) != 0) {
+    if (!CloseFile()) {
         return SetError(Failure);
     }
     SetState(State::Closed);
@@ -171,101 +165,95 @@ bool CFileStream::Close() {
 }
 
 bool CFileStream::AtEOF() {
-    if (file_ == nullptr) {
+    if (file_ < 0) {
         return true;
     }
-    if (std::feof(file_) == 0) {
+    if (!atEnd_) {
         return false;
     }
     SetEOF();
     return true;
 }
 
-bool CFileStream::Flush() {
-    if (file_ == nullptr) {
-        return false;
+// Writes the pending bytes. Keeps what could not be written.
+bool CFileStream::Store() {
+    unsigned long stored = 0;
+    while (stored < pending_) {
+        const ssize_t n = write(file_, block_ + stored, pending_ - stored);
+        if (n <= 0) {
+            break;
+        }
+        stored += static_cast<unsigned long>(n);
     }
-    if (std::fflush(file_) != 0) {
-        return SetError(Failure);
-    }
-    if (direction_ == Direction::Writing) {
-        direction_ = Direction::Neither;
-    }
-    return true;
+    pending_ -= stored;
+    std::memmove(block_, block_ + stored, pending_);
+    return pending_ == 0;
 }
 
-// Makes the file ready for reading or writing. Returns false if there is no file, or if bytes that
-// were written before could not be stored.
-bool CFileStream::Turn(Direction direction) {
-    if (direction_ == Direction::Writing && direction == Direction::Reading && !Flush()) {
-        return false;
+bool CFileStream::Flush() {
+    return file_ >= 0 && (Store() || SetError(Failure));
+}
+
+// Gives back what was read ahead. Returns false for a file without a position, such as a FIFO. It
+// cannot be positioned, and does not need it.
+bool CFileStream::GiveBack() {
+    const bool moved = lseek(file_, next_ - end_, SEEK_CUR) >= 0;
+    next_ = end_ = block_;
+    return moved;
+}
+
+CStream::Ahead CFileStream::InternalFill() {
+    if (file_ < 0 || pending_ > 0) {
+        return Ahead::NotOffered;
     }
-    if (direction_ == Direction::Reading && direction == Direction::Writing && file_ != nullptr) {
-        // A file without a position, such as a FIFO, cannot be positioned and does not need it.
-        fseeko(file_, 0, SEEK_CUR);
+    // As in the C library, an end that was met once holds.
+    const ssize_t got = atEnd_ ? 0 : read(file_, block_, sizeof block_);
+    if (got < 0) {
+        return Ahead::Failed;
     }
-    direction_ = direction;
-    return file_ != nullptr;
+    atEnd_ = got == 0;
+    next_ = block_;
+    end_ = block_ + got;
+    return atEnd_ ? Ahead::AtEnd : Ahead::Filled;
 }
 
 bool CFileStream::InternalRead(unsigned long count, void* buffer, unsigned long* done) {
+    unsigned long got = 0;
     if (done != nullptr) {
         *done = 0;
     }
-    if (!Turn(Direction::Reading)) {
+    if (file_ < 0 || (pending_ > 0 && !Flush())) {
         return false;
     }
-    unsigned long got = 0;
-    if (count == 1) {
-        // The everyday case avoids the cost of a general read and of the file's lock.
-        if (const int b = getc_unlocked(file_); b != EOF) {
-            *static_cast<unsigned char*>(buffer) = static_cast<unsigned char>(b);
-            got = 1;
-        }
-    } else {
-        got = std::fread(buffer, 1, count, file_);
+    Ahead ahead = Ahead::Filled;
+    while (got < count && (next_ != end_ || (ahead = InternalFill()) == Ahead::Filled)) {
+        const unsigned long n = std::min(count - got, static_cast<unsigned long>(end_ - next_));
+        std::memcpy(static_cast<unsigned char*>(buffer) + got, next_, n);
+        next_ += n;
+        got += n;
     }
     if (done != nullptr) {
         *done = got;
     }
-    if (got == count) {
-        return true;
-    }
-    return std::ferror(file_) != 0 ? SetError(Failure) : got > 0;
-}
-
-CStream::RunEnd CFileStream::InternalReadRun(const unsigned char (&stop)[2], unsigned long count,
-                                             unsigned char* buffer, unsigned long& done) {
-    done = 0;
-    if (file_ == nullptr || direction_ == Direction::Writing) {
-        return RunEnd::NotOffered;
-    }
-    direction_ = Direction::Reading;
-    while (done < count) {
-        const int b = getc_unlocked(file_);
-        if (b == EOF) {
-            return std::ferror(file_) != 0 ? RunEnd::Failed : RunEnd::AtEnd;
-        }
-        buffer[done++] = static_cast<unsigned char>(b);
-        if (b == stop[0] || b == stop[1]) {
-            break;
-        }
-    }
-    return RunEnd::Complete;
+    return ahead == Ahead::Failed ? SetError(Failure) : got > 0 || count == 0;
 }
 
 bool CFileStream::InternalWrite(unsigned long count, const void* buffer, unsigned long* done) {
     if (done != nullptr) {
         *done = 0;
     }
-    if (!Turn(Direction::Writing)) {
+    if (file_ < 0) {
         return false;
     }
+    if (next_ != end_ || atEnd_) {
+        atEnd_ = !GiveBack() && atEnd_;
+    }
     unsigned long written = 0;
-    if (count == 1) {
-        written = putc_unlocked(*static_cast<const unsigned char*>(buffer), file_) != EOF ? 1 : 0;
-    } else {
-        written = std::fwrite(buffer, 1, count, file_);
+    while (written < count && writable_ && (pending_ < sizeof block_ || Store())) {
+        const unsigned long n = std::min(count - written, sizeof block_ - pending_);
+        std::memcpy(block_ + pending_, static_cast<const unsigned char*>(buffer) + written, n);
+        pending_ += n;
+        written += n;
     }
     if (done != nullptr) {
         *done = written;
@@ -274,40 +262,43 @@ bool CFileStream::InternalWrite(unsigned long count, const void* buffer, unsigne
 }
 
 bool CFileStream::InternalSetPos(unsigned long pos) {
-    if (file_ == nullptr) {
+    if (file_ < 0) {
         return false;
     }
-    // A position beyond the range of off_t becomes negative, and the C library refuses it.
-    if (fseeko(file_, static_cast<off_t>(pos), SEEK_SET) != 0) {
+    // A position beyond the range of off_t becomes negative, and the system refuses it.
+    if (!Store() || lseek(file_, static_cast<off_t>(pos), SEEK_SET) < 0) {
         return SetError(Failure);
     }
-    direction_ = Direction::Neither;
+    next_ = end_ = block_;
+    atEnd_ = false;
     return true;
 }
 
 bool CFileStream::InternalGetPos(unsigned long& pos) {
     pos = 0;
-    if (file_ == nullptr) {
+    if (file_ < 0) {
         return false;
     }
-    const off_t at = ftello(file_);
+    const off_t at = lseek(file_, 0, SEEK_CUR);
     if (at < 0) {
         return SetError(Failure);
     }
-    pos = static_cast<unsigned long>(at);
+    pos = static_cast<unsigned long>(at - (end_ - next_)) + pending_;
     return true;
 }
 
 bool CFileStream::InternalSetLength(unsigned long length) {
-    // The flush also makes the C library forget bytes that it read ahead and that now go away.
-    return file_ != nullptr && std::fflush(file_) == 0 &&
-           ftruncate(fileno(file_), static_cast<off_t>(length)) == 0;
+    if (file_ < 0) {
+        return false;
+    }
+    // Bytes that were read ahead may go away with the file's end.
+    GiveBack();
+    return Store() && ftruncate(file_, static_cast<off_t>(length)) == 0;
 }
 
 bool CFileStream::InternalGetLength(unsigned long& length) {
     struct stat status = {};
-    if (file_ == nullptr || (direction_ == Direction::Writing && std::fflush(file_) != 0) ||
-        fstat(fileno(file_), &status) != 0) {
+    if (file_ < 0 || !Store() || fstat(file_, &status) != 0) {
         return false;
     }
     length = static_cast<unsigned long>(status.st_size);

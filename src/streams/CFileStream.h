@@ -1,10 +1,8 @@
-// A file as a stream, on a buffered file of the C library. One thread at a time may use a stream.
+// A file as a stream, read and written a block at a time. One thread at a time may use a stream.
 #pragma once
 
 #include "fs/CFSPath.h"
 #include "streams/CStream.h"
-
-#include <cstdio>
 
 namespace Tova {
 
@@ -70,22 +68,25 @@ public:
     bool InternalGetLength(unsigned long& length) override;
 
 protected:
-    RunEnd InternalReadRun(const unsigned char (&stop)[2], unsigned long count,
-                           unsigned char* buffer, unsigned long& done) override;
+    Ahead InternalFill() override;
 
-    // The open file, or null. The stream owns it, unless a subclass that passes the file on clears
-    // ownsFile_.
-    std::FILE* file_ = nullptr;
+    // The descriptor of the open file, or -1. The stream owns it, unless a subclass that passes the
+    // file on clears ownsFile_.
+    int file_ = -1;
     bool ownsFile_ = true;
 
 private:
-    // The C library wants a flush or a positioning call between reading and writing.
-    enum class Direction { Neither, Reading, Writing };
-    bool Turn(Direction direction);
-    void Discard();
+    bool GiveBack();
+    bool Store();
+    bool CloseFile();
     RStatus OpenStatus(const CFSPath& path, unsigned flags, const ILocalFileInfo* info);
 
-    Direction direction_ = Direction::Neither;
+    bool writable_ = false;
+    bool atEnd_ = false;
+    // The first bytes of the block that are not yet written. There are none while bytes are read
+    // ahead, and the other way about.
+    unsigned long pending_ = 0;
+    unsigned char block_[8192];
 };
 
 }  // namespace Tova

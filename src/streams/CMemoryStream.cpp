@@ -1,7 +1,5 @@
 #include "streams/CMemoryStream.h"
 
-#include <algorithm>
-
 namespace Tova {
 
 CMemoryStream::CMemoryStream(unsigned flags, std::string& bytes) : CStream(flags), bytes_(bytes) {
@@ -9,6 +7,7 @@ CMemoryStream::CMemoryStream(unsigned flags, std::string& bytes) : CStream(flags
 }
 
 bool CMemoryStream::InternalRead(unsigned long count, void* buffer, unsigned long* done) {
+    Settle();
     const std::size_t got = bytes_.copy(static_cast<char*>(buffer), count, pos_);
     pos_ += got;
     atEnd_ = atEnd_ || got < count;
@@ -19,6 +18,7 @@ bool CMemoryStream::InternalRead(unsigned long count, void* buffer, unsigned lon
 }
 
 bool CMemoryStream::InternalWrite(unsigned long count, const void* buffer, unsigned long* done) {
+    Settle();
     bytes_.replace(pos_, count, static_cast<const char*>(buffer), count);
     pos_ += count;
     if (done != nullptr) {
@@ -31,27 +31,36 @@ bool CMemoryStream::InternalSetPos(unsigned long pos) {
     if (pos > bytes_.size()) {
         return false;
     }
+    Settle();
     pos_ = pos;
     atEnd_ = false;
     return true;
 }
 
 bool CMemoryStream::InternalGetPos(unsigned long& pos) {
+    Settle();
     pos = pos_;
     return true;
 }
 
-CStream::RunEnd CMemoryStream::InternalReadRun(const unsigned char (&stop)[2], unsigned long count,
-                                               unsigned char* buffer, unsigned long& done) {
-    const std::size_t most = std::min<std::size_t>(count, bytes_.size() - pos_);
-    const auto* begin = reinterpret_cast<const unsigned char*>(bytes_.data()) + pos_;
-    const auto* end = std::find_first_of(begin, begin + most, std::begin(stop), std::end(stop));
-    const bool stopped = end != begin + most;
-    done = static_cast<std::size_t>(end - begin) + (stopped ? 1 : 0);
-    std::copy_n(begin, done, buffer);
-    pos_ += done;
-    atEnd_ = atEnd_ || (!stopped && most < count);
-    return !stopped && most < count ? RunEnd::AtEnd : RunEnd::Complete;
+CStream::Ahead CMemoryStream::InternalFill() {
+    Settle();
+    if (pos_ == bytes_.size()) {
+        atEnd_ = true;
+        return Ahead::AtEnd;
+    }
+    next_ = reinterpret_cast<const unsigned char*>(bytes_.data()) + pos_;
+    end_ = next_ + (bytes_.size() - pos_);
+    return Ahead::Filled;
+}
+
+// Gives back the bytes that were read ahead.
+void CMemoryStream::Settle() {
+    if (next_ != nullptr) {
+        pos_ = static_cast<std::size_t>(reinterpret_cast<const char*>(next_) - bytes_.data());
+        next_ = nullptr;
+        end_ = nullptr;
+    }
 }
 
 }  // namespace Tova

@@ -24,11 +24,14 @@ public:
     bool InternalGetPos(unsigned long& pos) override;
 
 protected:
-    RunEnd InternalReadRun(const unsigned char (&stop)[2], unsigned long count,
-                           unsigned char* buffer, unsigned long& done) override;
+    // Offers all the rest of the bytes.
+    Ahead InternalFill() override;
 
 private:
+    void Settle();
+
     std::string& bytes_;
+    // Does not count while bytes are read ahead: the position is that of next_ then.
     std::size_t pos_ = 0;
     bool atEnd_ = false;
 };

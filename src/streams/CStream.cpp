@@ -16,19 +16,16 @@ std::uint32_t sum(const unsigned char* bytes, std::size_t count) {
     return std::accumulate(bytes, bytes + count, std::uint32_t{0});
 }
 
-// Appends `count` bytes, NULs included. There must be room for one more byte behind the bytes.
-void appendBytes(CString& out, char* bytes, int count) {
-    bytes[count] = '\0';
-    for (const char *from = bytes, *end = bytes + count; from < end;) {
-        if (*from == '\0') {
-            out.Append('\0', 1);
-            ++from;
-        } else {
-            const std::size_t run = std::strlen(from);
-            out.Append(from, static_cast<int>(run));
-            from += run;
-        }
-    }
+// Returns how many bytes there are up to the first that equals `a` or `b`, which is included, and
+// at most `count`.
+int lengthOfRun(const unsigned char* bytes, int count, unsigned char a, unsigned char b) {
+    const auto upTo = [bytes](unsigned char stop, int most) {
+        const void* at = std::memchr(bytes, stop, static_cast<std::size_t>(most));
+        return at != nullptr ? static_cast<int>(static_cast<const unsigned char*>(at) - bytes) + 1
+                             : most;
+    };
+    const int length = upTo(a, count);
+    return a == b ? length : upTo(b, length);
 }
 
 }  // namespace
@@ -58,8 +55,11 @@ bool CStream::Read(unsigned long count, void* buffer, unsigned long* done) {
 
 unsigned char CStream::ReadRawByte(int& eof) {
     unsigned char b = 0;
-    eof = InternalRead(1, &b, nullptr) ? 0 : -1;
-    if (eof == -1) {
+    eof = 0;
+    if (next_ != end_ || InternalFill() == Ahead::Filled) {
+        b = *next_++;
+    } else if (!InternalRead(1, &b, nullptr)) {
+        eof = -1;
         return 0;
     }
     if (Has(cScramble)) {
@@ -172,62 +172,76 @@ CStream::Step CStream::ReadOne(DelimRead& read) {
     return read.IsFull() ? Step::Found : Step::More;
 }
 
-// Does ReadOne for as many characters as the concrete stream has at hand.
+// Does ReadOne for as many characters as the stream has read ahead. Line ends must be looked at
+// singly, unless they end the run.
 CStream::Step CStream::ReadRun(DelimRead& read) {
-    if (encoding_ != Encoding::Raw || pushedBack_ > 0 || readFilter_ != nullptr) {
+    if (encoding_ != Encoding::Raw || pushedBack_ > 0 || readFilter_ != nullptr ||
+        (Has(cTranslate | cCountLines) && read.delimiter != '\n')) {
         return Step::NotOffered;
     }
-    constexpr unsigned long cRunSize = 1024;
-    char run[cRunSize + 1];
-    auto* bytes = reinterpret_cast<unsigned char*>(run);
-    const unsigned long most =
-        read.maxLength > 0
-            ? std::min(cRunSize, static_cast<unsigned long>(read.maxLength - read.count))
-            : cRunSize;
+    const Ahead ahead = next_ != end_ ? Ahead::Filled : InternalFill();
+    if (ahead == Ahead::NotOffered) {
+        return Step::NotOffered;
+    }
+    if (ahead != Ahead::Filled) {
+        if (ahead == Ahead::Failed) {
+            SetError(Failure);
+        }
+        return read.delimiter == 0 ? Step::Found : Step::Ended;
+    }
+    // The bound keeps the search for a byte that does not occur from reading the rest each time.
+    constexpr std::ptrdiff_t cLongestRun = 1024;
+    std::ptrdiff_t most = std::min(end_ - next_, cLongestRun);
+    if (read.maxLength > 0) {
+        most = std::min<std::ptrdiff_t>(most, read.maxLength - read.count);
+    }
     const auto delimiter = static_cast<unsigned char>(read.delimiter);
     // A carriage return may become the line feed that is looked for.
     const unsigned char other = read.delimiter == '\n' && Has(cTranslate) ? '\r' : delimiter;
     const bool scrambled = Has(cScramble);
-    const unsigned char stop[2] = {scrambled ? Scramble(delimiter) : delimiter,
+    const unsigned char stops[] = {scrambled ? Scramble(delimiter) : delimiter,
                                    scrambled ? Scramble(other) : other};
-    unsigned long got = 0;
-    const RunEnd end = InternalReadRun(stop, most, bytes, got);
-    if (end == RunEnd::NotOffered) {
-        return Step::NotOffered;
-    }
-    const Step step = TakeRun(read, run, got);
-    if (step != Step::More || end == RunEnd::Complete) {
-        return step;
-    }
-    if (end == RunEnd::Failed) {
-        SetError(Failure);
-    }
-    return read.delimiter == 0 ? Step::Found : Step::Ended;
+    const int count = lengthOfRun(next_, static_cast<int>(most), stops[0], stops[1]);
+    const unsigned char last = next_[count - 1];
+    return TakeRun(read, count, last == stops[0] || last == stops[1]);
 }
 
-// Takes over stored bytes. Only the last one can be the delimiter.
-CStream::Step CStream::TakeRun(DelimRead& read, char* run, unsigned long count) {
-    auto* bytes = reinterpret_cast<unsigned char*>(run);
+// Takes over bytes that were read ahead. `stopped` says that the last one may be the delimiter.
+CStream::Step CStream::TakeRun(DelimRead& read, int count, bool stopped) {
+    if (const int body = stopped ? count - 1 : count; body > 0) {
+        Decode(read.out.Extend(body), body);
+        read.count += body;
+        lastWasReturn_ = lastWasReturn_ && !Has(cTranslate);
+    }
+    if (stopped) {
+        char last = 0;
+        Decode(&last, 1);
+        if (CompletesPair(last)) {
+            return Step::More;
+        }
+        last = Fold(last, true);
+        if (read.Matches(last)) {
+            return Step::Found;
+        }
+        read.out.Append(last, 1);
+        ++read.count;
+    }
+    return read.IsFull() ? Step::Found : Step::More;
+}
+
+// Moves bytes that were read ahead to `to` in their plain form, and sums them.
+void CStream::Decode(char* to, int count) {
+    auto* plain = reinterpret_cast<unsigned char*>(to);
+    const auto size = static_cast<std::size_t>(count);
     if (Has(cScramble)) {
-        Unscramble(bytes, bytes, count);
+        Unscramble(next_, plain, size);
+    } else {
+        std::memcpy(plain, next_, size);
     }
     if (Has(cCheckValue)) {
-        checkValue_ += sum(bytes, count);
+        checkValue_ += sum(plain, size);
     }
-    unsigned long kept = count;
-    if (Has(cTranslate | cCountLines)) {
-        kept = 0;
-        for (unsigned long i = 0; i < count; ++i) {
-            if (!CompletesPair(run[i])) {
-                run[kept++] = Fold(run[i], true);
-            }
-        }
-    }
-    const bool found = kept > 0 && read.Matches(run[kept - 1]);
-    const int length = static_cast<int>(found ? kept - 1 : kept);
-    appendBytes(read.out, run, length);
-    read.count += length;
-    return found || read.IsFull() ? Step::Found : Step::More;
+    next_ += count;
 }
 
 bool CStream::ReadUnicodeHeader() {

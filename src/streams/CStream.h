@@ -152,21 +152,21 @@ public:
     void SetWriteFilter(IStreamFilter* filter) { writeFilter_ = filter; }
 
 protected:
-    // Tells how InternalReadRun ended.
-    enum class RunEnd {
-        NotOffered,  // it read nothing, and the caller reads byte by byte
-        Complete,    // it read a stop byte, or `count` bytes
-        AtEnd,       // a further InternalRead would have found the end
-        Failed,      // a further InternalRead would have failed with `Failure`
+    enum class Ahead {
+        NotOffered,  // the stream is read byte by byte
+        Filled,      // next_ points at a byte
+        AtEnd,       // a further InternalRead would find the end
+        Failed,      // a further InternalRead would fail with `Failure`
     };
-    // Reads stored bytes, as InternalRead(1) does, until one equals a `stop` byte (which is then
-    // the last in `buffer`) or there are `count` of them. Stores their number in `done`. Leaves
-    // position and end-of-file indicator where InternalRead(1) would, but calls no SetError and
-    // throws nothing. A stream overrides it if it is faster than byte by byte.
-    virtual RunEnd InternalReadRun(const unsigned char (&/*stop*/)[2], unsigned long /*count*/,
-                                   unsigned char* /*buffer*/, unsigned long& /*done*/) {
-        return RunEnd::NotOffered;
-    }
+    // Called when next_ has reached end_. Reads ahead as far as it can without a wait, and for one
+    // byte with a wait. Marks the end as InternalRead(1) would, but calls no SetError and throws
+    // nothing. A stream overrides it if it is faster than byte by byte.
+    virtual Ahead InternalFill() { return Ahead::NotOffered; }
+
+    // The stored bytes that were read ahead. They are not yet read for a caller: the other raw
+    // operations of a stream that sets these must take them into account.
+    const unsigned char* next_ = nullptr;
+    const unsigned char* end_ = nullptr;
 
     void SetFlags(unsigned flags) { flags_ = flags; }
     void SetState(State state) { state_ = state; }
@@ -180,7 +180,9 @@ private:
     struct DelimRead;
     Step ReadOne(DelimRead& read);
     Step ReadRun(DelimRead& read);
-    Step TakeRun(DelimRead& read, char* run, unsigned long count);
+    Step TakeRun(DelimRead& read, int count, bool stopped);
+    void Decode(char* to, int count);
+    bool WriteRun(const char* s, std::size_t count);
     template <class C>
     bool WriteTranslated(C c, int character, bool (CStream::*writeRaw)(C));
 

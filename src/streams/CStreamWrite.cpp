@@ -5,6 +5,7 @@
 #include "streams/ScratchBuffer.h"
 #include "text/Ch.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdio>
 #include <cstring>
@@ -111,12 +112,44 @@ bool CStream::WriteWChar(wchar_t w) {
 
 bool CStream::WriteString(const char* s, int length) {
     const std::size_t count = length < 0 ? std::strlen(s) : static_cast<std::size_t>(length);
+    if (encoding_ == Encoding::Raw && writeFilter_ == nullptr && indentLevel_ < 1 &&
+        !Has(cThrowOnError) && !(Has(cTranslate) && std::memchr(s, '\n', count) != nullptr)) {
+        return WriteRun(s, count);
+    }
     for (std::size_t i = 0; i < count; ++i) {
         if (!WriteChar(s[i])) {
             return false;
         }
     }
     return true;
+}
+
+// Does WriteChar for characters that are stored as they are, a block at a time.
+bool CStream::WriteRun(const char* s, std::size_t count) {
+    constexpr std::size_t cBlock = 1024;
+    unsigned char scrambled[cBlock];
+    const auto* plain = reinterpret_cast<const unsigned char*>(s);
+    bool written = true;
+    while (written && count > 0) {
+        std::size_t n = std::min(count, cBlock);
+        if (Has(cScramble)) {
+            Scramble(plain, scrambled, n);
+        }
+        unsigned long done = 0;
+        written = InternalWrite(n, Has(cScramble) ? scrambled : plain, &done);
+        // A byte that could not be written counts as well, as it does singly.
+        n = written ? n : std::min<std::size_t>(done + 1, n);
+        if (Has(cCheckValue)) {
+            checkValue_ = std::accumulate(plain, plain + n, checkValue_);
+        }
+        if (Has(cCountLines)) {
+            lineCount_ += static_cast<std::uint32_t>(std::count(plain, plain + n, '\n'));
+        }
+        plain += n;
+        count -= n;
+        atLineStart_ = plain[-1] == '\n';
+    }
+    return written;
 }
 
 bool CStream::Format(const char* format, ...) {

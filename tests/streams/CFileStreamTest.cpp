@@ -25,7 +25,7 @@ constexpr unsigned cFolder = CFileStream::cCreateFolder;
 
 class TestStream : public CFileStream {
 public:
-    int Descriptor() const { return file_ != nullptr ? fileno(file_) : -1; }
+    int Descriptor() const { return file_; }
     RStatus OpenText(const std::string& text, unsigned flags) {
         return Open(Path(text), flags, nullptr);
     }

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <numeric>
 #include <random>
 #include <sstream>
@@ -213,7 +214,7 @@ void compare(const std::string& plain, const std::vector<Request>& requests) {
 TEST(CStream, RunsAgreeOnRandomTexts) {
     std::mt19937 random(7);
     const auto oneOf = [&random](const auto& list) { return list[random() % std::size(list)]; };
-    // A run has 1,024 bytes.
+    // A run has at most 1,024 bytes.
     const std::size_t lengths[] = {0, 0, 0, 1, 2, 20, 300, 1022, 1023, 1024, 1025};
     const std::string ends[] = {"\n", "\r", "\r\n", "x", "\xFF", "\0"s};
     const int delimiters[] = {0, 10, 10, 13, 'x', -1, 255, 266, -300};
@@ -229,6 +230,38 @@ TEST(CStream, RunsAgreeOnRandomTexts) {
             request = {oneOf(delimiters), oneOf(limits), oneOf(pushedBack)};
         }
         compare(plain, requests);
+    }
+}
+
+// Takes `room` bytes and no more.
+struct SmallStream : MemoryStream {
+    SmallStream(unsigned flags, unsigned long size) : MemoryStream(flags), room(size) {}
+    bool InternalWrite(unsigned long count, const void* buffer, unsigned long* done) override {
+        const unsigned long n = std::min(count, room - bytes.size());
+        return CMemoryStream::InternalWrite(n, buffer, done) && n == count;
+    }
+    const unsigned long room;
+};
+
+TEST(CStream, WritingInRunsAgreesWithWritingSingly) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 2000; ++round) {
+        const unsigned flags = random() & (cText | CStream::cScramble | CStream::cCheckValue);
+        SmallStream runs(flags, 1 + random() % 2500), singly(flags, runs.room);
+        std::string text(random() % 1500, 'a');
+        for (auto at = random() % 50; at < text.size(); at += 1 + random() % 700) {
+            text[at] = "\n\n\r\xFF"[random() % 4];
+        }
+        for (const int indent : {0, 0, 1}) {
+            runs.SetIndent(indent, 2);
+            singly.SetIndent(indent, 2);
+            const auto all = [&](char c) { return singly.WriteChar(c); };
+            ASSERT_EQ(runs.WriteString(text.data(), static_cast<int>(text.size())),
+                      std::all_of(text.begin(), text.end(), all));
+            ASSERT_EQ(runs.bytes, singly.bytes);
+            ASSERT_EQ(runs.GetCheckValue(), singly.GetCheckValue());
+            ASSERT_EQ(runs.GetLineCount(), singly.GetLineCount());
+        }
     }
 }
 

@@ -32,16 +32,18 @@ public:
         return pos;
     }
 
-    unsigned long block = 0;  // how many bytes a run holds; 0: the stream offers no runs
+    unsigned long block = 0;  // how many bytes are read ahead; 0: none
     unsigned long failAt = std::string::npos;
     bool seekable = true;
 
 protected:
-    RunEnd InternalReadRun(const unsigned char (&stop)[2], unsigned long count,
-                           unsigned char* buffer, unsigned long& done) override {
-        return block == 0
-                   ? RunEnd::NotOffered
-                   : CMemoryStream::InternalReadRun(stop, std::min(count, block), buffer, done);
+    Ahead InternalFill() override {
+        if (block == 0) {
+            return Ahead::NotOffered;
+        }
+        const Ahead ahead = CMemoryStream::InternalFill();
+        end_ = next_ + std::min(block, static_cast<unsigned long>(end_ - next_));
+        return ahead;
     }
 };
 
