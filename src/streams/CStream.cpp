@@ -5,16 +5,11 @@
 
 #include <algorithm>
 #include <cstring>
-#include <numeric>
 #include <utility>
 
 namespace Tova {
 
 namespace {
-
-std::uint32_t sum(const unsigned char* bytes, std::size_t count) {
-    return std::accumulate(bytes, bytes + count, std::uint32_t{0});
-}
 
 // Returns how many bytes there are up to the first that equals `a` or `b`, which is included, and
 // at most `count`.
@@ -42,7 +37,7 @@ bool CStream::Read(unsigned long count, void* buffer, unsigned long* done) {
     unsigned long got = 0;
     const bool read = InternalRead(count, stored, &got);
     if (Has(cCheckValue)) {
-        checkValue_ += sum(stored, got);
+        checkValue_ += SumBytes(stored, got);
     }
     if (read && Has(cScramble)) {
         Unscramble(stored, plain, got);
@@ -62,12 +57,13 @@ unsigned char CStream::ReadRawByte(int& eof) {
         eof = -1;
         return 0;
     }
-    if (Has(cScramble)) {
-        b = Unscramble(b);
-    }
-    if (Has(cCheckValue)) {
-        checkValue_ += b;
-    }
+    return Decode(b);
+}
+
+// Returns a stored byte in its plain form, and sums it.
+unsigned char CStream::Decode(unsigned char stored) {
+    const unsigned char b = Has(cScramble) ? Unscramble(stored) : stored;
+    checkValue_ += Has(cCheckValue) ? b : 0U;
     return b;
 }
 
@@ -209,13 +205,12 @@ CStream::Step CStream::ReadRun(DelimRead& read) {
 // Takes over bytes that were read ahead. `stopped` says that the last one may be the delimiter.
 CStream::Step CStream::TakeRun(DelimRead& read, int count, bool stopped) {
     if (const int body = stopped ? count - 1 : count; body > 0) {
-        Decode(read.out.Extend(body), body);
+        TakeBytes(read.out.Extend(body), body);
         read.count += body;
         lastWasReturn_ = lastWasReturn_ && !Has(cTranslate);
     }
     if (stopped) {
-        char last = 0;
-        Decode(&last, 1);
+        char last = static_cast<char>(Decode(*next_++));
         if (CompletesPair(last)) {
             return Step::More;
         }
@@ -229,18 +224,18 @@ CStream::Step CStream::TakeRun(DelimRead& read, int count, bool stopped) {
     return read.IsFull() ? Step::Found : Step::More;
 }
 
-// Moves bytes that were read ahead to `to` in their plain form, and sums them.
-void CStream::Decode(char* to, int count) {
+// Takes bytes that were read ahead, puts them to `to` in their plain form, and sums them.
+void CStream::TakeBytes(char* to, int count) {
     auto* plain = reinterpret_cast<unsigned char*>(to);
     const auto size = static_cast<std::size_t>(count);
+    std::uint32_t sum = 0;
     if (Has(cScramble)) {
-        Unscramble(next_, plain, size);
+        sum = Unscramble(next_, plain, size);
     } else {
         std::memcpy(plain, next_, size);
+        sum = Has(cCheckValue) ? SumBytes(plain, size) : 0;
     }
-    if (Has(cCheckValue)) {
-        checkValue_ += sum(plain, size);
-    }
+    checkValue_ += Has(cCheckValue) ? sum : 0;
     next_ += count;
 }
 

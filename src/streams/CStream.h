@@ -181,7 +181,8 @@ private:
     Step ReadOne(DelimRead& read);
     Step ReadRun(DelimRead& read);
     Step TakeRun(DelimRead& read, int count, bool stopped);
-    void Decode(char* to, int count);
+    void TakeBytes(char* to, int count);
+    unsigned char Decode(unsigned char stored);
     bool WriteRun(const char* s, std::size_t count);
     template <class C>
     bool WriteTranslated(C c, int character, bool (CStream::*writeRaw)(C));

@@ -9,7 +9,6 @@
 #include <bit>
 #include <cstdio>
 #include <cstring>
-#include <numeric>
 
 namespace Tova {
 
@@ -21,7 +20,7 @@ bool CStream::Write(unsigned long count, const void* buffer, unsigned long* done
         stored = scratch;
     }
     if (Has(cCheckValue)) {
-        checkValue_ = std::accumulate(stored, stored + count, checkValue_);
+        checkValue_ += SumBytes(stored, count);
     }
     return InternalWrite(count, stored, done);
 }
@@ -132,16 +131,20 @@ bool CStream::WriteRun(const char* s, std::size_t count) {
     bool written = true;
     while (written && count > 0) {
         std::size_t n = std::min(count, cBlock);
+        std::uint32_t sum = 0;
         if (Has(cScramble)) {
-            Scramble(plain, scrambled, n);
+            sum = Scramble(plain, scrambled, n);
+        } else if (Has(cCheckValue)) {
+            sum = SumBytes(plain, n);
         }
         unsigned long done = 0;
         written = InternalWrite(n, Has(cScramble) ? scrambled : plain, &done);
-        // A byte that could not be written counts as well, as it does singly.
-        n = written ? n : std::min<std::size_t>(done + 1, n);
-        if (Has(cCheckValue)) {
-            checkValue_ = std::accumulate(plain, plain + n, checkValue_);
+        if (!written) {
+            // A byte that could not be written counts as well, as it does singly.
+            n = std::min<std::size_t>(done + 1, n);
+            sum = SumBytes(plain, n);
         }
+        checkValue_ += Has(cCheckValue) ? sum : 0;
         if (Has(cCountLines)) {
             lineCount_ += static_cast<std::uint32_t>(std::count(plain, plain + n, '\n'));
         }

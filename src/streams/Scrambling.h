@@ -1,7 +1,8 @@
-// The scrambling of stored bytes. Any thread may call these functions.
+// The scrambling of stored bytes, and sums of bytes. Any thread may call these functions.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace Tova {
 
@@ -15,16 +16,32 @@ constexpr unsigned char Unscramble(unsigned char stored) {
     return static_cast<unsigned char>(SwapNibbles(stored) - 0x5BU);
 }
 
-// `from` and `to` may be the same.
-inline void Scramble(const unsigned char* from, unsigned char* to, std::size_t count) {
+// The next two return the sum of the plain bytes. `from` and `to` must not overlap, so that the
+// compiler can work through several bytes at once.
+inline std::uint32_t Scramble(const unsigned char* __restrict from, unsigned char* __restrict to,
+                              std::size_t count) {
+    std::uint32_t sum = 0;
     for (std::size_t i = 0; i < count; ++i) {
+        sum += from[i];
         to[i] = Scramble(from[i]);
     }
+    return sum;
 }
-inline void Unscramble(const unsigned char* from, unsigned char* to, std::size_t count) {
+inline std::uint32_t Unscramble(const unsigned char* __restrict from, unsigned char* __restrict to,
+                                std::size_t count) {
+    std::uint32_t sum = 0;
     for (std::size_t i = 0; i < count; ++i) {
         to[i] = Unscramble(from[i]);
+        sum += to[i];
     }
+    return sum;
+}
+inline std::uint32_t SumBytes(const unsigned char* bytes, std::size_t count) {
+    std::uint32_t sum = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        sum += bytes[i];
+    }
+    return sum;
 }
 
 }  // namespace Tova
