@@ -11,24 +11,42 @@ namespace Tova {
 
 namespace {
 
-std::unique_ptr<char[]> copyOf(const char* text) {
-    const std::size_t size = text != nullptr ? std::strlen(text) + 1 : 1;
-    std::unique_ptr<char[]> copy(new char[size]);
-    std::memcpy(copy.get(), text != nullptr ? text : "", size);
-    return copy;
+void copyText(std::string_view text, char* to) {
+    std::memcpy(to, text.data(), text.size());
+    to[text.size()] = '\0';
 }
 
 }  // namespace
 
-CVar::CVar(const char* name, const char* value)
-    : nameLength_(name != nullptr ? std::strlen(name) : 0), name_(copyOf(name)),
-      value_(copyOf(value)) {}
-
-void CVar::SetValue(const char* value) {
-    if (!fixed_) {
-        // The copy comes first: `value` may be the old value or a part of it.
-        value_ = copyOf(value);
+std::size_t CVar::SizeOf(std::string_view name, std::string_view value) {
+    if (name.size() >= INT_MAX || value.size() >= INT_MAX) {
+        throw std::bad_alloc();
     }
+    return sizeof(CVar) + name.size() + 1 + value.size() + 1;
+}
+
+CVar::CVar(std::string_view name, std::string_view value)
+    : nameLength_(name.size() & INT_MAX), valueLength_(static_cast<std::uint32_t>(value.size())) {
+    value_ = FirstValue();
+    copyText(name, reinterpret_cast<char*>(this + 1));
+    copyText(value, value_);
+}
+
+void CVar::SetValue(std::string_view value) {
+    if (fixed_) {
+        return;
+    }
+    if (value.size() <= valueLength_) {
+        std::memmove(value_, value.data(), value.size());
+        value_[value.size()] = '\0';
+    } else {
+        static_cast<void>(SizeOf({}, value));
+        char* copy = new char[value.size() + 1];
+        copyText(value, copy);
+        DropValue();
+        value_ = copy;
+    }
+    valueLength_ = static_cast<std::uint32_t>(value.size());
 }
 
 int CVar::Apply(CString& text, const char* delimiters) const {
@@ -36,7 +54,6 @@ int CVar::Apply(CString& text, const char* delimiters) const {
     if (std::strstr(text.CStr(), Name()) == nullptr) {
         return 0;
     }
-    const std::size_t valueLength = std::strlen(Value());
     std::string done;
     RestOfText rest({text.CStr(), static_cast<std::size_t>(text.Length())});
     unsigned count = 0;
@@ -48,7 +65,7 @@ int CVar::Apply(CString& text, const char* delimiters) const {
             rest.Text()[nameLength_] == pair.close) {
             done.pop_back();
             rest.Drop(nameLength_ + 1);
-            rest.Prepend(Value(), valueLength);
+            rest.Prepend(Value(), valueLength_);
             ++count;
         }
         if (rest.Length() == 0) {

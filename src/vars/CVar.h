@@ -3,46 +3,61 @@
 
 #include "text/CString.h"
 
-#include <memory>
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace Tova {
 
-// Name and value are NUL-terminated bytes in the system encoding, of any length. The name never
-// changes.
+// Name and value are NUL-terminated bytes in the system encoding, of any length that int can hold.
+// The name never changes. A variable lies in the memory of its list, with its name and its first
+// value right behind it, so that it costs one piece of memory.
 class CVar {
 public:
-    // Copies both texts; null counts as an empty one.
-    CVar(const char* name, const char* value);
     CVar(const CVar&) = delete;
     CVar& operator=(const CVar&) = delete;
-
-    // Stores a copy of `value`, which may be the variable's own; null counts as an empty text. Does
-    // nothing once the variable is fixed.
-    void SetValue(const char* value);
 
     // Replaces this variable's placeholders in `text` and returns how many there were. This is its
     // share of one pass of CVarList::Apply.
     // Deliberate: an inserted value is searched again from its second byte on. So a value that
     // holds the variable's own placeholder there never ends; callers see to it.
     int Apply(CString& text, const char* delimiters) const;
-    const char* Name() const { return name_.get(); }
-    // The value stays valid until the next SetValue.
-    const char* Value() const { return value_.get(); }
-    std::string_view ValueView() const { return value_.get(); }
+    const char* Name() const { return reinterpret_cast<const char*>(this + 1); }
+    // The value stays valid until the variable is set again.
+    const char* Value() const { return value_; }
+    std::string_view NameView() const { return {Name(), nameLength_}; }
+    std::string_view ValueView() const { return {value_, valueLength_}; }
     bool IsFixed() const { return fixed_; }
     const CVar* Next() const { return next_; }
 
 private:
+    friend class CVarIndex;
     friend class CVarList;
 
-    std::string_view NameView() const { return {name_.get(), nameLength_}; }
+    // Returns how many bytes a variable takes, texts included. Throws std::bad_alloc if int cannot
+    // hold the length of a text.
+    static std::size_t SizeOf(std::string_view name, std::string_view value);
+    // Copies both texts behind the object, which lies in SizeOf bytes.
+    CVar(std::string_view name, std::string_view value);
+    ~CVar() { DropValue(); }
 
-    bool fixed_ = false;
-    std::size_t nameLength_;
-    std::unique_ptr<char[]> name_;
-    std::unique_ptr<char[]> value_;
+    // Stores a copy of `value`, which may be the variable's own or a part of it. Does nothing once
+    // the variable is fixed.
+    void SetValue(std::string_view value);
+
+    char* FirstValue() { return reinterpret_cast<char*>(this + 1) + nameLength_ + 1; }
+    // Frees the value if it is not the first one.
+    void DropValue() {
+        if (value_ != FirstValue()) {
+            delete[] value_;
+        }
+    }
+
     CVar* next_ = nullptr;
+    char* value_;
+    std::uint32_t nameLength_ : 31;
+    std::uint32_t fixed_ : 1 = 0;
+    std::uint32_t valueLength_;
 };
 
 }  // namespace Tova

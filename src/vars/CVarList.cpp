@@ -10,25 +10,30 @@ namespace Tova {
 namespace {
 
 // A list of this length is searched by hashing; below it, walking is as fast.
-constexpr std::size_t cIndexFrom = 16;
+constexpr std::size_t cIndexFrom = 8;
+
+std::string_view viewOf(const char* text) {
+    return text != nullptr ? std::string_view(text) : std::string_view();
+}
 
 }  // namespace
 
 void CVarList::SetValue(const char* name, const char* value, bool fixed) {
-    if (name == nullptr) {
-        return;
+    if (name != nullptr) {
+        SetValue(std::string_view(name), viewOf(value), fixed);
     }
-    if (*name == '%') {
-        ++name;
+}
+
+void CVarList::SetValue(std::string_view name, std::string_view value, bool fixed) {
+    if (name.starts_with('%')) {
+        name.remove_prefix(1);
         fixed = true;
     }
     CVar* var = FindVar(name);
     if (var != nullptr) {
         var->SetValue(value);
     } else {
-        auto made = std::make_unique<CVar>(name, value);
-        var = made.get();
-        Append(std::move(made));
+        var = Append(name, value);
     }
     if (fixed) {
         var->fixed_ = true;
@@ -42,29 +47,28 @@ void CVarList::SetValue(const char* name, long value, bool fixed) {
 }
 
 // Everything that can fail comes before the list changes.
-void CVarList::Append(std::unique_ptr<CVar> var) {
-    if (index_) {
-        index_->emplace(var->NameView(), var.get());
-    } else if (count_ + 1 >= cIndexFrom) {
-        auto index = std::make_unique<std::unordered_map<std::string_view, CVar*>>();
-        for (CVar* old = head_; old != nullptr; old = old->next_) {
-            index->emplace(old->NameView(), old);
-        }
-        index->emplace(var->NameView(), var.get());
-        index_ = std::move(index);
+CVar* CVarList::Append(std::string_view name, std::string_view value) {
+    if (!memory_) {
+        memory_ = std::make_unique<Memory>();
     }
-    for (const char* c = var->Name(); *c != '\0'; ++c) {
-        nameBytes_.set(static_cast<unsigned char>(*c));
+    auto* var =
+        new (memory_->pool.allocate(CVar::SizeOf(name, value), alignof(CVar))) CVar(name, value);
+    if (count_ + 1 >= cIndexFrom) {
+        index_.Reserve(count_ + 1, head_);
+        index_.Insert(*var);
     }
-    (tail_ != nullptr ? tail_->next_ : head_) = var.get();
-    tail_ = var.release();
+    for (const char c : name) {
+        nameBytes_[static_cast<unsigned char>(c)] = true;
+    }
+    (tail_ != nullptr ? tail_->next_ : head_) = var;
+    tail_ = var;
     ++count_;
+    return var;
 }
 
 CVar* CVarList::FindVar(std::string_view name) const {
-    if (index_) {
-        const auto found = index_->find(name);
-        return found != index_->end() ? found->second : nullptr;
+    if (count_ >= cIndexFrom) {
+        return index_.Find(name);
     }
     CVar* var = head_;
     while (var != nullptr && name != var->NameView()) {
@@ -85,14 +89,14 @@ bool CVarList::GetValue(const char* name, CString& value) const {
 }
 
 void CVarList::Empty() {
-    index_.reset();
-    nameBytes_.reset();
-    count_ = 0;
-    tail_ = nullptr;
-    // A loop: chained destructors would recurse as deep as the list is long.
     for (CVar* var = std::exchange(head_, nullptr); var != nullptr;) {
-        delete std::exchange(var, var->next_);
+        std::exchange(var, var->next_)->~CVar();
     }
+    tail_ = nullptr;
+    count_ = 0;
+    nameBytes_ = {};
+    index_ = {};
+    memory_.reset();
 }
 
 void CVarList::Swap(CVarList& other) noexcept {
@@ -101,6 +105,7 @@ void CVarList::Swap(CVarList& other) noexcept {
     std::swap(count_, other.count_);
     std::swap(nameBytes_, other.nameBytes_);
     std::swap(index_, other.index_);
+    std::swap(memory_, other.memory_);
 }
 
 CVarList& CVarList::operator+=(const CVarList& other) {

@@ -6,11 +6,13 @@
 #include "text/CString.h"
 #include "text/RStatus.h"
 #include "vars/CVar.h"
+#include "vars/CVarIndex.h"
 
-#include <bitset>
+#include <array>
+#include <cstddef>
 #include <memory>
+#include <memory_resource>
 #include <string_view>
-#include <unordered_map>
 
 namespace Tova {
 
@@ -30,6 +32,8 @@ public:
     // may belong to this list; null counts as an empty text. A null name does nothing. Throws
     // std::bad_alloc if memory runs out; the list is then as before.
     void SetValue(const char* name, const char* value, bool fixed);
+    // Does the same with texts that hold no NUL.
+    void SetValue(std::string_view name, std::string_view value, bool fixed);
     // Stores "1" or "0".
     void SetValue(const char* name, bool value, bool fixed) {
         SetValue(name, value ? "1" : "0", fixed);
@@ -84,17 +88,24 @@ public:
     void ReadNWC(CStream& stream);
 
 private:
-    void Append(std::unique_ptr<CVar> var);
+    // The memory of the variables. The first piece serves a small list.
+    struct Memory {
+        alignas(CVar) std::array<std::byte, 1024> first;
+        std::pmr::monotonic_buffer_resource pool{first.data(), first.size()};
+    };
+
+    CVar* Append(std::string_view name, std::string_view value);
     bool ScanServes(char open, char close) const;
     int ApplyInPasses(CString& text, const char* delimiters) const;
 
     CVar* head_ = nullptr;
     CVar* tail_ = nullptr;
     std::size_t count_ = 0;
-    // Every byte value that occurs in some name.
-    std::bitset<256> nameBytes_;
-    // Leads from name to variable; made once the list is long.
-    std::unique_ptr<std::unordered_map<std::string_view, CVar*>> index_;
+    // Tells of every byte value whether it occurs in some name.
+    std::array<bool, 256> nameBytes_{};
+    // Leads from name to variable; used once the list is long.
+    CVarIndex index_;
+    std::unique_ptr<Memory> memory_;
 };
 
 }  // namespace Tova

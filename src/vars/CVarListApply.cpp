@@ -21,7 +21,7 @@ bool setUnits(CFMutableStringRef string, std::u16string_view text) {
 }  // namespace
 
 bool CVarList::ScanServes(char open, char close) const {
-    const auto inNames = [&](char c) { return nameBytes_.test(static_cast<unsigned char>(c)); };
+    const auto inNames = [&](char c) { return nameBytes_[static_cast<unsigned char>(c)]; };
     return open != close && !inNames(open) && !inNames(close);
 }
 
@@ -36,8 +36,8 @@ int CVarList::Apply(CString& text, const char* delimiters) const {
     }
     const auto find = [this](std::string_view name) -> const CVar* { return FindVar(name); };
     const std::string_view view(text.CStr(), static_cast<std::size_t>(text.Length()));
-    std::string out;
-    out.reserve(view.size());
+    ScanOutput<char> out;
+    out.Reserve(view.size());
     NoObserver nobody;
     // Without a circle no value is open inside itself.
     const auto count =
@@ -46,7 +46,7 @@ int CVarList::Apply(CString& text, const char* delimiters) const {
         return ApplyInPasses(text, own);
     }
     if (*count != 0) {
-        Assign(text, out);
+        Assign(text, out.View());
     }
     return static_cast<int>(*count);
 }

@@ -8,12 +8,16 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstddef>
+#include <cstring>
+#include <memory>
 #include <new>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Tova {
@@ -85,6 +89,50 @@ struct NoObserver {
     void EndPass(std::size_t /*length*/) {}
 };
 
+// The text that a scan puts out. A short one needs no memory of its own.
+template <class C>
+class ScanOutput {
+public:
+    ScanOutput() = default;
+    ScanOutput(const ScanOutput&) = delete;
+    ScanOutput& operator=(const ScanOutput&) = delete;
+
+    std::basic_string_view<C> View() const { return {begin_, size_}; }
+    std::size_t Size() const { return size_; }
+    // Makes room for `count` more characters. Throws std::bad_alloc if int cannot hold the length.
+    void Reserve(std::size_t count) {
+        if (count > room_ - size_) {
+            Grow(count);
+        }
+    }
+    void Append(std::basic_string_view<C> text) {
+        Reserve(text.size());
+        std::memcpy(begin_ + size_, text.data(), text.size() * sizeof(C));
+        size_ += text.size();
+    }
+    void CutTo(std::size_t size) { size_ = size; }
+
+private:
+    void Grow(std::size_t count) {
+        if (count >= INT_MAX - size_) {
+            throw std::bad_alloc();
+        }
+        const std::size_t room = std::max(size_ + count, room_ * 2);
+        std::unique_ptr<C[]> grown(new C[room]);
+        std::memcpy(grown.get(), begin_, size_ * sizeof(C));
+        own_ = std::move(grown);
+        begin_ = own_.get();
+        room_ = room;
+    }
+
+    static constexpr std::size_t cShort = 512;
+    C short_[cShort];
+    std::unique_ptr<C[]> own_;
+    C* begin_ = short_;
+    std::size_t size_ = 0;
+    std::size_t room_ = cShort;
+};
+
 // Replaces every placeholder in `text`, and those that arise from the values, in one scan from left
 // to right, and appends the result to `out`, which is empty. `find` returns the variable of a name
 // or null; the variable's ValueView() stays valid. Returns the number of replacements. Returns
@@ -99,8 +147,8 @@ struct NoObserver {
 // passes over, or that text lies behind a closing delimiter for good.
 template <class C, class Find, class Observer>
 std::optional<unsigned> SubstituteInOneScan(std::basic_string_view<C> text, C open, C close,
-                                            std::size_t maxDepth, Find find,
-                                            std::basic_string<C>& out, Observer& observer) {
+                                            std::size_t maxDepth, Find find, ScanOutput<C>& out,
+                                            Observer& observer) {
     using View = std::basic_string_view<C>;
     struct Input {
         View rest;
@@ -118,13 +166,10 @@ std::optional<unsigned> SubstituteInOneScan(std::basic_string_view<C> text, C op
     unsigned count = 0;
     for (;;) {
         const std::size_t end = input.rest.find(close);
-        const std::size_t length = end != View::npos ? end + 1 : input.rest.size();
-        out.append(input.rest.substr(0, length));
-        observer.Append(input.rest.data(), length, input.source);
-        if (out.size() > INT_MAX) {
-            throw std::bad_alloc();
-        }
+        const View piece = input.rest.substr(0, end != View::npos ? end + 1 : View::npos);
+        observer.Append(piece.data(), piece.size(), input.source);
         if (end == View::npos) {
+            out.Append(piece);
             if (outer.empty()) {
                 return count;
             }
@@ -132,31 +177,54 @@ std::optional<unsigned> SubstituteInOneScan(std::basic_string_view<C> text, C op
             outer.pop_back();
             continue;
         }
-        input.rest.remove_prefix(length);
-        const std::size_t last = out.size() - 1;
-        std::size_t start = last;
-        while (start > 0 && out[start - 1] != open && out[start - 1] != close) {
-            --start;
+        input.rest.remove_prefix(piece.size());
+        // Most placeholders lie in one piece, and then only what stands before one is put out.
+        std::size_t opening = end;
+        while (opening > 0 && piece[opening - 1] != open) {
+            --opening;
         }
-        const bool opened = start > 0 && out[start - 1] == open;
-        const auto* var = opened ? find(View(out).substr(start, last - start)) : nullptr;
-        if (var == nullptr) {
-            continue;
+        View name = piece.substr(opening, end - opening);
+        const auto* var = opening > 0 ? find(name) : nullptr;
+        if (var != nullptr) {
+            out.Append(piece.substr(0, opening - 1));
+        } else {
+            out.Append(piece);
+            if (opening == 0) {
+                const View before = out.View();
+                std::size_t start = before.size() - 1;
+                while (start > 0 && before[start - 1] != open && before[start - 1] != close) {
+                    --start;
+                }
+                name = before.substr(start, before.size() - 1 - start);
+                var = start > 0 && before[start - 1] == open ? find(name) : nullptr;
+            }
+            if (var == nullptr) {
+                continue;
+            }
+            out.CutTo(out.Size() - name.size() - 2);
         }
+        ++count;
+        const std::size_t begin = out.Size();
         while (!chain.empty() &&
-               (chain.back().depth > outer.size() || chain.back().begin >= start)) {
+               (chain.back().depth > outer.size() || chain.back().begin > begin)) {
             chain.pop_back();
         }
         if (chain.size() == maxDepth) {
             return std::nullopt;
         }
+        const View value = var->ValueView();
+        const auto source = observer.Replace(*var, begin);
+        // Most values hold no end of a placeholder, so there is nothing to read in them.
+        if (value.find(close) == View::npos) {
+            out.Append(value);
+            observer.Append(value.data(), value.size(), source);
+            continue;
+        }
         if (!input.rest.empty()) {
             outer.push_back(input);
         }
-        chain.push_back({start - 1, outer.size()});
-        input = {var->ValueView(), observer.Replace(*var, start - 1)};
-        out.resize(start - 1);
-        ++count;
+        chain.push_back({begin, outer.size()});
+        input = {value, source};
     }
 }
 

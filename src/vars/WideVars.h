@@ -72,14 +72,16 @@ unsigned SubstituteInPasses(std::u16string& text, char16_t open, char16_t close,
 template <class Observer>
 unsigned Substitute(std::u16string_view text, char16_t open, char16_t close, const WideVars& vars,
                     std::u16string& out, Observer& observer) {
-    out.clear();
     if (vars.ScanServes(open, close)) {
         // Without a circle no value is open inside itself.
         const std::size_t maxDepth =
             Observer::cEndsCircles ? static_cast<std::size_t>(-1) : vars.All().size() + 1;
         const auto find = [&vars](std::u16string_view name) { return vars.Find(name); };
+        ScanOutput<char16_t> scanned;
+        scanned.Reserve(text.size());
         if (const auto count =
-                SubstituteInOneScan(text, open, close, maxDepth, find, out, observer)) {
+                SubstituteInOneScan(text, open, close, maxDepth, find, scanned, observer)) {
+            out = scanned.View();
             return *count;
         }
     }
