@@ -29,6 +29,7 @@ void CVarList::SetValue(std::string_view name, std::string_view value, bool fixe
         name.remove_prefix(1);
         fixed = true;
     }
+    wide_.reset();
     CVar* var = FindVar(name);
     if (var != nullptr) {
         var->SetValue(value);
@@ -97,6 +98,7 @@ void CVarList::Empty() {
     nameBytes_ = {};
     index_ = {};
     memory_.reset();
+    wide_.reset();
 }
 
 void CVarList::Swap(CVarList& other) noexcept {
@@ -106,6 +108,7 @@ void CVarList::Swap(CVarList& other) noexcept {
     std::swap(nameBytes_, other.nameBytes_);
     std::swap(index_, other.index_);
     std::swap(memory_, other.memory_);
+    std::swap(wide_, other.wide_);
 }
 
 CVarList& CVarList::operator+=(const CVarList& other) {

@@ -17,6 +17,7 @@
 namespace Tova {
 
 class CStream;
+class WideVars;
 
 // Names are unique, compared byte for byte, and may be empty. A variable keeps the place of its
 // first setting. A fixed variable keeps its value whatever is set later.
@@ -94,6 +95,10 @@ private:
         std::pmr::monotonic_buffer_resource pool{first.data(), first.size()};
     };
 
+    struct DropWide {
+        void operator()(const WideVars* vars) const;
+    };
+
     CVar* Append(std::string_view name, std::string_view value);
     bool ScanServes(char open, char close) const;
     int ApplyInPasses(CString& text, const char* delimiters) const;
@@ -106,6 +111,8 @@ private:
     // Leads from name to variable; used once the list is long.
     CVarIndex index_;
     std::unique_ptr<Memory> memory_;
+    // What Apply made of the variables for platform strings, until one of them changes.
+    mutable std::unique_ptr<const WideVars, DropWide> wide_;
 };
 
 }  // namespace Tova

@@ -20,6 +20,10 @@ bool setUnits(CFMutableStringRef string, std::u16string_view text) {
 
 }  // namespace
 
+void CVarList::DropWide::operator()(const WideVars* vars) const {
+    delete vars;
+}
+
 bool CVarList::ScanServes(char open, char close) const {
     const auto inNames = [&](char c) { return nameBytes_[static_cast<unsigned char>(c)]; };
     return open != close && !inNames(open) && !inNames(close);
@@ -78,10 +82,13 @@ int CVarList::Apply(CFMutableStringRef text, CFStringRef delimiters) const {
     if (source.find(pair[0]) == source.npos || source.find(pair[1]) == source.npos) {
         return 0;
     }
-    std::u16string result;
+    if (!wide_ || !wide_->IsCurrent()) {
+        wide_.reset(new WideVars(*this));
+    }
+    ScanOutput<char16_t> result;
     NoObserver nobody;
-    const unsigned count = Substitute(source, pair[0], pair[1], WideVars(*this), result, nobody);
-    return count != 0 && setUnits(text, result) ? static_cast<int>(count) : 0;
+    const unsigned count = Substitute(source, pair[0], pair[1], *wide_, result, nobody);
+    return count != 0 && setUnits(text, result.View()) ? static_cast<int>(count) : 0;
 }
 
 }  // namespace Tova

@@ -1,25 +1,38 @@
 #include "vars/WideVars.h"
 
+#include <algorithm>
+
 namespace Tova {
 
+namespace {
+
+// UniChar and char16_t look the same, and the platform does no more than copy them.
+static_assert(sizeof(UniChar) == sizeof(char16_t));
+
+bool holds(const std::u16string& name, char16_t unit) {
+    return name.find(unit) != name.npos;
+}
+
+}  // namespace
+
 std::u16string UnitsOf(CFStringRef string) {
-    const CFIndex length = CFStringGetLength(string);
-    std::vector<UniChar> units(static_cast<std::size_t>(length));
-    CFStringGetCharacters(string, CFRangeMake(0, length), units.data());
-    return {units.begin(), units.end()};
+    std::u16string units(static_cast<std::size_t>(CFStringGetLength(string)), u'\0');
+    CFStringGetCharacters(string, CFRangeMake(0, static_cast<CFIndex>(units.size())),
+                          reinterpret_cast<UniChar*>(units.data()));
+    return units;
 }
 
 CFRef<CFStringRef> StringOfUnits(std::u16string_view units) {
-    const std::vector<UniChar> copy(units.begin(), units.end());
-    CFRef<CFStringRef> made(CFStringCreateWithCharacters(kCFAllocatorDefault, copy.data(),
-                                                         static_cast<CFIndex>(copy.size())));
+    CFRef<CFStringRef> made(CFStringCreateWithCharacters(
+        kCFAllocatorDefault, reinterpret_cast<const UniChar*>(units.data()),
+        static_cast<CFIndex>(units.size())));
     if (!made) {
         throw std::bad_alloc();
     }
     return made;
 }
 
-WideVars::WideVars(const CVarList& list) {
+WideVars::WideVars(const CVarList& list) : encoding_(CFStringGetSystemEncoding()) {
     for (const CVar* var = list.First(); var != nullptr; var = var->Next()) {
         const CFRef<CFStringRef> name = MakeCFString(var->Name());
         const CFRef<CFStringRef> value = MakeCFString(var->Value());
@@ -28,8 +41,12 @@ WideVars::WideVars(const CVarList& list) {
         }
     }
     // The map refers to the names, so it is made when they no longer move.
+    byName_.reserve(vars_.size());
     for (const WideVar& var : vars_) {
         byName_.emplace(var.name, &var);
+        for (const char16_t unit : var.name) {
+            lowBytes_.set(unit & 0xFF);
+        }
     }
 }
 
@@ -42,12 +59,12 @@ bool WideVars::ScanServes(char16_t open, char16_t close) const {
     if (open == close || byName_.size() != vars_.size()) {
         return false;
     }
-    for (const WideVar& var : vars_) {
-        if (var.name.find(open) != var.name.npos || var.name.find(close) != var.name.npos) {
-            return false;
-        }
+    if (!lowBytes_.test(open & 0xFF) && !lowBytes_.test(close & 0xFF)) {
+        return true;
     }
-    return true;
+    return std::none_of(vars_.begin(), vars_.end(), [&](const WideVar& var) {
+        return holds(var.name, open) || holds(var.name, close);
+    });
 }
 
 }  // namespace Tova

@@ -7,6 +7,7 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <bitset>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -35,6 +36,8 @@ public:
     WideVars(const WideVars&) = delete;
     WideVars& operator=(const WideVars&) = delete;
 
+    // Returns true if the object holds what the constructor would make of the unchanged list now.
+    bool IsCurrent() const { return encoding_ == CFStringGetSystemEncoding(); }
     // The variables in the order of the list.
     const std::vector<WideVar>& All() const { return vars_; }
     // Returns the first variable of this name, or null.
@@ -44,8 +47,11 @@ public:
     bool ScanServes(char16_t open, char16_t close) const;
 
 private:
+    CFStringEncoding encoding_;
     std::vector<WideVar> vars_;
     std::unordered_map<std::u16string_view, const WideVar*> byName_;
+    // The lower byte of every unit that occurs in some name.
+    std::bitset<256> lowBytes_;
 };
 
 // Goes over all variables in their order, again and again, until a pass replaces nothing. This
@@ -67,27 +73,28 @@ unsigned SubstituteInPasses(std::u16string& text, char16_t open, char16_t close,
     return total;
 }
 
-// Puts `text` with the variables substituted into `out`, and returns the number of replacements.
-// Uses one scan if that serves, and passes otherwise.
+// Appends `text` with the variables substituted to `out`, which is empty, and returns the number of
+// replacements. Uses one scan if that serves, and passes otherwise.
 template <class Observer>
 unsigned Substitute(std::u16string_view text, char16_t open, char16_t close, const WideVars& vars,
-                    std::u16string& out, Observer& observer) {
+                    ScanOutput<char16_t>& out, Observer& observer) {
     if (vars.ScanServes(open, close)) {
         // Without a circle no value is open inside itself.
         const std::size_t maxDepth =
             Observer::cEndsCircles ? static_cast<std::size_t>(-1) : vars.All().size() + 1;
         const auto find = [&vars](std::u16string_view name) { return vars.Find(name); };
-        ScanOutput<char16_t> scanned;
-        scanned.Reserve(text.size());
+        out.Reserve(text.size());
         if (const auto count =
-                SubstituteInOneScan(text, open, close, maxDepth, find, scanned, observer)) {
-            out = scanned.View();
+                SubstituteInOneScan(text, open, close, maxDepth, find, out, observer)) {
             return *count;
         }
+        out.CutTo(0);
     }
-    out = text;
+    std::u16string changed(text);
     observer.Append(text.data(), text.size(), {});
-    return SubstituteInPasses(out, open, close, vars, observer);
+    const unsigned count = SubstituteInPasses(changed, open, close, vars, observer);
+    out.Append(changed);
+    return count;
 }
 
 }  // namespace Tova

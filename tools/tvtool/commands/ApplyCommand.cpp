@@ -203,8 +203,9 @@ void apply(const ApplyOptions& options, Session& session) {
     }
     // The library's own calls have no guard against circles; the trail is one.
     SubstitutionTrail trail(units, vars, text.name);
-    std::u16string result;
-    Tova::Substitute(units, task.open, task.close, vars, result, trail);
+    Tova::ScanOutput<char16_t> out;
+    Tova::Substitute(units, task.open, task.close, vars, out, trail);
+    const std::u16string_view result = out.View();
     if (options.strict) {
         refuseUndefined(task, text.name, result, trail);
     }
