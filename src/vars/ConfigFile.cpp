@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <string_view>
 
 namespace Tova {
 
@@ -38,6 +39,10 @@ Damage bodyDamage(CStream& stream, const ConfigFileReport& report) {
         return Damage::CutOff;
     }
     return report.computed == report.stored ? Damage::None : Damage::CheckValueDiffers;
+}
+
+std::string_view viewOf(const CString& text) {
+    return {text.CStr(), static_cast<std::size_t>(text.Length())};
 }
 
 constexpr bool isComplete() {
@@ -117,10 +122,9 @@ void WriteVariables(CStream& stream, const CVarList& list) {
         if (var->IsFixed()) {
             stream.WriteChar('%');
         }
-        stream.WriteString(var->Name(), -1);
-        stream.WriteChar('\0');
-        stream.WriteString(var->Value(), -1);
-        stream.WriteChar('\0');
+        // With their NULs, so that each is one run of bytes.
+        stream.WriteString(var->Name(), static_cast<int>(var->NameView().size()) + 1);
+        stream.WriteString(var->Value(), static_cast<int>(var->ValueView().size()) + 1);
     }
 }
 
@@ -133,7 +137,7 @@ void ReadVariables(CStream& stream, CVarList& list) {
             return;
         }
         stream.ReadToDelim(value, 0, -1, nullptr);
-        list.SetValue(name.CStr(), value.CStr(), false);
+        list.SetValue(viewOf(name), viewOf(value), false);
     }
 }
 
