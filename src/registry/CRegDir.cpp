@@ -1,5 +1,6 @@
 #include "registry/CRegDir.h"
 
+#include "registry/RegNames.h"
 #include "text/Ch.h"
 #include "text/Str.h"
 
@@ -14,10 +15,6 @@ namespace Tova {
 
 namespace {
 
-// A valid name has at most so many characters.
-constexpr int cMaxName = 64;
-// The room for one segment of a path, with its NUL.
-constexpr std::size_t cSegmentSize = 80;
 // The room for any number as text, with sign and NUL.
 constexpr std::size_t cNumberSize = 66;
 
@@ -57,67 +54,35 @@ bool CRegDir::OpenDir(const char* path, CRegDir& out) const {
     return true;
 }
 
-bool CRegDir::CreateSubDir(const char* name, CRegDir& out) {
-    if (node_ == nullptr || name == nullptr) {
+bool CRegDir::Take(CRegNode* node, CRegDir& out) {
+    if (node == nullptr) {
         return false;
     }
-    CRegNode* found = node_->Find(name, 0);
-    if (found == nullptr) {
-        if (!ValidName(name)) {
-            return false;
-        }
-        found = node_->AddChild(RegNodeType::Directory, name, nullptr);
-    } else if (!found->IsDirectory()) {
-        return false;
-    }
-    out.SetNode(found);
+    out.SetNode(node);
     return true;
+}
+
+bool CRegDir::CreateSubDir(const char* name, CRegDir& out) {
+    return node_ != nullptr && name != nullptr && Take(node_->OpenOrMake(name), out);
 }
 
 bool CRegDir::CreateParentDirs(const char*& path, CRegDir& out) {
     if (node_ == nullptr || path == nullptr) {
         return false;
     }
-    CRegDir parent(*this);
-    while (const char* slash = std::strchr(path, '/')) {
-        const auto length = static_cast<std::size_t>(slash - path);
-        char segment[cSegmentSize];
-        if (length >= cSegmentSize) {
-            return false;
-        }
-        std::memcpy(segment, path, length);
-        segment[length] = '\0';
-        if (!parent.CreateSubDir(segment, parent)) {
-            return false;
-        }
-        path = slash + 1;
-    }
-    out.SetNode(parent.node_);
-    return true;
+    std::string_view rest = path;
+    CRegNode* parent = node_->FollowParents(rest);
+    path = rest.data();
+    return Take(parent, out);
 }
 
 bool CRegDir::CreateDir(const char* path, CRegDir& out) {
-    CRegDir parent;
-    return CreateParentDirs(path, parent) && parent.CreateSubDir(path, out);
+    return node_ != nullptr && path != nullptr && Take(node_->OpenOrMakePath(path), out);
 }
 
 bool CRegDir::SetValue(const char* path, const char* value) {
-    CRegDir parent;
-    if (!CreateParentDirs(path, parent)) {
-        return false;
-    }
-    if (CRegNode* found = parent.node_->Find(path, 0); found != nullptr) {
-        if (found->IsDirectory()) {
-            return false;
-        }
-        found->SetValue(value);
-        return true;
-    }
-    if (!ValidName(path)) {
-        return false;
-    }
-    parent.node_->AddChild(RegNodeType::Value, path, value);
-    return true;
+    return node_ != nullptr && path != nullptr &&
+           node_->SetValueAt(path, value == nullptr ? std::string_view() : std::string_view(value));
 }
 
 bool CRegDir::SetValue(const char* path, long value) {
@@ -230,26 +195,17 @@ bool CRegDir::Delete(const char* path) {
 }
 
 bool CRegDir::ValidNameChar(int c) {
-    constexpr std::u32string_view cOthers(U"\0\t\n ;=\\{}", 9);
-    return c != -1 && cOthers.find(static_cast<char32_t>(c)) == cOthers.npos;
+    return RegNames::IsNameChar(c);
 }
 
 bool CRegDir::ValidName(const char* name) {
-    if (name == nullptr || !Ch::IsAlpha(*name)) {
-        return false;
-    }
-    int length = 1;
-    for (const char* at = name + 1; *at != '\0'; ++at) {
-        if (!ValidNameChar(static_cast<signed char>(*at)) || ++length > cMaxName) {
-            return false;
-        }
-    }
-    return true;
+    return name != nullptr && RegNames::IsValid(name);
 }
 
 char* CRegDir::FixName(char* name) {
-    if (strnlen(name, cMaxName + 1) > cMaxName) {
-        name[cMaxName] = '\0';
+    constexpr std::size_t cMost = RegNames::cMostCharacters;
+    if (strnlen(name, cMost + 1) > cMost) {
+        name[cMost] = '\0';
     }
     if (*name == '\0') {
         name[1] = '\0';
@@ -258,7 +214,7 @@ char* CRegDir::FixName(char* name) {
         *name = 'X';
     }
     for (char* at = name; *at != '\0'; ++at) {
-        if (!ValidNameChar(static_cast<signed char>(*at))) {
+        if (!RegNames::IsNameByte(*at)) {
             *at = '_';
         }
     }

@@ -114,6 +114,8 @@ protected:
     bool flag_ = false;
 
 private:
+    // Lets `out` take the node. Returns false if it is null.
+    static bool Take(CRegNode* node, CRegDir& out);
     CRegNode* DeepFind(const char* path) const {
         return node_ == nullptr ? nullptr : node_->DeepFind(path);
     }

@@ -3,96 +3,206 @@
 #include "registry/CRegNode.h"
 
 #include <algorithm>
+#include <bit>
+#include <functional>
 
 namespace Tova {
 
-namespace {
-
-bool hasFindableName(const CRegNode& node) {
-    return node.GetType() != RegNodeType::Comment && node.GetName() != nullptr;
+CRegIndex::CRegIndex(CRegNode& directory, CRegPool& pool)
+    : directory_(directory), hashes_(&pool), nodes_(&pool), byPlace_(&pool), beginnings_(&pool) {
+    Build();
 }
 
-}  // namespace
+std::uint32_t CRegIndex::HashOf(std::string_view text) {
+    const auto hash = static_cast<std::uint32_t>(std::hash<std::string_view>()(text));
+    return hash != 0 ? hash : 1;
+}
 
-CRegIndex::CRegIndex(const CRegNode& directory) : directory_(directory) {
-    byName_.reserve(static_cast<std::size_t>(directory.childCount_));
-    for (CRegNode* child = directory.firstChild_; child != nullptr; child = child->nextSibling_) {
-        Add(child);
+// Makes the table anew, without the slots of children that went. At most two slots of three are
+// used then, so that the next time is far away.
+void CRegIndex::Build() {
+    const auto children = static_cast<std::size_t>(directory_.ChildCount());
+    const std::size_t size = std::bit_ceil(children + children / 2 + 8);
+    hashes_.assign(size, 0);
+    nodes_.assign(size, nullptr);
+    usedSlots_ = 0;
+    for (CRegNode* child = directory_.First(); child != nullptr; child = child->nextSibling_) {
+        Insert(child);
     }
+}
+
+void CRegIndex::Insert(CRegNode* child) {
+    if (!child->HasName()) {
+        return;
+    }
+    const std::size_t mask = hashes_.size() - 1;
+    std::size_t slot = child->nameHash_ & mask;
+    while (hashes_[slot] != 0) {
+        slot = (slot + 1) & mask;
+    }
+    hashes_[slot] = child->nameHash_;
+    nodes_[slot] = child;
+    ++usedSlots_;
 }
 
 void CRegIndex::Add(CRegNode* child) {
-    if (!hasFindableName(*child)) {
+    if ((usedSlots_ + 1) * 8 > hashes_.size() * 7) {
+        Build();
+    } else {
+        Insert(child);
+    }
+    if (byPlace_.empty()) {
         return;
     }
-    const std::string_view name = child->GetName();
-    ++byName_.try_emplace(name, Namesakes{child, 0}).first->second.count;
-    longestName_ = std::max(longestName_, name.size());
-    for (auto& [length, beginnings] : byBeginning_) {
-        if (name.size() >= length) {
-            beginnings.emplace(std::pair(name.substr(0, length), child->position_), child);
+    const auto place = static_cast<std::uint32_t>(byPlace_.size());
+    child->position_ = place;
+    byPlace_.push_back(child);
+    if (child->HasName()) {
+        const std::string_view name = child->GetName();
+        longestName_ = std::max(longestName_, name.size());
+        for (Beginnings& beginnings : beginnings_) {
+            AddBeginning(beginnings, name, place);
         }
     }
 }
 
-void CRegIndex::Remove(CRegNode* child) noexcept {
+void CRegIndex::Remove(const CRegNode* child) noexcept {
     MoveOffCursor(child);
-    if (!hasFindableName(*child)) {
-        return;
-    }
-    const std::string_view name = child->GetName();
-    for (auto& [length, beginnings] : byBeginning_) {
-        beginnings.erase({name.substr(0, length), child->position_});
-    }
-    const auto found = byName_.find(name);
-    const int left = --found->second.count;
-    if (found->second.first != child) {
-        return;
-    }
-    // The key is a view of the name that goes, so the next of that name brings its own. Taking the
-    // element out and putting it back allocates nothing.
-    auto element = byName_.extract(found);
-    if (left > 0) {
-        CRegNode* next = child->nextSibling_;
-        while (!hasFindableName(*next) || next->GetName() != element.key()) {
-            next = next->nextSibling_;
+    if (!byPlace_.empty()) {
+        byPlace_[child->position_] = nullptr;
+        if (byPlace_.size() / 2 > static_cast<std::size_t>(directory_.ChildCount())) {
+            DropPlaces();
         }
-        element.key() = next->GetName();
-        element.mapped() = {next, left};
-        byName_.insert(std::move(element));
+    }
+    if (!child->HasName()) {
+        return;
+    }
+    const std::size_t mask = hashes_.size() - 1;
+    std::size_t slot = child->nameHash_ & mask;
+    while (nodes_[slot] != child) {
+        slot = (slot + 1) & mask;
+    }
+    nodes_[slot] = nullptr;
+}
+
+CRegNode* CRegIndex::FindExact(std::string_view name, std::uint32_t hash) const {
+    const std::size_t mask = hashes_.size() - 1;
+    for (std::size_t slot = hash & mask; hashes_[slot] != 0; slot = (slot + 1) & mask) {
+        if (hashes_[slot] == hash && nodes_[slot] != nullptr && nodes_[slot]->GetName() == name) {
+            return nodes_[slot];
+        }
+    }
+    return nullptr;
+}
+
+// Numbers the children anew, so that their positions are their places.
+void CRegIndex::BuildPlaces() {
+    byPlace_.reserve(static_cast<std::size_t>(directory_.ChildCount()));
+    for (CRegNode* child = directory_.First(); child != nullptr; child = child->nextSibling_) {
+        child->position_ = static_cast<std::uint32_t>(byPlace_.size());
+        byPlace_.push_back(child);
+        if (child->HasName()) {
+            longestName_ = std::max(longestName_, std::string_view(child->GetName()).size());
+        }
     }
 }
 
-CRegNode* CRegIndex::FindExact(std::string_view name) const {
-    const auto found = byName_.find(name);
-    return found == byName_.end() ? nullptr : found->second.first;
+void CRegIndex::DropPlaces() {
+    longestName_ = 0;
+    byPlace_.clear();
+    beginnings_.clear();
 }
 
-CRegIndex::Beginnings CRegIndex::BeginningsOf(std::size_t length) const {
-    Beginnings beginnings;
-    for (CRegNode* child = directory_.firstChild_; child != nullptr; child = child->nextSibling_) {
-        if (!hasFindableName(*child)) {
+CRegIndex::Beginnings CRegIndex::MakeBeginnings(std::size_t length) const {
+    Beginnings made(length, byPlace_.get_allocator().resource());
+    for (std::size_t place = 0; place < byPlace_.size(); ++place) {
+        if (const CRegNode* child = byPlace_[place]; child != nullptr && child->HasName()) {
+            AddBeginning(made, child->GetName(), static_cast<std::uint32_t>(place));
+        }
+    }
+    return made;
+}
+
+void CRegIndex::AddBeginning(Beginnings& beginnings, std::string_view name,
+                             std::uint32_t place) const {
+    if (name.size() < beginnings.length) {
+        return;
+    }
+    if ((beginnings.usedChains + 1) * 4 > beginnings.chains.size() * 3) {
+        // Chains are only moved, so that their order stays. Those that are used up are left out.
+        std::pmr::vector<Beginnings::Chain> former(
+            std::max<std::size_t>(beginnings.chains.size() * 2, 16), Beginnings::Chain{},
+            beginnings.chains.get_allocator());
+        former.swap(beginnings.chains);
+        beginnings.usedChains = 0;
+        const std::size_t mask = beginnings.chains.size() - 1;
+        for (const Beginnings::Chain& chain : former) {
+            if (chain.hash != 0 && chain.first != cNoLink) {
+                std::size_t slot = chain.hash & mask;
+                while (beginnings.chains[slot].hash != 0) {
+                    slot = (slot + 1) & mask;
+                }
+                beginnings.chains[slot] = chain;
+                ++beginnings.usedChains;
+            }
+        }
+    }
+    const std::string_view beginning = name.substr(0, beginnings.length);
+    Beginnings::Chain& chain = ChainOf(beginnings, beginning);
+    const auto link = static_cast<std::uint32_t>(beginnings.links.size());
+    beginnings.links.push_back({place, cNoLink});
+    if (chain.hash == 0) {
+        chain = {HashOf(beginning), link, link};
+        ++beginnings.usedChains;
+    } else {
+        beginnings.links[chain.last].next = link;
+        chain.last = link;
+    }
+}
+
+// Returns the chain of the names that begin so, or the unused slot where it belongs. Skips what
+// went from the front of the chains that it meets, so that each link is skipped once.
+CRegIndex::Beginnings::Chain& CRegIndex::ChainOf(Beginnings& beginnings,
+                                                 std::string_view beginning) const {
+    const std::uint32_t hash = HashOf(beginning);
+    const std::size_t mask = beginnings.chains.size() - 1;
+    for (std::size_t slot = hash & mask;; slot = (slot + 1) & mask) {
+        Beginnings::Chain& chain = beginnings.chains[slot];
+        if (chain.hash == 0) {
+            return chain;
+        }
+        if (chain.hash != hash) {
             continue;
         }
-        if (const std::string_view name = child->GetName(); name.size() >= length) {
-            beginnings.emplace(std::pair(name.substr(0, length), child->position_), child);
+        while (chain.first != cNoLink && byPlace_[beginnings.links[chain.first].place] == nullptr) {
+            chain.first = beginnings.links[chain.first].next;
+        }
+        if (chain.first != cNoLink &&
+            std::string_view(byPlace_[beginnings.links[chain.first].place]->GetName())
+                .starts_with(beginning)) {
+            return chain;
         }
     }
-    return beginnings;
 }
 
 CRegNode* CRegIndex::FindPrefix(std::string_view prefix) {
+    if (byPlace_.empty()) {
+        BuildPlaces();
+    }
     if (prefix.size() > longestName_) {
         return nullptr;
     }
-    auto known = byBeginning_.find(prefix.size());
-    if (known == byBeginning_.end()) {
-        known = byBeginning_.emplace(prefix.size(), BeginningsOf(prefix.size())).first;
+    auto known = std::find_if(beginnings_.begin(), beginnings_.end(),
+                              [&](const Beginnings& each) { return each.length == prefix.size(); });
+    if (known == beginnings_.end()) {
+        beginnings_.push_back(MakeBeginnings(prefix.size()));
+        known = beginnings_.end() - 1;
     }
-    const Beginnings& beginnings = known->second;
-    const auto earliest = beginnings.lower_bound({prefix, 0});
-    return earliest != beginnings.end() && earliest->first.first == prefix ? earliest->second
-                                                                           : nullptr;
+    if (known->chains.empty()) {
+        return nullptr;
+    }
+    const Beginnings::Chain& chain = ChainOf(*known, prefix);
+    return chain.hash == 0 ? nullptr : byPlace_[known->links[chain.first].place];
 }
 
 CRegNode* CRegIndex::Entry(int i) {

@@ -1,14 +1,14 @@
 // The index that a directory with many children keeps, so that it finds them without walking its
-// list. The index changes no answer: a directory may drop it at any time and make it again. One
-// thread at a time may use it.
+// list. The index changes no answer: a directory may drop it at any time and make it again. Its
+// memory is the tree's. One thread at a time may use it.
 #pragma once
+
+#include "registry/CRegPool.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <string_view>
-#include <unordered_map>
-#include <utility>
+#include <vector>
 
 namespace Tova {
 
@@ -18,40 +18,74 @@ class CRegIndex {
 public:
     // Takes in the children that `directory` has now. The directory must outlive the index and
     // report every later change. Throws std::bad_alloc.
-    explicit CRegIndex(const CRegNode& directory);
+    CRegIndex(CRegNode& directory, CRegPool& pool);
 
     // Takes in the last child, which was just linked. Throws std::bad_alloc; the owner must then
     // drop the index.
     void Add(CRegNode* child);
     // Forgets a child that is about to be unlinked.
-    void Remove(CRegNode* child) noexcept;
+    void Remove(const CRegNode* child) noexcept;
 
-    // Returns the first child in list order that has exactly this name, or null.
-    CRegNode* FindExact(std::string_view name) const;
+    // Returns the first child in list order that has exactly this name, or null. `hash` is its
+    // hash.
+    CRegNode* FindExact(std::string_view name, std::uint32_t hash) const;
     // Returns the first child in list order whose name begins with `prefix`, or null. The first
-    // look-up with a prefix of a new length takes time in proportion to the list.
+    // look-up with a prefix of a new length takes time in proportion to the list. Throws
+    // std::bad_alloc; the index may then still be used.
     CRegNode* FindPrefix(std::string_view prefix);
     // Returns the i-th child that is no comment, or null. Takes constant time beside the child that
     // was asked for last.
     CRegNode* Entry(int i);
 
-private:
-    struct Namesakes {
-        CRegNode* first;
-        int count;
-    };
-    // Children by the first characters of their names; those that begin alike are in list order.
-    // Only names that have so many characters are in it.
-    using Beginnings = std::map<std::pair<std::string_view, std::uint64_t>, CRegNode*>;
+    // Returns the hash of a name or of its beginning. It is never 0.
+    static std::uint32_t HashOf(std::string_view text);
 
-    Beginnings BeginningsOf(std::size_t length) const;
+private:
+    // The children whose names have at least so many characters, by their first characters. Those
+    // that begin alike are chained in list order. A child is known by its place in byPlace_, so
+    // that its removal touches no chain. A look-up that meets an empty place skips it.
+    struct Beginnings {
+        struct Chain {
+            std::uint32_t hash;   // 0 marks a slot that was never used
+            std::uint32_t first;  // an index of `links`; cNoLink if the chain is used up
+            std::uint32_t last;
+        };
+        struct Link {
+            std::uint32_t place;
+            std::uint32_t next;
+        };
+        Beginnings(std::size_t count, std::pmr::memory_resource* memory)
+            : length(count), chains(memory), links(memory) {}
+
+        std::size_t length;
+        std::size_t usedChains = 0;
+        std::pmr::vector<Chain> chains;  // a power of two, probed one after the other
+        std::pmr::vector<Link> links;
+    };
+    static constexpr std::uint32_t cNoLink = UINT32_MAX;
+
+    void Build();
+    void Insert(CRegNode* child);
+    void BuildPlaces();
+    void DropPlaces();
+    Beginnings MakeBeginnings(std::size_t length) const;
+    void AddBeginning(Beginnings& beginnings, std::string_view name, std::uint32_t place) const;
+    Beginnings::Chain& ChainOf(Beginnings& beginnings, std::string_view beginning) const;
     void MoveOffCursor(const CRegNode* child);
 
-    const CRegNode& directory_;
-    std::unordered_map<std::string_view, Namesakes> byName_;
+    CRegNode& directory_;
+    // All children with a name, probed one after the other. A child that goes leaves its hash
+    // behind, and no other takes the slot, so that namesakes are met in list order.
+    std::pmr::vector<std::uint32_t> hashes_;  // 0 marks a slot that was never used
+    std::pmr::vector<CRegNode*> nodes_;
+    std::size_t usedSlots_ = 0;
+
+    // These are empty until there is a look-up by prefix. byPlace_ holds the children in list
+    // order, and null for those that went.
     std::size_t longestName_ = 0;
-    // For each prefix length that was asked for.
-    std::map<std::size_t, Beginnings> byBeginning_;
+    std::pmr::vector<CRegNode*> byPlace_;
+    std::pmr::vector<Beginnings> beginnings_;
+
     CRegNode* cursor_ = nullptr;
     int cursorIndex_ = 0;
 };

@@ -1,9 +1,13 @@
 #include "registry/CRegNode.h"
 
 #include "registry/CRegIndex.h"
+#include "registry/CRegPool.h"
+#include "registry/RegNames.h"
 
+#include <algorithm>
 #include <cstring>
-#include <new>
+#include <memory>
+#include <utility>
 
 namespace Tova {
 
@@ -11,15 +15,36 @@ namespace {
 
 // A directory with more children keeps an index.
 constexpr int cLongList = 16;
+// A segment of a path that leads to a new entry has fewer characters.
+constexpr std::size_t cSegmentSize = 80;
 
-std::unique_ptr<char[]> copyText(const char* text) {
-    if (text == nullptr) {
+std::string_view viewOf(const char* text) {
+    return text == nullptr ? std::string_view() : std::string_view(text);
+}
+
+std::size_t roomFor(std::string_view text) {
+    return text.data() == nullptr ? 0 : text.size() + 1;
+}
+
+// Copies a text and puts a NUL behind it. Returns null for no text.
+char* writeText(void* memory, std::string_view text) {
+    if (text.data() == nullptr) {
         return nullptr;
     }
-    const std::size_t size = std::strlen(text) + 1;
-    auto copy = std::make_unique_for_overwrite<char[]>(size);
-    std::memcpy(copy.get(), text, size);
+    auto* copy = static_cast<char*>(memory);
+    std::memcpy(copy, text.data(), text.size());
+    copy[text.size()] = '\0';
     return copy;
+}
+
+char* copyText(CRegPool& pool, std::string_view text) {
+    return text.data() == nullptr ? nullptr : writeText(pool.Allocate(roomFor(text)), text);
+}
+
+void freeText(CRegPool& pool, char* text) {
+    if (text != nullptr) {
+        pool.Free(text, std::strlen(text) + 1);
+    }
 }
 
 CRegNode* skipComments(CRegNode* node, CRegNode* (*step)(CRegNode*)) {
@@ -32,77 +57,171 @@ CRegNode* skipComments(CRegNode* node, CRegNode* (*step)(CRegNode*)) {
 }  // namespace
 
 CRegNode::CRegNode(RegNodeType type, CRegNode* parent, const char* name, const char* value)
-    : type_(type), name_(copyText(name)), value_(copyText(value)) {
-    if (parent != nullptr) {
-        parent->Append(this);
+    : parent_(parent), nameHash_(CRegIndex::HashOf(viewOf(name))), type_(type) {
+    if (parent == nullptr) {
+        auto pool = std::make_unique<CRegPool>();
+        name_ = copyText(*pool, viewOf(name));
+        char* text = copyText(*pool, viewOf(value));
+        branch_ = ::new (pool->Allocate(sizeof(Branch))) Branch{text, pool.get()};
+        hasBranch_ = true;
+        pool.release();
+        return;
     }
-    SetModified();
+    CRegPool& pool = *parent->MakeBranch().pool;
+    name_ = copyText(pool, viewOf(name));
+    value_ = copyText(pool, viewOf(value));
+    ++pool.heapNodes;
+    parent->Append(this);
+}
+
+CRegNode::CRegNode(RegNodeType type, CRegNode* parent, std::string_view name, std::uint32_t hash,
+                   std::string_view value)
+    : parent_(parent), nameHash_(hash), type_(type), holdsName_(true), holdsValue_(true) {
+    auto* room = reinterpret_cast<char*>(this + 1);
+    name_ = writeText(room, name);
+    value_ = writeText(room + roomFor(name), value);
 }
 
 CRegNode::~CRegNode() {
-    DestroyChildren();
-    if (CRegNode* parent = parent_; parent != nullptr) {
-        parent->Remove(this);
-        parent->SetModified();
+    CRegPool& pool = Pool();
+    if (parent_ == nullptr) {
+        // All else goes with the pool.
+        if (pool.heapNodes > 0) {
+            DestroyChildren();
+        }
+        delete &pool;
+        return;
     }
+    DestroyChildren();
+    parent_->Remove(this);
+    parent_->SetModified();
+    FreeParts(pool);
+    pool.heapNodes -= units_ == 0 ? 1 : 0;
+}
+
+void CRegNode::operator delete(CRegNode* node, std::destroying_delete_t) {
+    if (node == nullptr) {
+        return;
+    }
+    const std::size_t size = node->units_ * CRegPool::cUnit;
+    CRegPool& pool = node->Pool();
+    node->~CRegNode();
+    size == 0 ? ::operator delete(node) : pool.Free(node, size);
 }
 
 CRegNode* CRegNode::AddChild(RegNodeType type, const char* name, const char* value) {
-    return new CRegNode(type, this, name, value);
+    return Make(type, viewOf(name), CRegIndex::HashOf(viewOf(name)), viewOf(value));
 }
 
-// Frees everything below in a loop, because a tree may be as deep as its file made it. Each node
-// that is deleted has neither children nor a parent by then.
+CRegNode* CRegNode::Make(RegNodeType type, std::string_view name, std::uint32_t hash,
+                         std::string_view value) {
+    const std::size_t size = sizeof(CRegNode) + roomFor(name) + roomFor(value);
+    void* memory = MakeBranch().pool->Allocate(size);
+    auto* node = ::new (memory) CRegNode(type, this, name, hash, value);
+    node->units_ =
+        static_cast<std::uint16_t>(std::min<std::size_t>(CRegPool::Units(size), UINT16_MAX));
+    Append(node);
+    return node;
+}
+
+// A tree is as deep as its file made it, so this is a loop. It takes the first child out of its
+// list before it goes down, so that its parent has the next one at hand.
 void CRegNode::DestroyChildren() {
-    CRegNode* node = this;
-    while (true) {
-        node->index_.reset();
-        if (node->firstChild_ != nullptr) {
-            node = node->firstChild_;
+    CRegPool& pool = Pool();
+    for (CRegNode* node = this;;) {
+        if (CRegNode* child = node->First(); child != nullptr) {
+            node->branch_->firstChild = child->nextSibling_;
+            node = child;
             continue;
         }
-        node->lastChild_ = nullptr;
-        node->childCount_ = 0;
         if (node == this) {
             return;
         }
         CRegNode* parent = node->parent_;
-        parent->firstChild_ = node->nextSibling_;
-        node->parent_ = nullptr;
-        delete node;
+        node->FreeParts(pool);
+        if (node->units_ == 0) {
+            --pool.heapNodes;
+            ::operator delete(node);
+        } else {
+            pool.Free(node, node->units_ * CRegPool::cUnit);
+        }
         node = parent;
     }
 }
 
+void CRegNode::FreeParts(CRegPool& pool) {
+    if (!holdsName_) {
+        freeText(pool, name_);
+    }
+    if (!holdsValue_) {
+        freeText(pool, hasBranch_ ? branch_->value : value_);
+    }
+    if (hasBranch_) {
+        DropIndex();
+        pool.Free(branch_, sizeof(Branch));
+    }
+}
+
+// Each node but the root has a parent, which has a branch, as the root has.
+CRegPool& CRegNode::Pool() const {
+    return *(hasBranch_ ? branch_ : parent_->branch_)->pool;
+}
+
+CRegNode::Branch& CRegNode::MakeBranch() {
+    if (!hasBranch_) {
+        CRegPool& pool = Pool();
+        branch_ = ::new (pool.Allocate(sizeof(Branch))) Branch{value_, &pool};
+        hasBranch_ = true;
+    }
+    return *branch_;
+}
+
 void CRegNode::Append(CRegNode* child) {
-    child->parent_ = this;
-    child->previousSibling_ = lastChild_;
-    child->position_ = lastChild_ == nullptr ? 0 : lastChild_->position_ + 1;
-    (lastChild_ == nullptr ? firstChild_ : lastChild_->nextSibling_) = child;
-    lastChild_ = child;
-    ++childCount_;
-    if (index_) {
-        try {
-            index_->Add(child);
-        } catch (const std::bad_alloc&) {
-            index_.reset();
+    Branch& branch = *branch_;
+    CRegNode* last = branch.lastChild;
+    if (last != nullptr && last->position_ == UINT32_MAX) {
+        DropIndex();
+        std::uint32_t position = 0;
+        for (CRegNode* each = branch.firstChild; each != nullptr; each = each->nextSibling_) {
+            each->position_ = position++;
         }
     }
+    child->previousSibling_ = last;
+    child->position_ = last == nullptr ? 0 : last->position_ + 1;
+    (last == nullptr ? branch.firstChild : last->nextSibling_) = child;
+    branch.lastChild = child;
+    ++branch.childCount;
+    if (branch.index != nullptr) {
+        try {
+            branch.index->Add(child);
+        } catch (const std::bad_alloc&) {
+            DropIndex();
+        }
+    }
+    child->SetModified();
 }
 
 void CRegNode::Remove(CRegNode* child) {
-    if (index_) {
-        index_->Remove(child);
+    Branch& branch = *branch_;
+    if (branch.index != nullptr) {
+        branch.index->Remove(child);
     }
     CRegNode* previous = child->previousSibling_;
     CRegNode* next = child->nextSibling_;
-    (previous == nullptr ? firstChild_ : previous->nextSibling_) = next;
-    (next == nullptr ? lastChild_ : next->previousSibling_) = previous;
-    --childCount_;
+    (previous == nullptr ? branch.firstChild : previous->nextSibling_) = next;
+    (next == nullptr ? branch.lastChild : next->previousSibling_) = previous;
+    --branch.childCount;
+}
+
+void CRegNode::DropIndex() {
+    if (CRegIndex* index = std::exchange(branch_->index, nullptr); index != nullptr) {
+        index->~CRegIndex();
+        branch_->pool->Free(index, sizeof(CRegIndex));
+    }
 }
 
 CRegNode* CRegNode::FirstEntry() const {
-    return skipComments(firstChild_, [](CRegNode* node) { return node->nextSibling_; });
+    return skipComments(First(), [](CRegNode* node) { return node->nextSibling_; });
 }
 
 CRegNode* CRegNode::NextEntry() const {
@@ -114,25 +233,39 @@ CRegNode* CRegNode::PreviousEntry() const {
 }
 
 CRegIndex* CRegNode::LongListIndex() const {
-    if (!index_ && childCount_ > cLongList) {
+    if (ChildCount() <= cLongList && (!hasBranch_ || branch_->index == nullptr)) {
+        return nullptr;
+    }
+    if (branch_->index == nullptr) {
+        void* memory = nullptr;
         try {
-            index_ = std::make_unique<CRegIndex>(*this);
+            memory = branch_->pool->Allocate(sizeof(CRegIndex));
+            branch_->index =
+                ::new (memory) CRegIndex(*branch_->firstChild->parent_, *branch_->pool);
         } catch (const std::bad_alloc&) {
             // Without memory for an index, the list is walked.
+            if (memory != nullptr) {
+                branch_->pool->Free(memory, sizeof(CRegIndex));
+            }
         }
     }
-    return index_.get();
+    return branch_->index;
+}
+
+CRegNode* CRegNode::FindExact(std::string_view name, std::uint32_t hash) const {
+    if (CRegIndex* index = LongListIndex(); index != nullptr) {
+        return index->FindExact(name, hash);
+    }
+    for (CRegNode* child = First(); child != nullptr; child = child->nextSibling_) {
+        if (child->nameHash_ == hash && child->HasName() && child->name_ == name) {
+            return child;
+        }
+    }
+    return nullptr;
 }
 
 CRegNode* CRegNode::FindExact(std::string_view name) const {
-    if (CRegIndex* index = LongListIndex(); index != nullptr) {
-        return index->FindExact(name);
-    }
-    CRegNode* entry = FirstEntry();
-    while (entry != nullptr && (!entry->name_ || entry->name_.get() != name)) {
-        entry = entry->NextEntry();
-    }
-    return entry;
+    return FindExact(name, CRegIndex::HashOf(name));
 }
 
 CRegNode* CRegNode::FindPrefix(std::string_view prefix) const {
@@ -143,12 +276,56 @@ CRegNode* CRegNode::FindPrefix(std::string_view prefix) const {
             // The list is walked here too.
         }
     }
-    CRegNode* entry = FirstEntry();
-    while (entry != nullptr &&
-           (!entry->name_ || std::strncmp(entry->name_.get(), prefix.data(), prefix.size()) != 0)) {
-        entry = entry->NextEntry();
+    CRegNode* child = First();
+    while (child != nullptr &&
+           !(child->HasName() && std::strncmp(child->name_, prefix.data(), prefix.size()) == 0)) {
+        child = child->nextSibling_;
     }
-    return entry;
+    return child;
+}
+
+CRegNode* CRegNode::OpenOrMake(std::string_view name) {
+    const std::uint32_t hash = CRegIndex::HashOf(name);
+    if (CRegNode* found = FindExact(name, hash); found != nullptr) {
+        return found->IsDirectory() ? found : nullptr;
+    }
+    return RegNames::IsValid(name) ? Make(RegNodeType::Directory, name, hash, {}) : nullptr;
+}
+
+CRegNode* CRegNode::FollowParents(std::string_view& path) {
+    CRegNode* directory = this;
+    for (std::size_t slash = path.find('/'); slash != path.npos; slash = path.find('/')) {
+        directory = slash < cSegmentSize ? directory->OpenOrMake(path.substr(0, slash)) : nullptr;
+        if (directory == nullptr) {
+            return nullptr;
+        }
+        path.remove_prefix(slash + 1);
+    }
+    return directory;
+}
+
+CRegNode* CRegNode::OpenOrMakePath(std::string_view path) {
+    CRegNode* parent = FollowParents(path);
+    return parent == nullptr ? nullptr : parent->OpenOrMake(path);
+}
+
+bool CRegNode::SetValueAt(std::string_view path, std::string_view value) {
+    CRegNode* parent = FollowParents(path);
+    if (parent == nullptr) {
+        return false;
+    }
+    const std::uint32_t hash = CRegIndex::HashOf(path);
+    if (CRegNode* found = parent->FindExact(path, hash); found != nullptr) {
+        if (!found->IsDirectory()) {
+            found->StoreValue(value);
+        }
+        return !found->IsDirectory();
+    }
+    if (!RegNames::IsValid(path)) {
+        return false;
+    }
+    parent->Make(RegNodeType::Value, path, hash, value);
+    return true;
 }
 
 CRegNode* CRegNode::Find(const char* name, int length) const {
@@ -195,12 +372,21 @@ CRegNode* CRegNode::Index(int i) const {
 }
 
 void CRegNode::SetValue(const char* text) {
-    const bool same = text == nullptr ? value_ == nullptr
-                                      : value_ != nullptr && std::strcmp(value_.get(), text) == 0;
-    if (same) {
+    StoreValue(viewOf(text));
+}
+
+void CRegNode::StoreValue(std::string_view text) {
+    char*& value = hasBranch_ ? branch_->value : value_;
+    if (text.data() == nullptr ? value == nullptr : value != nullptr && value == text) {
         return;
     }
-    value_ = copyText(text);
+    CRegPool& pool = Pool();
+    char* copy = copyText(pool, text);
+    if (!holdsValue_) {
+        freeText(pool, value);
+    }
+    value = copy;
+    holdsValue_ = false;
     SetModified();
 }
 
@@ -218,8 +404,8 @@ void CRegNode::SetUnmodified() {
     CRegNode* node = this;
     while (true) {
         node->modified_ = false;
-        if (node->firstChild_ != nullptr) {
-            node = node->firstChild_;
+        if (CRegNode* child = node->First(); child != nullptr) {
+            node = child;
             continue;
         }
         while (node != this && node->nextSibling_ == nullptr) {

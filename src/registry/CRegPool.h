@@ -1,0 +1,61 @@
+// The memory of one registry tree. It gives small pieces out of large chunks, keeps what is freed
+// for the next piece of that size, and frees everything at once when it is destroyed. One thread at
+// a time may use it.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <memory_resource>
+
+namespace Tova {
+
+class CRegPool final : public std::pmr::memory_resource {
+public:
+    CRegPool() = default;
+    // Frees all memory, also what was not given back. Destroys no object in it.
+    ~CRegPool() override;
+    CRegPool(const CRegPool&) = delete;
+    CRegPool& operator=(const CRegPool&) = delete;
+
+    // Returns `size` bytes for objects that need the alignment of a pointer. Throws std::bad_alloc.
+    void* Allocate(std::size_t size);
+    // Takes back what Allocate returned for the same size.
+    void Free(void* memory, std::size_t size) noexcept;
+
+    // A piece takes a whole number of units.
+    static constexpr std::size_t cUnit = sizeof(void*);
+    static constexpr std::size_t Units(std::size_t size) { return (size + cUnit - 1) / cUnit; }
+    // A piece of more units than this has memory of its own.
+    static constexpr std::size_t cMostUnits = 64;
+
+    // How many nodes of the tree are not in the pool.
+    std::size_t heapNodes = 0;
+
+private:
+    // Chunks and pieces with memory of their own stand in a list behind such a header.
+    struct Block {
+        Block* next;
+        Block* previous;
+    };
+    struct FreePiece {
+        FreePiece* next;
+    };
+
+    void* AllocateBlock(std::size_t size);
+    void KeepPiece(void* memory, std::size_t units) noexcept;
+    void StartChunk();
+
+    void* do_allocate(std::size_t size, std::size_t) override { return Allocate(size); }
+    void do_deallocate(void* memory, std::size_t size, std::size_t) override { Free(memory, size); }
+    bool do_is_equal(const std::pmr::memory_resource& other) const noexcept override {
+        return this == &other;
+    }
+
+    Block blocks_{&blocks_, &blocks_};
+    std::byte* unused_ = nullptr;  // what is left of the last chunk
+    std::size_t unusedUnits_ = 0;
+    std::size_t chunkSize_ = 512;                    // of the next chunk, in bytes
+    std::array<FreePiece*, cMostUnits + 1> free_{};  // by their units
+};
+
+}  // namespace Tova
