@@ -203,21 +203,10 @@ bool CRegDir::ValidName(const char* name) {
 }
 
 char* CRegDir::FixName(char* name) {
-    constexpr std::size_t cMost = RegNames::cMostCharacters;
-    if (strnlen(name, cMost + 1) > cMost) {
-        name[cMost] = '\0';
-    }
-    if (*name == '\0') {
-        name[1] = '\0';
-    }
-    if (!Ch::IsAlpha(*name)) {
-        *name = 'X';
-    }
-    for (char* at = name; *at != '\0'; ++at) {
-        if (!RegNames::IsNameByte(*at)) {
-            *at = '_';
-        }
-    }
+    const std::size_t size = std::clamp<std::size_t>(strnlen(name, RegNames::cMostCharacters), 1,
+                                                     RegNames::cMostCharacters);
+    name[size] = '\0';
+    RegNames::Fix(name, size);
     return name;
 }
 

@@ -328,6 +328,10 @@ bool CRegNode::SetValueAt(std::string_view path, std::string_view value) {
     return true;
 }
 
+void CRegNode::AddComment(std::string_view text) {
+    Make(RegNodeType::Comment, {}, CRegIndex::HashOf({}), text);
+}
+
 CRegNode* CRegNode::Find(const char* name, int length) const {
     if (name == nullptr) {
         return nullptr;

@@ -59,6 +59,13 @@ public:
     // Returns the text of a value or comment, or null. It is valid until it is changed.
     const char* GetValue() const { return hasBranch_ ? branch_->value : value_; }
 
+    // These follow a path of exact names, and make the directories that are missing on the way.
+    // They return null or false if one cannot be made: its name is a value's or is not valid.
+    CRegNode* OpenOrMakePath(std::string_view path);
+    // Makes or changes a value. A value that is a view of nothing is no text.
+    bool SetValueAt(std::string_view path, std::string_view value);
+    void AddComment(std::string_view text);
+
     // Marks this node and every ancestor.
     void SetModified();
     // Clears the marks of this node and of everything below. Ancestors keep theirs.
@@ -80,7 +87,6 @@ public:
 private:
     friend class CRegDir;
     friend class CRegIndex;
-    friend class RegParser;
 
     // What a node with children has besides. A root always has it.
     struct Branch {
@@ -101,13 +107,9 @@ private:
                    std::string_view value);
     void StoreValue(std::string_view text);
 
-    // These follow a path of exact names, make the directories that are missing on the way, and
-    // return null or false if one cannot be made: its name is a value's or is not valid.
-    // FollowParents leaves the last segment in `path`, or the one that failed and what follows.
+    // Leaves the last segment in `path`, or the one that failed and what follows.
     CRegNode* FollowParents(std::string_view& path);
     CRegNode* OpenOrMake(std::string_view name);
-    CRegNode* OpenOrMakePath(std::string_view path);
-    bool SetValueAt(std::string_view path, std::string_view value);
 
     // An entry is a child that is no comment.
     CRegNode* FirstEntry() const;

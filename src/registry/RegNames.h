@@ -4,6 +4,7 @@
 #include "text/Ch.h"
 
 #include <array>
+#include <cstddef>
 #include <string_view>
 
 namespace Tova::RegNames {
@@ -39,6 +40,16 @@ constexpr bool IsValid(std::string_view name) {
         }
     }
     return true;
+}
+
+// Makes a name of `size` characters (1 to cMostCharacters) valid in place.
+constexpr void Fix(char* name, std::size_t size) {
+    if (!Ch::IsAlpha(*name)) {
+        *name = 'X';
+    }
+    for (char* at = name; at != name + size; ++at) {
+        *at = IsNameByte(*at) ? *at : '_';
+    }
 }
 
 }  // namespace Tova::RegNames

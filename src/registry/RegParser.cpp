@@ -1,18 +1,16 @@
 #include "registry/RegParser.h"
 
+#include "registry/CRegDir.h"
+#include "registry/RegNames.h"
 #include "streams/CStream.h"
 #include "text/CatchAll.h"
 #include "text/Ch.h"
-#include "text/Str.h"
 
-#include <cstring>
+#include <algorithm>
 
 namespace Tova {
 
 namespace {
-
-// Deliberate: one fewer than a name may have elsewhere. Every reader of the files has this limit.
-constexpr int cMaxNameInText = 63;
 
 constexpr char cBadCharacter[] = "this character cannot stand here";
 constexpr char cLongName[] = "a name has at most 63 characters";
@@ -20,75 +18,87 @@ constexpr char cNoName[] = "a name is expected before this";
 constexpr char cNothingNamed[] = "\"=\" or \"{\" is expected after a name";
 constexpr char cNotStored[] = "this name is taken by an entry of the other kind, or is not valid";
 
-// Makes a valid name of the characters from `begin` to `end`.
-CString nameOf(const char* begin, const char* end) {
-    CString name;
-    name.Append(begin, static_cast<int>(end - begin));
-    Str::TrimWhite(name.Lock(0));
-    name.Unlock();
-    CRegDir::FixName(name);
-    return name;
+// A line and a value end at a NUL, as texts in memory do.
+std::string_view untilNul(std::string_view text) {
+    return text.substr(0, text.find('\0'));
+}
+
+std::string_view skipWhite(std::string_view text) {
+    while (!text.empty() && Ch::IsWhite(text.front())) {
+        text.remove_prefix(1);
+    }
+    return text;
+}
+
+// A valid name that is made of any text.
+class FixedName {
+public:
+    explicit FixedName(std::string_view text) {
+        while (!text.empty() && Ch::IsWhite(text.back())) {
+            text.remove_suffix(1);
+        }
+        size_ = std::max<std::size_t>(text.copy(name_, sizeof name_), 1);
+        RegNames::Fix(name_, size_);
+    }
+    std::string_view Get() const { return {name_, size_}; }
+
+private:
+    char name_[RegNames::cMostCharacters] = {};
+    std::size_t size_;
+};
+
+bool setValue(CRegNode* directory, std::string_view path, std::string_view value) {
+    return directory != nullptr && directory->SetValueAt(path, value);
+}
+
+CRegNode* makeDirectory(CRegNode* parent, std::string_view path) {
+    return parent == nullptr ? nullptr : parent->OpenOrMakePath(path);
+}
+
+void addComment(CRegNode* directory, std::string_view text) {
+    if (directory != nullptr) {
+        directory->AddComment(text);
+    }
 }
 
 }  // namespace
 
-bool RegParser::ReadChar(signed char& c) {
-    int eof = 0;
-    c = static_cast<signed char>(stream_.ReadChar(eof));
-    if (eof != 0) {
-        return false;
-    }
-    last_ = next_;
-    next_ = c == '\n' ? RegPosition{next_.line + 1, 1} : RegPosition{next_.line, next_.column + 1};
-    return true;
-}
-
-void RegParser::PushBack(signed char c) {
-    stream_.SetPushedBack(c);
-    // A stream keeps no character of 0 or less, so a NUL or 0xFF that ends a name is lost.
-    if (c > 0) {
-        next_ = last_;
-    }
-}
-
-bool RegParser::ReadLine(CString& text) {
-    int count = 0;
-    const bool ended = stream_.ReadToDelim(text, '\n', -1, &count);
-    next_ = ended ? RegPosition{next_.line + 1, 1} : RegPosition{next_.line, next_.column + count};
-    return ended;
-}
-
-void RegParser::Throw(RStatus status, const char* problem, RegPosition where) {
+void RegParser::Throw(RStatus status, const char* problem, const RegPosition& where) {
     report_.problem = problem;
     report_.position = where;
     throw status;
 }
 
-void RegParser::ReadName(signed char first, CString& text) {
-    text.Append(static_cast<char>(first), 1);
-    signed char c = 0;
-    while (ReadChar(c)) {
-        if (!CRegDir::ValidNameChar(c)) {
-            PushBack(c);
+void RegParser::ReadName(signed char first) {
+    name_[0] = static_cast<char>(first);
+    nameSize_ = 1;
+    while (true) {
+        nameSize_ += text_.ReadNameRun(name_ + nameSize_, cMaxNameInText - nameSize_);
+        signed char c = 0;
+        if (!text_.ReadChar(c)) {
             return;
         }
-        if (text.Length() == cMaxNameInText) {
-            Throw(ErrSyntax, cLongName, last_);
+        if (!RegNames::IsNameByte(static_cast<char>(c))) {
+            text_.PushBack(c);
+            return;
         }
-        text.Append(static_cast<char>(c), 1);
+        if (nameSize_ == cMaxNameInText) {
+            Throw(ErrSyntax, cLongName, text_.Last());
+        }
+        name_[nameSize_++] = static_cast<char>(c);
     }
 }
 
-int RegParser::GetNextToken(CString& text) {
-    text.Clear();
+int RegParser::GetNextToken() {
+    nameSize_ = 0;
     signed char c = 0;
     do {
-        if (!ReadChar(c)) {
-            token_ = next_;
+        if (!text_.ReadChar(c)) {
+            token_ = text_.Next();
             return cEndToken;
         }
     } while (c == '\t' || c == '\n' || c == ' ');
-    token_ = last_;
+    token_ = text_.Last();
     if (c == ';' || c == '=' || c == '{' || c == '}') {
         return c;
     }
@@ -98,45 +108,44 @@ int RegParser::GetNextToken(CString& text) {
     if (!Ch::IsAlpha(static_cast<char>(c))) {
         Throw(ErrSyntax, cBadCharacter, token_);
     }
-    ReadName(c, text);
+    ReadName(c);
     return cNameToken;
 }
 
-bool RegParser::ScanValue(CString& text) {
-    ReadLine(text);
-    return true;
+// Returns the rest of the line, valid until something is read.
+std::string_view RegParser::ReadValue() {
+    std::string_view line;
+    text_.ReadLine(line);
+    return untilNul(line);
 }
 
-void RegParser::Read(CRegDir& into) {
-    CString line;
-    ReadLine(line);
-    if (std::strncmp(line.CStr(), cNWRegKey, sizeof cNWRegKey - 1) == 0) {
+void RegParser::Read(CRegNode* into) {
+    text_.UseBlocks();
+    if (ReadValue().starts_with(cNWRegKey)) {
         report_.format = RegFormat::Current;
         Parse(into);
         return;
     }
     report_.format = RegFormat::Sectioned;
     // If that fails, reading goes on behind the first line, because a pipe cannot be read again.
-    stream_.SetPos(0);
-    next_ = {};
+    text_.Restart();
     ParseOldFormat(into);
 }
 
-void RegParser::Parse(CRegDir& into) {
-    std::vector<CRegDir> open{into};
-    CString text;
+void RegParser::Parse(CRegNode* into) {
+    text_.UseBlocks();
+    std::vector<CRegNode*> open{into};
     while (!open.empty()) {
-        switch (GetNextToken(text)) {
+        switch (GetNextToken()) {
         case cEndToken:
         case '}':
             open.pop_back();
             break;
         case ';':
-            ScanValue(text);
-            open.back().AddComment(text.CStr());
+            addComment(open.back(), ReadValue());
             break;
         case cNameToken:
-            ParseEntry(text, open);
+            ParseEntry(open);
             break;
         default:
             Throw(ErrSyntax, cNoName, token_);
@@ -144,19 +153,19 @@ void RegParser::Parse(CRegDir& into) {
     }
 }
 
-void RegParser::ParseEntry(const CString& name, std::vector<CRegDir>& open) {
+void RegParser::ParseEntry(std::vector<CRegNode*>& open) {
     const RegPosition where = token_;
-    CString text;
-    switch (GetNextToken(text)) {
+    char name[cMaxNameInText];
+    const std::string_view path(name, TokenName().copy(name, sizeof name));
+    switch (GetNextToken()) {
     case '=':
-        ScanValue(text);
-        if (!open.back().SetValue(name.CStr(), text.CStr())) {
+        if (!setValue(open.back(), path, ReadValue())) {
             Throw(Failure, cNotStored, where);
         }
         break;
     case '{': {
-        CRegDir directory;
-        if (!open.back().CreateDir(name.CStr(), directory)) {
+        CRegNode* directory = makeDirectory(open.back(), path);
+        if (directory == nullptr) {
             Throw(Failure, cNotStored, where);
         }
         open.push_back(directory);
@@ -169,31 +178,31 @@ void RegParser::ParseEntry(const CString& name, std::vector<CRegDir>& open) {
 
 // The loop also ends after a read that met the end, because a stream that cannot be read never sets
 // the end-of-file indicator.
-void RegParser::ParseOldFormat(CRegDir& into) {
+void RegParser::ParseOldFormat(CRegNode* into) {
+    text_.UseBlocks();
     Section section;
-    CString line;
-    for (bool more = true; !stream_.AtEOF() && more;) {
-        more = ReadLine(line);
-        ParseOldLine(line.CStr(), into, section);
+    for (bool more = true; !text_.AtEOF() && more;) {
+        std::string_view line;
+        more = text_.ReadLine(line);
+        ParseOldLine(skipWhite(untilNul(line)), into, section);
     }
 }
 
-void RegParser::ParseOldLine(const char* line, CRegDir& into, Section& section) {
-    line = Str::SkipWhite(line);
-    if (*line == ';') {
-        (section.begun ? section.directory : into).AddComment(line + 1);
-    } else if (*line == '[') {
-        line = Str::SkipWhite(line + 1);
-        if (const char* end = std::strchr(line, ']'); end != nullptr) {
+void RegParser::ParseOldLine(std::string_view line, CRegNode* into, Section& section) {
+    if (line.starts_with(';')) {
+        addComment(section.begun ? section.directory : into, line.substr(1));
+    } else if (line.starts_with('[')) {
+        line = skipWhite(line.substr(1));
+        if (const std::size_t end = line.find(']'); end != line.npos) {
             // The lines under a section that cannot be made are dropped; they belong nowhere else.
-            section.begun = true;
-            section.directory.ReleaseNode();
-            into.CreateDir(nameOf(line, end).CStr(), section.directory);
+            const FixedName name(line.substr(0, end));
+            section = {.begun = true, .directory = makeDirectory(into, name.Get())};
         }
-    } else if (const char* equals = std::strchr(line, '='); equals != nullptr) {
+    } else if (const std::size_t equals = line.find('='); equals != line.npos) {
         // Fails before the first section, and if the name is a directory's. The line is then
         // dropped.
-        section.directory.SetValue(nameOf(line, equals).CStr(), equals + 1);
+        const FixedName name(line.substr(0, equals));
+        setValue(section.directory, name.Get(), line.substr(equals + 1));
     }
 }
 
@@ -207,7 +216,7 @@ RStatus CRegDir::ReadFromStream(CStream& stream, RegReadReport& report) {
     RStatus status = Ok;
     const bool complete = CatchAll([&] {
         try {
-            RegParser(stream, report).Read(*this);
+            RegParser(stream, report).Read(node_);
         } catch (const RStatus& thrown) {
             status = thrown;
         }
@@ -217,22 +226,28 @@ RStatus CRegDir::ReadFromStream(CStream& stream, RegReadReport& report) {
 
 void CRegDir::Parse(CStream& stream) {
     RegReadReport report;
-    RegParser(stream, report).Parse(*this);
+    RegParser(stream, report).Parse(node_);
 }
 
 void CRegDir::ParseOldFormat(CStream& stream) {
     RegReadReport report;
-    RegParser(stream, report).ParseOldFormat(*this);
+    RegParser(stream, report).ParseOldFormat(node_);
 }
 
 int CRegDir::GetNextToken(CStream& stream, CString& text) {
     RegReadReport report;
-    return RegParser(stream, report).GetNextToken(text);
+    RegParser parser(stream, report);
+    text.Clear();
+    const int token = parser.GetNextToken();
+    for (const char c : parser.TokenName()) {
+        text.Append(c, 1);
+    }
+    return token;
 }
 
 bool CRegDir::ScanValue(CStream& stream, CString& text) {
-    RegReadReport report;
-    return RegParser(stream, report).ScanValue(text);
+    stream.ReadToDelim(text, '\n', -1, nullptr);
+    return true;
 }
 
 }  // namespace Tova

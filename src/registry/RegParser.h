@@ -2,20 +2,18 @@
 // tells where a text is at fault. One thread at a time may use a parser.
 #pragma once
 
-#include "registry/CRegDir.h"
+#include "registry/RegText.h"
+#include "text/RStatus.h"
 
+#include <cstddef>
+#include <string_view>
 #include <vector>
 
 namespace Tova {
 
-enum class RegFormat { Current, Sectioned };
+class CRegNode;
 
-// A place in the text. Line and column count from 1; the column counts bytes. With line-end
-// translation LF, CR LF and CR each end a line.
-struct RegPosition {
-    long line = 1;
-    long column = 1;
-};
+enum class RegFormat { Current, Sectioned };
 
 // The findings of ReadFromStream.
 struct RegReadReport {
@@ -34,36 +32,39 @@ public:
     // A file in the current format begins with exactly this text.
     static constexpr char cNWRegKey[] = "!NWREG 1.0 {";
 
-    RegParser(CStream& stream, RegReadReport& report) : stream_(stream), report_(report) {}
+    RegParser(CStream& stream, RegReadReport& report) : text_(stream), report_(report) {}
 
-    // Chooses the format and reads. This and the following operations throw an RStatus.
-    void Read(CRegDir& into);
-    void Parse(CRegDir& into);
-    void ParseOldFormat(CRegDir& into);
-    int GetNextToken(CString& text);
-    bool ScanValue(CString& text);
+    // Chooses the format and reads below `into`, which may be null. This and the following
+    // operations throw an RStatus.
+    void Read(CRegNode* into);
+    void Parse(CRegNode* into);
+    void ParseOldFormat(CRegNode* into);
+    int GetNextToken();
+    // Returns the name that the last token was. It is valid until the next token is read.
+    std::string_view TokenName() const { return {name_, nameSize_}; }
 
 private:
-    // The current section of the sectioned format. It has no node if the directory could not be
-    // made.
+    // Deliberate: one fewer than a name may have elsewhere. Every reader of the files has this
+    // limit.
+    static constexpr std::size_t cMaxNameInText = 63;
+
+    // The current section of the sectioned format. The directory is null if it could not be made.
     struct Section {
         bool begun = false;
-        CRegDir directory;
+        CRegNode* directory = nullptr;
     };
 
-    bool ReadChar(signed char& c);
-    void PushBack(signed char c);
-    bool ReadLine(CString& text);
-    void ReadName(signed char first, CString& text);
-    void ParseEntry(const CString& name, std::vector<CRegDir>& open);
-    void ParseOldLine(const char* line, CRegDir& into, Section& section);
-    [[noreturn]] void Throw(RStatus status, const char* problem, RegPosition where);
+    void ReadName(signed char first);
+    std::string_view ReadValue();
+    void ParseEntry(std::vector<CRegNode*>& open);
+    static void ParseOldLine(std::string_view line, CRegNode* into, Section& section);
+    [[noreturn]] void Throw(RStatus status, const char* problem, const RegPosition& where);
 
-    CStream& stream_;
+    RegText text_;
     RegReadReport& report_;
-    RegPosition next_;   // of the character that is read next
-    RegPosition last_;   // of the character read last
     RegPosition token_;  // of the first character of the token read last
+    char name_[cMaxNameInText] = {};
+    std::size_t nameSize_ = 0;
 };
 
 }  // namespace Tova

@@ -145,6 +145,13 @@ public:
     std::uint32_t GetLineCount() const { return lineCount_; }
     // Returns the sum of the bytes read and written, with cCheckValue.
     std::uint32_t GetCheckValue() const { return checkValue_; }
+    // Returns true if ReadChar would give the stored bytes, line ends aside, and nothing is counted
+    // or thrown on the way. A caller may then read blocks of them instead.
+    bool ReadsPlainBytes() const {
+        return encoding_ == Encoding::Raw && pushedBack_ <= 0 && !lastWasReturn_ &&
+               readFilter_ == nullptr &&
+               !Has(cScramble | cCheckValue | cCountLines | cThrowOnError | cThrowAtEnd);
+    }
     // Sets the character that ReadChar returns next, once. A value of 0 or less means none.
     void SetPushedBack(std::int32_t character) { pushedBack_ = character; }
     // Borrows the filter; null removes it.

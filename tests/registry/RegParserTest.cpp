@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <sstream>
 #include <tuple>
 #include <vector>
@@ -85,6 +87,62 @@ TEST(RegParser, SectionedFormat) {
     EXPECT_EQ(readText("\xEF\xBB\xBF!NWREG 1.0 {\n[s]\na=1\n", CStream::cNoHeader), "S s{a='1'}");
 }
 
+// Gives at most `most` bytes at once.
+struct SlowStream : MemoryStream {
+    SlowStream(unsigned flags, const std::string& text, unsigned long n)
+        : MemoryStream(flags, text), most(n) {}
+    bool InternalRead(unsigned long count, void* buffer, unsigned long* done) override {
+        return MemoryStream::InternalRead(std::min(count, most), buffer, done);
+    }
+    const unsigned long most;
+};
+
+// A stream that counts lines is read by character. Blocks of any size give the same tree and
+// report, and leave the stream at the same place.
+TEST(RegParser, BlocksGiveWhatCharactersGive) {
+    std::mt19937 random(9);
+    const std::string pieces[] = {"\r",
+                                  "\r\n",
+                                  "\n",
+                                  "a",
+                                  "b/c",
+                                  "d{",
+                                  "}",
+                                  "=",
+                                  ";",
+                                  "[e]",
+                                  " ",
+                                  "\n f=",
+                                  std::string("\0", 1),
+                                  "\xFF",
+                                  std::string(63, 'n'),
+                                  "9"};
+    const auto outcome = [](unsigned flags, const std::string& text, unsigned long most) {
+        SlowStream stream(flags, text, most);
+        CMemRegistry root;
+        RegReadReport report;
+        CString rest;
+        stream.SetPos(text.size() % 2);
+        const RStatus status = root.ReadFromStream(stream, report);
+        std::ostringstream out;
+        out << status << " " << report.position.line << ":" << report.position.column << " "
+            << Dump(root) << " " << stream.Pos() << " " << stream.AtEOF();
+        stream.ReadToDelim(rest, 'f', -1, nullptr);
+        return out.str() + rest.CStr();
+    };
+    for (int round = 0; round < 5'000; ++round) {
+        std::string text = round % 3 == 0 ? "" : "x!NWREG 1.0 {\n";
+        for (std::size_t i = random() % 30; i > 0; --i) {
+            text += pieces[random() % std::size(pieces)];
+        }
+        text.erase(0, round % 3 == 1 ? (text.size() + 1) % 2 : 0);
+        const unsigned flags = round % 4 == 0 ? 0U : CStream::cTranslate;
+        ASSERT_EQ(outcome(flags, text, random() % 2 == 0 ? 1 + random() % 20 : 70'000),
+                  outcome(flags | CStream::cCountLines, text, 1))
+            << testing::PrintToString(text);
+    }
+}
+
 // Whatever a text is cut at, and from blocks of any size, reading keeps what came before.
 TEST(RegParser, EveryTruncation) {
     const Cases texts = {
@@ -95,8 +153,7 @@ TEST(RegParser, EveryTruncation) {
     for (const auto& [text, whole] : texts) {
         std::string previous;
         for (std::size_t length = 0; length <= text.size(); ++length) {
-            MemoryStream stream(CStream::cTranslate, text.substr(0, length));
-            stream.block = length % 5;
+            SlowStream stream(CStream::cTranslate, text.substr(0, length), 1 + length % 5);
             CMemRegistry root;
             const RStatus status = root.ReadFromStream(stream);
             EXPECT_TRUE(status == Ok || (status == ErrSyntax && text[0] == '!' && length > 12));
@@ -118,7 +175,7 @@ TEST(RegParser, StreamFailuresEndReading) {
         {sectioned, never, 0U, false, Ok, ""},
         {current, never, 0U, false, Ok, "a='1' b='2'"}};
     for (const auto& [text, failAt, flags, seekable, expected, dump] : cases) {
-        MemoryStream stream(flags | CStream::cTranslate, text);
+        SlowStream stream(flags | CStream::cTranslate, text, 1);
         stream.failAt = failAt;
         stream.seekable = seekable;
         CMemRegistry root;

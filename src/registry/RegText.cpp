@@ -1,0 +1,182 @@
+#include "registry/RegText.h"
+
+#include "registry/RegNames.h"
+#include "streams/CStream.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace Tova {
+
+namespace {
+
+constexpr std::size_t cBlockSize = 64 * 1024;
+
+}  // namespace
+
+// Reads a carriage return again, or a character that was taken back, so that the stream knows about
+// it as if it had read each character itself.
+RegText::~RegText() {
+    if (block_ == nullptr || (at_ == end_ && !mayHaveMore_)) {
+        return;
+    }
+    stream_.SetPos(start_ + at_ - (afterReturn_ ? 1 : 0));
+    if (afterReturn_ || tookBack_) {
+        int eof = 0;
+        const char c = stream_.ReadChar(eof);
+        stream_.SetPushedBack(tookBack_ ? c : 0);
+    }
+}
+
+void RegText::UseBlocks() {
+    if (block_ == nullptr && stream_.GetState() == CStream::State::Open &&
+        stream_.ReadsPlainBytes() && stream_.GetPos(start_) && stream_.SetPos(start_)) {
+        block_ = std::make_unique_for_overwrite<char[]>(cBlockSize);
+        size_ = cBlockSize;
+        translate_ = (stream_.GetFlags() & CStream::cTranslate) != 0;
+    }
+}
+
+bool RegText::AtEOF() {
+    return block_ == nullptr && stream_.AtEOF();
+}
+
+void RegText::Restart() {
+    next_ = {};
+    if (block_ == nullptr || start_ != 0) {
+        if (!stream_.SetPos(0)) {
+            return;
+        }
+        start_ = 0;
+        end_ = 0;
+        mayHaveMore_ = true;
+    }
+    at_ = 0;
+    return_ = translate_ ? FindByte('\r', 0) : 0;
+    afterReturn_ = false;
+}
+
+std::size_t RegText::FindByte(char b, std::size_t from) const {
+    const void* found = std::memchr(block_.get() + from, b, end_ - from);
+    return found == nullptr
+               ? end_
+               : static_cast<std::size_t>(static_cast<const char*>(found) - block_.get());
+}
+
+// Moves what was not read yet to the front of the block, and reads more behind it. Returns false at
+// the end of the stream.
+bool RegText::Fill() {
+    if (!mayHaveMore_) {
+        return false;
+    }
+    const std::size_t kept = end_ - at_;
+    if (kept == size_) {
+        auto larger = std::make_unique_for_overwrite<char[]>(size_ * 2);
+        std::memcpy(larger.get(), block_.get(), kept);
+        block_ = std::move(larger);
+        size_ *= 2;
+    } else {
+        std::memmove(block_.get(), block_.get() + at_, kept);
+    }
+    start_ += at_;
+    at_ = 0;
+    unsigned long got = 0;
+    stream_.Read(size_ - kept, block_.get() + kept, &got);
+    end_ = kept + got;
+    mayHaveMore_ = got > 0;
+    return_ = translate_ ? FindByte('\r', 0) : 0;
+    return mayHaveMore_;
+}
+
+bool RegText::ReadByte(char& b) {
+    if (block_ == nullptr) {
+        int eof = 0;
+        b = stream_.ReadChar(eof);
+        return eof == 0;
+    }
+    do {
+        if (at_ == end_ && !Fill()) {
+            return false;
+        }
+        b = block_[at_++];
+    } while (b == '\n' && std::exchange(afterReturn_, false));
+    tookBack_ = false;
+    afterReturn_ = translate_ && b == '\r';
+    b = afterReturn_ ? '\n' : b;
+    return true;
+}
+
+bool RegText::ReadChar(signed char& c) {
+    char b = 0;
+    if (!ReadByte(b)) {
+        return false;
+    }
+    c = static_cast<signed char>(b);
+    last_ = next_;
+    next_ = c == '\n' ? RegPosition{next_.line + 1, 1} : RegPosition{next_.line, next_.column + 1};
+    return true;
+}
+
+void RegText::PushBack(signed char c) {
+    if (block_ == nullptr) {
+        stream_.SetPushedBack(c);
+    }
+    if (c > 0) {
+        next_ = last_;
+        if (block_ != nullptr) {
+            --at_;
+            afterReturn_ = false;
+            tookBack_ = true;
+        }
+    }
+}
+
+std::size_t RegText::ReadNameRun(char* to, std::size_t most) {
+    most = std::min(most, end_ - at_);
+    std::size_t count = 0;
+    while (count < most) {
+        const char b = block_[at_ + count];
+        if (!RegNames::IsNameByte(b) || (b == '\r' && translate_)) {
+            break;
+        }
+        to[count++] = b;
+    }
+    at_ += count;
+    next_.column += static_cast<long>(count);
+    return count;
+}
+
+bool RegText::ReadLine(std::string_view& line) {
+    bool ended = false;
+    if (block_ == nullptr) {
+        ended = stream_.ReadToDelim(line_, '\n', -1, nullptr);
+        line = {line_.CStr(), static_cast<std::size_t>(line_.Length())};
+    } else {
+        if (std::exchange(afterReturn_, false) && (at_ < end_ || Fill()) && block_[at_] == '\n') {
+            ++at_;
+        }
+        tookBack_ = false;
+        std::size_t searched = 0;
+        std::size_t stop = 0;
+        do {
+            const std::size_t from = at_ + searched;
+            stop = FindByte('\n', from);
+            if (translate_ && return_ < from) {
+                return_ = FindByte('\r', from);
+            }
+            stop = translate_ ? std::min(stop, return_) : stop;
+            ended = stop < end_;
+            searched = end_ - at_;
+        } while (!ended && Fill());
+        stop = ended ? stop : end_;
+        line = {block_.get() + at_, stop - at_};
+        afterReturn_ = ended && translate_ && block_[stop] == '\r';
+        at_ = stop + (ended ? 1 : 0);
+    }
+    next_ = ended ? RegPosition{next_.line + 1, 1}
+                  : RegPosition{next_.line, next_.column + static_cast<long>(line.size())};
+    return ended;
+}
+
+}  // namespace Tova
