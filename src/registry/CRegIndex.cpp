@@ -4,18 +4,12 @@
 
 #include <algorithm>
 #include <bit>
-#include <functional>
 
 namespace Tova {
 
 CRegIndex::CRegIndex(CRegNode& directory, CRegPool& pool)
     : directory_(directory), hashes_(&pool), nodes_(&pool), byPlace_(&pool), beginnings_(&pool) {
     Build();
-}
-
-std::uint32_t CRegIndex::HashOf(std::string_view text) {
-    const auto hash = static_cast<std::uint32_t>(std::hash<std::string_view>()(text));
-    return hash != 0 ? hash : 1;
 }
 
 // Makes the table anew, without the slots of children that went. At most two slots of three are

@@ -5,8 +5,10 @@
 
 #include "registry/CRegPool.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -89,5 +91,29 @@ private:
     CRegNode* cursor_ = nullptr;
     int cursorIndex_ = 0;
 };
+
+// Inline, because names are short. It begins with an address, which differs from process to
+// process, so that nobody can make a file of names that all have one hash.
+inline std::uint32_t CRegIndex::HashOf(std::string_view text) {
+    static constexpr char cSomewhere = 0;
+    constexpr std::uint64_t cOdd = 0x9E37'79B9'7F4A'7C15;
+    std::uint64_t hash = reinterpret_cast<std::uintptr_t>(&cSomewhere) ^ text.size();
+    const auto mix = [&hash](std::uint64_t bits) {
+        hash = (hash ^ bits) * cOdd;
+        hash ^= hash >> 32;
+    };
+    for (; text.size() >= sizeof hash; text.remove_prefix(sizeof hash)) {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, text.data(), sizeof bits);
+        mix(bits);
+    }
+    std::uint64_t rest = 0;
+    for (const char c : text) {
+        rest = rest << 8 | static_cast<unsigned char>(c);
+    }
+    mix(rest);
+    hash *= cOdd;
+    return std::max<std::uint32_t>(static_cast<std::uint32_t>(hash >> 32), 1);
+}
 
 }  // namespace Tova

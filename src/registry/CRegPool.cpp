@@ -8,19 +8,22 @@ namespace Tova {
 
 namespace {
 
-// A small tree takes little, and a large one is not made of many small chunks.
-constexpr std::size_t cLargestChunk = 64 * 1024;
+// The first chunk is small, because most trees are.
+constexpr std::size_t cSmallestChunk = 1024;
+constexpr std::size_t cLargestChunk = 1024 * 1024;
 
 }  // namespace
 
 CRegPool::~CRegPool() {
-    for (Block* block = blocks_.next; block != &blocks_;) {
-        ::operator delete(std::exchange(block, block->next));
+    // The oldest goes first, so that the C library gives memory back to the system once, at the
+    // end.
+    for (Block* block = blocks_.previous; block != &blocks_;) {
+        ::operator delete(std::exchange(block, block->previous));
     }
 }
 
-void* CRegPool::Allocate(std::size_t size) {
-    const std::size_t units = std::max<std::size_t>(Units(size), 1);
+void* CRegPool::AllocateOtherwise(std::size_t size) {
+    const std::size_t units = Units(size);
     if (units > cMostUnits) {
         return AllocateBlock(size);
     }
@@ -36,7 +39,7 @@ void* CRegPool::Allocate(std::size_t size) {
 }
 
 void CRegPool::Free(void* memory, std::size_t size) noexcept {
-    const std::size_t units = std::max<std::size_t>(Units(size), 1);
+    const std::size_t units = Units(size);
     if (units <= cMostUnits) {
         KeepPiece(memory, units);
         return;
@@ -58,15 +61,18 @@ void CRegPool::KeepPiece(void* memory, std::size_t units) noexcept {
     free_[units] = ::new (memory) FreePiece{free_[units]};
 }
 
-// Keeps the rest of the last chunk as a free piece. The rest is smaller than a piece can be.
+// Keeps the rest of the last chunk as a free piece. The rest is smaller than a piece can be. A new
+// chunk has a quarter of what there is, so that there are few, and little of the last is unused.
 void CRegPool::StartChunk() {
-    auto* chunk = static_cast<std::byte*>(AllocateBlock(chunkSize_));
+    const std::size_t size =
+        std::clamp(chunkBytes_ / 4 / cUnit * cUnit, cSmallestChunk, cLargestChunk);
+    auto* chunk = static_cast<std::byte*>(AllocateBlock(size));
     if (unusedUnits_ > 0) {
         KeepPiece(unused_, unusedUnits_);
     }
     unused_ = chunk;
-    unusedUnits_ = chunkSize_ / cUnit;
-    chunkSize_ = std::min(chunkSize_ * 2, cLargestChunk);
+    unusedUnits_ = size / cUnit;
+    chunkBytes_ += size;
 }
 
 }  // namespace Tova

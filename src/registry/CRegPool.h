@@ -3,9 +3,11 @@
 // a time may use it.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <memory_resource>
+#include <utility>
 
 namespace Tova {
 
@@ -18,13 +20,22 @@ public:
     CRegPool& operator=(const CRegPool&) = delete;
 
     // Returns `size` bytes for objects that need the alignment of a pointer. Throws std::bad_alloc.
-    void* Allocate(std::size_t size);
+    void* Allocate(std::size_t size) {
+        const std::size_t units = Units(size);
+        if (units > unusedUnits_ || units > cMostUnits || free_[units] != nullptr) {
+            return AllocateOtherwise(size);
+        }
+        unusedUnits_ -= units;
+        return std::exchange(unused_, unused_ + units * cUnit);
+    }
     // Takes back what Allocate returned for the same size.
     void Free(void* memory, std::size_t size) noexcept;
 
-    // A piece takes a whole number of units.
+    // A piece takes a whole number of units, at least one.
     static constexpr std::size_t cUnit = sizeof(void*);
-    static constexpr std::size_t Units(std::size_t size) { return (size + cUnit - 1) / cUnit; }
+    static constexpr std::size_t Units(std::size_t size) {
+        return std::max<std::size_t>((size + cUnit - 1) / cUnit, 1);
+    }
     // A piece of more units than this has memory of its own.
     static constexpr std::size_t cMostUnits = 64;
 
@@ -41,6 +52,7 @@ private:
         FreePiece* next;
     };
 
+    void* AllocateOtherwise(std::size_t size);
     void* AllocateBlock(std::size_t size);
     void KeepPiece(void* memory, std::size_t units) noexcept;
     void StartChunk();
@@ -54,7 +66,7 @@ private:
     Block blocks_{&blocks_, &blocks_};
     std::byte* unused_ = nullptr;  // what is left of the last chunk
     std::size_t unusedUnits_ = 0;
-    std::size_t chunkSize_ = 512;                    // of the next chunk, in bytes
+    std::size_t chunkBytes_ = 0;                     // of all chunks
     std::array<FreePiece*, cMostUnits + 1> free_{};  // by their units
 };
 

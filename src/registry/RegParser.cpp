@@ -73,9 +73,10 @@ void RegParser::ReadName(signed char first) {
     name_[0] = static_cast<char>(first);
     nameSize_ = 1;
     while (true) {
-        nameSize_ += text_.ReadNameRun(name_ + nameSize_, cMaxNameInText - nameSize_);
+        bool ended = false;
+        nameSize_ += text_.ReadNameRun(name_ + nameSize_, cMaxNameInText - nameSize_, ended);
         signed char c = 0;
-        if (!text_.ReadChar(c)) {
+        if (ended || !text_.ReadChar(c)) {
             return;
         }
         if (!RegNames::IsNameByte(static_cast<char>(c))) {
@@ -93,6 +94,7 @@ int RegParser::GetNextToken() {
     nameSize_ = 0;
     signed char c = 0;
     do {
+        text_.SkipBlanks();
         if (!text_.ReadChar(c)) {
             token_ = text_.Next();
             return cEndToken;
@@ -136,6 +138,13 @@ void RegParser::Parse(CRegNode* into) {
     text_.UseBlocks();
     std::vector<CRegNode*> open{into};
     while (!open.empty()) {
+        std::string_view name;
+        std::string_view value;
+        while (text_.ReadValueLine(cMaxNameInText, name, value)) {
+            if (!setValue(open.back(), name, untilNul(value))) {
+                Throw(Failure, cNotStored, text_.Last());
+            }
+        }
         switch (GetNextToken()) {
         case cEndToken:
         case '}':

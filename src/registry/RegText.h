@@ -37,12 +37,28 @@ public:
     // Goes back to byte 0 of the stream. If that fails, reading goes on where it is.
     void Restart();
 
-    bool ReadChar(signed char& c);
+    bool ReadChar(signed char& c) {
+        if (at_ == end_ || block_[at_] == '\n' || block_[at_] == '\r') {
+            return ReadAnyChar(c);
+        }
+        c = static_cast<signed char>(block_[at_++]);
+        afterReturn_ = false;
+        tookBack_ = false;
+        last_ = next_;
+        ++next_.column;
+        return true;
+    }
     // Takes back the last character. A stream keeps none of 0 or less, so it is lost then.
     void PushBack(signed char c);
+    // Passes over tabs, line feeds and blanks. There may be more of them.
+    void SkipBlanks();
     // Moves characters that a name may hold to `to`, at most `most`, and returns how many. There
-    // may be more of them. Moves none if it does not read in blocks.
-    std::size_t ReadNameRun(char* to, std::size_t most);
+    // may be more of them, unless `ended` becomes true. Both need blocks.
+    std::size_t ReadNameRun(char* to, std::size_t most, bool& ended);
+    // Reads white space, a name of at most `most` characters, "=" and the rest of the line, if all
+    // of that stands in the block. Last() is then the place of the name. Otherwise reads no more
+    // than white space and returns false. The views are valid until something is read.
+    bool ReadValueLine(std::size_t most, std::string_view& name, std::string_view& value);
     // Reads the rest of the line and its end. The view is valid until something is read. Returns
     // false if the text ended before the line.
     bool ReadLine(std::string_view& line);
@@ -53,8 +69,11 @@ public:
 
 private:
     bool Fill();
+    bool ReadAnyChar(signed char& c);
     bool ReadByte(char& b);
     std::size_t FindByte(char b, std::size_t from) const;
+    std::size_t FindLineEnd(std::size_t from);
+    void EndLine(std::size_t stop);
 
     CStream& stream_;
     RegPosition next_;
