@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include <malloc.h>
 #include <time.h>
 
 namespace bench {
@@ -111,6 +112,10 @@ void AddTimed(const std::string& work, std::size_t size, const std::string& cont
 template <class AddAll>
 int Main(int argc, char** argv, AddAll add) {
     try {
+        // The heap keeps its memory from one round to the next. Otherwise the system's handing out
+        // of pages would be measured, for large works alone.
+        mallopt(M_MMAP_MAX, 0);
+        mallopt(M_TRIM_THRESHOLD, -1);
         add();
         if (argc == 4 && std::string(argv[1]) == "--run") {
             for (const CountedCase& counted : CountedCases()) {

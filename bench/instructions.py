@@ -24,8 +24,8 @@ MAX_GROWTH = 1.05
 
 
 def collected(command):
-    run = subprocess.run(["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null", *command],
-                         capture_output=True, text=True, check=False)
+    valgrind = ["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null"]
+    run = subprocess.run(valgrind + command, capture_output=True, text=True, check=False)
     found = re.search(r"Collected : (\d+)", run.stderr)
     if run.returncode != 0 or not found:
         sys.exit(f"bench: {' '.join(command)}: {run.stderr.strip()[-300:]}")
@@ -48,7 +48,8 @@ def main():
     cases = [line.split("\t") for line in TABLE.read_text().splitlines()]
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         counts = list(pool.map(lambda case: count(case[0], case[1]), cases))
-    rows = [{"name": case, "before": int(before), "limit": int(int(before) * MAX_GROWTH), "now": now}
+    rows = [{"name": case, "before": int(before), "limit": int(int(before) * MAX_GROWTH),
+             "now": now}
             for (_, case, before), now in zip(cases, counts)]
     width = max(len(row["name"]) for row in rows)
     for row in rows:
