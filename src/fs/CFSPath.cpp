@@ -22,8 +22,9 @@ public:
     CFIndex Length() const { return static_cast<CFIndex>(std::strlen(CStr())); }
 
 private:
-    UInt8 bytes_[1024] = {};
     bool valid_;
+    // Holds a text only if valid_ is true.
+    UInt8 bytes_[1024];
 };
 
 CFURLRef createURL(const UInt8* bytes, CFIndex length) {

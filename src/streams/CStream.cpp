@@ -245,6 +245,10 @@ bool CStream::ReadUnicodeHeader() {
         state_ == State::Failed || !InternalGetPos(start)) {
         return false;
     }
+    // Most files begin with a byte that no mark has. Then nothing is read and set back.
+    if ((next_ != end_ || InternalFill() == Ahead::Filled) && *next_ < 0xEF) {
+        return false;
+    }
     int eof = 0;
     const unsigned char first = ReadRawByte(eof);
     if (eof == -1) {
