@@ -89,7 +89,7 @@ CFileStream::~CFileStream() {
 // Returns false if buffered bytes could not be written or the system reports an error.
 bool CFileStream::CloseFile() {
     const bool stored = Store();
-    pending_ = 0;
+    to_ = limit_ = nullptr;
     next_ = end_ = block_;
     atEnd_ = false;
     const int file = std::exchange(file_, -1);
@@ -175,19 +175,24 @@ bool CFileStream::AtEOF() {
     return true;
 }
 
+unsigned long CFileStream::Pending() const {
+    return to_ != nullptr ? static_cast<unsigned long>(to_ - block_) : 0;
+}
+
 // Writes the pending bytes. Keeps what could not be written.
 bool CFileStream::Store() {
+    const unsigned long pending = Pending();
     unsigned long stored = 0;
-    while (stored < pending_) {
-        const ssize_t n = write(file_, block_ + stored, pending_ - stored);
+    while (stored < pending) {
+        const ssize_t n = write(file_, block_ + stored, pending - stored);
         if (n <= 0) {
+            std::memmove(block_, block_ + stored, pending - stored);
             break;
         }
         stored += static_cast<unsigned long>(n);
     }
-    pending_ -= stored;
-    std::memmove(block_, block_ + stored, pending_);
-    return pending_ == 0;
+    to_ -= stored;
+    return stored == pending;
 }
 
 bool CFileStream::Flush() {
@@ -203,9 +208,10 @@ bool CFileStream::GiveBack() {
 }
 
 CStream::Ahead CFileStream::InternalFill() {
-    if (file_ < 0 || pending_ > 0) {
+    if (file_ < 0 || Pending() > 0) {
         return Ahead::NotOffered;
     }
+    to_ = limit_ = nullptr;
     // As in the C library, an end that was met once holds.
     const ssize_t got = atEnd_ ? 0 : read(file_, block_, sizeof block_);
     if (got < 0) {
@@ -222,7 +228,7 @@ bool CFileStream::InternalRead(unsigned long count, void* buffer, unsigned long*
     if (done != nullptr) {
         *done = 0;
     }
-    if (file_ < 0 || (pending_ > 0 && !Flush())) {
+    if (file_ < 0 || (Pending() > 0 && !Flush())) {
         return false;
     }
     Ahead ahead = Ahead::Filled;
@@ -248,11 +254,15 @@ bool CFileStream::InternalWrite(unsigned long count, const void* buffer, unsigne
     if (next_ != end_ || atEnd_) {
         atEnd_ = !GiveBack() && atEnd_;
     }
+    if (to_ == nullptr && writable_) {
+        to_ = block_;
+        limit_ = block_ + sizeof block_;
+    }
     unsigned long written = 0;
-    while (written < count && writable_ && (pending_ < sizeof block_ || Store())) {
-        const unsigned long n = std::min(count - written, sizeof block_ - pending_);
-        std::memcpy(block_ + pending_, static_cast<const unsigned char*>(buffer) + written, n);
-        pending_ += n;
+    while (written < count && writable_ && (to_ != limit_ || Store())) {
+        const unsigned long n = std::min(count - written, static_cast<unsigned long>(limit_ - to_));
+        std::memcpy(to_, static_cast<const unsigned char*>(buffer) + written, n);
+        to_ += n;
         written += n;
     }
     if (done != nullptr) {
@@ -283,7 +293,7 @@ bool CFileStream::InternalGetPos(unsigned long& pos) {
     if (at < 0) {
         return SetError(Failure);
     }
-    pos = static_cast<unsigned long>(at - (end_ - next_)) + pending_;
+    pos = static_cast<unsigned long>(at - (end_ - next_)) + Pending();
     return true;
 }
 

@@ -78,14 +78,13 @@ protected:
 private:
     bool GiveBack();
     bool Store();
+    unsigned long Pending() const;
     bool CloseFile();
     RStatus OpenStatus(const CFSPath& path, unsigned flags, const ILocalFileInfo* info);
 
     bool writable_ = false;
     bool atEnd_ = false;
-    // The first bytes of the block that are not yet written. There are none while bytes are read
-    // ahead, and the other way about.
-    unsigned long pending_ = 0;
+    // Holds the bytes that were read ahead, or those before to_, which are not yet written.
     unsigned char block_[8192];
 };
 

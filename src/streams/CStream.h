@@ -175,6 +175,11 @@ protected:
     const unsigned char* next_ = nullptr;
     const unsigned char* end_ = nullptr;
 
+    // The place for stored bytes that are written later. It is empty unless InternalWrite offers
+    // it, and then the other raw operations must take the bytes before to_ into account.
+    unsigned char* to_ = nullptr;
+    unsigned char* limit_ = nullptr;
+
     void SetFlags(unsigned flags) { flags_ = flags; }
     void SetState(State state) { state_ = state; }
 

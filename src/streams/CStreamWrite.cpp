@@ -32,6 +32,10 @@ bool CStream::WriteRawByte(unsigned char b) {
     if (Has(cScramble)) {
         b = Scramble(b);
     }
+    if (to_ != limit_) {
+        *to_++ = b;
+        return true;
+    }
     return InternalWrite(1, &b, nullptr);
 }
 
@@ -125,20 +129,28 @@ bool CStream::WriteString(const char* s, int length) {
 
 // Does WriteChar for characters that are stored as they are, a block at a time.
 bool CStream::WriteRun(const char* s, std::size_t count) {
-    constexpr std::size_t cBlock = 1024;
-    unsigned char scrambled[cBlock];
     const auto* plain = reinterpret_cast<const unsigned char*>(s);
     bool written = true;
     while (written && count > 0) {
-        std::size_t n = std::min(count, cBlock);
+        // What does not fit goes through a block of this function's own.
+        unsigned char aside[256];
+        const bool fits = to_ != limit_;
+        unsigned char* stored = fits ? to_ : aside;
+        std::size_t n =
+            std::min(count, fits ? static_cast<std::size_t>(limit_ - to_) : sizeof aside);
         std::uint32_t sum = 0;
         if (Has(cScramble)) {
-            sum = Scramble(plain, scrambled, n);
-        } else if (Has(cCheckValue)) {
-            sum = SumBytes(plain, n);
+            sum = Scramble(plain, stored, n);
+        } else {
+            std::memcpy(stored, plain, n);
+            sum = Has(cCheckValue) ? SumBytes(plain, n) : 0;
         }
         unsigned long done = 0;
-        written = InternalWrite(n, Has(cScramble) ? scrambled : plain, &done);
+        if (fits) {
+            to_ += n;
+        } else {
+            written = InternalWrite(n, stored, &done);
+        }
         if (!written) {
             // A byte that could not be written counts as well, as it does singly.
             n = std::min<std::size_t>(done + 1, n);

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <initializer_list>
 #include <numeric>
 #include <random>
 #include <sstream>
@@ -245,23 +246,34 @@ struct SmallStream : MemoryStream {
 
 TEST(CStream, WritingInRunsAgreesWithWritingSingly) {
     std::mt19937 random(5);
-    for (int round = 0; round < 2000; ++round) {
+    const tvtest::TempDir dir;
+    for (int round = 0; round < 200; ++round) {
         const unsigned flags = random() & (cText | CStream::cScramble | CStream::cCheckValue);
-        SmallStream runs(flags, 1 + random() % 2500), singly(flags, runs.room);
-        std::string text(random() % 1500, 'a');
+        SmallStream runs(flags, 1 + random() % 12000), singly(flags, runs.room);
+        CFileStream file;
+        ASSERT_EQ(file.Open(Path(dir.Path("f")), flags | CFileStream::cCreateAlways, nullptr), Ok);
+        std::string text(random() % 5000, 'a');
         for (auto at = random() % 50; at < text.size(); at += 1 + random() % 700) {
             text[at] = "\n\n\r\xFF"[random() % 4];
         }
         for (const int indent : {0, 0, 1}) {
-            runs.SetIndent(indent, 2);
-            singly.SetIndent(indent, 2);
+            for (CStream* stream : std::initializer_list<CStream*>{&runs, &singly, &file}) {
+                stream->SetIndent(indent, 2);
+            }
             const auto all = [&](char c) { return singly.WriteChar(c); };
-            ASSERT_EQ(runs.WriteString(text.data(), static_cast<int>(text.size())),
+            const auto length = static_cast<int>(text.size());
+            ASSERT_EQ(runs.WriteString(text.data(), length),
                       std::all_of(text.begin(), text.end(), all));
             ASSERT_EQ(runs.bytes, singly.bytes);
             ASSERT_EQ(runs.GetCheckValue(), singly.GetCheckValue());
             ASSERT_EQ(runs.GetLineCount(), singly.GetLineCount());
+            ASSERT_TRUE(file.WriteString(text.data(), length));
         }
+        if (singly.bytes.size() < singly.room) {
+            ASSERT_EQ(file.GetCheckValue(), singly.GetCheckValue());
+        }
+        ASSERT_TRUE(file.Close());
+        ASSERT_EQ(tvtest::ReadFile(dir.Path("f")).substr(0, singly.bytes.size()), singly.bytes);
     }
 }
 
