@@ -31,9 +31,16 @@ std::uint64_t mix(std::uint64_t a, std::uint64_t b) {
     return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
+// Uses the bits at the top, because those at the bottom choose the slot.
+unsigned char tagOf(std::uint64_t hash) {
+    return static_cast<unsigned char>(hash >> 57 | 0x80);
+}
+
+}  // namespace
+
 // Takes a name in words, the last of which overlap. Names are short, so a call of std::hash costs
 // twice as much as this.
-std::uint64_t hashOf(std::string_view name) {
+std::uint64_t CVarIndex::HashOf(std::string_view name) {
     const char* at = name.data();
     std::size_t left = name.size();
     const std::uint64_t secret = seed();
@@ -56,13 +63,6 @@ std::uint64_t hashOf(std::string_view name) {
     return mix(first ^ hash, last ^ secret);
 }
 
-// Uses the bits at the top, because those at the bottom choose the slot.
-unsigned char tagOf(std::uint64_t hash) {
-    return static_cast<unsigned char>(hash >> 57 | 0x80);
-}
-
-}  // namespace
-
 void CVarIndex::Reserve(std::size_t count, CVar* first) {
     if (count <= slots_ / 4 * 3) {
         return;
@@ -72,13 +72,12 @@ void CVarIndex::Reserve(std::size_t count, CVar* first) {
     grown.tags_ = std::make_unique<unsigned char[]>(grown.slots_);
     grown.vars_.reset(new CVar*[grown.slots_]);
     for (; first != nullptr; first = first->next_) {
-        grown.Insert(*first);
+        grown.Insert(*first, HashOf(first->NameView()));
     }
     *this = std::move(grown);
 }
 
-void CVarIndex::Insert(CVar& var) {
-    const std::uint64_t hash = hashOf(var.NameView());
+void CVarIndex::Insert(CVar& var, std::uint64_t hash) {
     std::size_t slot = hash & (slots_ - 1);
     while (tags_[slot] != 0) {
         slot = (slot + 1) & (slots_ - 1);
@@ -87,8 +86,7 @@ void CVarIndex::Insert(CVar& var) {
     vars_[slot] = &var;
 }
 
-CVar* CVarIndex::Find(std::string_view name) const {
-    const std::uint64_t hash = hashOf(name);
+CVar* CVarIndex::Find(std::string_view name, std::uint64_t hash) const {
     const unsigned char tag = tagOf(hash);
     for (std::size_t slot = hash & (slots_ - 1); tags_[slot] != 0;
          slot = (slot + 1) & (slots_ - 1)) {

@@ -30,11 +30,12 @@ void CVarList::SetValue(std::string_view name, std::string_view value, bool fixe
         fixed = true;
     }
     wide_.reset();
-    CVar* var = FindVar(name);
+    const std::uint64_t hash = CVarIndex::HashOf(name);
+    CVar* var = count_ >= cIndexFrom ? index_.Find(name, hash) : FindVar(name);
     if (var != nullptr) {
         var->SetValue(value);
     } else {
-        var = Append(name, value);
+        var = Append(name, value, hash);
     }
     if (fixed) {
         var->fixed_ = true;
@@ -48,7 +49,7 @@ void CVarList::SetValue(const char* name, long value, bool fixed) {
 }
 
 // Everything that can fail comes before the list changes.
-CVar* CVarList::Append(std::string_view name, std::string_view value) {
+CVar* CVarList::Append(std::string_view name, std::string_view value, std::uint64_t hash) {
     if (!memory_) {
         memory_ = std::make_unique<Memory>();
     }
@@ -56,7 +57,7 @@ CVar* CVarList::Append(std::string_view name, std::string_view value) {
         new (memory_->pool.allocate(CVar::SizeOf(name, value), alignof(CVar))) CVar(name, value);
     if (count_ + 1 >= cIndexFrom) {
         index_.Reserve(count_ + 1, head_);
-        index_.Insert(*var);
+        index_.Insert(*var, hash);
     }
     for (const char c : name) {
         nameBytes_[static_cast<unsigned char>(c)] = true;
@@ -69,13 +70,17 @@ CVar* CVarList::Append(std::string_view name, std::string_view value) {
 
 CVar* CVarList::FindVar(std::string_view name) const {
     if (count_ >= cIndexFrom) {
-        return index_.Find(name);
+        return index_.Find(name, CVarIndex::HashOf(name));
     }
     CVar* var = head_;
     while (var != nullptr && name != var->NameView()) {
         var = var->next_;
     }
     return var;
+}
+
+void CVarList::Prefetch(std::string_view name) const {
+    index_.Prefetch(CVarIndex::HashOf(name.substr(name.starts_with('%') ? 1 : 0)));
 }
 
 const char* CVarList::GetValue(const char* name) const {

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <memory_resource>
 #include <string_view>
@@ -41,6 +42,10 @@ public:
     }
     // Stores the decimal digits of the low 32 bits, as a signed number.
     void SetValue(const char* name, long value, bool fixed);
+
+    // Tells the processor that a variable is set soon, so that the memory to look into is near
+    // then.
+    void Prefetch(std::string_view name) const;
 
     // Returns the value, which stays valid until the variable is set again. Returns null if there
     // is no such variable.
@@ -99,7 +104,7 @@ private:
         void operator()(const WideVars* vars) const;
     };
 
-    CVar* Append(std::string_view name, std::string_view value);
+    CVar* Append(std::string_view name, std::string_view value, std::uint64_t hash);
     bool ScanServes(char open, char close) const;
     int ApplyInPasses(CString& text, const char* delimiters) const;
 

@@ -136,6 +136,7 @@ void ReadVariables(CStream& stream, CVarList& list) {
         if (name.IsEmpty()) {
             return;
         }
+        list.Prefetch(viewOf(name));
         stream.ReadToDelim(value, 0, -1, nullptr);
         list.SetValue(viewOf(name), viewOf(value), false);
     }
