@@ -45,6 +45,38 @@ std::string_view viewOf(const CString& text) {
     return {text.CStr(), static_cast<std::size_t>(text.Length())};
 }
 
+// Returns the view of a NUL-terminated text with its NUL.
+std::string_view withNul(std::string_view text) {
+    return {text.data(), text.size() + 1};
+}
+
+// Collects short texts, because a stream writes one long run much faster than many short ones.
+class RunOfTexts {
+public:
+    explicit RunOfTexts(CStream& stream) : stream_(stream) {}
+
+    void Add(std::string_view text) {
+        if (text.size() > sizeof run_ - length_) {
+            Write();
+        }
+        if (text.size() > sizeof run_) {
+            stream_.WriteString(text.data(), static_cast<int>(text.size()));
+            return;
+        }
+        std::memcpy(run_ + length_, text.data(), text.size());
+        length_ += text.size();
+    }
+    void Write() {
+        stream_.WriteString(run_, static_cast<int>(length_));
+        length_ = 0;
+    }
+
+private:
+    CStream& stream_;
+    std::size_t length_ = 0;
+    char run_[4096];
+};
+
 constexpr bool isComplete() {
     for (int kind = 0; kind <= static_cast<int>(Damage::CheckValueDiffers); ++kind) {
         if (cConfigFileDamages[kind].kind != static_cast<Damage>(kind)) {
@@ -118,14 +150,15 @@ RStatus WriteConfiguration(const CFSPath& path, const CVarList& list) {
 }
 
 void WriteVariables(CStream& stream, const CVarList& list) {
+    RunOfTexts run(stream);
     for (const CVar* var = list.First(); var != nullptr; var = var->Next()) {
         if (var->IsFixed()) {
-            stream.WriteChar('%');
+            run.Add("%");
         }
-        // With their NULs, so that each is one run of bytes.
-        stream.WriteString(var->Name(), static_cast<int>(var->NameView().size()) + 1);
-        stream.WriteString(var->Value(), static_cast<int>(var->ValueView().size()) + 1);
+        run.Add(withNul(var->NameView()));
+        run.Add(withNul(var->ValueView()));
     }
+    run.Write();
 }
 
 void ReadVariables(CStream& stream, CVarList& list) {
