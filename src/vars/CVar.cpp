@@ -12,7 +12,7 @@ namespace Tova {
 namespace {
 
 void copyText(std::string_view text, char* to) {
-    std::memcpy(to, text.data(), text.size());
+    text.copy(to, text.size());
     to[text.size()] = '\0';
 }
 
@@ -37,7 +37,7 @@ void CVar::SetValue(std::string_view value) {
         return;
     }
     if (value.size() <= valueLength_) {
-        std::memmove(value_, value.data(), value.size());
+        std::char_traits<char>::move(value_, value.data(), value.size());
         value_[value.size()] = '\0';
     } else {
         static_cast<void>(SizeOf({}, value));

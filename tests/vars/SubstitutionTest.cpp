@@ -1,5 +1,6 @@
 #include "vars/CVarList.h"
 
+#include "tests/support/TempHome.h"
 #include "tests/vars/SubstitutionRules.h"
 #include "tests/vars/VarsTestSupport.h"
 
@@ -40,6 +41,32 @@ TEST(Substitution, TheFormsDifferInWhatTheyRefuse) {
     EXPECT_EQ(list.Apply(nullptr, nullptr), 0);
     EXPECT_EQ(list.Apply(text.Get(), nullptr), 1);  // what cannot be decoded counts as unknown
     EXPECT_EQ(TextOf(text.Get()), "a<bad>");
+}
+
+// What a list keeps for platform strings follows every change.
+TEST(Substitution, PlatformStringsSeeTheLatestValues) {
+    CVarList list, other;
+    const auto applied = [&list] {
+        const auto text = MakeMutable("<A>");
+        list.Apply(text.Get(), nullptr);
+        return TextOf(text.Get());
+    };
+    for (const char* value : {"first", "a longer one", "short"}) {
+        list.SetValue("A", value, false);
+        EXPECT_EQ(applied(), value);
+    }
+    list.SetValue("A", "\xC3\xA4", true);
+    EXPECT_EQ(applied(), "\xC3\xA4");
+    {
+        const tvtest::ScopedEnv latin("TV_SYSTEM_ENCODING", "ISO-8859-1");
+        EXPECT_EQ(applied(), "\xC3\x83\xC2\xA4");
+    }
+    list.Swap(other);
+    EXPECT_EQ(applied(), "<A>");
+    list.Swap(other);
+    EXPECT_EQ(applied(), "\xC3\xA4");
+    list.Empty();
+    EXPECT_EQ(applied(), "<A>");
 }
 
 // Alphabets so small that values combine with what stands around them into new placeholders. The
