@@ -119,7 +119,7 @@ CRegIndex::Beginnings CRegIndex::MakeBeginnings(std::size_t length) const {
 
 void CRegIndex::AddBeginning(Beginnings& beginnings, std::string_view name,
                              std::uint32_t place) const {
-    if (name.size() < beginnings.length) {
+    if (name.size() <= beginnings.length) {
         return;
     }
     if ((beginnings.usedChains + 1) * 4 > beginnings.chains.size() * 3) {
@@ -183,8 +183,9 @@ CRegNode* CRegIndex::FindPrefix(std::string_view prefix) {
     if (byPlace_.empty()) {
         BuildPlaces();
     }
-    if (prefix.size() > longestName_) {
-        return nullptr;
+    CRegNode* exact = FindExact(prefix, HashOf(prefix));
+    if (prefix.size() >= longestName_) {
+        return exact;
     }
     auto known = std::find_if(beginnings_.begin(), beginnings_.end(),
                               [&](const Beginnings& each) { return each.length == prefix.size(); });
@@ -193,10 +194,14 @@ CRegNode* CRegIndex::FindPrefix(std::string_view prefix) {
         known = beginnings_.end() - 1;
     }
     if (known->chains.empty()) {
-        return nullptr;
+        return exact;
     }
     const Beginnings::Chain& chain = ChainOf(*known, prefix);
-    return chain.hash == 0 ? nullptr : byPlace_[known->links[chain.first].place];
+    if (chain.hash == 0) {
+        return exact;
+    }
+    CRegNode* longer = byPlace_[known->links[chain.first].place];
+    return exact != nullptr && exact->position_ < longer->position_ ? exact : longer;
 }
 
 CRegNode* CRegIndex::Entry(int i) {

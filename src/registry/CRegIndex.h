@@ -43,9 +43,9 @@ public:
     static std::uint32_t HashOf(std::string_view text);
 
 private:
-    // The children whose names have at least so many characters, by their first characters. Those
-    // that begin alike are chained in list order. A child is known by its place in byPlace_, so
-    // that its removal touches no chain. A look-up that meets an empty place skips it.
+    // The children whose names have more characters than that, by so many of the first. Those that
+    // begin alike are chained in list order. A child is known by its place in byPlace_, so that its
+    // removal touches no chain. A look-up that meets an empty place skips it.
     struct Beginnings {
         struct Chain {
             std::uint32_t hash;   // 0 marks a slot that was never used
