@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <bit>
+#include <new>
 
 namespace Tova {
 
 CRegIndex::CRegIndex(CRegNode& directory, CRegPool& pool)
-    : directory_(directory), hashes_(&pool), nodes_(&pool), byPlace_(&pool), beginnings_(&pool) {
+    : directory_(directory), hashes_(&pool), nodes_(&pool), byPlace_(&pool), firstLonger_(&pool),
+      beginnings_(&pool) {
     Build();
 }
 
@@ -53,7 +55,7 @@ void CRegIndex::Add(CRegNode* child) {
     byPlace_.push_back(child);
     if (child->HasName()) {
         const std::string_view name = child->GetName();
-        longestName_ = std::max(longestName_, name.size());
+        NoteLength(name.size(), place);
         for (Beginnings& beginnings : beginnings_) {
             AddBeginning(beginnings, name, place);
         }
@@ -93,16 +95,22 @@ CRegNode* CRegIndex::FindExact(std::string_view name, std::uint32_t hash) const 
 void CRegIndex::BuildPlaces() {
     byPlace_.reserve(static_cast<std::size_t>(directory_.ChildCount()));
     for (CRegNode* child = directory_.First(); child != nullptr; child = child->nextSibling_) {
-        child->position_ = static_cast<std::uint32_t>(byPlace_.size());
-        byPlace_.push_back(child);
+        const auto place = static_cast<std::uint32_t>(byPlace_.size());
         if (child->HasName()) {
-            longestName_ = std::max(longestName_, std::string_view(child->GetName()).size());
+            NoteLength(std::string_view(child->GetName()).size(), place);
         }
+        child->position_ = place;
+        byPlace_.push_back(child);
     }
 }
 
+// Takes in that a name of `length` characters stands at `place`, which is behind all others.
+void CRegIndex::NoteLength(std::size_t length, std::uint32_t place) {
+    firstLonger_.resize(std::max(firstLonger_.size(), length), place);
+}
+
 void CRegIndex::DropPlaces() {
-    longestName_ = 0;
+    firstLonger_.clear();
     byPlace_.clear();
     beginnings_.clear();
 }
@@ -181,16 +189,23 @@ CRegIndex::Beginnings::Chain& CRegIndex::ChainOf(Beginnings& beginnings,
 
 CRegNode* CRegIndex::FindPrefix(std::string_view prefix) {
     if (byPlace_.empty()) {
-        BuildPlaces();
+        try {
+            BuildPlaces();
+        } catch (const std::bad_alloc&) {
+            DropPlaces();
+            throw;
+        }
     }
     CRegNode* exact = FindExact(prefix, HashOf(prefix));
-    if (prefix.size() >= longestName_) {
+    const std::size_t length = prefix.size();
+    if (length >= firstLonger_.size() ||
+        (exact != nullptr && exact->position_ < firstLonger_[length])) {
         return exact;
     }
     auto known = std::find_if(beginnings_.begin(), beginnings_.end(),
-                              [&](const Beginnings& each) { return each.length == prefix.size(); });
+                              [&](const Beginnings& each) { return each.length == length; });
     if (known == beginnings_.end()) {
-        beginnings_.push_back(MakeBeginnings(prefix.size()));
+        beginnings_.push_back(MakeBeginnings(length));
         known = beginnings_.end() - 1;
     }
     if (known->chains.empty()) {

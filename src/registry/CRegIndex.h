@@ -70,6 +70,7 @@ private:
     void Insert(CRegNode* child);
     void BuildPlaces();
     void DropPlaces();
+    void NoteLength(std::size_t length, std::uint32_t place);
     Beginnings MakeBeginnings(std::size_t length) const;
     void AddBeginning(Beginnings& beginnings, std::string_view name, std::uint32_t place) const;
     Beginnings::Chain& ChainOf(Beginnings& beginnings, std::string_view beginning) const;
@@ -84,8 +85,10 @@ private:
 
     // These are empty until there is a look-up by prefix. byPlace_ holds the children in list
     // order, and null for those that went.
-    std::size_t longestName_ = 0;
     std::pmr::vector<CRegNode*> byPlace_;
+    // By a length, a place before which no name is longer. So a child that has exactly the name
+    // looked for is often known to be the first, without a table of beginnings.
+    std::pmr::vector<std::uint32_t> firstLonger_;
     std::pmr::vector<Beginnings> beginnings_;
 
     CRegNode* cursor_ = nullptr;
