@@ -42,7 +42,7 @@ void CRegIndex::Insert(CRegNode* child) {
 }
 
 void CRegIndex::Add(CRegNode* child) {
-    if ((usedSlots_ + 1) * 8 > hashes_.size() * 7) {
+    if ((usedSlots_ + 1) * 5 > hashes_.size() * 4) {
         Build();
     } else {
         Insert(child);
