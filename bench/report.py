@@ -3,8 +3,8 @@
     report.py RESULTS [--write DOCS]
 
 RESULTS is a folder with the programs' JSON files, memory.json, instructions.json and versions.txt,
-as scripts/bench leaves them. Prints one table. Exits with 1 if a cost grows faster than its work, if
-an instruction count has grown, or if a figure of a family that was run is missing.
+as scripts/bench leaves them. Prints one table. Exits with 1 if a cost grows faster than its work,
+if an instruction count has grown, or if a figure of a family that was run is missing.
 """
 
 import json
@@ -301,7 +301,7 @@ def chart(bars):
         "  }",
         "</style>",
         '<text class="ink" x="8" y="16" font-weight="bold">Time or memory, ours ÷ other: '
-        "further left is better. The bar begins at equal; the mark is what is wanted at most.</text>",
+        "further left is better. The bar begins at equal; the mark is the wanted maximum.</text>",
     ]
     for power in range(low, high + 1):
         ratio = 2.0 ** power
@@ -344,6 +344,8 @@ def document(report, tables, versions):
         markdown(comparison),
         "## What falls short\n",
         "\n".join(f"- {line}" for line in report.short) or "Nothing falls short.",
+        *(["\n## What is wrong with this run\n",
+           "\n".join(f"- {failure}" for failure in report.failures)] if report.failures else []),
         "\n## Growth\n",
         "The least time, which is the least disturbed one, is fitted as a power of the size. "
         "A run fails if an exponent is above "
