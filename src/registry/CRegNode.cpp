@@ -64,7 +64,7 @@ CRegNode::CRegNode(RegNodeType type, CRegNode* parent, const char* name, const c
         char* text = copyText(*pool, viewOf(value));
         branch_ = ::new (pool->Allocate(sizeof(Branch))) Branch{text, pool.get()};
         hasBranch_ = true;
-        pool.release();
+        static_cast<void>(pool.release());  // it ends with the root
         return;
     }
     CRegPool& pool = *parent->MakeBranch().pool;
@@ -103,10 +103,15 @@ void CRegNode::operator delete(CRegNode* node, std::destroying_delete_t) {
     if (node == nullptr) {
         return;
     }
+    if (node->parent_ == nullptr || node->units_ == 0) {
+        node->~CRegNode();
+        ::operator delete(node);
+        return;
+    }
     const std::size_t size = node->units_ * CRegPool::cUnit;
     CRegPool& pool = node->Pool();
     node->~CRegNode();
-    size == 0 ? ::operator delete(node) : pool.Free(node, size);
+    pool.Free(node, size);
 }
 
 CRegNode* CRegNode::AddChild(RegNodeType type, const char* name, const char* value) {
@@ -164,7 +169,7 @@ void CRegNode::FreeParts(CRegPool& pool) {
 
 // Each node but the root has a parent, which has a branch, as the root has.
 CRegPool& CRegNode::Pool() const {
-    return *(hasBranch_ ? branch_ : parent_->branch_)->pool;
+    return *(hasBranch_ || parent_ == nullptr ? branch_ : parent_->branch_)->pool;
 }
 
 CRegNode::Branch& CRegNode::MakeBranch() {

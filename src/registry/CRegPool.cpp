@@ -13,14 +13,15 @@ namespace {
 
 // The first chunk is small, because most trees are.
 constexpr std::size_t cSmallestChunk = 1024;
-constexpr std::size_t cLargestChunk = 16 * 1024 * 1024;
+constexpr std::size_t cLargestChunk = std::size_t{16} * 1024 * 1024;
 
 // Asks for huge pages inside a large block, where the system has them. The first access to a page
 // costs far more than a node, so that a tree of 50 MB is read in a third of the time.
 void useHugePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t size) {
 #ifdef MADV_HUGEPAGE
-    constexpr std::size_t cHugePage = 2 * 1024 * 1024;
-    constexpr std::size_t cPage = 64 * 1024;  // a multiple of the page size of every system
+    constexpr std::size_t cHugePage = std::size_t{2} * 1024 * 1024;
+    constexpr std::size_t cPage =
+        std::size_t{64} * 1024;  // a multiple of the page size of every system
     if (size >= cHugePage && std::align(cPage, cHugePage, memory, size) != nullptr) {
         madvise(memory, size / cPage * cPage, MADV_HUGEPAGE);  // only advice, so it may fail
     }

@@ -12,7 +12,7 @@ namespace Tova {
 
 namespace {
 
-constexpr std::size_t cBlockSize = 16 * 1024;
+constexpr std::size_t cBlockSize = std::size_t{16} * 1024;
 
 }  // namespace
 

@@ -115,8 +115,10 @@ bool CStream::WriteWChar(wchar_t w) {
 
 bool CStream::WriteString(const char* s, int length) {
     const std::size_t count = length < 0 ? std::strlen(s) : static_cast<std::size_t>(length);
+    // NOLINTNEXTLINE(bugprone-not-null-terminated-result): only the characters are searched
+    const auto hasLineEnd = [&] { return std::memchr(s, '\n', count) != nullptr; };
     if (encoding_ == Encoding::Raw && writeFilter_ == nullptr && indentLevel_ < 1 &&
-        !Has(cThrowOnError) && !(Has(cTranslate) && std::memchr(s, '\n', count) != nullptr)) {
+        !Has(cThrowOnError) && !(Has(cTranslate) && hasLineEnd())) {
         return WriteRun(s, count);
     }
     for (std::size_t i = 0; i < count; ++i) {
