@@ -1,5 +1,6 @@
 #include "tvtool/endpoint/Endpoint.h"
 
+#include "posix/Descriptor.h"
 #include "tvtool/base/Tool.h"
 
 #include <arpa/inet.h>
@@ -58,6 +59,14 @@ void resetConnection(int socket) {
     static_cast<void>(connect(socket, &nobody, sizeof nobody));
 }
 
+// Returns why nobody can listen on the address, or ENOMEM if that was not the reason: not every
+// release of the library leaves it in errno.
+int errorOfBinding(const sockaddr_in& address) {
+    const tvposix::Descriptor probe(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const auto* general = reinterpret_cast<const sockaddr*>(&address);
+    return !probe || bind(probe.Get(), general, sizeof address) != 0 ? errno : ENOMEM;
+}
+
 std::optional<std::string> findUserAgent(MHD_Connection* connection) {
     const char* value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, "User-Agent");
     if (value == nullptr) {
@@ -84,14 +93,14 @@ Endpoint::Endpoint(EndpointOptions options)
         {isTls ? MHD_OPTION_HTTPS_MEM_CERT : MHD_OPTION_END, 0, options_.tls.certificate.data()},
         {MHD_OPTION_HTTPS_MEM_KEY, 0, options_.tls.key.data()},
         {MHD_OPTION_END, 0, nullptr}};
-    errno = 0;
     daemon_.reset(MHD_start_daemon(
         MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME | (isTls ? MHD_USE_TLS : MHD_NO_FLAG), 0, nullptr,
         nullptr, OnRequest, this, MHD_OPTION_NOTIFY_CONNECTION, OnConnection, this,
         MHD_OPTION_URI_LOG_CALLBACK, OnTarget, this, MHD_OPTION_SOCK_ADDR, &address,
         MHD_OPTION_CONNECTION_LIMIT, cMaxConnections, MHD_OPTION_CONNECTION_MEMORY_LIMIT,
         4 * cMaxHead, MHD_OPTION_STRICT_FOR_CLIENT, -1, MHD_OPTION_ARRAY, tls, MHD_OPTION_END));
-    if (const int error = errno; !daemon_) {
+    if (!daemon_) {
+        const int error = errorOfBinding(address);
         const std::string subject = "port " + std::to_string(options_.port);
         if (error == EADDRINUSE) {
             Fail(Exit::Failed, subject, "is in use; give another one, or none for a free one");
