@@ -4,11 +4,11 @@
 #pragma once
 
 #include "registry/CRegPool.h"
+#include "text/NameHash.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -40,7 +40,9 @@ public:
     CRegNode* Entry(int i);
 
     // Returns the hash of a name or of its beginning. It is never 0.
-    static std::uint32_t HashOf(std::string_view text);
+    static std::uint32_t HashOf(std::string_view text) {
+        return std::max<std::uint32_t>(static_cast<std::uint32_t>(HashName(text)), 1);
+    }
 
 private:
     // The children whose names have more characters than that, by so many of the first. Those that
@@ -94,29 +96,5 @@ private:
     CRegNode* cursor_ = nullptr;
     int cursorIndex_ = 0;
 };
-
-// Inline, because names are short. It begins with an address, which differs from process to
-// process, so that nobody can make a file of names that all have one hash.
-inline std::uint32_t CRegIndex::HashOf(std::string_view text) {
-    static constexpr char cSomewhere = 0;
-    constexpr std::uint64_t cOdd = 0x9E37'79B9'7F4A'7C15;
-    std::uint64_t hash = reinterpret_cast<std::uintptr_t>(&cSomewhere) ^ text.size();
-    const auto mix = [&hash](std::uint64_t bits) {
-        hash = (hash ^ bits) * cOdd;
-        hash ^= hash >> 32;
-    };
-    for (; text.size() >= sizeof hash; text.remove_prefix(sizeof hash)) {
-        std::uint64_t bits = 0;
-        std::memcpy(&bits, text.data(), sizeof bits);
-        mix(bits);
-    }
-    std::uint64_t rest = 0;
-    for (const char c : text) {
-        rest = rest << 8 | static_cast<unsigned char>(c);
-    }
-    mix(rest);
-    hash *= cOdd;
-    return std::max<std::uint32_t>(static_cast<std::uint32_t>(hash >> 32), 1);
-}
 
 }  // namespace Tova

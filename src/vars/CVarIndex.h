@@ -35,8 +35,6 @@ public:
         }
     }
 
-    static std::uint64_t HashOf(std::string_view name);
-
 private:
     std::size_t slots_ = 0;  // a power of two, or 0
     // For each slot, a byte of the hash, or 0 if the slot is free.

@@ -1,5 +1,6 @@
 #include "vars/CVarList.h"
 
+#include "text/NameHash.h"
 #include "text/Str.h"
 #include "vars/ConfigFile.h"
 
@@ -30,7 +31,7 @@ void CVarList::SetValue(std::string_view name, std::string_view value, bool fixe
         fixed = true;
     }
     wide_.reset();
-    const std::uint64_t hash = CVarIndex::HashOf(name);
+    const std::uint64_t hash = HashName(name);
     CVar* var = count_ >= cIndexFrom ? index_.Find(name, hash) : FindVar(name);
     if (var != nullptr) {
         var->SetValue(value);
@@ -70,7 +71,7 @@ CVar* CVarList::Append(std::string_view name, std::string_view value, std::uint6
 
 CVar* CVarList::FindVar(std::string_view name) const {
     if (count_ >= cIndexFrom) {
-        return index_.Find(name, CVarIndex::HashOf(name));
+        return index_.Find(name, HashName(name));
     }
     CVar* var = head_;
     while (var != nullptr && name != var->NameView()) {
@@ -80,7 +81,7 @@ CVar* CVarList::FindVar(std::string_view name) const {
 }
 
 void CVarList::Prefetch(std::string_view name) const {
-    index_.Prefetch(CVarIndex::HashOf(name.substr(name.starts_with('%') ? 1 : 0)));
+    index_.Prefetch(HashName(name.substr(name.starts_with('%') ? 1 : 0)));
 }
 
 const char* CVarList::GetValue(const char* name) const {

@@ -1,0 +1,47 @@
+// The hash of a name in the tables of the class library. Any thread may call it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+namespace Tova {
+
+// Returns a hash all of whose bits can be used. It begins with an address, which the loader chooses
+// anew for every process, so that nobody can make a file of names that all fall on one slot. It is
+// inline and takes a name in words, because names are short and std::hash costs twice as much.
+inline std::uint64_t HashName(std::string_view name) {
+    static constexpr char cSomewhere = 0;
+    constexpr std::uint64_t cOdd = 0x9E37'79B9'7F4A'7C15;  // has no pattern in its bits
+    std::uint64_t hash = reinterpret_cast<std::uintptr_t>(&cSomewhere) ^ name.size();
+    const auto mix = [&hash](std::uint64_t bits) {
+        hash = (hash ^ bits) * cOdd;
+        hash ^= hash >> 32;
+    };
+    const char* at = name.data();
+    std::size_t left = name.size();
+    for (; left >= sizeof hash; at += sizeof hash, left -= sizeof hash) {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, at, sizeof bits);
+        mix(bits);
+    }
+    // The rest as two words or three bytes, which overlap if it is shorter.
+    std::uint64_t rest = 0;
+    if (left >= sizeof(std::uint32_t)) {
+        std::uint32_t first = 0;
+        std::uint32_t last = 0;
+        std::memcpy(&first, at, sizeof first);
+        std::memcpy(&last, at + left - sizeof last, sizeof last);
+        rest = std::uint64_t{first} << 32 | last;
+    } else if (left > 0) {
+        const auto byteAt = [at](std::size_t i) { return static_cast<unsigned char>(at[i]); };
+        rest = std::uint64_t{byteAt(0)} << 16 | std::uint64_t{byteAt(left / 2)} << 8 |
+               byteAt(left - 1);
+    }
+    mix(rest);
+    mix(0);
+    return hash;
+}
+
+}  // namespace Tova
