@@ -21,11 +21,13 @@ constexpr std::chrono::seconds cLongestWait{5};
 // Shared by the threads that load.
 constinit std::shared_timed_mutex sLoading;
 constinit std::atomic<HttpOpenFunction> sOpen{nullptr};
+constinit std::atomic<HttpForkFunction> sFork{nullptr};
 constinit std::atomic<bool> sHasExitHandler{false};
 // No load begins any more.
 constinit std::atomic<bool> sIsOver{false};
-// Belongs to the thread that forks.
+// These belong to the thread that forks.
 constinit bool sIsStill = false;
+constinit HttpForkFunction sClosed = nullptr;
 
 // A load would crash beside the exit handlers and destructors of libraries.
 void atExit() {
@@ -35,11 +37,20 @@ void atExit() {
     }
 }
 
+// The module has no fork handlers of its own: a fork that waits here for a load under way would not
+// call those that the load registers.
 void beforeFork() {
     sIsStill = sLoading.try_lock_for(cLongestWait);
+    sClosed = sFork;
+    if (sClosed != nullptr) {
+        sClosed(HttpFork::Before);
+    }
 }
 
 void afterForkInParent() {
+    if (sClosed != nullptr) {
+        sClosed(HttpFork::InParent);
+    }
     if (sIsStill) {
         sLoading.unlock();
     }
@@ -47,6 +58,9 @@ void afterForkInParent() {
 
 // A load that the fork has cut leaves the child's loader half-way.
 void afterForkInChild() {
+    if (const HttpForkFunction fork = sFork) {
+        fork(HttpFork::InChild);
+    }
     sIsOver = sIsOver || !sIsStill;
     new (&sLoading) std::shared_timed_mutex;
 }
@@ -82,7 +96,12 @@ HttpOpenFunction openModule() {
     }
     const auto start = reinterpret_cast<HttpStartFunction>(dlsym(module, cHttpStartFunction));
     const auto open = reinterpret_cast<HttpOpenFunction>(dlsym(module, cHttpOpenFunction));
-    return start != nullptr && open != nullptr && start() ? open : nullptr;
+    const auto fork = reinterpret_cast<HttpForkFunction>(dlsym(module, cHttpForkFunction));
+    if (start == nullptr || open == nullptr || fork == nullptr || !start()) {
+        return nullptr;
+    }
+    sFork = fork;
+    return open;
 }
 
 }  // namespace

@@ -52,9 +52,14 @@ using HttpStartFunction = bool (*)();
 // process exits.
 using HttpOpenFunction = bool (*)(const HttpRequest& request,
                                   std::shared_ptr<HttpTransfer>& transfer);
+// Takes the module through a fork. Before the fork it waits until no thread is inside the HTTP
+// library. The parent goes on, and the child forgets the transfers, which are the parent's.
+enum class HttpFork { Before, InParent, InChild };
+using HttpForkFunction = void (*)(HttpFork stage);
 
 inline constexpr char cHttpModule[] = "libtvplatform-http.so.1";
-inline constexpr char cHttpStartFunction[] = "tvplatform_http_start_2";
-inline constexpr char cHttpOpenFunction[] = "tvplatform_http_open_2";
+inline constexpr char cHttpStartFunction[] = "tvplatform_http_start_3";
+inline constexpr char cHttpOpenFunction[] = "tvplatform_http_open_3";
+inline constexpr char cHttpForkFunction[] = "tvplatform_http_fork_3";
 
 }  // namespace tvplatform

@@ -7,28 +7,12 @@
 #include "cfnetwork/module/TransferList.h"
 
 #include <dlfcn.h>
-#include <pthread.h>
 
 #include <cstdint>
 #include <cstdlib>
 
 namespace tvplatform {
 namespace {
-
-// Nobody is inside libcurl while a process forks, so the child's copy of it is in order. The
-// parent's transfers are not the child's to end: it shares their connections.
-void beforeFork() {
-    CurlGate::Only().Close();
-}
-
-void afterForkInParent() {
-    CurlGate::Only().Open();
-}
-
-void afterForkInChild() {
-    TransferList::Only().Forget();
-    CurlGate::Only().Renew();
-}
 
 void atExit() {
     const SignalGuard signals;
@@ -66,8 +50,7 @@ bool startLibrary() {
     // What the TLS library keeps for a thread would be given back at the thread's end, which may
     // fall into the program's own exit handler of that library.
     CurlGate::Only().SetLeave(findInTls<void()>("OPENSSL_thread_stop"));
-    return std::atexit(atExit) == 0 &&
-           pthread_atfork(beforeFork, afterForkInParent, afterForkInChild) == 0;
+    return std::atexit(atExit) == 0;
 }
 
 }  // namespace
@@ -77,17 +60,18 @@ bool startLibrary() {
 extern "C" {
 
 // Declared by type only, in HttpTransfer.h: they are looked up by name.
-bool tvplatform_http_start_2();
-bool tvplatform_http_open_2(const tvplatform::HttpRequest& request,
+bool tvplatform_http_start_3();
+bool tvplatform_http_open_3(const tvplatform::HttpRequest& request,
                             std::shared_ptr<tvplatform::HttpTransfer>& transfer);
+void tvplatform_http_fork_3(tvplatform::HttpFork stage);
 
-__attribute__((visibility("default"))) bool tvplatform_http_start_2() {
+__attribute__((visibility("default"))) bool tvplatform_http_start_3() {
     static const bool started = tvplatform::startLibrary();
     return started;
 }
 
 __attribute__((visibility("default"))) bool
-tvplatform_http_open_2(const tvplatform::HttpRequest& request,
+tvplatform_http_open_3(const tvplatform::HttpRequest& request,
                        std::shared_ptr<tvplatform::HttpTransfer>& transfer) {
     auto made = std::make_shared<tvplatform::CurlTransfer>(request);
     if (!made->Start()) {
@@ -95,6 +79,24 @@ tvplatform_http_open_2(const tvplatform::HttpRequest& request,
     }
     transfer = std::move(made);
     return true;
+}
+
+// Nobody is inside libcurl while a process forks, so the child's copy of it is in order. The
+// parent's transfers are not the child's to end: it shares their connections.
+__attribute__((visibility("default"))) void tvplatform_http_fork_3(tvplatform::HttpFork stage) {
+    using namespace tvplatform;
+    switch (stage) {
+    case HttpFork::Before:
+        CurlGate::Only().Close();
+        break;
+    case HttpFork::InParent:
+        CurlGate::Only().Open();
+        break;
+    case HttpFork::InChild:
+        TransferList::Only().Forget();
+        CurlGate::Only().Renew();
+        break;
+    }
 }
 
 }  // extern "C"
