@@ -17,13 +17,19 @@ inline std::string ProgramPath(const std::string& name) {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
 }
 
-// Runs the program to its end. Its output goes where ours goes.
-inline void RunProgram(const std::string& path) {
+// Runs the program with `variable` added to its environment, to its end. Its output goes where ours
+// goes.
+inline void RunProgram(const std::string& path, const std::string& variable) {
     const char* const arguments[] = {path.c_str(), nullptr};
+    std::vector<char*> environment{const_cast<char*>(variable.c_str())};
+    for (char** inherited = environ; *inherited != nullptr; ++inherited) {
+        environment.push_back(*inherited);
+    }
+    environment.push_back(nullptr);
     pid_t child = 0;
     int status = 0;
     if (posix_spawn(&child, path.c_str(), nullptr, nullptr, const_cast<char* const*>(arguments),
-                    environ) != 0 ||
+                    environment.data()) != 0 ||
         waitpid(child, &status, 0) != child || status != 0) {
         throw std::runtime_error("failed: " + path);
     }

@@ -4,10 +4,11 @@
 
 namespace {
 
-void addProgram(const std::string& contender, const std::string& program) {
-    bench::AddTimed("program, start to exit", 1, contender, [program] {
-        return [path = bench::ProgramPath(program)] {
-            return bench::SecondsOf([&] { bench::RunProgram(path); });
+void addProgram(const std::string& contender, const std::string& program,
+                const std::string& variable) {
+    bench::AddTimed("program, start to exit", 1, contender, [program, variable] {
+        return [path = bench::ProgramPath(program), variable] {
+            return bench::SecondsOf([&] { bench::RunProgram(path, variable); });
         };
     });
 }
@@ -16,7 +17,9 @@ void addProgram(const std::string& contender, const std::string& program) {
 
 int main(int argc, char** argv) {
     return bench::Main(argc, argv, [] {
-        addProgram("ours", "bench_applied");
-        addProgram("bare program", "bench_bare");
+        // The loader is told where the libraries are, as the system's cache tells it of installed
+        // ones. Otherwise it would look for every library in the folders of the build first.
+        addProgram("ours", "bench_applied", "LD_PRELOAD=" TV_BENCH_LIBRARIES);
+        addProgram("bare program", "bench_bare", "TV_BENCH=1");
     });
 }
