@@ -23,17 +23,18 @@ using Changes = std::map<std::string, Change>;
 // The entries of a file, in its order.
 class Contents {
 public:
-    Contents() = default;
     explicit Contents(std::vector<PlistEntry> entries) : entries_(std::move(entries)) {
+        byKey_.reserve(entries_.size());
         for (const PlistEntry& entry : entries_) {
-            byKey_.emplace(entry.key, entry.value);
+            byKey_.emplace(entry.key, &entry);
         }
     }
+    Contents(Contents&&) = default;  // a copy would have the index of the original
 
     const std::vector<PlistEntry>& Entries() const { return entries_; }
     PlistValue Find(const std::string& key) const {
         const auto found = byKey_.find(key);
-        return found != byKey_.end() ? found->second : nullptr;
+        return found != byKey_.end() ? found->second->value : nullptr;
     }
     // Returns true if the changes set something or remove an entry that is there.
     bool WouldChange(const Changes& changes) const {
@@ -65,7 +66,7 @@ public:
 
 private:
     std::vector<PlistEntry> entries_;
-    std::unordered_map<std::string, PlistValue> byKey_;
+    std::unordered_map<std::string_view, const PlistEntry*> byKey_;
 };
 
 struct State {
