@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LicenseRef-TVframework */
 /* TVframework: what installers and applications share about the product Calyx.
  *
  * The framework keeps a process-wide list of named variables, which it puts into texts, and reads

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // HTTP requests and the headers of answers. Several threads may read a message at once. One thread
 // at a time may change it.
 #pragma once

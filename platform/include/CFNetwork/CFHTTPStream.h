@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // Read streams that fetch a web address.
 //
 // They use http and https only, at first and on every redirect. A redirect never leads from https

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // HTTP messages and streams that fetch them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // Values in order. With kCFTypeArrayCallBacks the values are objects, which an array retains and
 // compares by value. Without callbacks (null) they are bare pointers.
 #pragma once

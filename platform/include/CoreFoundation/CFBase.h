@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // The types that everything else builds on, and the reference counts.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // Values by key. With the callbacks for objects, a dictionary retains keys and values and compares
 // them by value. Without callbacks (null) they are bare pointers. The keys have no order.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // Numbers (64-bit integers and floating point) and the two Booleans. They never change.
 #pragma once
 

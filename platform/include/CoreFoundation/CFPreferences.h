@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // Preferences: values by key in domains that are named by an application's identifier, kept in the
 // user's own files. A value is a property list: a string, number, Boolean, data, array or
 // dictionary with strings as keys. Any thread may call everything here. No call but

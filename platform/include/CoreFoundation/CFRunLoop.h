@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // A thread's event loop: it waits for sources that a program signals and for the streams that are
 // scheduled on it, and calls them back on its own thread. A loop belongs to one thread. The first
 // CFRunLoopGetCurrent of the thread makes it, and it goes when the thread ends. Any thread may call

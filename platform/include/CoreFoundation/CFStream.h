@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // Streams of bytes that arrive over time. A program opens a stream and then reads it, either by
 // waiting in CFReadStreamRead or from the callback of a client on a run loop. Any thread may call
 // anything on a stream. Callbacks come on the thread of the run loop, one at a time, and no lock is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // Texts as sequences of UTF-16 units. Lengths, positions and ranges count units. Conversions are
 // strict, unless a function says otherwise: if a byte is not valid in the encoding, or the encoding
 // cannot hold a character, the whole conversion fails and its outputs stay as they are.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // Web and file URLs, and percent escapes. A URL never changes, so
 // any thread may use it. The time of each function is in proportion to the lengths given.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // Everything that this library offers of CoreFoundation.
 #pragma once
 

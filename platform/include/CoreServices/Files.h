@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // File references and catalog information. Any thread may call everything here. Each call asks the
 // file system anew, and returns paramErr for a null pointer that stands for an object or a result.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // The Finder record of a file, as its catalog information holds it, in the machine's byte order.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LicenseRef-TVframework
 // The error numbers of the calls on files and folders.
 #pragma once
 
