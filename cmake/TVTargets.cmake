@@ -1,6 +1,8 @@
 # Helpers with which every folder makes its target, so that warnings, sanitizers and the list of
 # sources are the same everywhere.
 
+include(CheckSymbolExists)
+
 add_library(tv_options INTERFACE)
 target_compile_options(tv_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-qual -Wformat=2
@@ -15,10 +17,21 @@ if(TV_SANITIZE)
         -fsanitize=${TV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(tv_options INTERFACE -fsanitize=${TV_SANITIZE})
 else()
-    target_compile_options(tv_options INTERFACE
-        $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>
-        -fstack-protector-strong)
+    # What the distribution or the builder has chosen stays, which may be more than is chosen here.
+    set(CMAKE_REQUIRED_FLAGS -O1)
+    check_symbol_exists(_FORTIFY_SOURCE "" TV_IS_FORTIFIED)
+    unset(CMAKE_REQUIRED_FLAGS)
+    if(NOT TV_IS_FORTIFIED AND NOT "${CMAKE_C_FLAGS} ${CMAKE_CXX_FLAGS}" MATCHES "_FORTIFY_SOURCE")
+        target_compile_options(tv_options INTERFACE
+            $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+    endif()
+    if(NOT "${CMAKE_C_FLAGS} ${CMAKE_CXX_FLAGS}" MATCHES "-f(no-)?stack-protector")
+        target_compile_options(tv_options INTERFACE -fstack-protector-strong)
+    endif()
 endif()
+# The same source gives the same bytes in whatever folder it is built.
+target_compile_options(tv_options INTERFACE
+    "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
 if(NOT APPLE)
     target_link_options(tv_options INTERFACE -Wl,-z,relro,-z,now)
 endif()

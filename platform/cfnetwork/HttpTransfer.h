@@ -57,7 +57,8 @@ using HttpOpenFunction = bool (*)(const HttpRequest& request,
 enum class HttpFork { Before, InParent, InChild };
 using HttpForkFunction = void (*)(HttpFork stage);
 
-inline constexpr char cHttpModule[] = "libtvplatform-http.so.1";
+// The module, from the folder of the platform library.
+inline constexpr char cHttpModule[] = "tvplatform/libtvplatform-http.so.1";
 inline constexpr char cHttpStartFunction[] = "tvplatform_http_start_3";
 inline constexpr char cHttpOpenFunction[] = "tvplatform_http_open_3";
 inline constexpr char cHttpForkFunction[] = "tvplatform_http_fork_3";
