@@ -45,7 +45,7 @@ protected:
     std::string Serve(const std::string& script) {
         const std::string printed = Script(cFunctions + script);
         return replaced(replaced(printed, "127\\.0\\.0\\.1:[0-9]+", "HERE"),
-                        "[0-9-]{10} [0-9:]{8}  ", "NOW ");
+                        "[0-9-]{10}[ T][0-9:]{8}(  |Z)", "NOW ");
     }
     static std::string Failed(const std::string& what) {
         return Fails(6, "http://HERE: " + what + "; the details are saved");
@@ -75,23 +75,27 @@ TEST_F(ServeCommandTest, PrintsWhatArrivesForPeople) {
 TEST_F(ServeCommandTest, PrintsOneJsonObjectALine) {
     Write("one", "GET /p?b=1+2&a=%C3%A9&b=&c&b=%00 HTTP/1.1\r\nUser-Agent: x%41\r\n\r\n");
     Write("two", "GET ?\xFF=%ff HTTP/1.0\r\nUser-Agents: x\r\n\r\n");
-    EXPECT_EQ(Serve("start --json; ask one; line; ask two; line; end INT"),
-              "HTTP/1.1 200 OK\n"
-              R"({"path":"/p","query":"b=1+2&a=%C3%A9&b=&c&b=%00","userAgent":"x%41",)"
-              R"("fields":{"b":["1 2","","\u0000"],"a":"é","c":null}})"
-              "\nHTTP/1.1 200 OK\n"
-              R"({"path":"","query":{"base64":"/z0lZmY="},"userAgent":null,)"
-              R"("fields":{"\\xFF":{"base64":"/w=="}}})"
-              "\n");
+    EXPECT_EQ(
+        Serve("start --json; ask one; line; ask two; line; end INT"),
+        "HTTP/1.1 200 OK\n"
+        R"({"time":"NOW ","path":"/p","query":"b=1+2&a=%C3%A9&b=&c&b=%00","userAgent":"x%41",)"
+        R"("fields":{"b":["1 2","","\u0000"],"a":"é","c":null}})"
+        "\nHTTP/1.1 200 OK\n"
+        R"({"time":"NOW ","path":"","query":{"base64":"/z0lZmY="},"userAgent":null,)"
+        R"("fields":{"\\xFF":{"base64":"/w=="}}})"
+        "\n");
 }
 
 TEST_F(ServeCommandTest, EndsAfterTheFirstRegistrationWithOnce) {
     Write("post", "POST /p?a=1 HTTP/1.1\r\nContent-Length: 3\r\n\r\nabc");
     Write("plain", "GET /p HTTP/1.1\r\n\r\n");
-    EXPECT_EQ(Serve("start --once; ask post; ask plain; send; rest >r; head -n 1 r; send"),
-              "HTTP/1.1 404 Not Found\nHTTP/1.1 404 Not Found\n" + std::string(cSent) +
-                  "NOW GET /v/prod_reg\n" +
-                  Failed("the connection was refused: nothing listens there"));
+    EXPECT_EQ(
+        Serve("start --once; ask post; ask plain; line; line; send; rest >r; head -n 1 r; send"),
+        "HTTP/1.1 404 Not Found\nHTTP/1.1 404 Not Found\n"
+        "tvtool: NOW refused POST /p?a=1: only a GET registers\n"
+        "tvtool: NOW refused GET /p: its address has no query\n" +
+            std::string(cSent) + "NOW GET /v/prod_reg\n" +
+            Failed("the connection was refused: nothing listens there"));
 }
 
 TEST_F(ServeCommandTest, MisbehavesAsItIsTold) {
@@ -128,12 +132,26 @@ TEST_F(ServeCommandTest, BoundsWhatAClientCanDo) {
     Write("5", "\x16\x03\x01 \r\n\r\n");
     Write("6", std::string("GET /?a=\0b HTTP/1.1\r\n\r\n", 23));
     Write("7", "GET /?a= b HTTP/1.1\r\n\r\n");
-    // In the end come more clients than it serves at a time; it ends all the same, and at once.
+    Write("8", "GET /?a");
+    // Some releases of the HTTP library close a connection whose answer is not read yet, so only a
+    // good answer is shown. In the end come more clients than it serves at a time; it ends all the
+    // same, and at once.
+    const std::string refused = "tvtool: NOW refused ";
+    const std::string tooLong = ": its first line and header are longer than 8192 bytes\n";
+    const std::string isInvalid = "a request: it is no valid HTTP request\n";
+    const std::string isCut = ": its address holds a space or a NUL\n";
     EXPECT_EQ(
-        Serve("start --json; for i in 1 2 3 4 5 6 7; do ask $i | cut -c 10-12; done; line >l\n"
+        Serve("start --json --log log; for i in 1 2 3 4 5 6 7; do ask $i | grep 200\n"
+              "line | sed s/,.*//; done; connect 'cat 8 >&3'; line; grep -c refused log\n"
+              "stat -c %a log; serve --log no/log 2>&1\n"
               "connect 'for i in {1..30}; do printf \"GET /?a=1\" >&3\n"
-              "exec {fd}>&3 3<>$peer; done; kill -INT '$server'; cat <&3 2>&1' >l; rest"),
-        "414\n431\n200\n400\n400\n400\n400\n");
+              "exec {fd}>&3 3<>$peer; done; kill -INT '$server'; cat <&3 2>&1' >l; rest >l"),
+        refused + "a request" + tooLong + refused + "GET /?a" + tooLong +
+            "HTTP/1.1 200 OK\n{\"time\":\"NOW \"\n" + refused + isInvalid + refused + isInvalid +
+            refused + "GET /?a=" + isCut + refused + "GET /?a= b" + isCut + refused +
+            "a request: the client closed the connection before the request was complete\n" +
+            "7\n600\ntvtool: no/log: cannot be opened for writing: No such file or directory\n"
+            "[3]\n");
 }
 
 TEST_F(ServeCommandTest, ServesHttps) {
@@ -142,11 +160,15 @@ TEST_F(ServeCommandTest, ServesHttps) {
            "-out $name.pem; done");
     Write("plain", "GET /?a HTTP/1.1\r\n\r\n");
     EXPECT_EQ(Serve("start --json --tls a.pem a.key; send\n"
-                    "export SSL_CERT_FILE=$PWD/a.pem; send; line >l; ask plain; end"),
+                    "export SSL_CERT_FILE=$PWD/a.pem; send; line | cut -d ';' -f 1; line >l; ask "
+                    "plain; end"),
               Fails(6, "https://HERE: no trusted TLS connection came about: the certificate is not "
                        "trusted, has expired or is another host's, or the server speaks no TLS; "
                        "the details are saved") +
-                  "sent to https://HERE: HTTP 200, 0 bytes\n");
+                  "sent to https://HERE: HTTP 200, 0 bytes\n"
+                  "tvtool: NOW refused a request: the TLS handshake failed\n"
+                  "tvtool: NOW refused a request: it is plain HTTP, or no TLS at least, and this "
+                  "port takes HTTPS only\n");
     EXPECT_EQ(Serve("serve --tls none.pem a.key; serve --tls a.key a.key\n"
                     "serve --tls a.pem a.nwc; serve --tls a.pem b.key"),
               Fails(3, "none.pem: cannot be read: No such file or directory") +

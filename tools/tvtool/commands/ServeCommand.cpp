@@ -1,9 +1,13 @@
 // tvtool serve: an endpoint that prints the registrations that arrive.
+#include "posix/Files.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Tool.h"
 #include "tvtool/endpoint/Endpoint.h"
 
+#include <fcntl.h>
+
 #include <array>
+#include <cerrno>
 #include <csignal>
 
 namespace tvtool {
@@ -14,6 +18,7 @@ struct ServeOptions {
     std::string port;
     std::vector<std::string> tls;
     std::string fault;
+    std::string log;
     bool json = false;
     bool once = false;
 };
@@ -99,15 +104,50 @@ private:
     struct sigaction terminate_ {};
 };
 
+// A file to which records are added, or nothing.
+class Log {
+public:
+    // Opens the file, which may be "". Other users cannot read a new one: it holds personal data.
+    explicit Log(const std::string& path)
+        : path_(path),
+          file_(path.empty()
+                    ? -1
+                    : open(path.c_str(),
+                           O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY,
+                           0600)) {
+        if (!path.empty() && !file_) {
+            FailErrno(errno, path, "cannot be opened for writing");
+        }
+    }
+    void Add(const std::string& record) const {
+        const int error = file_ ? tvposix::WriteAll(file_.Get(), record) : 0;
+        if (error != 0) {
+            FailErrno(error, path_, "cannot be written");
+        }
+    }
+
+private:
+    const std::string path_;
+    const tvposix::Descriptor file_;
+};
+
 void serve(const ServeOptions& options, Session& session) {
+    const Log log(options.log);
     Endpoint endpoint(parseOptions(options));
     const StopOnSignals stopOnSignals(endpoint);
     Complain("listening on " + endpoint.Address());
-    endpoint.Run([&](const Registration& registration) {
-        session.out << (options.json ? RegistrationAsJson(registration)
-                                     : DescribeRegistration(registration));
-        session.out.Flush();
-    });
+    endpoint.Run({[&](const Registration& registration) {
+                      const std::string record = options.json ? RegistrationAsJson(registration)
+                                                              : DescribeRegistration(registration);
+                      log.Add(record);
+                      session.out << record;
+                      session.out.Flush();
+                  },
+                  [&](const Refusal& refusal) {
+                      const std::string line = DescribeRefusal(refusal);
+                      Complain(line);
+                      log.Add(options.json ? RefusalAsJson(refusal) : line + "\n\n");
+                  }});
 }
 
 }  // namespace
@@ -129,6 +169,9 @@ void AddServeCommand(CLI::App& app, Session& session) {
         ->type_name("CERT KEY");
     command.add_flag("--json", options.json, "One JSON object a line");
     command.add_flag("--once", options.once, "End after the first registration");
+    AddText(command, "--log", options.log,
+            "Add each registration and each refused request to this file")
+        ->type_name("FILE");
     std::string words(cStatus);
     std::string meanings;
     for (const FaultName& known : cFaultNames) {

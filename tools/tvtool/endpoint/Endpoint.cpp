@@ -5,6 +5,7 @@
 
 #include <arpa/inet.h>
 #include <gnutls/gnutls.h>
+#include <linux/tcp.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -30,6 +31,8 @@ constexpr std::size_t cAnnounced = 100;  // bytes, of which cCutBody comes
 constexpr std::string_view cNoRegistration =
     "No registration: that is a GET whose address has a query.\n";
 
+constexpr char cTooLong[] = "its first line and header are longer than 8192 bytes";
+
 struct FreeResponse {
     void operator()(MHD_Response* response) const { MHD_destroy_response(response); }
 };
@@ -51,6 +54,20 @@ MHD_Result queue(MHD_Connection* connection, unsigned status, const Response& re
 ssize_t readCutBody(void*, std::uint64_t position, char* bytes, std::size_t size) {
     return position == 0 ? static_cast<ssize_t>(cCutBody.copy(bytes, size))
                          : MHD_CONTENT_READER_END_WITH_ERROR;
+}
+
+// Returns what is wrong with a handshake, or "" if it is complete.
+std::string faultOfHandshake(gnutls_session_t session) {
+    if (char* description = gnutls_session_get_desc(session); description != nullptr) {
+        gnutls_free(description);
+        return "";
+    }
+    const gnutls_alert_description_t alert = gnutls_alert_get(session);
+    const char* name = alert == GNUTLS_A_CLOSE_NOTIFY ? nullptr : gnutls_alert_get_name(alert);
+    // Some clients do not encrypt what they say, and the library then drops it.
+    return "the TLS handshake failed; " + (name != nullptr
+                                               ? "the client says \"" + std::string(name) + "\""
+                                               : "the client may not trust the certificate");
 }
 
 // Has the peer see a reset (RST).
@@ -94,11 +111,13 @@ Endpoint::Endpoint(EndpointOptions options)
         {MHD_OPTION_HTTPS_MEM_KEY, 0, options_.tls.key.data()},
         {MHD_OPTION_END, 0, nullptr}};
     daemon_.reset(MHD_start_daemon(
-        MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME | (isTls ? MHD_USE_TLS : MHD_NO_FLAG), 0, nullptr,
-        nullptr, OnRequest, this, MHD_OPTION_NOTIFY_CONNECTION, OnConnection, this,
-        MHD_OPTION_URI_LOG_CALLBACK, OnTarget, this, MHD_OPTION_SOCK_ADDR, &address,
-        MHD_OPTION_CONNECTION_LIMIT, cMaxConnections, MHD_OPTION_CONNECTION_MEMORY_LIMIT,
-        4 * cMaxHead, MHD_OPTION_STRICT_FOR_CLIENT, -1, MHD_OPTION_ARRAY, tls, MHD_OPTION_END));
+        MHD_USE_EPOLL | MHD_USE_ERROR_LOG | MHD_ALLOW_SUSPEND_RESUME |
+            (isTls ? MHD_USE_TLS : MHD_NO_FLAG),
+        0, nullptr, nullptr, OnRequest, this, MHD_OPTION_EXTERNAL_LOGGER, OnLog, this,
+        MHD_OPTION_NOTIFY_CONNECTION, OnConnection, this, MHD_OPTION_URI_LOG_CALLBACK, OnTarget,
+        this, MHD_OPTION_SOCK_ADDR, &address, MHD_OPTION_CONNECTION_LIMIT, cMaxConnections,
+        MHD_OPTION_CONNECTION_MEMORY_LIMIT, 4 * cMaxHead, MHD_OPTION_STRICT_FOR_CLIENT, -1,
+        MHD_OPTION_ARRAY, tls, MHD_OPTION_END));
     if (!daemon_) {
         const int error = errorOfBinding(address);
         const std::string subject = "port " + std::to_string(options_.port);
@@ -127,8 +146,8 @@ void Endpoint::Stop() noexcept {
     errno = before;
 }
 
-void Endpoint::Run(std::function<void(const Registration&)> print) {
-    print_ = std::move(print);
+void Endpoint::Run(EndpointEvents events) {
+    events_ = std::move(events);
     while (!hasEnded_ && !error_) {
         Wait();
         MHD_run(daemon_.get());
@@ -148,8 +167,11 @@ void Endpoint::Wait() {
     }
     std::array<pollfd, cMaxConnections + 2> polled{};
     for (std::size_t i = 0; i < peers_.size(); ++i) {
-        const bool isHeld = peers_[i].state == Peer::State::Held;
-        polled[i] = {isHeld ? peers_[i].socket : -1, POLLRDHUP, 0};
+        const Peer& peer = peers_[i];
+        const bool isHeld = peer.state == Peer::State::Held;
+        const bool isWatched = isHeld || (peer.state == Peer::State::Active && !peer.hasLeft);
+        const short also = isHeld || peer.firstByte >= 0 ? 0 : POLLIN;
+        polled[i] = {isWatched ? peer.socket : -1, static_cast<short>(POLLRDHUP | also), 0};
         due = std::min(due, peers_[i].due);
     }
     pollfd& stop = polled[cMaxConnections];
@@ -166,11 +188,15 @@ void Endpoint::Wait() {
     const Clock::time_point now = Clock::now();
     for (std::size_t i = 0; i < peers_.size(); ++i) {
         Peer& peer = peers_[i];
-        if (polled[i].revents != 0) {
+        if (polled[i].revents != 0 && peer.state == Peer::State::Active) {
+            LookAt(peer);
+            peer.hasLeft = (polled[i].revents & ~POLLIN) != 0;
+        } else if (polled[i].revents != 0) {
             Release(peer);
         } else if (peer.due <= now && peer.state == Peer::State::Held) {
             SendSlowByte(peer);
         } else if (peer.due <= now) {
+            peer.isLate = true;
             shutdown(peer.socket, SHUT_RDWR);
             peer.due = Clock::time_point::max();
         }
@@ -181,6 +207,7 @@ void Endpoint::OnConnection(void* endpoint, MHD_Connection* connection, void** p
                             MHD_ConnectionNotificationCode code) {
     Endpoint& self = *static_cast<Endpoint*>(endpoint);
     if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
+        self.TellEnd(*static_cast<Peer*>(*peer));
         self.hasEnded_ = self.hasEnded_ || *peer == self.last_;
         *static_cast<Peer*>(*peer) = Peer();
         return;
@@ -193,12 +220,15 @@ void Endpoint::OnConnection(void* endpoint, MHD_Connection* connection, void** p
     free.socket =
         MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
     free.due = Clock::now() + cPatience;
+    LookAt(free);
     *peer = &free;
 }
 
 void* Endpoint::OnTarget(void* endpoint, const char* target, MHD_Connection* connection) {
     try {
         Peer& peer = PeerOf(connection);
+        peer.isTold = false;
+        peer.method.clear();
         peer.target = target;
         peer.targetEnd = target + peer.target.size();
     } catch (const std::bad_alloc&) {
@@ -218,14 +248,17 @@ MHD_Result Endpoint::OnRequest(void* endpoint, MHD_Connection* connection, const
     }
     if (*request == nullptr) {
         *request = &peer;
+        peer.method = method;
         const auto* head =
             MHD_get_connection_info(connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
         if (head->header_size > cMaxHead) {
+            self.Refuse(peer, cTooLong);
             return queue(connection, 431, makeResponse(""), "Connection", "close");
         }
         // The library ends the address at a NUL in it. The version follows it in the same memory.
         const bool isCut = version > peer.targetEnd + 1 && version < peer.targetEnd + cMaxHead;
         if (isCut || peer.target.find(' ') != peer.target.npos) {
+            self.Refuse(peer, "its address holds a space or a NUL");
             return queue(connection, 400, makeResponse(""), "Connection", "close");
         }
         return MHD_YES;
@@ -235,7 +268,7 @@ MHD_Result Endpoint::OnRequest(void* endpoint, MHD_Connection* connection, const
         return MHD_YES;
     }
     try {
-        return self.Take(peer, method);
+        return self.Take(peer);
     } catch (...) {
         self.error_ = std::current_exception();
         return MHD_NO;
@@ -273,12 +306,75 @@ void Endpoint::SendSlowByte(Peer& peer) {
     }
 }
 
-MHD_Result Endpoint::Take(Peer& peer, std::string_view method) {
+void Endpoint::LookAt(Peer& peer) {
+    unsigned char byte = 0;
+    if (recv(peer.socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 1) {
+        peer.firstByte = byte;
+    }
+}
+
+// The library says something when a handshake fails. At that time its session still exists, and
+// when the connection's end is told, it does not.
+void Endpoint::OnLog(void* endpoint, const char* /*format*/, std::va_list /*values*/) {
+    for (Peer& peer : static_cast<Endpoint*>(endpoint)->peers_) {
+        const auto* tls =
+            peer.state == Peer::State::Active && peer.target.empty()
+                ? MHD_get_connection_info(peer.connection, MHD_CONNECTION_INFO_GNUTLS_SESSION)
+                : nullptr;
+        if (tls != nullptr && tls->tls_session != nullptr) {
+            peer.tlsFault = faultOfHandshake(static_cast<gnutls_session_t>(tls->tls_session));
+        }
+    }
+}
+
+void Endpoint::Refuse(Peer& peer, const std::string& reason) {
+    peer.isTold = true;
+    try {
+        if (events_.onRefusal && !error_) {
+            const std::string method = peer.method.empty() ? "" : peer.method + " ";
+            events_.onRefusal({std::time(nullptr), method + peer.target, reason});
+        }
+    } catch (...) {
+        error_ = std::current_exception();
+    }
+}
+
+// The library answers some requests by itself and says nothing of them; which ones differs from
+// release to release. So the connection's own state has to tell what happened.
+void Endpoint::TellEnd(Peer& peer) {
+    tcp_info state{};
+    socklen_t size = sizeof state;
+    getsockopt(peer.socket, IPPROTO_TCP, TCP_INFO, &state, &size);
+    // The client's end of the connection counts as a byte.
+    if (peer.isTold || state.tcpi_bytes_received <= 1) {
+        return;
+    }
+    constexpr int cHandshake = 0x16;
+    const bool isTls = !options_.tls.certificate.empty();
+    std::string reason = peer.tlsFault;
+    if (isTls && peer.firstByte >= 0 && peer.firstByte != cHandshake) {
+        reason = "it is plain HTTP, or no TLS at least, and this port takes HTTPS only";
+    } else if (peer.isLate) {
+        reason = "it took longer than 10 s to arrive";
+    } else if (reason.empty()) {
+        reason = state.tcpi_bytes_received > cMaxHead ? cTooLong
+                 : peer.hasLeft ? "the client closed the connection before the request was complete"
+                                : "it is no valid HTTP request";
+    }
+    Refuse(peer, reason);
+}
+
+MHD_Result Endpoint::Take(Peer& peer) {
     const std::size_t mark = peer.target.find('?');
-    const bool isRegistration = method == "GET" && mark != peer.target.npos;
-    if (isRegistration && last_ == nullptr) {
-        print_({peer.target.substr(0, mark), peer.target.substr(mark + 1),
-                findUserAgent(peer.connection)});
+    const bool isRegistration = peer.method == "GET" && mark != peer.target.npos;
+    if (!isRegistration) {
+        Refuse(peer, peer.method == "GET" ? "its address has no query" : "only a GET registers");
+    } else if (last_ != nullptr) {
+        Refuse(peer, "the one registration was there before");
+    } else {
+        peer.isTold = true;
+        events_.onRegistration({std::time(nullptr), peer.target.substr(0, mark),
+                                peer.target.substr(mark + 1), findUserAgent(peer.connection)});
         last_ = options_.once ? &peer : nullptr;
     }
     peer.due = Clock::now() + cPatience;

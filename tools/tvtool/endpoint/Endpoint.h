@@ -10,6 +10,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstdarg>
 #include <cstdint>
 #include <exception>
 #include <functional>
@@ -42,6 +43,14 @@ struct EndpointOptions {
     bool once = false;
 };
 
+// What an endpoint tells. Each may throw, which ends Run.
+struct EndpointEvents {
+    // Comes before the registration is answered.
+    std::function<void(const Registration&)> onRegistration;
+    // Comes for each other request, and for each connection that brought bytes but no request.
+    std::function<void(const Refusal&)> onRefusal;
+};
+
 class Endpoint {
 public:
     // More connections wait in the system's queue.
@@ -61,9 +70,9 @@ public:
     // "http://127.0.0.1:PORT"
     const std::string& Address() const { return address_; }
 
-    // Serves until Stop, or the first registration. Calls `print` for each registration before it
-    // is answered. What `print` throws ends it.
-    void Run(std::function<void(const Registration&)> print);
+    // Serves until Stop, or the first registration. The end of the object still tells about the
+    // connections that it ends.
+    void Run(EndpointEvents events);
 
     // Ends Run, before or while it runs. Any thread and any signal handler may call this.
     void Stop() noexcept;
@@ -81,6 +90,12 @@ private:
         std::string target;
         const char* targetEnd = nullptr;
         std::size_t sent = 0;  // bytes of a slow answer
+        int firstByte = -1;    // of the connection, if it was seen
+        std::string method;
+        std::string tlsFault;
+        bool isTold = false;  // one of the events told about the request
+        bool isLate = false;
+        bool hasLeft = false;  // the client closed its end
     };
     struct StopDaemon {
         void operator()(MHD_Daemon* daemon) const { MHD_stop_daemon(daemon); }
@@ -89,6 +104,7 @@ private:
     // The library calls these, with the endpoint as their first argument.
     static void OnConnection(void* endpoint, MHD_Connection* connection, void** peer,
                              MHD_ConnectionNotificationCode code);
+    static void OnLog(void* endpoint, const char* format, std::va_list values);
     static void* OnTarget(void* endpoint, const char* target, MHD_Connection* connection);
     static MHD_Result OnRequest(void* endpoint, MHD_Connection* connection, const char* path,
                                 const char* method, const char* version, const char* body,
@@ -99,14 +115,19 @@ private:
     // Lets the library close a held connection.
     static void Release(Peer& peer);
     static void SendSlowByte(Peer& peer);
-    MHD_Result Take(Peer& peer, std::string_view method);
+    MHD_Result Take(Peer& peer);
     MHD_Result Answer(Peer& peer, bool isRegistration) const;
     void Wait();
+    // Looks at what arrives first, before the library takes it.
+    static void LookAt(Peer& peer);
+    void Refuse(Peer& peer, const std::string& reason);
+    // Tells about a connection that ends without a request.
+    void TellEnd(Peer& peer);
 
     EndpointOptions options_;
     const tvposix::Descriptor stop_;
     std::string address_;
-    std::function<void(const Registration&)> print_;
+    EndpointEvents events_;
     std::exception_ptr error_;  // Run throws it
     bool hasEnded_ = false;
     std::array<Peer, cMaxConnections> peers_;

@@ -6,20 +6,25 @@
 #include "tvtool/base/QueryDecoding.h"
 
 #include <algorithm>
-#include <ctime>
 
 namespace tvtool {
 
 namespace {
 
-std::string timeOfDay() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    char text[32] = "";
-    if (localtime_r(&now, &local) != nullptr) {
-        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
+// Returns 19 characters, in the time zone of `split` (localtime_r or gmtime_r).
+std::string formatTime(std::time_t time, std::tm* (*split)(const std::time_t*, std::tm*)) {
+    std::tm parts{};
+    char text[32] = "0000-00-00 00:00:00";
+    if (split(&time, &parts) != nullptr) {
+        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &parts);
     }
     return text;
+}
+std::string timeForPeople(std::time_t time) {
+    return formatTime(time, localtime_r) + "  ";
+}
+std::string timeForMachines(std::time_t time) {
+    return formatTime(time, gmtime_r).replace(10, 1, "T") + "Z";
 }
 
 // Returns an indented line.
@@ -48,7 +53,7 @@ Json wireText(const std::string& bytes) {
 }  // namespace
 
 std::string DescribeRegistration(const Registration& registration) {
-    std::string text = timeOfDay() + "  GET " + Escape(registration.path) + "\n";
+    std::string text = timeForPeople(registration.time) + "GET " + Escape(registration.path) + "\n";
     text += line("User-Agent", registration.userAgent ? Escape(*registration.userAgent) : "(none)");
     const std::vector<QueryField> fields = DecodeQuery(registration.query);
     for (const QueryField& field : fields) {
@@ -80,10 +85,24 @@ std::string RegistrationAsJson(const Registration& registration) {
         }
     }
     Json object = Json::object();
+    object["time"] = timeForMachines(registration.time);
     object["path"] = wireText(registration.path);
     object["query"] = wireText(registration.query);
     object["userAgent"] = registration.userAgent ? wireText(*registration.userAgent) : Json();
     object["fields"] = std::move(fields);
+    return object.dump() + "\n";
+}
+
+std::string DescribeRefusal(const Refusal& refusal) {
+    return timeForPeople(refusal.time) + "refused " +
+           (refusal.request.empty() ? "a request" : Escape(refusal.request)) + ": " +
+           refusal.reason;
+}
+
+std::string RefusalAsJson(const Refusal& refusal) {
+    const Json object = {{"time", timeForMachines(refusal.time)},
+                         {"request", wireText(refusal.request)},
+                         {"refused", refusal.reason}};
     return object.dump() + "\n";
 }
 
