@@ -172,3 +172,9 @@ CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encod
 CFStringEncoding CFStringGetSystemEncoding() {
     return SystemEncoding();
 }
+
+CFStringEncoding CFStringConvertIANACharSetNameToEncoding(CFStringRef name) {
+    const auto bytes = ToUtf8(name);
+    const Charset* charset = bytes ? FindCharset(*bytes) : nullptr;
+    return charset != nullptr ? charset->encoding : kCFStringEncodingInvalidId;
+}

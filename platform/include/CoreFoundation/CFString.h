@@ -109,5 +109,8 @@ CF_EXPORT void CFStringReplaceAll(CFMutableStringRef string, CFStringRef replace
 // not know has no effect, nor has the locale; a set-user-ID program ignores the variable. Each call
 // reads the environment, so no other thread may change it meanwhile.
 CF_EXPORT CFStringEncoding CFStringGetSystemEncoding(void);
+// Returns the encoding of the character set with that name, in any case, or
+// kCFStringEncodingInvalidId if iconv does not know the name.
+CF_EXPORT CFStringEncoding CFStringConvertIANACharSetNameToEncoding(CFStringRef name);
 
 CF_EXTERN_C_END

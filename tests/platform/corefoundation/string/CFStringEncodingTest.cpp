@@ -183,6 +183,8 @@ TEST(CFStringEncoding, TheEnvironmentNamesTheSystemEncoding) {
         {"cp775", byName("CP775")}};
     for (const auto& [name, encoding] : cases) {
         EXPECT_EQ(byName(name), encoding) << name;
+        const auto text = Own(CFStringCreateWithCString(nullptr, name, kCFStringEncodingUTF8));
+        EXPECT_EQ(CFStringConvertIANACharSetNameToEncoding(text), encoding) << name;
     }
     // A name that is unknown, that iconv would read as more than a name, or that is of no encoding
     // of C strings has no effect.
@@ -190,6 +192,7 @@ TEST(CFStringEncoding, TheEnvironmentNamesTheSystemEncoding) {
                              "char", "../UTF-8", "UTF-16", "UCS-4LE"}) {
         EXPECT_EQ(byName(name), usual) << name;
     }
+    EXPECT_EQ(CFStringConvertIANACharSetNameToEncoding(CFSTR("char")), kCFStringEncodingInvalidId);
     EXPECT_NE(byName("CP775"), byName("CP1125"));
     const ScopedEnv locale("LC_ALL", "de_DE.ISO-8859-1");
     EXPECT_EQ(byName(std::nullopt), usual);
