@@ -6,6 +6,7 @@
 #                                            and kinds of damage with the pages that list them
 #   lists.sh platform NM PLATFORM SOURCE     the platform headers' functions with the library's
 #                                            symbols
+# Both compare all symbols with those in debian/*.symbols.
 #   lists.sh document NM PLATFORM SOURCE     the same with docs/platform-layer.md
 set -euo pipefail
 export LC_ALL=C
@@ -32,9 +33,15 @@ declarations() {
 symbols() {
     "$nm" -D --defined-only --format=posix "$library" | sed -n 's/^\([^ ]*\) T .*/\1/p'
 }
+# check_package FILE compares all symbols of the library, data and versions among them, with FILE.
+check_package() {
+    expect "symbols of the library and in $1" "$("$nm" -D --defined-only --format=posix "$library" |
+        sed -E 's/ .*//; s/@@/@/; s/^[^@]+$/&@&/')" "$(sed -n 's/^ \([^ ]*\) .*/\1/p' "$1")"
+}
 
 check_exported() {
     local header prototypes functions script pages page
+    check_package debian/libtvframework3.symbols
     prototypes=$(declarations include/TVframework/TVframework.h |
         sed -nE 's/^ *(TV_EXPORT )?(.*\btv[A-Z][A-Za-z]*\(.*\))$/\2/p')
     functions=$(sed -E 's/.*\b(tv[A-Za-z]+)\(.*/\1/' <<<"$prototypes")
@@ -79,6 +86,7 @@ platform_functions() {
 }
 
 check_platform() {
+    check_package debian/libtvplatform1.symbols
     expect 'functions in the platform headers and in the library' "$(platform_functions)" \
         "$(symbols | sed 's/@.*//')"
 }
