@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <mutex>
 
 namespace tvtest {
