@@ -98,7 +98,7 @@ tvtool details write --to http : //x.y Cal|Calyx.nwc
 tvtool serve --tls Cal|Calyx.nwc
 tvtool serve --tls a Cal|Calyx.nwc
 tvtool serve --tls a b --o|--once
-tvtool serve --fault s|status= stall slow
+tvtool serve --fault s|stall slow status=
 tvtool serve --fault = re|reset redirect-loop
 tvtool serve --fault status =|
 tvtool prefs get C|

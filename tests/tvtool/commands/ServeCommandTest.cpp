@@ -154,6 +154,39 @@ TEST_F(ServeCommandTest, BoundsWhatAClientCanDo) {
             "[3]\n");
 }
 
+TEST_F(ServeCommandTest, ShowsAPageToItsOwnBrowserOnly) {
+    // "get LINES" sends a request with these further lines; "event" shows what the page gets next.
+    const std::string functions =
+        "get() { printf \"${2:-GET} / HTTP/1.1\\r\\n$1\\r\\n\\r\\n\" >r; ask r; }\n"
+        "event() { while read -r text <&7; do case $text in data*) break; esac; done\n"
+        "printf '%s' \"$text\" | grep -oE \"$1\" || echo \"$text\"; }\n"
+        "start 2>/dev/null; host=${address#http://}; mkfifo events\n";
+    EXPECT_EQ(Serve(functions +
+                    "for line in '' 'Accept: */*' 'Accept: text/html'; do get \"$line\"; done\n"
+                    "get \"Accept: a,text/html\\r\\nHost: $host\"; get \"Accept: "
+                    "text/html\\r\\nHost: x.org:${host#*:}\"\n"
+                    "page=\"Accept: text/event-stream\\r\\nHost: localhost:${host#*:}\"\n"
+                    "get \"$page\\r\\nOrigin: http://x.org\"\n"
+                    "get \"$page\\r\\nSec-Fetch-Site: cross-site\"\n"
+                    "get \"Fault: stall\\r\\nHost: $host\" POST\n"
+                    "printf \"GET / HTTP/1.1\\r\\n$page\\r\\n\\r\\n\" >page\n"
+                    "connect 'cat page >&3; cat <&3' >events & exec 7<events\n"
+                    "event '\"fault\":\"[^\"]*'; for i in 1 2 3 4 5 6 7; do event kind; done\n"
+                    "send --first-name '</script>\"'; event '.\"First name.{17}'\n"
+                    "own=\"Host: $host\\r\\nOrigin: $address\"\n"
+                    "get \"Fault: x\\r\\n$own\" POST; get \"Fault: status=500\\r\\n$own\" POST\n"
+                    "event '\"fault\":\"n[^\"]*'; event '\"fault\":\"[^\"]*'; send; event kind\n"
+                    "end >r; grep -c refused r"),
+              "HTTP/1.1 404 Not Found\nHTTP/1.1 404 Not Found\nHTTP/1.1 403 Forbidden\n"
+              "HTTP/1.1 200 OK\nHTTP/1.1 403 Forbidden\nHTTP/1.1 403 Forbidden\n"
+              "HTTP/1.1 403 Forbidden\nHTTP/1.1 403 Forbidden\n\"fault\":\"none\n"
+              "kind\nkind\nkind\nkind\nkind\nkind\nkind\n" +
+                  std::string(cSent) +
+                  "[\"First name\",\"</script>\\\"\"],\nHTTP/1.1 400 Bad Request\n"
+                  "HTTP/1.1 204 No Content\n\"fault\":\"none\n\"fault\":\"status=500\n" +
+                  Failed("HTTP 500: the registration was not accepted") + "kind\n7\n");
+}
+
 TEST_F(ServeCommandTest, ServesHttps) {
     Script("for name in a b; do openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 "
            "-nodes -days 2 -subj /CN=test -addext subjectAltName=IP:127.0.0.1 -keyout $name.key "

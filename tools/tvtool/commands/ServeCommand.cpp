@@ -6,7 +6,6 @@
 
 #include <fcntl.h>
 
-#include <array>
 #include <cerrno>
 #include <csignal>
 
@@ -23,42 +22,12 @@ struct ServeOptions {
     bool once = false;
 };
 
-struct FaultName {
-    std::string_view name;
-    Fault::Kind kind;
-    std::string_view meaning;
-};
-constexpr std::array<FaultName, 5> cFaultNames = {{
-    {"stall", Fault::Kind::Stall, "never answers"},
-    {"slow", Fault::Kind::Slow, "answers with a byte a second"},
-    {"reset", Fault::Kind::Reset, "resets the connection"},
-    {"truncate", Fault::Kind::Truncate, "ends before the length that the answer announces"},
-    {"redirect-loop", Fault::Kind::RedirectLoop, "redirects to the same address"},
-}};
-constexpr std::string_view cStatus = "status=";
-
-Fault parseFault(const std::string& text) {
-    Fault fault;
-    if (text.starts_with(cStatus)) {
-        fault.kind = Fault::Kind::Status;
-        // A status below 200 is no answer: the client goes on waiting.
-        fault.status = ParseNumber(text.substr(cStatus.size()), 200U, 599U).value_or(0);
-        if (fault.status == 0) {
-            Fail(Exit::Usage, "--fault " + Quote(text), "a status is a number from 200 to 599");
-        }
-        return fault;
-    }
+std::string faultWords(const std::string& between) {
+    std::string words;
     for (const FaultName& known : cFaultNames) {
-        if (known.name == text) {
-            fault.kind = known.kind;
-            return fault;
-        }
+        words += (words.empty() ? "" : between) + std::string(known.name);
     }
-    std::string names;
-    for (const FaultName& known : cFaultNames) {
-        names += std::string(known.name) + ", ";
-    }
-    Fail(Exit::Usage, "--fault " + Quote(text), "is none of " + names + std::string(cStatus) + "N");
+    return words;
 }
 
 EndpointOptions parseOptions(const ServeOptions& options) {
@@ -71,7 +40,12 @@ EndpointOptions parseOptions(const ServeOptions& options) {
     parsed.port = *port;
     parsed.once = options.once;
     if (!options.fault.empty()) {
-        parsed.fault = parseFault(options.fault);
+        const std::optional<Fault> fault = ParseFault(options.fault);
+        if (!fault) {
+            Fail(Exit::Usage, "--fault " + Quote(options.fault),
+                 "is none of " + faultWords(", ") + "N, where N is from 200 to 599");
+        }
+        parsed.fault = *fault;
     }
     if (!options.tls.empty()) {
         parsed.tls = LoadServerTls(options.tls[0], options.tls[1]);
@@ -135,7 +109,7 @@ void serve(const ServeOptions& options, Session& session) {
     const Log log(options.log);
     Endpoint endpoint(parseOptions(options));
     const StopOnSignals stopOnSignals(endpoint);
-    Complain("listening on " + endpoint.Address());
+    Complain("listening on " + endpoint.Address());  // A browser shows its page there.
     endpoint.Run({[&](const Registration& registration) {
                       const std::string record = options.json ? RegistrationAsJson(registration)
                                                               : DescribeRegistration(registration);
@@ -172,17 +146,15 @@ void AddServeCommand(CLI::App& app, Session& session) {
     AddText(command, "--log", options.log,
             "Add each registration and each refused request to this file")
         ->type_name("FILE");
-    std::string words(cStatus);
     std::string meanings;
     for (const FaultName& known : cFaultNames) {
-        words += " " + std::string(known.name);
-        meanings += "\n" + std::string(known.name) + ": " + std::string(known.meaning);
+        meanings += "\n" + std::string(known.name) +
+                    (known.kind == Fault::Kind::Status ? "N: " : ": ") + std::string(known.meaning);
     }
-    OfferWords(*AddText(command, "--fault", options.fault,
-                        "What to do once a request is read:" + meanings + "\n" +
-                            std::string(cStatus) + "N: answers with this status")
-                    ->type_name("FAULT"),
-               words);
+    OfferWords(
+        *AddText(command, "--fault", options.fault, "What to do once a request is read:" + meanings)
+             ->type_name("FAULT"),
+        faultWords(" "));
 }
 
 }  // namespace tvtool

@@ -3,8 +3,10 @@
 #pragma once
 
 #include "posix/Descriptor.h"
+#include "tvtool/endpoint/Fault.h"
 #include "tvtool/endpoint/Registration.h"
 #include "tvtool/endpoint/ServerTls.h"
+#include "tvtool/endpoint/StatusPage.h"
 
 #include <microhttpd.h>
 
@@ -15,25 +17,11 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace tvtool {
-
-// What the endpoint does once it has read a request.
-struct Fault {
-    enum class Kind {
-        None,
-        Stall,         // never answers
-        Slow,          // answers with a byte a second
-        Reset,         // resets the connection before the answer
-        Truncate,      // ends before the length that the answer announces
-        RedirectLoop,  // redirects to the same address
-        Status,        // answers with `status`
-    };
-    Kind kind = Kind::None;
-    unsigned status = 200;
-};
 
 struct EndpointOptions {
     std::uint16_t port = 0;  // 0: any that is free
@@ -57,6 +45,8 @@ public:
     static constexpr unsigned cMaxConnections = 16;
     // A peer that needs longer for a request, or for taking an answer, is dropped.
     static constexpr std::chrono::seconds cPatience{10};
+    // Pages that are open at a time; their connections count.
+    static constexpr unsigned cMaxPages = 4;
     // Bytes of the request line and the header, the empty line included.
     static constexpr std::size_t cMaxHead = 8 << 10;
 
@@ -91,7 +81,12 @@ private:
         const char* targetEnd = nullptr;
         std::size_t sent = 0;  // bytes of a slow answer
         int firstByte = -1;    // of the connection, if it was seen
-        std::string method;
+        std::string method, version;
+        // The events of a page: those that the library has not taken yet, and the next one.
+        bool isPage = false;
+        std::string unsent;
+        std::size_t nextEvent = 0;
+        Endpoint* owner = nullptr;
         std::string tlsFault;
         bool isTold = false;  // one of the events told about the request
         bool isLate = false;
@@ -117,6 +112,12 @@ private:
     static void SendSlowByte(Peer& peer);
     MHD_Result Take(Peer& peer);
     MHD_Result Answer(Peer& peer, bool isRegistration) const;
+    // Answers what a browser asks for the page, or returns nullopt if it is something else.
+    std::optional<MHD_Result> AnswerPage(Peer& peer);
+    bool IsOwnPage(const Peer& peer, bool isNavigation) const;
+    static ssize_t ReadEvents(void* peer, std::uint64_t position, char* bytes, std::size_t size);
+    // Has the pages go on with what is new.
+    void WakePages(const std::string& event = {});
     void Wait();
     // Looks at what arrives first, before the library takes it.
     static void LookAt(Peer& peer);
@@ -128,8 +129,11 @@ private:
     const tvposix::Descriptor stop_;
     std::string address_;
     EndpointEvents events_;
+    const PageText page_ = MakePage();
+    PageEvents pageEvents_;
     std::exception_ptr error_;  // Run throws it
     bool hasEnded_ = false;
+    bool hasResumed_ = false;  // a page's connection
     std::array<Peer, cMaxConnections> peers_;
     const Peer* last_ = nullptr;  // whose registration ends Run
     std::unique_ptr<MHD_Daemon, StopDaemon> daemon_;

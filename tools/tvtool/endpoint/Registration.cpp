@@ -20,19 +20,11 @@ std::string formatTime(std::time_t time, std::tm* (*split)(const std::time_t*, s
     }
     return text;
 }
-std::string timeForPeople(std::time_t time) {
-    return formatTime(time, localtime_r) + "  ";
-}
 std::string timeForMachines(std::time_t time) {
     return formatTime(time, gmtime_r).replace(10, 1, "T") + "Z";
 }
 
-// Returns an indented line.
-std::string line(const std::string& label, const std::string& text) {
-    return "  " + LabelledLine(label, text);
-}
-
-std::string describeField(const QueryField& field) {
+std::pair<std::string, std::string> describeField(const QueryField& field) {
     const auto* known =
         std::find_if(cDetailFields.begin(), cDetailFields.end(),
                      [&](const DetailField& detail) { return detail.variable == field.name; });
@@ -42,7 +34,7 @@ std::string describeField(const QueryField& field) {
     if (field.isMalformed) {
         text += "  (holds a malformed escape)";
     }
-    return line(label, text);
+    return {label, text};
 }
 
 // On the wire texts are UTF-8 whatever the system encoding is.
@@ -52,20 +44,33 @@ Json wireText(const std::string& bytes) {
 
 }  // namespace
 
-std::string DescribeRegistration(const Registration& registration) {
-    std::string text = timeForPeople(registration.time) + "GET " + Escape(registration.path) + "\n";
-    text += line("User-Agent", registration.userAgent ? Escape(*registration.userAgent) : "(none)");
+std::string TimeForPeople(std::time_t time) {
+    return formatTime(time, localtime_r);
+}
+
+std::vector<std::pair<std::string, std::string>> DescribeFields(const Registration& registration) {
+    std::vector<std::pair<std::string, std::string>> lines = {
+        {"User-Agent", registration.userAgent ? Escape(*registration.userAgent) : "(none)"}};
     const std::vector<QueryField> fields = DecodeQuery(registration.query);
     for (const QueryField& field : fields) {
-        text += describeField(field);
+        lines.push_back(describeField(field));
     }
     for (const DetailField& detail : cDetailFields) {
         const bool isThere =
             std::any_of(fields.begin(), fields.end(),
                         [&](const QueryField& field) { return field.name == detail.variable; });
         if (!isThere) {
-            text += line(detail.label, "(missing)");
+            lines.emplace_back(detail.label, "(missing)");
         }
+    }
+    return lines;
+}
+
+std::string DescribeRegistration(const Registration& registration) {
+    std::string text =
+        TimeForPeople(registration.time) + "  GET " + Escape(registration.path) + "\n";
+    for (const auto& [label, value] : DescribeFields(registration)) {
+        text += "  " + LabelledLine(label, value);
     }
     return text + "\n";
 }
@@ -94,7 +99,7 @@ std::string RegistrationAsJson(const Registration& registration) {
 }
 
 std::string DescribeRefusal(const Refusal& refusal) {
-    return timeForPeople(refusal.time) + "refused " +
+    return TimeForPeople(refusal.time) + "  refused " +
            (refusal.request.empty() ? "a request" : Escape(refusal.request)) + ": " +
            refusal.reason;
 }

@@ -4,6 +4,8 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tvtool {
 
@@ -13,6 +15,7 @@ struct Registration {
     std::string path;
     std::string query;
     std::optional<std::string> userAgent;
+    std::string head;  // the request line and the header, each line escaped
 };
 
 // A request that is no registration, or a connection that brought no request.
@@ -22,6 +25,11 @@ struct Refusal {
     std::string reason;
 };
 
+// Returns the local time, 19 characters.
+std::string TimeForPeople(std::time_t time);
+// Returns the user agent, the fields, and the details that are missing, each as a label and a text,
+// for people. They hold no control characters.
+std::vector<std::pair<std::string, std::string>> DescribeFields(const Registration& registration);
 // Returns a block of lines for people, with the local time. It holds no control characters.
 std::string DescribeRegistration(const Registration& registration);
 // Returns one line of JSON: "time" (UTC), "path", "query", "userAgent" (null if there is none) and
