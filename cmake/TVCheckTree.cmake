@@ -1,8 +1,12 @@
 # Stops the configuration if a source could be forgotten: one that no target builds, one with an
 # extension that the folders' globs do not know, or a fuzz target without seeds. A new file of any
-# kind in these folders runs the configuration again.
+# kind in these folders runs the configuration again. It also stops if a source above platform/ is
+# compiled against more of the platform layer than its public headers.
 
-set(checked src tools)
+set(checked src)
+if(TV_BUILD_TOOL AND NOT CMAKE_CROSSCOMPILING)  # otherwise some of the sources are not built
+    list(APPEND checked tools)
+endif()
 if(NOT APPLE)
     list(APPEND checked platform)
 endif()
@@ -67,3 +71,22 @@ foreach(folder IN LISTS checked ITEMS include examples)
         endif()
     endforeach()
 endforeach()
+
+if(NOT APPLE)
+    tv_targets_below("${PROJECT_SOURCE_DIR}/src" above)
+    foreach(target IN LISTS above ITEMS tvplatform)
+        set(property LINK_LIBRARIES)
+        set(allowed tvplatform)
+        if(target STREQUAL "tvplatform")
+            set(property INTERFACE_LINK_LIBRARIES)
+            set(allowed tvplatform_headers)
+        endif()
+        get_target_property(links ${target} ${property})
+        foreach(link IN LISTS links)
+            tv_folder_of("${link}" folder)
+            if(folder MATCHES "^platform" AND NOT link STREQUAL allowed)
+                message(FATAL_ERROR "${target} shows sources above platform/ what is inside ${folder}")
+            endif()
+        endforeach()
+    endforeach()
+endif()

@@ -7,6 +7,10 @@
 #
 # The tree can be moved as a whole: all references in it are relative, unless CMAKE_INSTALL_LIBDIR is
 # absolute. The target "uninstall" removes what was installed.
+if(APPLE)
+    install(TARGETS TVframework FRAMEWORK DESTINATION Library/Frameworks COMPONENT runtime)
+    return()
+endif()
 include(CMakePackageConfigHelpers)
 
 set(TV_ZSH_COMPLETION_DIR "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" CACHE STRING
