@@ -79,11 +79,12 @@ TEST_F(RegistryCommandTest, AnswersAsTheFramework) {
     const std::string path = Path(cShared), from = "; " + path + "\n", name = "tvtool: " + path;
     EXPECT_EQ(Script("registry app Calyx URL; registry app Cal/Paths; registry get Calyx/URL\n"
                      "registry show; registry show --shared Calyx/Paths\n"
-                     "registry app Cal; registry app Calyx Paths\n"
+                     "registry app Cal; registry app Calyx Paths; registry app\n"
                      "registry app Calyx --json | grep application"),
               from + "URL= \\\\x\n" + from + "T=\\xFF\n \\x\n" + cTree + "T=\\xFF\n" + name +
                   ": has no directory for the application \"Cal\"\n[3]\n" + name +
-                  ": has no value \"Paths\" for the application \"Calyx\"\n[3]\n" +
+                  ": has no value \"Paths\" for the application \"Calyx\"\n[3]\n" + name +
+                  ": has no directory for the application \"CX7\"\n[3]\n" +
                   "  \"application\": \"Calyx\",\n");
     Write(cShared, "!NWREG 1.0 {\nCalyx{URL=1\n9");
     EXPECT_EQ(Script("registry app Calyx 2>e"), from + "URL=1\n[4]\n");

@@ -61,20 +61,34 @@ TEST_F(SendTest, DryRunIsWhatArrives) {
 }
 
 TEST_F(SendTest, GoesWhereTheFrameworkWouldSendTo) {
-    const std::string nowhere =
-        Fails(1, "details write: there is no address to send to: this build has none, and the "
-                 "shared registry names none; give one with --to URL");
+    const std::string file = Path("machine/Nimbus Works/Nimbus Works Registry");
+    const auto nowhere = [](const std::string& reason) {
+        return Fails(1, "details write: there is no address to send to: " + reason +
+                            "; give one with --to URL");
+    };
     const std::string host = TV_REGISTRATION_HOST;
     EXPECT_THAT(WriteDetails("--dry-run"),
-                HasSubstr(host.empty() ? nowhere : "\nHost: " + host + "\n"));
+                HasSubstr(host.empty() ? nowhere("this build has none, and there is no " + file)
+                                       : "\nHost: " + host + "\n"));
+    const std::string entry = "ProdRegURL of \"CX7\" in " + file;
     const std::pair<std::string, std::string> cases[] = {
-        {"", nowhere},
+        {"", nowhere(entry + " is empty")},
         {"ftp://x.org/",
-         Fails(4, "ProdRegURL of the shared registry: is no http or https address with a host, or "
-                  "has a malformed escape")}};
+         Fails(4, entry + ": is no http or https address with a host, or has a malformed escape")}};
     for (const auto& [address, refusal] : cases) {
         Write("machine/Nimbus Works/Nimbus Works Registry", "[CX7]\nProdRegURL=" + address + "\n");
         EXPECT_EQ(WriteDetails("--send --email a@b.c; cmp a.nwc before.nwc"), refusal);
+    }
+    Write("machine/Nimbus Works/Nimbus Works Registry", "[CX7]\nProdRegURL=http://a.b/\n");
+    for (const auto& [settings, proxy] :
+         {std::pair("http_proxy=u:p@q:1", " through the proxy http://u:***@q:1"),
+          {"HTTP_PROXY=q:1", ""},
+          {"all_proxy=q:1 no_proxy=x,.B", ""},
+          {"ALL_PROXY=socks5://q no_proxy=x.a.b,b.a", " through the proxy socks5://q"}}) {
+        EXPECT_EQ(Script(std::string("export ") + settings +
+                         "; details write a.nwc --dry-run >/dev/null"),
+                  "tvtool: would go to http://a.b" + std::string(proxy) + " (" + entry +
+                      "); nothing was saved or sent\n");
     }
 }
 

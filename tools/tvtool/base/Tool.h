@@ -133,6 +133,7 @@ void AddApplyCommand(CLI::App& app, Session& session);
 void AddDetailsCommand(CLI::App& app, Session& session);
 void AddPrefsCommand(CLI::App& app, Session& session);
 void AddRegistryCommand(CLI::App& app, Session& session);
+void AddDoctorCommand(CLI::App& app, Session& session);
 void AddServeCommand(CLI::App& app, Session& session);
 
 }  // namespace tvtool

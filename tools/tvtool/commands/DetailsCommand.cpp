@@ -195,7 +195,7 @@ void writeDetails(const WriteOptions& options, Session& session) {
     if (options.send.dryRun) {
         session.out << request->Describe();
         session.out.Flush();
-        Complain("would go to " + request->Origin() + "; nothing was saved or sent");
+        Complain("would go to " + request->Destination() + "; nothing was saved or sent");
         return;
     }
     record.SetVariables(list);

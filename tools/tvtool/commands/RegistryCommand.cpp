@@ -1,4 +1,5 @@
 // tvtool registry: looks into registry files and writes none.
+#include "interface/AppVariables.h"
 #include "registry/CNWRegistry.h"
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Json.h"
@@ -109,8 +110,13 @@ struct AppArguments {
 
 // Asks the framework's own object, so that the answer is the one that the framework gets.
 void showApplication(const AppArguments& arguments, Session& session) {
-    const auto& [key, valueName, json] = arguments;
+    const auto& [given, valueName, json] = arguments;
     const std::string name = RegistryFile::SharedPath();
+    Tova::CString own;
+    if (given.empty() && !Tova::AppGetVariable("AppKey", own)) {
+        Fail(Exit::NotFound, "registry app", "there is no variable AppKey; give a KEY");
+    }
+    const std::string key = given.empty() ? own.CStr() : given;
     // Reads the file itself too, because the framework does not say why it finds less.
     const RegistryFile file(name);
     const Tova::CNWRegistry registry(key.c_str());
@@ -180,9 +186,11 @@ void addApp(CLI::App& registry, Session& session) {
     const auto [command, arguments] =
         AddCommand(registry, session, "app", showApplication,
                    "Show what the framework finds for an application on this machine",
-                   "  tvtool registry app Calyx\n"
-                   "  tvtool registry app Calyx ProdRegURL");
-    AddText(command, "KEY", arguments.key, "The application's directory")->required();
+                   "  tvtool registry app\n"
+                   "  tvtool registry app CX7 ProdRegURL");
+    AddText(command, "KEY", arguments.key,
+            "The application's directory; without it, or \"\", the one that the variable\n"
+            "AppKey names");
     AddText(command, "NAME", arguments.valueName, "One of its values");
     command.add_flag("--json", arguments.json, "Print JSON");
 }

@@ -63,6 +63,7 @@ void declare(CLI::App& app, Session& session) {
     AddDetailsCommand(app, session);
     AddPrefsCommand(app, session);
     AddRegistryCommand(app, session);
+    AddDoctorCommand(app, session);
     AddServeCommand(app, session);
     AddCompletionsCommand(app, session);
 }

@@ -10,7 +10,7 @@
 
 namespace tvtool {
 
-std::string FindOwnConfiguration() {
+std::string FindBundle() {
     std::error_code error;
     const std::filesystem::path self = std::filesystem::canonical("/proc/self/exe", error);
     if (error) {
@@ -18,19 +18,30 @@ std::string FindOwnConfiguration() {
     }
     const std::string folder = self.parent_path().string() + "/";
     for (const char* libraries : {TVTOOL_LIBDIR, "../lib"}) {
-        std::string path = folder + libraries + "/TVframework.framework/Versions/" + TVTOOL_ABI +
-                           "/Resources/CXMnwc";
+        std::string path = folder + libraries + "/TVframework.framework";
         if (Exists(path)) {
-            return path;
+            // Without the ".." of the way there.
+            return std::filesystem::path(path).lexically_normal();
         }
     }
     return {};
 }
 
-void SetApplicationVariables() {
+std::string LibraryIn(const std::string& bundle) {
+    return bundle + "/Versions/" TVTOOL_ABI "/TVframework";
+}
+
+std::string ConfigurationIn(const std::string& bundle) {
+    return bundle + "/Versions/" TVTOOL_ABI "/Resources/CXMnwc";
+}
+
+void SetApplicationVariables(const std::string& bundle) {
+    if (Tova::GlobalVars.First() != nullptr) {
+        return;
+    }
     Tova::SetBuiltInVariables(Tova::GlobalVars);
-    const std::string path = FindOwnConfiguration();
-    if (path.empty()) {
+    const std::string path = ConfigurationIn(bundle);
+    if (bundle.empty() || !Exists(path)) {
         return;
     }
     try {

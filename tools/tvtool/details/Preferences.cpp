@@ -24,16 +24,6 @@ int synchronize() {
                : errno;
 }
 
-// Returns the path of the platform's file. It is only used to find out what is wrong with the file:
-// the platform reads and writes it.
-std::string findFile() {
-    const auto folder = tvposix::FindConfigFolder();
-    if (!folder) {
-        Fail(Exit::NotFound, cPreferences, "have no folder; set HOME");
-    }
-    return folder->path + "/" + TextForPeople(Tova::CPrefs::Domain()) + ".plist";
-}
-
 // Throws a ToolError if the folder keeps the file from being made.
 void requireWritableFolder(const std::filesystem::path& file) {
     std::error_code error;
@@ -60,8 +50,28 @@ bool load(const std::string& path) {
 
 }  // namespace
 
+std::string PreferencesPath() {
+    const auto folder = tvposix::FindConfigFolder();
+    if (!folder) {
+        Fail(Exit::NotFound, cPreferences, "have no folder; set HOME");
+    }
+    return folder->path + "/" + TextForPeople(Tova::CPrefs::Domain()) + ".plist";
+}
+
+void RequireWritablePreferences() {
+    const std::string path = PreferencesPath();
+    requireWritableFolder(path);
+    const std::string lock = path + ".lock";
+    const tvposix::Descriptor file(open(lock.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct flock range = {};
+    range.l_type = F_WRLCK;
+    if (file && fcntl(file.Get(), F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK) {
+        Fail(Exit::Failed, lock, "is locked by another program; writing waits 2 s for it");
+    }
+}
+
 void LoadPreferences() {
-    const std::string path = findFile();
+    const std::string path = PreferencesPath();
     if (!load(path)) {
         Fail(Exit::Damaged, path,
              "is no property list; the next change moves it aside and starts anew");
@@ -69,7 +79,7 @@ void LoadPreferences() {
 }
 
 void LoadPreferencesToWrite() {
-    const std::string path = findFile();
+    const std::string path = PreferencesPath();
     if (!load(path)) {
         Complain(path + ": is no property list; it is moved aside");
     }
@@ -80,7 +90,7 @@ void SavePreferences() {
     if (error == 0) {
         return;
     }
-    const std::string path = findFile();
+    const std::string path = PreferencesPath();
     if (error == EAGAIN) {
         Fail(Exit::Failed, path, "cannot be written; try again when no other program writes it");
     }

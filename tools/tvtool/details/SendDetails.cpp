@@ -1,9 +1,12 @@
 #include "tvtool/details/SendDetails.h"
 
+#include "interface/AppVariables.h"
 #include "interface/SendRegInfo.h"
 #include "mac/MacThreadedWebReader.h"
 #include "posix/Base64.h"
+#include "registry/CNWRegistry.h"
 #include "tvtool/base/Escapes.h"
+#include "tvtool/base/Files.h"
 #include "tvtool/base/Json.h"
 #include "tvtool/base/QueryDecoding.h"
 #include "tvtool/config/ApplicationVariables.h"
@@ -84,18 +87,6 @@ void requireAscii(const Tova::CVarList& details) {
     }
 }
 
-// Returns false if there is no address.
-bool findAddress(const std::string& to, Tova::CString& address) {
-    if (!to.empty()) {
-        address = to.c_str();
-        return true;
-    }
-    SetApplicationVariables();
-    Tova::GetRegistrationAddress(address);
-    // A build without a host has this default address.
-    return !address.IsEmpty() && !std::string_view(address.CStr()).starts_with("https:///");
-}
-
 }  // namespace
 
 void AddSendOptions(CLI::App& command, SendOptions& options) {
@@ -112,17 +103,42 @@ void AddSendOptions(CLI::App& command, SendOptions& options) {
                      "Print the request; neither save nor send anything");
 }
 
+RegistrationAddress FindRegistrationAddress() {
+    SetApplicationVariables();
+    Tova::CString key, path, named, address;
+    Tova::AppGetVariable("AppKey", key);
+    const Tova::CNWRegistry registry(key.CStr());
+    const bool hasPath = registry.RegistryPath().ToUnixPath(path) >= 0 && !path.IsEmpty();
+    const std::string file = path.CStr();
+    const std::string entry = "ProdRegURL of " + Quote(key.CStr());
+    if (registry.ReadAppValue("ProdRegURL", named)) {
+        const std::string source = entry + " in " + file;
+        return {named.CStr(), named.IsEmpty() ? source + " is empty" : source};
+    }
+    const std::string reason = !hasPath        ? "the shared registry has no place"
+                               : !Exists(file) ? "there is no " + file
+                                               : "no " + entry + " is in " + file;
+    Tova::GetRegistrationAddress(address);
+    // A build without a host has this default address.
+    if (std::string_view(address.CStr()).starts_with("https:///")) {
+        return {"", "this build has none, and " + reason};
+    }
+    return {address.CStr(), "built in, because " + reason};
+}
+
 DetailsRequest::DetailsRequest(const Tova::CRegInfo& record, const SendOptions& options)
     : wait_(parseWait(options.wait)) {
     Tova::CVarList details;
     record.SetVariables(details);
     requireAscii(details);
-    Tova::CString address;
-    if (!findAddress(options.to, address)) {
+    const RegistrationAddress found =
+        options.to.empty() ? FindRegistrationAddress() : RegistrationAddress{options.to, ""};
+    if (found.address.empty()) {
         Fail(Exit::Failed, "details write",
-             "there is no address to send to: this build has none, and the shared registry names "
-             "none; give one with --to URL");
+             "there is no address to send to: " + found.source + "; give one with --to URL");
     }
+    source_ = found.source;
+    Tova::CString address(found.address.c_str());
     Tova::AppendRegistrationQuery(record, address);
     Tova::CString userAgent;
     Tova::GetRegistrationUserAgent(userAgent);
@@ -130,11 +146,11 @@ DetailsRequest::DetailsRequest(const Tova::CRegInfo& record, const SendOptions& 
     userAgent_.Reset(userAgent.CreateCFString(kCFStringEncodingInvalidId));
     const Tova::CFRef<CFURLRef> url(
         address_ ? MacThreadedWebReader::CreateRequestUrl(address_.Get()) : nullptr);
-    TakeApart(url ? TextForPeople(CFURLGetString(url.Get())) : std::string(), !options.to.empty());
+    TakeApart(url ? TextForPeople(CFURLGetString(url.Get())) : std::string());
     WarnOfLosses(details);
 }
 
-void DetailsRequest::TakeApart(const std::string& url, bool isGiven) {
+void DetailsRequest::TakeApart(const std::string& url) {
     const std::size_t colon = std::min(url.find("://"), url.size());
     const std::string scheme = url.substr(0, colon);
     const bool isHttps = strcasecmp(scheme.c_str(), "https") == 0;
@@ -147,8 +163,7 @@ void DetailsRequest::TakeApart(const std::string& url, bool isGiven) {
     }
     if ((!isHttps && strcasecmp(scheme.c_str(), "http") != 0) || host_.empty() ||
         host_.front() == ':') {
-        Fail(isGiven ? Exit::Usage : Exit::Damaged,
-             isGiven ? "--to" : "ProdRegURL of the shared registry",
+        Fail(source_.empty() ? Exit::Usage : Exit::Damaged, source_.empty() ? "--to" : source_,
              "is no http or https address with a host, or has a malformed escape");
     }
     const std::string defaultPort = isHttps ? ":443" : ":80";
@@ -156,6 +171,7 @@ void DetailsRequest::TakeApart(const std::string& url, bool isGiven) {
         host_.resize(host_.size() - defaultPort.size());
     }
     origin_ = (isHttps ? "https://" : "http://") + host_;
+    proxy_ = FindProxy(isHttps ? "https" : "http", host_);
     target_ = (url[end] == '/' ? "" : "/") + url.substr(end);
 }
 
@@ -170,6 +186,12 @@ void DetailsRequest::WarnOfLosses(const Tova::CVarList& details) const {
             }
         }
     }
+}
+
+std::string DetailsRequest::Destination() const {
+    return origin_ +
+           (proxy_.address.empty() ? "" : " through the proxy " + WithoutPassword(proxy_.address)) +
+           (source_.empty() ? "" : " (" + source_ + ")");
 }
 
 std::string DetailsRequest::Describe() const {
