@@ -15,8 +15,7 @@ TEST_F(ApplyCommandTest, KnowsTheApplicationVariablesAndOverridesThem) {
            "config create b.nwc AppName=B X=b");
     const std::string text = "'<AppName> <MajVersion> <X> <Y>' --config a.nwc --config b.nwc";
     EXPECT_EQ(Script("apply " + text + " --set 'AppName=<=>' --set =x --set MajVersion=9"),
-              "tvtool: --set \"MajVersion=9\": the variable is fixed and kept its value\n"
-              "<=> 7 a a\n");
+              "tvtool: --set: \"MajVersion\" is fixed and kept its value\n<=> 7 a a\n[1]\n");
     EXPECT_THAT(Script("apply t.txt --config t.txt"), testing::EndsWith("\n[4]\n"));
 }
 

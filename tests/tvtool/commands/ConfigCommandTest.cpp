@@ -16,7 +16,8 @@ TEST_F(ConfigCommandTest, ReadsAndWritesFilesAndStandardStreams) {
                      "config create - %A=1 | cmp - a.nwc; config show - <a.nwc\n"
                      "config verify a.nwc; config set - A=2 <a.nwc | cmp - a.nwc"),
               "640\na.nwc\n%A=1\na.nwc: in order; 1 variable, 1 fixed, check value 3330\n" +
-                  Fails(1, "standard input: \"A\" is fixed and kept its value; unset it first"));
+                  Fails(1, "standard input: \"A\" is fixed and kept its value; 'tvtool config "
+                           "unset' removes it"));
 }
 
 // Whatever a list holds, what is shown of it makes the same file again, as text and as JSON.
@@ -34,9 +35,9 @@ TEST_F(ConfigCommandTest, ShowsWhatCreatesTheSame) {
              {"a=\xC0\x80|\xE0\x80\x80|\xED\xA0\x80|\xF4\x90\x80\x80|\x80|\xF0\x9F\x98\x80",
               "a=\\xC0\\x80|\\xE0\\x80\\x80|\\xED\\xA0\\x80|\\xF4\\x90\\x80\\x80|\\x80|"
               "\xF0\x9F\x98\x80\n"}}) {
-        EXPECT_EQ(Script("config create a.nwc --from -; config show a.nwc >t\n"
-                         "config create t.nwc --from t; cmp a.nwc t.nwc\n"
-                         "config show --json a.nwc | config create j.nwc --from -; cmp a.nwc j.nwc",
+        EXPECT_EQ(Script("create() { config create --force $1 --from $2; }\n"
+                         "create a.nwc -; config show a.nwc >t; create t.nwc t; cmp a.nwc t.nwc\n"
+                         "config show --json a.nwc | create j.nwc -; cmp a.nwc j.nwc",
                          lines),
                   "");
         EXPECT_EQ(Read("t"), shown);
@@ -84,22 +85,47 @@ TEST_F(ConfigCommandTest, SaysWhereASourceIsWrong) {
     }
 }
 
-TEST_F(ConfigCommandTest, TellsTheDamageApart) {
-    Script("config create a.nwc %A=1; head -c 40 a.nwc >cut");
-    std::string header = Read("a.nwc"), value = header;
+// One flipped bit, a cut and bytes behind the end leave the rest readable.
+TEST_F(ConfigCommandTest, TellsTheDamageApartAndTakesTheRest) {
+    Script("config create a.nwc %A=1 RegOrg=x; head -c 40 a.nwc >cut; (cat a.nwc; echo xy) >more");
+    std::string header = Read("a.nwc"), value = header, end = header;
     header[34] = static_cast<char>(0xC8);  // its last character, a 1
     value[39] = static_cast<char>(0xD8);   // a 2
+    end[35] ^= 1;                          // the NUL behind it
     Write("header", header);
     Write("value", value);
-    EXPECT_EQ(Script("for file in cut header value; do config show $file; done\n"
-                     "config verify value --json 2>e >j; grep kind j"),
-              Fails(4, "cut: cut off: the file ends early; get a complete copy") +
-                  Fails(4,
-                        "header: another header: \"Nimbus Works Configuration File 1.1\" in place "
-                        "of \"Nimbus Works Configuration File 1.0\"") +
-                  Fails(4, "value: check value differs: the file says 3330, its contents sum to "
-                           "3331") +
-                  "[4]\n  \"kind\": \"check-value-differs\",\n");
+    Write("end", end);
+    Write("other", std::string(99, 'x'));
+    const std::string sums = "the file says 4032, its contents sum to 4033 (up to byte 56 of 56)";
+    const std::tuple<std::string, std::string, std::string> cases[] = {
+        {"cut", "cut off: the file ends early; get a complete copy (it ends after byte 40)",
+         "%A=1\n"},
+        {"header",
+         "another header: \"Nimbus Works Configuration File 1.1\" in place of \"Nimbus Works "
+         "Configuration File 1.0\", from byte 35 on",
+         "tvtool: header: behind the header, it is in order\n%A=1\nRegOrg=x\n"},
+        {"end",
+         "another header: \"Nimbus Works Configuration File 1.0\\xF0\" in place of \"Nimbus Works "
+         "Configuration File 1.0\", from byte 36 on",
+         "tvtool: end: behind the header, it is in order\n%A=1\nRegOrg=x\n"},
+        {"value", "check value differs: " + sums, "%A=2\nRegOrg=x\n"},
+    };
+    for (const auto& [file, damage, rest] : cases) {
+        const std::string message = "tvtool: " + file + ": " + damage + "\n";
+        EXPECT_EQ(Script("config show " + file + "; config show --damaged " + file),
+                  message + "[4]\n" + message + rest + "[4]\n");
+    }
+    EXPECT_EQ(Script("exec 2>/dev/null; config salvage header new; config show new\n"
+                     "config get value A --damaged; config salvage other none; ls none\n"
+                     "details read --config cut --damaged --json >j; grep Or j\n"
+                     "config verify a.nwc value more no --json >j; grep -e kind -e extra j"),
+              "new: 2 variables; check their values\n%A=1\nRegOrg=x\n2\n[4]\n[4]\n[4]\n"
+              "  \"OrKey\": \"\",\n[4]\n  \"kind\": \"none\",\n  \"extra\": 0\n"
+              "  \"kind\": \"check-value-differs\",\n  \"extra\": 0\n  \"kind\": \"none\",\n"
+              "  \"extra\": 3\n");
+    EXPECT_EQ(Script("config show more"),
+              "tvtool: more: what follows from byte 57 on is behind the end of the configuration, "
+              "and is not read\n%A=1\nRegOrg=x\n");
 }
 
 TEST_F(ConfigCommandTest, GetsByExactNameFirst) {
@@ -117,7 +143,7 @@ TEST_F(ConfigCommandTest, SetsAndUnsets) {
         Script("config set a.nwc F=2 C=3; config set a.nwc F=1; cp a.nwc before\n"
                "config unset a.nwc F %A --dry-run --diff; config set a.nwc C=4 --dry-run\n"
                "config unset a.nwc A no 2>e; cmp a.nwc before"),
-        Fails(1, "a.nwc: \"F\" is fixed and kept its value; unset it first") +
+        Fails(1, "a.nwc: \"F\" is fixed and kept its value; 'tvtool config unset' removes it") +
             "--- a.nwc\n+++ a.nwc\n-%A=5\n-%F=1\na.nwc: would change; --diff shows how\n[3]\n");
     EXPECT_EQ(Script("config unset a.nwc F %p; config set a.nwc [B=1] {}=2 --diff -- --C=5\n"
                      "config show a.nwc"),
@@ -143,10 +169,9 @@ TEST_F(ConfigCommandTest, RefusesWhatIsNoUsableFile) {
     }
     EXPECT_EQ(Script("chmod 700 d; config show d/a.nwc; config show readonly.nwc\n"
                      "config create text A=1; cat text; config create text A=1 --force\n"
-                     "config create text A=2; config show text"),
-              "A=1\nA=1\n" +
-                  Fails(1, "text: exists and is no configuration file; --force replaces it") +
-                  "precious\nA=2\n");
+                     "config salvage readonly.nwc text; config show text"),
+              "A=1\nA=1\n" + Fails(1, "text: exists; --force replaces it") + "precious\n" +
+                  Fails(1, "text: exists; --force replaces it") + "A=1\n");
 }
 
 TEST_F(ConfigCommandTest, NoticesThatOutputIsLost) {

@@ -39,7 +39,8 @@ TEST_F(DetailsCommandTest, RefusesDetailsThatCannotBeKept) {
         {"[]", "is no JSON object with the details"}};
     for (const auto& [input, message] : inputs) {
         EXPECT_EQ(
-            Script("config create a.nwc; details write a.nwc --from -; config show a.nwc", input),
+            Script("config create a.nwc --force; details write a.nwc --from -; config show a.nwc",
+                   input),
             Fails(4, "standard input: " + message));
     }
     EXPECT_EQ(Script("details write a.nwc --first-name " + std::string(31, 'x') +

@@ -84,7 +84,7 @@ Template readTemplate(const std::string& argument, const std::u16string& delimit
     return made;
 }
 
-void setVariables(const ApplyOptions& options) {
+void setVariables(const ApplyOptions& options, Session& session) {
     SetApplicationVariables();
     for (const std::string& path : options.configs) {
         Tova::CVarList list;
@@ -92,10 +92,7 @@ void setVariables(const ApplyOptions& options) {
         Tova::GlobalVars += list;
     }
     for (const std::string& setting : options.settings) {
-        const Assignment assignment = ParseAssignment(setting);
-        if (!Assign(Tova::GlobalVars, assignment)) {
-            Complain("--set " + Quote(setting) + ": the variable is fixed and kept its value");
-        }
+        Assign(Tova::GlobalVars, ParseAssignment(setting), "--set", "", session);
     }
 }
 
@@ -189,8 +186,11 @@ void printResult(std::u16string_view result, const Template& text, Output& out) 
 }
 
 void apply(const ApplyOptions& options, Session& session) {
+    if (options.json && !options.list) {
+        Fail(Exit::Usage, "apply --json", "goes with --list only; add --list or leave it out");
+    }
     const std::u16string delimiters = parseDelimiters(options.delimiters);
-    setVariables(options);
+    setVariables(options, session);
     const Template text = readTemplate(options.text, delimiters);
     const std::u16string units = Tova::UnitsOf(text.decoded.Get());
     const Tova::WideVars vars(Tova::GlobalVars);

@@ -16,10 +16,12 @@ namespace {
 
 struct ConfigOptions {
     std::string file;
+    std::string other;  // a second file
     std::string from;
     std::string name;
     std::vector<std::string> words;
     bool json = false;
+    bool damaged = false;
     bool force = false;
     bool dryRun = false;
     bool diff = false;
@@ -32,25 +34,13 @@ void assignAll(Tova::CVarList& list, const ConfigOptions& options, Session& sess
         if (!why.empty()) {
             Fail(Exit::Usage, Quote(word), why);
         }
-        if (!Assign(list, assignment)) {
-            Complain(InputName(options.file) + ": " + Quote(assignment.name) +
-                     " is fixed and kept its value; unset it first");
-            session.SetStatus(Exit::Failed);
-        }
+        Assign(list, assignment, InputName(options.file), cHintToUnset, session);
     }
 }
 
-// People hardly want to replace something else by a configuration file.
-void refuseToReplaceOthers(const std::string& path) {
-    if (path == "-" || !Exists(path)) {
-        return;
-    }
-    Tova::CVarList list;
-    Tova::ConfigFileReport report;
-    const std::string bytes = ReadInput(path);
-    DecodeConfig(bytes, list, report);
-    if (!bytes.empty() && report.damage == Tova::ConfigFileReport::Damage::NoHeader) {
-        Fail(Exit::Failed, path, "exists and is no configuration file; --force replaces it");
+void refuseToReplace(const std::string& path, const ConfigOptions& options) {
+    if (path != "-" && !options.force && Exists(path)) {
+        Fail(Exit::Failed, path, "exists; --force replaces it");
     }
 }
 
@@ -61,15 +51,22 @@ void create(const ConfigOptions& options, Session& session) {
     }
     assignAll(list, options, session);
     OutputFile file(options.file);
-    if (!options.force) {
-        refuseToReplaceOthers(options.file);
-    }
+    refuseToReplace(options.file, options);
     file.Write(EncodeConfig(list));
+}
+
+// Reads the file as the options say, and sets the status of a damaged one.
+void readFile(const ConfigOptions& options, Tova::CVarList& list, Session& session) {
+    if (!options.damaged) {
+        ReadConfig(options.file, list);
+    } else if (!ReadDamagedConfig(options.file, list)) {
+        session.SetStatus(Exit::Damaged);
+    }
 }
 
 void show(const ConfigOptions& options, Session& session) {
     Tova::CVarList list;
-    ReadConfig(options.file, list);
+    readFile(options, list, session);
     if (options.json) {
         return PrintJson(session.out, ListToJson(list));
     }
@@ -94,7 +91,7 @@ const Tova::CVar* findVariable(const Tova::CVarList& list, const std::string& na
 
 void get(const ConfigOptions& options, Session& session) {
     Tova::CVarList list;
-    ReadConfig(options.file, list);
+    readFile(options, list, session);
     const Tova::CVar* var = findVariable(list, options.name, options.file);
     if (options.json) {
         return PrintJson(session.out, VariableToJson(*var));
@@ -186,34 +183,73 @@ void unset(const ConfigOptions& options, Session& session) {
     });
 }
 
-void verify(const ConfigOptions& options, Session& session) {
+std::string countOf(std::size_t count, const std::string& what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+void verifyFile(const std::string& path, bool json, Session& session) {
     Tova::CVarList list;
-    Tova::ConfigFileReport report;
-    DecodeConfig(ReadInput(options.file), list, report);
+    const ConfigReading reading = DecodeConfig(ReadInput(path), list);
     std::size_t count = 0, fixed = 0;
     for (const Tova::CVar* var = list.First(); var != nullptr; var = var->Next()) {
         ++count;
-        if (var->IsFixed()) {
-            ++fixed;
-        }
+        fixed += var->IsFixed() ? 1U : 0U;
     }
-    const std::string damage = DescribeDamage(report);
-    if (options.json) {
-        PrintJson(session.out, {{"valid", damage.empty()},
-                                {"kind", Tova::DamageOf(report.damage).token},
+    const std::string damage = reading.Describe();
+    if (json) {
+        PrintJson(session.out, {{"file", JsonText(path)},
+                                {"valid", damage.empty()},
+                                {"kind", Tova::DamageOf(reading.report.damage).token},
                                 {"damage", damage.empty() ? Json(nullptr) : JsonText(damage)},
                                 {"variables", count},
                                 {"fixed", fixed},
-                                {"computed", report.computed},
-                                {"stored", report.stored}});
+                                {"computed", reading.report.computed},
+                                {"stored", reading.report.stored},
+                                {"extra", reading.Extra()}});
     }
     if (!damage.empty()) {
-        Fail(Exit::Damaged, InputName(options.file), damage);
+        Fail(Exit::Damaged, InputName(path), damage);
     }
-    if (!options.json) {
-        session.out << Printable(InputName(options.file)) << ": in order; " << std::to_string(count)
-                    << (count == 1 ? " variable, " : " variables, ") << std::to_string(fixed)
-                    << " fixed, check value " << std::to_string(report.computed) << "\n";
+    if (!json) {
+        session.out << Printable(InputName(path)) << ": in order; " << countOf(count, "variable")
+                    << ", " << std::to_string(fixed) << " fixed, check value "
+                    << std::to_string(reading.report.computed)
+                    << (reading.Extra() == 0
+                            ? ""
+                            : "; followed by " + countOf(reading.Extra(), "byte") + " from byte " +
+                                  std::to_string(reading.end + 1) + " on")
+                    << "\n";
+    }
+}
+
+// Goes on to the next file after a fault. The status is that of the first fault.
+void verify(const ConfigOptions& options, Session& session) {
+    for (const std::string& path : options.words) {
+        try {
+            verifyFile(path, options.json, session);
+        } catch (const ToolError& error) {
+            session.out.Flush();
+            Complain(error.what());
+            if (session.Status() == Exit::Done) {
+                session.SetStatus(error.Status());
+            }
+        }
+    }
+}
+
+void salvage(const ConfigOptions& options, Session& session) {
+    Tova::CVarList list;
+    OutputFile file(options.other);
+    refuseToReplace(options.other, options);
+    const bool isSound = ReadDamagedConfig(options.file, list);
+    file.Write(EncodeConfig(list));
+    std::size_t count = 0;
+    for (const Tova::CVar* var = list.First(); var != nullptr; var = var->Next()) {
+        ++count;
+    }
+    if (options.other != "-") {
+        session.out << Printable(options.other) << ": " << countOf(count, "variable")
+                    << (isSound ? "; the old file was in order\n" : "; check their values\n");
     }
 }
 
@@ -235,6 +271,11 @@ void addEditFlags(const Command<ConfigOptions>& command) {
     command.app.add_flag("--diff", command.options.diff, "Show the lines that change");
 }
 
+void addDamagedFlag(const Command<ConfigOptions>& command) {
+    command.app.add_flag("--damaged", command.options.damaged,
+                         "Take what can be read of a damaged file; the exit status is 4 then");
+}
+
 void addReaders(CLI::App& config, Session& session) {
     const auto showing =
         addReader(config, session, "show", show, "Shows all variables, one [%]NAME=VALUE a line",
@@ -242,14 +283,27 @@ void addReaders(CLI::App& config, Session& session) {
                   "  tvtool config create Copy.nwc --from Calyx.txt");
     showing.app.add_flag("--json", showing.options.json,
                          "As an array of {\"name\", \"value\", \"fixed\"}");
+    addDamagedFlag(showing);
     const auto getting = addReader(config, session, "get", get, "Prints the value of a variable",
                                    "  tvtool config get Calyx.nwc AppName");
     AddText(getting.app, "NAME", getting.options.name, "The variable")->required();
     getting.app.add_flag("--json", getting.options.json, "As {\"name\", \"value\", \"fixed\"}");
-    const auto verifying = addReader(config, session, "verify", verify,
-                                     "Says whether a file is in order, or which damage it has",
-                                     "  tvtool config verify Calyx.nwc");
-    verifying.app.add_flag("--json", verifying.options.json, "As an object");
+    addDamagedFlag(getting);
+    const auto verifying = AddCommand(config, session, "verify", verify,
+                                      "Says whether files are in order, or which damage they have",
+                                      "  tvtool config verify Calyx.nwc\n"
+                                      "  tvtool config verify *.nwc --json");
+    AddTexts(verifying.app, "FILE", verifying.options.words,
+             "The configuration files; - is standard input")
+        ->required();
+    verifying.app.add_flag("--json", verifying.options.json, "As an object for each file");
+    const auto salvaging = addReader(config, session, "salvage", salvage,
+                                     "Makes a file of what can be read of a damaged one",
+                                     "  tvtool config salvage Broken.nwc Calyx.nwc");
+    AddText(salvaging.app, "OUT", salvaging.options.other,
+            "The file to make, or - for standard output")
+        ->required();
+    salvaging.app.add_flag("--force", salvaging.options.force, "Replace a file that exists");
 }
 
 void addEditors(CLI::App& config, Session& session) {
@@ -279,7 +333,7 @@ void addCreate(CLI::App& config, Session& session) {
             "Take variables from what 'config show' prints, with or without --json;\n"
             "lines that begin with # are comments; - is standard input")
         ->type_name("FILE");
-    command.add_flag("--force", options.force, "Replace a file that is no configuration file");
+    command.add_flag("--force", options.force, "Replace a file that exists");
 }
 
 }  // namespace

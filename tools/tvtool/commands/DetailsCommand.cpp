@@ -9,6 +9,7 @@
 #include "tvtool/base/PlatformText.h"
 #include "tvtool/base/Tool.h"
 #include "tvtool/config/ConfigFiles.h"
+#include "tvtool/config/ListEditing.h"
 #include "tvtool/details/Preferences.h"
 #include "tvtool/details/SendDetails.h"
 
@@ -34,6 +35,7 @@ struct ReadOptions {
     std::string config;
     bool prefs = false;
     bool json = false;
+    bool damaged = false;
 };
 
 void loadFromPreferences(Tova::CRegInfo& record) {
@@ -55,12 +57,19 @@ void readDetails(const ReadOptions& options, Session& session) {
     if (options.config.empty() == !options.prefs) {
         Fail(Exit::Usage, "details read", "give either --config FILE or --prefs");
     }
+    if (options.damaged && options.prefs) {
+        Fail(Exit::Usage, "details read --damaged", "goes with --config only");
+    }
     Tova::CRegInfo record;
     if (options.prefs) {
         loadFromPreferences(record);
     } else {
         Tova::CVarList list;
-        ReadConfig(options.config, list);
+        if (!options.damaged) {
+            ReadConfig(options.config, list);
+        } else if (!ReadDamagedConfig(options.config, list)) {
+            session.SetStatus(Exit::Damaged);
+        }
         record.SetFromVars(list);
     }
     Json object = Json::object();
@@ -164,9 +173,7 @@ void complainOfValues(const Values& values, const Tova::CVarList& list, const st
     for (std::size_t i = 0; i < cCount; ++i) {
         const char* variable = cDetailFields[i].variable;
         if (values[i] && *values[i] != list.GetValue(variable)) {
-            Complain(name + ": " + Quote(variable) +
-                     " is fixed and kept its value; 'tvtool config unset' removes it");
-            session.SetStatus(Exit::Failed);
+            TellThatFixed(variable, name, cHintToUnset, session);
         }
     }
     const std::optional<std::string>& email = values.back();
@@ -265,6 +272,8 @@ void addRead(CLI::App& details, Session& session) {
     command.add_flag("--prefs", options.prefs, "Read this user's preferences");
     command.add_flag("--json", options.json,
                      "As an object with the keys of an installer's dictionary");
+    command.add_flag("--damaged", options.damaged,
+                     "Take what can be read of a damaged file; the exit status is 4 then");
 }
 
 void addWrite(CLI::App& details, Session& session) {

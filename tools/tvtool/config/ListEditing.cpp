@@ -1,7 +1,6 @@
 #include "tvtool/config/ListEditing.h"
 
 #include "tvtool/base/Escapes.h"
-#include "tvtool/base/Tool.h"
 
 namespace tvtool {
 
@@ -37,9 +36,18 @@ Assignment ParseAssignment(const std::string& argument) {
     return {argument.substr(start, equals - start), argument.substr(equals + 1), fixed};
 }
 
-bool Assign(Tova::CVarList& list, const Assignment& assignment) {
+void Assign(Tova::CVarList& list, const Assignment& assignment, const std::string& where,
+            const std::string& hint, Session& session) {
     SetVariable(list, assignment.name, assignment.value, assignment.fixed);
-    return list.GetValue(assignment.name.c_str()) == assignment.value;
+    if (list.GetValue(assignment.name.c_str()) != assignment.value) {
+        TellThatFixed(assignment.name, where, hint, session);
+    }
+}
+
+void TellThatFixed(const std::string& name, const std::string& where, const std::string& hint,
+                   Session& session) {
+    Complain(where + ": " + Quote(name) + " is fixed and kept its value" + hint);
+    session.SetStatus(Exit::Failed);
 }
 
 }  // namespace tvtool

@@ -1,6 +1,7 @@
 // Changes variable lists as people ask for it, with the same meaning of "%" everywhere.
 #pragma once
 
+#include "tvtool/base/Tool.h"
 #include "vars/CVarList.h"
 
 #include <string>
@@ -26,7 +27,12 @@ struct Assignment {
 };
 // Throws ToolError (Usage) if the argument has no "=".
 Assignment ParseAssignment(const std::string& argument);
-// Returns false if the variable is fixed and kept another value.
-bool Assign(Tova::CVarList& list, const Assignment& assignment);
+// If the variable is fixed and kept another value, tells so like every command, and makes the
+// status Failed. `where` names the file or the option, and `hint` says what to do, or is "".
+void Assign(Tova::CVarList& list, const Assignment& assignment, const std::string& where,
+            const std::string& hint, Session& session);
+void TellThatFixed(const std::string& name, const std::string& where, const std::string& hint,
+                   Session& session);
+constexpr char cHintToUnset[] = "; 'tvtool config unset' removes it";
 
 }  // namespace tvtool
