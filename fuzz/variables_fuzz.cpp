@@ -60,9 +60,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     requireParsed(expected, expected);
     requireParsed(tvtool::ListToJson(list).dump(), expected);
     Tova::CVarList decoded;
-    Tova::ConfigFileReport report;
-    tvtool::DecodeConfig(tvtool::EncodeConfig(list), decoded, report);
-    Require(report.damage == Tova::ConfigFileReport::Damage::None && lines(decoded) == expected,
-            "a file holds the list");
+    const tvtool::ConfigReading read = tvtool::DecodeConfig(tvtool::EncodeConfig(list), decoded);
+    Require(read.IsSound() && lines(decoded) == expected, "a file holds the list");
     return 0;
 }
