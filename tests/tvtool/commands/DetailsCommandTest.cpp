@@ -79,8 +79,22 @@ TEST_F(DetailsCommandTest, EditsPreferences) {
     Write(cPlist,
           "<plist version=\"1.0\"><dict><key>n</key><integer>-5</integer><key>r</key>"
           "<real>0.5</real><key>t</key><true/><key>d</key><data>QQ==</data></dict></plist>");
-    EXPECT_EQ(Script("prefs list; prefs get n --json"),
-              "d=(neither a text nor a number)\nn=-5\nr=0.5\nt=true\n-5\n");
+    EXPECT_EQ(
+        Script("prefs list; prefs get n --json; prefs export | tee j | tr -d ' \n'\n"
+               "rm .config/*.plist; prefs set o x; prefs import j; prefs list"),
+        "d=(neither a text nor a number)\nn=-5\nr=0.5\nt=true\n-5\ntvtool: preferences: \"d\" "
+        "has a value that JSON does not have, and is left out\n[1]\n"
+        "{\"n\":-5,\"r\":0.5,\"t\":true}n=-5\no=x\nr=0.5\nt=true\n");
+    for (const auto& [json, message] : std::vector<std::pair<std::string, std::string>>{
+             {"[]", "is no JSON object with keys and values"},
+             {R"({"a": "b", "n": null})", "\"n\": must be a text, a 64-bit number, true or false"},
+             {R"({"a": "b", "n": 18446744073709551615})",
+              "\"n\": must be a text, a 64-bit number, true or false"},
+             {R"({"a": "b", "c": "\u0001"})",
+              "\"c\": a key or text with control characters cannot be stored"}}) {
+        EXPECT_EQ(Script("prefs import -; prefs get a 2>e", json),
+                  Fails(4, "standard input: " + message) + "[3]\n");
+    }
 }
 
 TEST_F(DetailsCommandTest, SaysWhatIsWrongWithPreferences) {

@@ -1,12 +1,14 @@
 // tvtool prefs: the product's preferences of this user.
 #include "interface/CPrefs.h"
 #include "tvtool/base/Escapes.h"
+#include "tvtool/base/Files.h"
 #include "tvtool/base/Json.h"
 #include "tvtool/base/PlatformText.h"
 #include "tvtool/base/Tool.h"
 #include "tvtool/details/Preferences.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 
 namespace tvtool {
@@ -16,6 +18,7 @@ namespace {
 using ValueRef = Tova::CFRef<CFTypeRef>;
 
 struct PrefsOptions {
+    std::string file;
     std::string key;
     std::string value;
     bool json = false;
@@ -43,9 +46,12 @@ ValueRef findValue(const std::string& key) {
     return value;
 }
 
-void storeValue(CFStringRef key, CFTypeRef value) {
+// Returns false if the platform cannot hold the value, and so has ignored it.
+bool storeValue(CFStringRef key, CFTypeRef value) {
     CFPreferencesSetValue(key, value, Tova::CPrefs::Domain(), kCFPreferencesCurrentUser,
                           kCFPreferencesAnyHost);
+    const ValueRef stored = copyValue(key);
+    return value == nullptr || (stored && CFEqual(stored.Get(), value) != 0);
 }
 
 // Other programs may have stored values that are not texts. Returns null for a value that is not
@@ -79,25 +85,32 @@ std::string valueToText(CFTypeRef value) {
     return json.is_null() ? "(neither a text nor a number)" : json.dump();
 }
 
-void listKeys(const PrefsOptions& options, Session& session) {
-    LoadPreferences();
+template <class Use>
+void forEachKey(Use use) {
     const Tova::CFRef<CFArrayRef> keys(CFPreferencesCopyKeyList(
         Tova::CPrefs::Domain(), kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
-    std::vector<std::string> lines;
-    Json object = Json::object();
     for (CFIndex i = 0, count = keys ? CFArrayGetCount(keys.Get()) : 0; i < count; ++i) {
         const auto key = static_cast<CFStringRef>(CFArrayGetValueAtIndex(keys.Get(), i));
-        const ValueRef value = copyValue(key);
-        if (!value) {
-            continue;
+        if (const ValueRef value = copyValue(key)) {
+            use(key, value.Get());
         }
-        // Appended, because a look-up in an object that keeps its order takes longer with every
-        // key.
-        object.get_ref<Json::object_t&>().push_back(
-            {EncodeText(key, kCFStringEncodingUTF8).value_or(""), valueToJson(value.Get())});
-        lines.push_back(Escape(TextForPeople(key), "=") + "=" + Escape(valueToText(value.Get())) +
-                        "\n");
     }
+}
+
+// A look-up in an object that keeps its order would take longer with every key.
+void append(Json& object, CFStringRef key, Json value) {
+    object.get_ref<Json::object_t&>().push_back(
+        {EncodeText(key, kCFStringEncodingUTF8).value_or(""), std::move(value)});
+}
+
+void listKeys(const PrefsOptions& options, Session& session) {
+    LoadPreferences();
+    std::vector<std::string> lines;
+    Json object = Json::object();
+    forEachKey([&](CFStringRef key, CFTypeRef value) {
+        append(object, key, valueToJson(value));
+        lines.push_back(Escape(TextForPeople(key), "=") + "=" + Escape(valueToText(value)) + "\n");
+    });
     if (options.json) {
         return PrintJson(session.out, object);
     }
@@ -117,14 +130,72 @@ void printValue(const PrefsOptions& options, Session& session) {
     }
 }
 
+// Prints what importing stores again.
+void exportKeys(const PrefsOptions&, Session& session) {
+    LoadPreferences();
+    Json object = Json::object();
+    forEachKey([&](CFStringRef key, CFTypeRef value) {
+        const Json json = valueToJson(value);
+        const bool isWhole =
+            EncodeText(key, kCFStringEncodingUTF8) &&
+            (json.is_string()
+                 ? EncodeText(static_cast<CFStringRef>(value), kCFStringEncodingUTF8).has_value()
+                 : !json.is_null() && json.dump() != "null");
+        if (isWhole) {
+            append(object, key, json);
+            return;
+        }
+        Complain(std::string(cPreferences) + ": " + Quote(TextForPeople(key)) +
+                 " has a value that JSON does not have, and is left out");
+        session.SetStatus(Exit::Failed);
+    });
+    PrintJson(session.out, object);
+}
+
+ValueRef valueFromJson(const Json& json, const std::string& where) {
+    if (json.is_boolean()) {
+        return ValueRef(CFRetain(json.get<bool>() ? kCFBooleanTrue : kCFBooleanFalse));
+    }
+    if (json.is_number_float()) {
+        const double real = json.get<double>();
+        return ValueRef(CFNumberCreate(nullptr, kCFNumberDoubleType, &real));
+    }
+    if (json.is_number() &&
+        (!json.is_number_unsigned() || json.get<std::uint64_t>() <= INT64_MAX)) {
+        const SInt64 integer = json.get<SInt64>();
+        return ValueRef(CFNumberCreate(nullptr, kCFNumberSInt64Type, &integer));
+    }
+    if (!json.is_string()) {
+        Fail(Exit::Damaged, where, "must be a text, a 64-bit number, true or false");
+    }
+    const StringRef text = DecodeText(json.get_ref<const std::string&>(), kCFStringEncodingUTF8);
+    return ValueRef(text ? CFRetain(text.Get()) : nullptr);
+}
+
+// Stores all or, if anything is wrong, nothing. Other keys stay.
+void importKeys(const PrefsOptions& options, Session&) {
+    const std::string name = InputName(options.file);
+    const Json object = ParseJson(ReadInput(options.file), name);
+    if (!object.is_object()) {
+        Fail(Exit::Damaged, name, "is no JSON object with keys and values");
+    }
+    LoadPreferencesToWrite();
+    for (const auto& [key, json] : object.items()) {
+        const std::string where = name + ": " + Quote(key);
+        const ValueRef value = valueFromJson(json, where);
+        const StringRef text = DecodeText(key, kCFStringEncodingUTF8);
+        if (!text || !value || !storeValue(text.Get(), value.Get())) {
+            Fail(Exit::Damaged, where, "a key or text with control characters cannot be stored");
+        }
+    }
+    SavePreferences();
+}
+
 void setValue(const PrefsOptions& options, Session&) {
     const StringRef key = decode(options.key);
     const StringRef value = decode(options.value);
     LoadPreferencesToWrite();
-    storeValue(key.Get(), value.Get());
-    // The platform ignores texts that it cannot hold.
-    const ValueRef stored = copyValue(key.Get());
-    if (!stored || CFEqual(stored.Get(), value.Get()) == 0) {
+    if (!storeValue(key.Get(), value.Get())) {
         Fail(Exit::Usage, cPreferences, "cannot hold this: a key or text with control characters");
     }
     SavePreferences();
@@ -158,6 +229,14 @@ void AddPrefsCommand(CLI::App& app, Session& session) {
                                 "  tvtool prefs set RegisterInfo/RegFirstName Ada");
     addKey(set);
     AddText(set.app, "VALUE", set.options.value, "The text, taken literally")->required();
+    AddCommand(prefs, session, "export", exportKeys, "Prints all keys and values as JSON",
+               "  tvtool prefs export >Calyx.json");
+    const auto import = AddCommand(prefs, session, "import", importKeys,
+                                   "Stores the keys and values that export printed",
+                                   "  tvtool prefs import Calyx.json");
+    AddText(import.app, "FILE", import.options.file,
+            "A JSON object; - is standard input. Other keys stay")
+        ->required();
     addKey(AddCommand(prefs, session, "delete", deleteKey, "Removes a key",
                       "  tvtool prefs delete RegisterInfo/RegFirstName"));
 }
