@@ -73,19 +73,39 @@ TEST_F(RegistryCommandTest, PointsAtFaults) {
     EXPECT_THAT(Script("registry verify r; registry show r"), HasSubstr("byte-order mark"));
 }
 
+TEST_F(RegistryCommandTest, WarnsOfWhatIsSkipped) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"!nwreg 1.0 {\na=1\n[s]\n\n;c\n b\n[t\nv=1\n",
+         "tvtool: r:1: this is almost the first line of the current format, \"!NWREG 1.0 {\", but "
+         "the file is read as sectioned\ntvtool: r:2: a value before the first section is "
+         "skipped\ntvtool: r:6: a line that is no comment, section or value is skipped\n"
+         "tvtool: r:7: a section without its \"]\" is skipped\n[1]\n"},
+        {std::string("!NWREG 1.0 {\r\na=1\0b\r\n}\n", 22),
+         "tvtool: r:2: what follows the NUL in this line is skipped\n[1]\n"},
+        {"!NWREG 1.0 {\n}\n", "tvtool: r: nothing is found in this file\n[1]\n"},
+        {"[s]\nv=1\n", ""}};
+    for (const auto& [text, warnings] : cases) {
+        Write("r", text);
+        EXPECT_EQ(Script("registry verify r >o"), warnings);
+    }
+}
+
 TEST_F(RegistryCommandTest, AnswersAsTheFramework) {
     EXPECT_EQ(Script("registry app Calyx 2>e"), "[3]\n");
     Write(cShared, cCurrent);
     const std::string path = Path(cShared), from = "; " + path + "\n", name = "tvtool: " + path;
-    EXPECT_EQ(Script("registry app Calyx URL; registry app Cal/Paths; registry get Calyx/URL\n"
-                     "registry show; registry show --shared Calyx/Paths\n"
-                     "registry app Cal; registry app Calyx Paths; registry app\n"
-                     "registry app Calyx --json | grep application"),
-              from + "URL= \\\\x\n" + from + "T=\\xFF\n \\x\n" + cTree + "T=\\xFF\n" + name +
-                  ": has no directory for the application \"Cal\"\n[3]\n" + name +
-                  ": has no value \"Paths\" for the application \"Calyx\"\n[3]\n" + name +
-                  ": has no directory for the application \"CX7\"\n[3]\n" +
-                  "  \"application\": \"Calyx\",\n");
+    EXPECT_EQ(
+        Script("registry app Calyx URL; registry app Cal/Paths; registry get Calyx/URL\n"
+               "registry show; registry show --shared Calyx/Paths\n"
+               "registry app Cal; registry app Calyx Paths; registry app\n"
+               "registry app Calyx --json | grep application\n"
+               "registry show Calyx/Paths; registry get --shared Calyx/Paths/T; registry get x"),
+        from + "URL= \\\\x\n" + from + "T=\\xFF\n \\x\n" + cTree + "T=\\xFF\n" + name +
+            ": has no directory for the application \"Cal\"\n[3]\n" + name +
+            ": has no value \"Paths\" for the application \"Calyx\"\n[3]\n" + name +
+            ": has no directory for the application \"CX7\"\n[3]\n" +
+            "  \"application\": \"Calyx\",\nT=\\xFF\n\xFF\n" + name +
+            ": holds nothing at \"x\", which names no file either\n[3]\n");
     Write(cShared, "!NWREG 1.0 {\nCalyx{URL=1\n9");
     EXPECT_EQ(Script("registry app Calyx 2>e"), from + "URL=1\n[4]\n");
     EXPECT_THAT(Read("e"), HasSubstr(path + ":3:1: "));

@@ -137,7 +137,7 @@ Finding examineRegistry(const std::string& key) {
         const Tova::CRegNode* directory =
             key.empty() ? nullptr : file.Tree().GetNode()->DeepFind(key.c_str());
         found.source += std::string("; ") + file.FormatName() + " format, " +
-                        countOf(static_cast<long>(file.Size()), "byte") + ", " +
+                        countOf(static_cast<long>(file.Bytes().size()), "byte") + ", " +
                         countOf(counts.values, "value") +
                         (directory == nullptr && !key.empty() ? ", nothing for " + Quote(key) : "");
         if (!file.IsSound()) {

@@ -2,10 +2,12 @@
 #include "interface/AppVariables.h"
 #include "registry/CNWRegistry.h"
 #include "tvtool/base/Escapes.h"
+#include "tvtool/base/Files.h"
 #include "tvtool/base/Json.h"
 #include "tvtool/base/Tool.h"
 #include "tvtool/registry/RegistryDump.h"
 #include "tvtool/registry/RegistryFile.h"
+#include "tvtool/registry/RegistryWarnings.h"
 
 #include <memory>
 #include <new>
@@ -24,37 +26,57 @@ struct Arguments {
 
     // Returns the file to read. It is the shared registry if none is named.
     std::string File() const { return file.empty() ? RegistryFile::SharedPath() : file; }
-    // The first argument is the path with --shared, and if the only argument has to be a path.
-    void TakeFileForPath() { std::swap(file, path); }
+    // One argument that names no file is a path in the shared registry.
+    void TellFileFromPath() {
+        if (shared && !path.empty()) {
+            throw CLI::ValidationError("--shared", "takes a PATH and no FILE");
+        }
+        if (shared || (path.empty() && file != "-" && !file.empty() && !Exists(file))) {
+            std::swap(file, path);
+            isGuessed = !shared;
+        }
+    }
+    bool isGuessed = false;
 };
 
 void addFlags(CLI::App& command, Arguments& arguments) {
     command.add_flag("--json", arguments.json, "Print JSON");
 }
 
+// Reads the file that the arguments name.
+RegistryFile readFile(Arguments& arguments) {
+    arguments.TellFileFromPath();
+    try {
+        return RegistryFile(arguments.File());
+    } catch (const ToolError& error) {
+        if (!arguments.isGuessed) {
+            throw;
+        }
+        Fail(error.Status(), arguments.path,
+             std::string("there is no such file, and no shared registry to look it up in: ") +
+                 error.what());
+    }
+}
+
 // Returns the node, or exits. In a damaged file the node may stand behind the fault.
-const Tova::CRegNode& findNode(const RegistryFile& file, const std::string& path,
+const Tova::CRegNode& findNode(const RegistryFile& file, const Arguments& arguments,
                                Session& session) {
+    const std::string& path = arguments.path;
     const Tova::CRegNode& root = *file.Tree().GetNode();
     const Tova::CRegNode* found = path.empty() ? &root : root.DeepFind(path.c_str());
     if (found == nullptr) {
         file.ReportProblem(session);
         Fail(file.IsSound() ? Exit::NotFound : Exit::Damaged, file.Name(),
-             "holds nothing at " + Quote(path));
+             "holds nothing at " + Quote(path) +
+                 (arguments.isGuessed ? ", which names no file either" : ""));
     }
     return *found;
 }
 
 void show(const Arguments& given, Session& session) {
     Arguments arguments = given;
-    if (arguments.shared) {
-        if (!arguments.path.empty()) {
-            throw CLI::ValidationError("--shared", "takes a PATH and no FILE");
-        }
-        arguments.TakeFileForPath();
-    }
-    const RegistryFile file(arguments.File());
-    const Tova::CRegNode& top = findNode(file, arguments.path, session);
+    const RegistryFile file = readFile(arguments);
+    const Tova::CRegNode& top = findNode(file, arguments, session);
     if (arguments.json) {
         session.out << "{\n  \"format\": \"" << file.FormatName() << "\",\n  \"entries\": ";
         PrintTreeJson(session.out, top);
@@ -67,11 +89,11 @@ void show(const Arguments& given, Session& session) {
 
 void get(const Arguments& given, Session& session) {
     Arguments arguments = given;
+    const RegistryFile file = readFile(arguments);
     if (arguments.path.empty()) {
-        arguments.TakeFileForPath();
+        Fail(Exit::Usage, "registry get", "give the PATH of a value too");
     }
-    const RegistryFile file(arguments.File());
-    const Tova::CRegNode& found = findNode(file, arguments.path, session);
+    const Tova::CRegNode& found = findNode(file, arguments, session);
     if (found.IsDirectory()) {
         Fail(Exit::NotFound, file.Name(),
              Quote(arguments.path) + " is a directory and has no value; use registry show");
@@ -83,6 +105,7 @@ void get(const Arguments& given, Session& session) {
 void verify(const Arguments& arguments, Session& session) {
     const RegistryFile file(arguments.File());
     const TreeCounts counts = CountTree(*file.Tree().GetNode());
+    const std::vector<std::string> warnings = WarningsOf(file);
     if (arguments.json) {
         Json result = {{"format", file.FormatName()},
                        {"directories", counts.directories},
@@ -91,6 +114,10 @@ void verify(const Arguments& arguments, Session& session) {
         if (!file.IsSound()) {
             result["problem"] = JsonText(file.Problem());
         }
+        result["warnings"] = Json::array();
+        for (const std::string& warning : warnings) {
+            result["warnings"].push_back(JsonText(warning));
+        }
         PrintJson(session.out, result);
     } else {
         session.out << Printable(file.Name()) << ": " << file.FormatName()
@@ -98,6 +125,11 @@ void verify(const Arguments& arguments, Session& session) {
                     << std::to_string(counts.values) << ", comments "
                     << std::to_string(counts.comments)
                     << (file.IsSound() ? "\n" : ", before the fault\n");
+    }
+    session.out.Flush();
+    for (const std::string& warning : warnings) {
+        Complain(warning);
+        session.SetStatus(Exit::Failed);
     }
     file.ReportProblem(session);
 }
@@ -147,16 +179,21 @@ void showApplication(const AppArguments& arguments, Session& session) {
     file.ReportProblem(session);
 }
 
+void addPlace(CLI::App& command, Arguments& arguments, const std::string& pathHelp) {
+    AddText(command, "FILE", arguments.file,
+            std::string(cFileHelp) + ".\nOne argument that names no file is PATH in the shared "
+                                     "registry");
+    AddText(command, "PATH", arguments.path, pathHelp);
+    command.add_flag("--shared", arguments.shared, "Take PATH, and the shared registry");
+}
+
 void addShow(CLI::App& registry, Session& session) {
     const auto [command, arguments] =
         AddCommand(registry, session, "show", show, "Show a registry, or a part of it, as a tree",
                    "  tvtool registry show\n"
                    "  tvtool registry show ./registry Calyx/Paths --json\n"
                    "  tvtool registry show --shared Calyx");
-    AddText(command, "FILE", arguments.file,
-            std::string(cFileHelp) + ";\nwithout it, the shared registry");
-    AddText(command, "PATH", arguments.path, "Show what is there, such as Calyx/Paths");
-    command.add_flag("--shared", arguments.shared, "Show PATH of the shared registry");
+    addPlace(command, arguments, "Show what is there, such as Calyx/Paths");
     addFlags(command, arguments);
 }
 
@@ -165,12 +202,9 @@ void addGet(CLI::App& registry, Session& session) {
         AddCommand(registry, session, "get", get, "Print one value",
                    "  tvtool registry get Calyx/ProdRegURL\n"
                    "  tvtool registry get ./registry Calyx/ProdRegURL");
-    AddText(command, "FILE", arguments.file,
-            std::string(cFileHelp) + ";\nwith one argument, that is PATH in the shared registry")
-        ->required();
-    AddText(command, "PATH", arguments.path,
-            "The names of directories and of the value, with \"/\" between them;\na directory's "
-            "may be cut short");
+    addPlace(command, arguments,
+             "The names of directories and of the value, with \"/\" between them;\na directory's "
+             "may be cut short");
 }
 
 void addVerify(CLI::App& registry, Session& session) {

@@ -19,7 +19,8 @@ public:
     const std::string& Name() const { return name_; }
     const Tova::CRegDir& Tree() const { return tree_; }
     const char* FormatName() const;
-    std::size_t Size() const { return bytes_.size(); }
+    Tova::RegFormat Format() const { return report_.format; }
+    const std::string& Bytes() const { return bytes_; }
     // Returns true if all of it was read. Otherwise the tree holds the entries before the fault.
     bool IsSound() const { return problem_.empty(); }
     // Returns a message with file, line and column that tells the fault.
