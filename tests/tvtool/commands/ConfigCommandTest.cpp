@@ -151,6 +151,39 @@ TEST_F(ConfigCommandTest, SetsAndUnsets) {
               "%A=5\nB=x=y\nC=3\n\\x5BB=1]\n{}=2\n--C=5\n");
 }
 
+TEST_F(ConfigCommandTest, ShowsWhatDiffers) {
+    EXPECT_EQ(
+        Script("config create a.nwc A=1 B=2 C=3; config create b.nwc A=1 %B=2 D=4\n"
+               "config create c.nwc C=3 B=2 A=1; config diff a.nwc a.nwc\n"
+               "config diff a.nwc - <b.nwc; config diff a.nwc c.nwc\n"
+               "tvtool --color=always config diff a.nwc b.nwc | tail -n 1\n"
+               "config diff a.nwc b.nwc --json | tr -d ' \n'"),
+        "--- a.nwc\n+++ standard input\n-B=2\n+%B=2\n-C=3\n+D=4\n[1]\n"
+        "a.nwc and c.nwc hold the same variables in another order\n[1]\n"
+        "[1]\n\x1B[32m+D=4\x1B[0m\n[1]\n"
+        R"([{"name":"B","before":{"value":"2","fixed":false},"after":{"value":"2","fixed":true}},)"
+        R"({"name":"C","before":{"value":"3","fixed":false},"after":null},)"
+        R"({"name":"D","before":null,"after":{"value":"4","fixed":false}}])");
+}
+
+// The editors are shell scripts. Each gets the path of the text.
+TEST_F(ConfigCommandTest, EditsInAnEditor) {
+    EXPECT_EQ(Script("export TMPDIR=$PWD/t; mkdir t; config create a.nwc A=1 %B=2\n"
+                     "EDITOR='sed -i s/A=1/A=5/' config edit a.nwc; EDITOR=true config edit a.nwc\n"
+                     "EDITOR=false config edit a.nwc; ls t\n"
+                     "EDITOR='echo X >>' config edit a.nwc >o 2>&1\n"
+                     "sed \"s#$PWD/t/tvtool-......#TEXT#\" o; tail -n 1 t/*; rm t/*\n"
+                     // On a terminal, the second run of the editor mends the mistake.
+                     "echo 'grep -q X $1 && sed -i s/X/X=/ $1 || echo X >>$1' >e\n"
+                     "echo | EDITOR='sh e' script -qec \"$TVTOOL config edit a.nwc\" /dev/null |\n"
+                     "    grep -c again; ls t; config show a.nwc"),
+              "-A=1\n+A=5\na.nwc: nothing has changed\n" +
+                  Fails(1, "false: failed, so nothing was changed; EDITOR names another editor") +
+                  "[4]\ntvtool: TEXT.txt:5:1: no \"=\"; a line is NAME=VALUE or %NAME=VALUE, or "
+                  "begins with \"#\"\ntvtool: TEXT.txt: holds your changes, which were not taken\n"
+                  "X\n1\nA=5\n%B=2\nX=\n");
+}
+
 TEST_F(ConfigCommandTest, RefusesWhatIsNoUsableFile) {
     Script("mkdir d; mkfifo fifo; ln -s loop loop; echo precious >text\n"
            "for file in closed.nwc readonly.nwc d/a.nwc; do config create $file A=1; done\n"
@@ -175,6 +208,8 @@ TEST_F(ConfigCommandTest, RefusesWhatIsNoUsableFile) {
 }
 
 TEST_F(ConfigCommandTest, NoticesThatOutputIsLost) {
+    // Nobody has the pipe open for reading any more.
+    EXPECT_EQ(Script("mkfifo p; exec 6<>p 7>p 6>&-; tvtool --help >&7"), "[1]\n");
     const std::string full = Fails(1, "standard output: No space left on device");
     EXPECT_EQ(
         Script("tvtool --help >/dev/full; config create a.nwc; config verify a.nwc >/dev/full\n"

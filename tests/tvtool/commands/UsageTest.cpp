@@ -7,7 +7,18 @@ class UsageTest : public ToolTest {};
 
 TEST_F(UsageTest, SaysWhatIsWrongWithACommandLine) {
     const std::pair<std::string, std::string> cases[] = {
-        {"tvtool", "A subcommand is required; see 'tvtool --help'"},
+        {"tvtool", "a command is missing; see 'tvtool --help'"},
+        {"config shwo", "there is no command \"tvtool config shwo\"; did you mean \"show\"?; see "
+                        "'tvtool config --help'"},
+        {"tvtool help config x",
+         "there is no command \"tvtool config x\"; see 'tvtool config --help'"},
+        {"config show a --jsn x",
+         "there is no option \"--jsn\"; did you mean \"--json\"?; see 'tvtool config show --help'"},
+        {"config show a 'b\nc' d", "there are arguments too many: \"b\\nc\" \"d\"; see 'tvtool "
+                                   "config show --help'"},
+        {"config show --color=x a", "--color \"x\": is none of auto, always and never"},
+        {"registry get - </dev/null", "registry get: give the PATH of a value too"},
+        {"apply --json a", "apply --json: goes with --list only; add --list or leave it out"},
         {"config 'bog\nus'",
          "there is no command \"tvtool config bog\\nus\"; see 'tvtool config --help'"},
         {"config create a =1",
@@ -21,6 +32,15 @@ TEST_F(UsageTest, SaysWhatIsWrongWithACommandLine) {
     for (const auto& [script, message] : cases) {
         EXPECT_EQ(Script(script), Fails(2, message));
     }
+    EXPECT_EQ(Script("tvtool help config set >a; config set --help | cmp - a\n"
+                     "tvtool help | head -n 1; tvtool --version >a; tvtool version | cmp - a\n"
+                     "config create a.nwc AppName=1; config get a.nwc appnme; unset NO_COLOR\n"
+                     "export TERM=dumb; set='config set a.nwc B=1 --dry-run --diff'\n"
+                     "script -qc \"$TVTOOL $set\" /dev/null | tail -n 1\n"
+                     "script -qc \"$TVTOOL $set --color always\" /dev/null | tail -n 1"),
+              "Looks into and edits what TVframework works with.\n" +
+                  Fails(3, "a.nwc: has no variable \"appnme\"; did you mean \"AppName\"?") +
+                  "+B=1\r\n\x1B[32m+B=1\x1B[0m\r\n");
     EXPECT_EQ(Script("tvtool bogus >/dev/full"),
               Fails(2, "there is no command \"tvtool bogus\"; see 'tvtool --help'"));
 }

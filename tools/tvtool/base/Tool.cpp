@@ -1,6 +1,7 @@
 #include "tvtool/base/Tool.h"
 
 #include "posix/Files.h"
+#include "tvtool/base/Colour.h"
 #include "tvtool/base/Escapes.h"
 
 #include <unistd.h>
@@ -54,7 +55,12 @@ void Complain(std::string_view message) {
 void Output::Flush() {
     const std::string text = std::move(text_);
     text_.clear();
-    if (const int error = tvposix::WriteAll(STDOUT_FILENO, text); error != 0) {
+    const int error = tvposix::WriteAll(STDOUT_FILENO, text);
+    if (error == EPIPE) {
+        // The reader has seen enough.
+        throw ToolError(Exit::Failed, "");
+    }
+    if (error != 0) {
         Fail(Exit::Failed, "standard output", std::strerror(error));
     }
 }
@@ -68,12 +74,16 @@ void Output::PrintValue(std::string_view text) {
 }
 
 bool IsColourOff() {
-    const char* setting = std::getenv("NO_COLOR");
-    return setting != nullptr && *setting != '\0';
+    const auto isSet = [](const char* setting) { return setting != nullptr && *setting != '\0'; };
+    const char* terminal = std::getenv("TERM");
+    return ChosenColour() == Colour::Never ||
+           (ChosenColour() == Colour::Auto &&
+            (isSet(std::getenv("NO_COLOR")) ||
+             (terminal != nullptr && std::string_view(terminal) == "dumb")));
 }
 
 bool Output::IsColoured() const {
-    return IsTerminal() && !IsColourOff();
+    return ChosenColour() == Colour::Always || (IsTerminal() && !IsColourOff());
 }
 
 CLI::Option* AddText(CLI::App& app, const std::string& name, std::string& target,

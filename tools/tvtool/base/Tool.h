@@ -45,7 +45,7 @@ private:
 // Prints "tvtool: MESSAGE" in one line on standard error.
 void Complain(std::string_view message);
 
-// Returns true if NO_COLOR is set.
+// Returns true if no terminal gets colours.
 bool IsColourOff();
 
 // Collects standard output. Flush writes it, and finds out about a full disk or a closed pipe. If a
@@ -56,9 +56,9 @@ public:
         text_ += text;
         return *this;
     }
-    // Throws ToolError (Failed) if not everything could be written.
+    // Throws ToolError (Failed) if not all is written; without a message for a broken pipe.
     void Flush();
-    // Returns true if standard output is a terminal and NO_COLOR is not set.
+    // Returns true if the output gets colours (see Colour.h).
     bool IsColoured() const;
     bool IsTerminal() const;
     // Prints a text and a line end. A program gets the text as it is, a terminal gets it escaped.

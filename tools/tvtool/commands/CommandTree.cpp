@@ -20,7 +20,7 @@ std::string firstClause(std::string text) {
 }
 
 ValueKind kindOf(const std::string& name, CLI::Option& option) {
-    static const std::vector<std::string> cFiles = {"FILE", "OUT", "CERT"};
+    static const std::vector<std::string> cFiles = {"FILE", "FILE2", "OUT", "CERT"};
     ValueKind kind;
     kind.name = name;
     kind.words = splitWords(OfferedWords(option));

@@ -1,12 +1,14 @@
 // tvtool config: makes, shows and edits configuration files.
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
+#include "tvtool/base/Suggestions.h"
 #include "tvtool/base/Tool.h"
 #include "tvtool/config/ConfigFiles.h"
 #include "tvtool/config/ConfigText.h"
+#include "tvtool/config/ListDifference.h"
 #include "tvtool/config/ListEditing.h"
+#include "tvtool/config/TextEditor.h"
 
-#include <cstring>
 #include <memory>
 #include <unordered_set>
 
@@ -83,8 +85,14 @@ const Tova::CVar* findVariable(const Tova::CVarList& list, const std::string& na
         var = list.FindVar(name.c_str() + 1);
     }
     if (var == nullptr) {
+        std::vector<std::string> names;
+        for (const Tova::CVar* known = list.First(); known != nullptr; known = known->Next()) {
+            names.emplace_back(known->Name());
+        }
+        const std::string meant = Suggest(name, names);
         Fail(Exit::NotFound, InputName(file),
-             "has no variable " + Quote(name) + "; 'tvtool config show' lists them");
+             "has no variable " + Quote(name) +
+                 (meant.empty() ? "; 'tvtool config show' lists them" : meant));
     }
     return var;
 }
@@ -97,40 +105,6 @@ void get(const ConfigOptions& options, Session& session) {
         return PrintJson(session.out, VariableToJson(*var));
     }
     session.out.PrintValue(var->Value());
-}
-
-std::string coloured(const std::string& line, const char* colour, const Output& out) {
-    return out.IsColoured() ? std::string("\x1B[") + colour + "m" + line + "\x1B[0m\n"
-                            : line + "\n";
-}
-
-bool isSame(const Tova::CVar& a, const Tova::CVar& b) {
-    return a.IsFixed() == b.IsFixed() && std::strcmp(a.Value(), b.Value()) == 0;
-}
-
-// Returns the lines of `config show` that differ. A list keeps its order, so no line can have
-// moved.
-std::string linesThatDiffer(const Tova::CVarList& before, const Tova::CVarList& after,
-                            const Output& out) {
-    std::string lines;
-    const auto add = [&](const char* sign, const Tova::CVar& var) {
-        lines += coloured(sign + FormatVariable(var), *sign == '-' ? "31" : "32", out);
-    };
-    for (const Tova::CVar* old = before.First(); old != nullptr; old = old->Next()) {
-        const Tova::CVar* var = after.FindVar(old->Name());
-        if (var == nullptr || !isSame(*var, *old)) {
-            add("-", *old);
-            if (var != nullptr) {
-                add("+", *var);
-            }
-        }
-    }
-    for (const Tova::CVar* var = after.First(); var != nullptr; var = var->Next()) {
-        if (before.FindVar(var->Name()) == nullptr) {
-            add("+", *var);
-        }
-    }
-    return lines;
 }
 
 // Reads the file, lets `change` make the list `after` of the list `before`, and shows and writes
@@ -147,7 +121,7 @@ void edit(const ConfigOptions& options, Session& session, Change change) {
     Tova::CVarList before, after;
     ReadConfig(options.file, before);
     change(before, after);
-    const std::string difference = linesThatDiffer(before, after, session.out);
+    const std::string difference = LinesThatDiffer(before, after, session.out);
     const std::string name = Printable(InputName(options.file));
     if (options.diff && !difference.empty()) {
         session.out << "--- " << name << "\n+++ " << name << "\n" << difference;
@@ -166,6 +140,58 @@ void set(const ConfigOptions& options, Session& session) {
     edit(options, session, [&](const Tova::CVarList& before, Tova::CVarList& after) {
         CopyVariables(before, after);
         assignAll(after, options, session);
+    });
+}
+
+// Compares like diff: the status is Failed if there is a difference.
+void compare(const ConfigOptions& options, Session& session) {
+    if (options.file == "-" && options.other == "-") {
+        Fail(Exit::Usage, "config diff", "standard input cannot be both files");
+    }
+    Tova::CVarList before, after;
+    ReadConfig(options.file, before);
+    ReadConfig(options.other, after);
+    const std::string lines = LinesThatDiffer(before, after, session.out);
+    const bool isSame = EncodeConfig(before) == EncodeConfig(after);
+    if (!isSame) {
+        session.SetStatus(Exit::Failed);
+    }
+    if (options.json) {
+        return PrintJson(session.out, DifferenceToJson(before, after));
+    }
+    const std::string a = Printable(InputName(options.file));
+    const std::string b = Printable(InputName(options.other));
+    if (!lines.empty()) {
+        session.out << "--- " << a << "\n+++ " << b << "\n" << lines;
+    } else if (!isSame) {
+        session.out << a << " and " << b << " hold the same variables in another order\n";
+    }
+}
+
+// Keeps other edits of the file out while the editor runs.
+void editText(const ConfigOptions& options, Session& session) {
+    if (options.file == "-") {
+        Fail(Exit::Usage, "config edit", "standard input cannot be edited; name a file");
+    }
+    OutputFile file(options.file);
+    Tova::CVarList before;
+    ReadConfig(options.file, before);
+    std::string text = "# The variables of " + Printable(options.file) +
+                       ", one NAME=VALUE a line. A % before a name makes the value fixed.\n"
+                       "# \\n, \\r, \\t, \\\\ and \\xHH stand for what cannot be written.\n";
+    for (const Tova::CVar* var = before.First(); var != nullptr; var = var->Next()) {
+        text += FormatVariable(*var) + "\n";
+    }
+    EditText(text, [&](const std::string& changed, const std::string& name) {
+        Tova::CVarList after;
+        ParseVariables(changed, name, after);
+        const std::string bytes = EncodeConfig(after);
+        if (bytes == EncodeConfig(before)) {
+            session.out << Printable(options.file) << ": nothing has changed\n";
+            return;
+        }
+        file.Write(bytes);
+        session.out << LinesThatDiffer(before, after, session.out);
     });
 }
 
@@ -297,6 +323,13 @@ void addReaders(CLI::App& config, Session& session) {
              "The configuration files; - is standard input")
         ->required();
     verifying.app.add_flag("--json", verifying.options.json, "As an object for each file");
+    const auto comparing = addReader(config, session, "diff", compare,
+                                     "Shows the variables that differ between two files",
+                                     "  tvtool config diff Old.nwc New.nwc");
+    AddText(comparing.app, "FILE2", comparing.options.other, "The file to compare with")
+        ->required();
+    comparing.app.add_flag("--json", comparing.options.json,
+                           "As an array of {\"name\", \"before\", \"after\"}");
     const auto salvaging = addReader(config, session, "salvage", salvage,
                                      "Makes a file of what can be read of a damaged one",
                                      "  tvtool config salvage Broken.nwc Calyx.nwc");
@@ -319,6 +352,8 @@ void addEditors(CLI::App& config, Session& session) {
                   "  tvtool config unset Calyx.nwc Serial");
     AddTexts(unsetting.app, "NAME", unsetting.options.words, "The variables")->required();
     addEditFlags(unsetting);
+    addReader(config, session, "edit", editText, "Edits the variables in the editor EDITOR",
+              "  EDITOR=nano tvtool config edit Calyx.nwc");
 }
 
 void addCreate(CLI::App& config, Session& session) {

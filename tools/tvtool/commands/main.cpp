@@ -1,15 +1,20 @@
+#include "tvtool/base/Colour.h"
+#include "tvtool/base/Escapes.h"
+#include "tvtool/base/Suggestions.h"
 #include "tvtool/base/Tool.h"
 #include "tvtool/commands/Completions.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <new>
 #include <sstream>
 #include <string_view>
+#include <utility>
 
 namespace tvtool {
 namespace {
@@ -46,11 +51,74 @@ void occupyStandardStreams() {
     }
 }
 
+struct HelpOptions {
+    std::vector<std::string> words;
+    CLI::App* app = nullptr;
+};
+
+std::vector<std::string> commandsOf(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command :
+         app.get_subcommands([](const CLI::App* it) { return !it->get_group().empty(); })) {
+        names.push_back(command->get_name());
+    }
+    return names;
+}
+
+[[noreturn]] void failCommand(const CLI::App& app, const std::string& name,
+                              const std::string& word) {
+    throw ToolError(Exit::Usage, "there is no command " + Quote(name + " " + word) +
+                                     Suggest(word, commandsOf(app)) + "; see '" + name +
+                                     " --help'");
+}
+
+void showHelp(const HelpOptions& options, Session& session) {
+    const CLI::App* command = options.app;
+    std::string name = command->get_name();
+    for (const std::string& word : options.words) {
+        const std::vector<std::string> known = commandsOf(*command);
+        if (std::find(known.begin(), known.end(), word) == known.end()) {
+            failCommand(*command, name, word);
+        }
+        command = command->get_subcommand(word);
+        name += " " + word;
+    }
+    // The command's own function would show the help of what was parsed, which is "help".
+    session.out << command->get_formatter()->make_help(command, name, CLI::AppFormatMode::Normal);
+}
+
+struct NoOptions {};
+
+void showVersion(const NoOptions&, Session& session) {
+    session.out << "tvtool " << TVTOOL_VERSION << "\n";
+}
+
+void addColour(CLI::App& app) {
+    const auto take = [](const CLI::results_t& results) {
+        const std::string& word = results.front();
+        const bool isKnown = word == "auto" || word == "always" || word == "never";
+        if (!isKnown) {
+            Fail(Exit::Usage, "--color " + Quote(word), "is none of auto, always and never");
+        }
+        ChooseColour(word == "auto"     ? Colour::Auto
+                     : word == "always" ? Colour::Always
+                                        : Colour::Never);
+        return true;
+    };
+    OfferWords(*app.add_option("--color", CLI::callback_t(take),
+                               "Colour the output: on a terminal (auto), always or never")
+                    ->type_name("WHEN"),
+               "auto always never");
+}
+
 void declare(CLI::App& app, Session& session) {
     app.name("tvtool");
     app.set_help_flag("-h,--help", "Show this help");
     app.set_version_flag("--version", std::string("tvtool ") + TVTOOL_VERSION, "Show the version");
+    addColour(app);
     app.require_subcommand(1);
+    // So that --color may stand behind the command too.
+    app.fallthrough();
     app.footer("Each command has its own help: tvtool config set --help\n"
                "\n"
                "Example:\n"
@@ -65,6 +133,12 @@ void declare(CLI::App& app, Session& session) {
     AddRegistryCommand(app, session);
     AddDoctorCommand(app, session);
     AddServeCommand(app, session);
+    const auto help = AddCommand<HelpOptions>(
+        app, session, "help", showHelp, "Shows the help of a command", "  tvtool help config set");
+    help.options.app = &app;
+    AddTexts(help.app, "COMMAND", help.options.words, "The command's words; all without them");
+    AddCommand<NoOptions>(app, session, "version", showVersion, "Shows the version",
+                          "  tvtool version");
     AddCompletionsCommand(app, session);
 }
 
@@ -78,6 +152,30 @@ const CLI::App& findCommand(const CLI::App& app, std::string& name) {
     return *command;
 }
 
+// Says which of the arguments that nobody took is wrong, and why.
+std::string describeUnknown(const CLI::App& command, const std::vector<std::string>& unknown) {
+    const auto option = std::find_if(unknown.begin(), unknown.end(), [](const std::string& it) {
+        return it.size() > 1 && it.starts_with('-');
+    });
+    if (option != unknown.end()) {
+        std::vector<std::string> known;
+        for (const CLI::Option* it : command.get_options()) {
+            for (const std::string& spelling : it->get_lnames()) {
+                known.push_back("--" + spelling);
+            }
+        }
+        const std::string name = option->substr(0, option->find('='));
+        return "there is no option " + Quote(name) + Suggest(name, known);
+    }
+    std::string words;
+    for (const std::string& word : unknown) {
+        words += " " + Quote(word);
+    }
+    return (unknown.size() == 1 ? "there is an argument too many:"
+                                : "there are arguments too many:") +
+           words;
+}
+
 Exit answerParser(const CLI::App& app, const CLI::ParseError& error, Session& session) {
     std::ostringstream help, ignored;
     if (app.exit(error, help, ignored) == 0) {
@@ -85,15 +183,30 @@ Exit answerParser(const CLI::App& app, const CLI::ParseError& error, Session& se
         return Exit::Done;
     }
     std::string name;
-    const std::vector<std::string> unknown = findCommand(app, name).remaining();
+    const CLI::App& command = findCommand(app, name);
+    // What a command does not take goes up to the tool itself.
+    const std::vector<std::string> unknown = app.remaining(true);
     std::string what = error.what();
-    if (error.get_name() == "RequiredError" && !unknown.empty() && !unknown[0].starts_with('-')) {
-        what = "there is no command \"" + name + " " + unknown[0] + "\"";
+    if (!unknown.empty() && !unknown[0].starts_with('-') && !commandsOf(command).empty()) {
+        failCommand(command, name, unknown[0]);
+    }
+    if (!unknown.empty()) {
+        what = describeUnknown(command, unknown);
+    } else if (error.get_name() == "RequiredError" && !commandsOf(command).empty()) {
+        what = "a command is missing";
     } else if (error.get_name() == "ArgumentMismatch" && what.ends_with("missing")) {
         what = what.substr(0, what.find(':')) + " needs a value";
     }
     Complain(what + "; see '" + name + " --help'");
     return Exit::Usage;
+}
+
+// Tells of an error; one without a message needs no words.
+Exit answerError(const ToolError& error) {
+    if (*error.what() != '\0') {
+        Complain(error.what());
+    }
+    return error.Status();
 }
 
 Exit Run(int argc, char** argv) {
@@ -102,18 +215,19 @@ Exit Run(int argc, char** argv) {
     CLI::App app("Looks into and edits what TVframework works with.");
     try {
         declare(app, session);
-        app.parse(ProtectArguments(argc, argv));
-        status = session.Status();
-    } catch (const CLI::ParseError& error) {
-        status = answerParser(app, error, session);
+        try {
+            app.parse(ProtectArguments(argc, argv));
+            status = session.Status();
+        } catch (const CLI::ParseError& error) {
+            status = answerParser(app, error, session);
+        }
     } catch (const ToolError& error) {
-        status = error.Status();
         try {
             session.out.Flush();
         } catch (const ToolError& unwritten) {
-            Complain(unwritten.what());
+            answerError(unwritten);
         }
-        Complain(error.what());
+        status = answerError(error);
     }
     session.out.Flush();
     return status;
@@ -134,8 +248,7 @@ int main(int argc, char** argv) {
         try {
             status = tvtool::Run(argc, argv);
         } catch (const tvtool::ToolError& error) {
-            tvtool::Complain(error.what());
-            status = error.Status();
+            status = tvtool::answerError(error);
         } catch (const std::bad_alloc&) {
             throw;
         } catch (const std::exception& error) {
