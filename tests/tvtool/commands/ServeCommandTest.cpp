@@ -195,9 +195,8 @@ TEST_F(ServeCommandTest, ServesHttps) {
     EXPECT_EQ(Serve("start --json --tls a.pem a.key; send\n"
                     "export SSL_CERT_FILE=$PWD/a.pem; send; line | cut -d ';' -f 1; line >l; ask "
                     "plain; end"),
-              Fails(6, "https://HERE: no trusted TLS connection came about: the certificate is not "
-                       "trusted, has expired or is another host's, or the server speaks no TLS; "
-                       "the details are saved") +
+              Fails(6, "https://HERE: the server's certificate is not trusted, has expired, or is "
+                       "another host's; SSL_CERT_FILE can name one to trust; the details are saved") +
                   "sent to https://HERE: HTTP 200, 0 bytes\n"
                   "tvtool: NOW refused a request: the TLS handshake failed\n"
                   "tvtool: NOW refused a request: it is plain HTTP, or no TLS at least, and this "

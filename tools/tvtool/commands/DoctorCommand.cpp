@@ -196,7 +196,7 @@ Finding examineHttp() {
                            result.error.domain == kCFStreamErrorDomainPOSIX &&
                            (result.error.error == ENOSYS || result.error.error == EAGAIN);
     return {"HTTP support", isLacking ? "lacking" : "can be loaded", "",
-            isLacking ? DescribeError(result.error) : ""};
+            isLacking ? DescribeError(result.error, false) : ""};
 }
 
 Finding examineEncoding() {

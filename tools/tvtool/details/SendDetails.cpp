@@ -188,10 +188,13 @@ void DetailsRequest::WarnOfLosses(const Tova::CVarList& details) const {
     }
 }
 
-std::string DetailsRequest::Destination() const {
+std::string DetailsRequest::Route() const {
     return origin_ +
-           (proxy_.address.empty() ? "" : " through the proxy " + WithoutPassword(proxy_.address)) +
-           (source_.empty() ? "" : " (" + source_ + ")");
+           (proxy_.address.empty() ? "" : " through the proxy " + WithoutPassword(proxy_.address));
+}
+
+std::string DetailsRequest::Destination() const {
+    return Route() + (source_.empty() ? "" : " (" + source_ + ")");
 }
 
 std::string DetailsRequest::Describe() const {
@@ -215,14 +218,15 @@ std::string DetailsRequest::Send() const {
     case WebResult::End::Complete:
         break;
     case WebResult::End::Failed:
-        Fail(Exit::Network, origin_, answered + DescribeError(result.error) + cSaved);
+        Fail(Exit::Network, Route(),
+             answered + DescribeError(result.error, !proxy_.address.empty()) + cSaved);
     case WebResult::End::TimeLimit:
-        Fail(Exit::Network, origin_,
+        Fail(Exit::Network, Route(),
              answered + "no complete answer came within " + std::to_string(wait_) +
                  " s, so it is not known whether the details arrived" + cSaved);
     }
     if (result.status >= 400) {
-        Fail(Exit::Network, origin_, status + ": the registration was not accepted" + cSaved);
+        Fail(Exit::Network, Route(), status + ": the registration was not accepted" + cSaved);
     }
     return status + ", " + std::to_string(result.bodyBytes) + " bytes";
 }

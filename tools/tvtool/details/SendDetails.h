@@ -37,7 +37,9 @@ public:
     // For example "https://example.org".
     const std::string& Origin() const { return origin_; }
     const Proxy& Way() const { return proxy_; }
-    // Returns the origin, the proxy and what named the address, for messages.
+    // Returns the origin and the proxy, for messages.
+    std::string Route() const;
+    // Returns also what named the address, for messages.
     std::string Destination() const;
 
     // Sends and waits. Returns what was answered, "HTTP 200, 5 bytes". Throws ToolError (Network)

@@ -88,15 +88,27 @@ std::string describeHttpError(SInt32 error) {
     }
 }
 
+// The numbers are those of the HTTP library.
+std::string describeTlsError(SInt32 error) {
+    switch (error) {
+    case 60:
+        return "the server's certificate is not trusted, has expired, or is another host's; "
+               "SSL_CERT_FILE can name one to trust";
+    case 77:
+        return "the certificates to trust cannot be read; look at SSL_CERT_FILE";
+    default:
+        return "no TLS connection came about; does the server speak TLS?";
+    }
+}
+
 }  // namespace
 
-std::string DescribeError(const CFStreamError& error) {
+std::string DescribeError(const CFStreamError& error, bool isOfProxy) {
     switch (error.domain) {
     case kCFStreamErrorDomainNetDB:
-        return "no host of this name was found";
+        return isOfProxy ? "no proxy of this name was found" : "no host of this name was found";
     case kCFStreamErrorDomainSSL:
-        return "no trusted TLS connection came about: the certificate is not trusted, has "
-               "expired or is another host's, or the server speaks no TLS";
+        return describeTlsError(error.error);
     case kCFStreamErrorDomainHTTP:
         return describeHttpError(error.error);
     default:
@@ -104,7 +116,8 @@ std::string DescribeError(const CFStreamError& error) {
     }
     switch (error.error) {
     case ECONNREFUSED:
-        return "the connection was refused: nothing listens there";
+        return isOfProxy ? "the proxy refused the connection: nothing listens there"
+                         : "the connection was refused: nothing listens there";
     case ECONNRESET:
         return "the server closed the connection before the answer was complete";
     case ETIMEDOUT:
