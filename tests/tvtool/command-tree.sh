@@ -83,7 +83,7 @@ done <<'TABLE'
 tvtool re|registry
 tvtool registry s|show
 tvtool registry verify --j|--json
-tvtool registry get ./r P --|--help
+tvtool registry get ./r P --|--help --shared
 tvtool config create --f|--from --force
 tvtool config create |Calyx.nwc
 tvtool config create --from |Calyx.nwc
@@ -91,7 +91,7 @@ tvtool config create --from = Cal|Calyx.nwc
 tvtool config create --from = x Cal|Calyx.nwc
 tvtool config create --from x a -|-h --help --from --force
 tvtool config get Calyx.nwc |
-tvtool config get Calyx.nwc Name |-h --help --json
+tvtool config get Calyx.nwc Name |-h --help --json --damaged
 tvtool config show -- -|
 tvtool apply --set A = B Cal|Calyx.nwc
 tvtool details write --to http : //x.y Cal|Calyx.nwc

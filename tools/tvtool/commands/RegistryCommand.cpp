@@ -223,8 +223,8 @@ void addApp(CLI::App& registry, Session& session) {
                    "  tvtool registry app\n"
                    "  tvtool registry app CX7 ProdRegURL");
     AddText(command, "KEY", arguments.key,
-            "The application's directory; without it, or \"\", the one that the variable\n"
-            "AppKey names");
+            "The application's directory; without it, or \"\", the one\n"
+            "that the variable AppKey names");
     AddText(command, "NAME", arguments.valueName, "One of its values");
     command.add_flag("--json", arguments.json, "Print JSON");
 }
