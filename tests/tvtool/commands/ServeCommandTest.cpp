@@ -23,7 +23,7 @@ end() { kill -${1:-TERM} $server; rest; }
 send() { details write a.nwc --send --to $address/v/prod_reg "$@"; }
 connect() { timeout 60 bash -c 'peer=/dev/tcp/127.0.0.1/'"${address##*:}; exec 3<>\$peer; $1"; }
 ask() { connect "cat $1 >&3; cat <&3" | head -n 1 | tr -d '\r'; }
-config create a.nwc RegFirstName=Ada
+config create a.nwc --force RegFirstName=Ada
 )";
 
 std::string replaced(std::string text, const char* pattern, const std::string& by) {
