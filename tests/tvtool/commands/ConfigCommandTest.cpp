@@ -49,7 +49,7 @@ TEST_F(ConfigCommandTest, PutsTextsIntoJsonInTheSystemEncoding) {
               "[\n  {\n    \"name\": \"\xC3\xA9\",\n    \"value\": {\n      \"base64\": \"/w==\"\n"
               "    },\n    \"fixed\": false\n  }\n]\n");
     const ScopedEnv encoding("TV_SYSTEM_ENCODING", "ISO-8859-1");
-    EXPECT_EQ(Script("config get a.nwc \xC3\xA9 --json"),
+    EXPECT_EQ(Script("config get a.nwc \xC3\x83\xC2\xA9 --json"),
               "{\n  \"name\": \"\xC3\x83\xC2\xA9\",\n  \"value\": \"\xC3\xBF\",\n"
               "  \"fixed\": false\n}\n");
     EXPECT_EQ(Script("config show a.nwc --json | config create b.nwc --from -; cmp a.nwc b.nwc\n"

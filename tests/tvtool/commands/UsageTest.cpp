@@ -45,5 +45,26 @@ TEST_F(UsageTest, SaysWhatIsWrongWithACommandLine) {
               Fails(2, "there is no command \"tvtool bogus\"; see 'tvtool --help'"));
 }
 
+// Arguments and what people read are UTF-8 whatever the system encoding is.
+TEST_F(UsageTest, TakesArgumentsInUtf8) {
+    const ScopedEnv encoding("TV_SYSTEM_ENCODING", "ISO-8859-1");
+    const std::string refused =
+        "has a character that the system encoding does not have; TV_SYSTEM_ENCODING names another";
+    EXPECT_EQ(
+        Script("config create é.nwc RegFirstName=é; config get é.nwc RegFirstName | od -An -tx1\n"
+               "details write é.nwc --last-name José; details read --config é.nwc | head -n 2\n"
+               "config get é.nwc ñ; prefs set ñ é; prefs list; config show é.nwc | head -n 1\n"
+               "details write é.nwc --first-name 日; config set é.nwc A=$(printf '\\377')\n"
+               "apply '<ñ>' --set ñ=é | od -An -tx1; apply --strict '<ñ>' 2>&1"),
+        " e9 0a\nFirst name:    é\nLast name:     José\n" +
+            Fails(3, "é.nwc: there is no variable \"ñ\"") + "ñ=é\nRegFirstName=\\xE9\n" +
+            Fails(2, "\"日\": " + refused) + Fails(2, "\"A=\\xFF\": is not UTF-8") + " e9 0a\n" +
+            Fails(1, "TEXT:1:1: nobody defines \"ñ\""));
+    const ScopedEnv unknown("TV_SYSTEM_ENCODING", "UTF-9");
+    EXPECT_EQ(Script("prefs list"),
+              "tvtool: TV_SYSTEM_ENCODING \"UTF-9\": no 8-bit encoding has this "
+              "name; the default is used\nñ=é\n");
+}
+
 }  // namespace
 }  // namespace tvtest

@@ -1,6 +1,7 @@
 #include "tvtool/base/Escapes.h"
 
 #include "posix/CodePoint.h"
+#include "tvtool/base/PlatformText.h"
 
 #include <algorithm>
 #include <charconv>
@@ -86,7 +87,7 @@ std::string Printable(std::string_view text) {
 
 std::string Quote(std::string_view text) {
     std::string quoted = "\"";
-    return quoted.append(Escape(text, "\"")).append("\"");
+    return quoted.append(Escape(TextForPeople(text), "\"")).append("\"");
 }
 
 bool Unescape(std::string_view text, std::string& out, EscapeFault& fault) {

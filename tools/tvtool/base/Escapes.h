@@ -11,7 +11,7 @@ namespace tvtool {
 // marks and bytes that are not valid UTF-8 by \n, \r, \t or \xHH, and a backslash by two. The ASCII
 // characters in `also` become \xHH too.
 std::string Escape(std::string_view text, std::string_view also = {});
-// Escapes the text and puts it into double quotes, for messages.
+// Escapes a text in the system encoding, as UTF-8, and puts it into double quotes, for messages.
 std::string Quote(std::string_view text);
 // Escapes like Escape, but leaves a backslash alone. It is for whole messages, which are never
 // turned back.

@@ -33,7 +33,14 @@ std::optional<std::string> EncodeText(CFStringRef text, CFStringEncoding encodin
 
 std::string TextForPeople(CFStringRef text) {
     bool isWhole = false;
-    return encode(text, CFStringGetSystemEncoding(), '?', isWhole);
+    return encode(text, kCFStringEncodingUTF8, '?', isWhole);
+}
+
+std::string TextForPeople(std::string_view bytes) {
+    const CFStringEncoding system = CFStringGetSystemEncoding();
+    const StringRef text =
+        system != kCFStringEncodingUTF8 ? DecodeText(bytes, system) : StringRef();
+    return text ? TextForPeople(text.Get()) : std::string(bytes);
 }
 
 }  // namespace tvtool

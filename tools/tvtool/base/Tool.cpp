@@ -3,6 +3,7 @@
 #include "posix/Files.h"
 #include "tvtool/base/Colour.h"
 #include "tvtool/base/Escapes.h"
+#include "tvtool/base/PlatformText.h"
 
 #include <unistd.h>
 
@@ -10,7 +11,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 
 namespace tvtool {
 
@@ -37,6 +37,24 @@ std::string unprotect(const std::string& argument) {
     return argument.starts_with(cProtection) ? argument.substr(1) : argument;
 }
 
+// Returns what was typed. A text is UTF-8 then, and comes back in the system encoding.
+std::string readArgument(const std::string& typed, const CLI::Option& option) {
+    const std::string argument = unprotect(typed);
+    const CFStringEncoding system = CFStringGetSystemEncoding();
+    if (system == kCFStringEncodingUTF8 || TakesFile(option)) {
+        return argument;
+    }
+    const StringRef text = DecodeText(argument, kCFStringEncodingUTF8);
+    const std::optional<std::string> bytes = text ? EncodeText(text.Get(), system) : std::nullopt;
+    if (!bytes) {
+        Fail(Exit::Usage, "\"" + Escape(argument, "\"") + "\"",
+             text ? "has a character that the system encoding does not have; "
+                    "TV_SYSTEM_ENCODING names another"
+                  : "is not UTF-8");
+    }
+    return *bytes;
+}
+
 }  // namespace
 
 void Fail(Exit status, const std::string& subject, const std::string& what) {
@@ -50,6 +68,17 @@ void FailErrno(int error, const std::string& subject, const std::string& what) {
 void Complain(std::string_view message) {
     // If even this cannot be written, there is nobody left to tell.
     static_cast<void>(tvposix::WriteAll(STDERR_FILENO, "tvtool: " + Printable(message) + "\n"));
+}
+
+void CheckSystemEncoding() {
+    const char* named = std::getenv("TV_SYSTEM_ENCODING");
+    const StringRef name = DecodeText(named != nullptr ? named : "", kCFStringEncodingUTF8);
+    if (named != nullptr && *named != '\0' &&
+        (!name ||
+         CFStringConvertIANACharSetNameToEncoding(name.Get()) != CFStringGetSystemEncoding())) {
+        Complain("TV_SYSTEM_ENCODING " + Quote(named) +
+                 ": no 8-bit encoding has this name; the default is used");
+    }
 }
 
 void Output::Flush() {
@@ -88,28 +117,43 @@ bool Output::IsColoured() const {
 
 CLI::Option* AddText(CLI::App& app, const std::string& name, std::string& target,
                      const std::string& description) {
-    return app.add_option(name, CLI::callback_t([&target](const CLI::results_t& results) {
-                              target = unprotect(results.front());
-                              return true;
-                          }),
-                          description);
+    const auto option = std::make_shared<CLI::Option*>();
+    *option =
+        app.add_option(name, CLI::callback_t([&target, option](const CLI::results_t& results) {
+                           target = readArgument(results.front(), **option);
+                           return true;
+                       }),
+                       description);
+    return *option;
 }
 
 CLI::Option* AddTexts(CLI::App& app, const std::string& name, std::vector<std::string>& target,
                       const std::string& description) {
-    CLI::Option* option = app.add_option(
-        name, CLI::callback_t([&target](const CLI::results_t& results) {
-            target.clear();
-            std::transform(results.begin(), results.end(), std::back_inserter(target), unprotect);
-            return true;
-        }),
-        description);
+    const auto self = std::make_shared<CLI::Option*>();
+    CLI::Option* option = *self =
+        app.add_option(name, CLI::callback_t([&target, self](const CLI::results_t& results) {
+                           target.clear();
+                           for (const std::string& typed : results) {
+                               target.push_back(readArgument(typed, **self));
+                           }
+                           return true;
+                       }),
+                       description);
     option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     if (option->get_positional()) {
         // Many positional arguments are possible only together with taking "[a,b]" apart.
         return option->expected(1, -1)->allow_extra_args();
     }
     return option->allow_extra_args(false);
+}
+
+bool TakesFile(const CLI::Option& option) {
+    // A key is a file only together with its certificate.
+    static const std::vector<std::string> cFiles = {"FILE", "FILE2", "OUT", "DIR", "CERT KEY"};
+    const std::string name =
+        option.get_positional() ? option.get_name(true) : option.get_type_name();
+    return std::find(cFiles.begin(), cFiles.end(), name) != cFiles.end() ||
+           (name == "TEXT" && option.get_positional());
 }
 
 // The words are the name of a check that refuses nothing: the parser has no other place for them.

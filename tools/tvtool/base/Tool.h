@@ -42,6 +42,9 @@ private:
 // Fails for a system call, with the status and the text of the error number.
 [[noreturn]] void FailErrno(int error, const std::string& subject, const std::string& what);
 
+// Complains if TV_SYSTEM_ENCODING names an encoding that the platform does not know.
+void CheckSystemEncoding();
+
 // Prints "tvtool: MESSAGE" in one line on standard error.
 void Complain(std::string_view message);
 
@@ -81,12 +84,16 @@ private:
 };
 
 // CLI11's own conversions give a meaning to texts like "{}", "[a,b]" and "%%"; these two functions
-// hand over what was typed. `target` must outlive the parsing.
+// hand over what was typed. What names no file is taken for UTF-8 and handed over in the system
+// encoding; a text that this cannot hold ends the tool with Exit::Usage. `target` must outlive the
+// parsing.
 CLI::Option* AddText(CLI::App& app, const std::string& name, std::string& target,
                      const std::string& description);
 // Declares an option that can be repeated, or a positional argument that takes all that are left.
 CLI::Option* AddTexts(CLI::App& app, const std::string& name, std::vector<std::string>& target,
                       const std::string& description);
+// Returns true if the option's value, as its name in the help tells, is a file or a folder.
+bool TakesFile(const CLI::Option& option);
 // Names the words, with blanks between them, that a shell offers for the option's value. The parser
 // takes other texts too.
 void OfferWords(CLI::Option& option, const std::string& words);

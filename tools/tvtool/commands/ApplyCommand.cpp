@@ -67,14 +67,16 @@ Template readTemplate(const std::string& argument, const std::u16string& delimit
     Template made;
     const CFStringEncoding system = CFStringGetSystemEncoding();
     if (argument != "-" && !Exists(argument)) {
-        made.decoded = DecodeText(argument, system);
+        made.decoded = DecodeText(argument, kCFStringEncodingUTF8);
         const std::u16string units = made.decoded ? Tova::UnitsOf(made.decoded.Get()) : u"";
         const std::size_t open = units.find(delimiters[0]);
         made.isLiteral = open != units.npos && units.find(delimiters[1], open + 1) != units.npos;
     }
     made.name = made.isLiteral ? "TEXT" : InputName(argument);
     made.bytes = made.isLiteral ? argument : ReadInput(argument);
-    made.decoded = DecodeText(made.bytes, system);
+    if (!made.isLiteral) {
+        made.decoded = DecodeText(made.bytes, system);
+    }
     if (!made.decoded) {
         const bool isUtf8 = system == kCFStringEncodingUTF8;
         Fail(Exit::Damaged,
@@ -126,7 +128,7 @@ void listPlaceholders(const Task& task, bool json, Output& out) {
         Advance(place, task.text.substr(offset, placeholder.offset - offset));
         offset = placeholder.offset;
         if (json) {
-            array.push_back({{"name", JsonText(name)},
+            array.push_back({{"name", JsonText(name, kCFStringEncodingUTF8)},
                              {"defined", placeholder.isDefined},
                              {"line", place.line},
                              {"column", place.column}});
@@ -157,7 +159,8 @@ void refuseUndefined(const Task& task, const std::string& name, std::u16string_v
     for (const Placeholder& placeholder : undefined) {
         const std::string through = join(trail.Through(placeholder.offset));
         const Place place = PlaceOf(task.text, trail.OffsetOf(placeholder.offset));
-        messages.push_back(At(name, place) + ": nobody defines " + Quote(nameOf(placeholder)) +
+        messages.push_back(At(name, place) + ": nobody defines \"" +
+                           Escape(nameOf(placeholder), "\"") + "\"" +
                            (through.empty() ? "" : ", which comes from " + through));
         if (messages.size() == cMost && undefined.size() > cMost) {
             messages.push_back(name + ": " + std::to_string(undefined.size() - cMost) +
@@ -177,8 +180,9 @@ void refuseUndefined(const Task& task, const std::string& name, std::u16string_v
 }
 
 void printResult(std::u16string_view result, const Template& text, Output& out) {
-    const std::optional<std::string> bytes =
-        EncodeText(Tova::StringOfUnits(result).Get(), CFStringGetSystemEncoding());
+    const std::optional<std::string> bytes = EncodeText(
+        Tova::StringOfUnits(result).Get(),
+        out.IsTerminal() ? CFStringEncoding{kCFStringEncodingUTF8} : CFStringGetSystemEncoding());
     if (!bytes) {
         Fail(Exit::Failed, text.name, "the result does not fit the system encoding");
     }

@@ -20,14 +20,10 @@ std::string firstClause(std::string text) {
 }
 
 ValueKind kindOf(const std::string& name, CLI::Option& option) {
-    static const std::vector<std::string> cFiles = {"FILE", "FILE2", "OUT", "CERT"};
     ValueKind kind;
     kind.name = name;
     kind.words = splitWords(OfferedWords(option));
-    // A key is a file only together with its certificate.
-    kind.isFile = std::find(cFiles.begin(), cFiles.end(), name) != cFiles.end() ||
-                  (name == "KEY" && option.get_type_name() == "CERT KEY") ||
-                  (name == "TEXT" && option.get_positional());
+    kind.isFile = TakesFile(option);
     return kind;
 }
 

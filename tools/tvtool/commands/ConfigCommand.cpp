@@ -104,7 +104,8 @@ void get(const ConfigOptions& options, Session& session) {
     if (options.json) {
         return PrintJson(session.out, VariableToJson(*var));
     }
-    session.out.PrintValue(var->Value());
+    const std::string value = var->Value();
+    session.out.PrintValue(session.out.IsTerminal() ? TextForPeople(value) : value);
 }
 
 // Reads the file, lets `change` make the list `after` of the list `before`, and shows and writes

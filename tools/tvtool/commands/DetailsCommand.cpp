@@ -79,7 +79,7 @@ void readDetails(const ReadOptions& options, Session& session) {
         if (options.json) {
             object[TextForPeople(field.key())] = JsonText(value);
         } else {
-            session.out << LabelledLine(field.label, Escape(value));
+            session.out << LabelledLine(field.label, Escape(TextForPeople(value)));
         }
     }
     if (options.json) {

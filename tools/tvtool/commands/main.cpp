@@ -215,6 +215,7 @@ Exit Run(int argc, char** argv) {
     CLI::App app("Looks into and edits what TVframework works with.");
     try {
         declare(app, session);
+        CheckSystemEncoding();
         try {
             app.parse(ProtectArguments(argc, argv));
             status = session.Status();

@@ -28,8 +28,9 @@ std::pair<std::string, std::string> describeField(const QueryField& field) {
     const auto* known =
         std::find_if(cDetailFields.begin(), cDetailFields.end(),
                      [&](const DetailField& detail) { return detail.variable == field.name; });
-    const std::string label =
-        known != cDetailFields.end() ? known->label : "Unknown " + Quote(field.name);
+    const std::string label = known != cDetailFields.end()
+                                  ? known->label
+                                  : "Unknown \"" + Escape(field.name, "\"") + "\"";
     std::string text = field.hasValue ? Escape(field.value) : "(no value)";
     if (field.isMalformed) {
         text += "  (holds a malformed escape)";
