@@ -59,6 +59,13 @@ done <<<"$tree"
 
 # The completions: their syntax, and what bash's offers in a folder with one file.
 bash -n "$completions/bash/tvtool" || fail "bash finds a fault"
+# The tool that the completions ask, and what it knows.
+mkdir "$scratch/home" "$scratch/work"
+export HOME="$scratch/home" PATH="${tvtool%/*}:$PATH"
+unset XDG_CONFIG_HOME
+cd "$scratch/work"
+tvtool config create Calyx.nwc Alpha=1 %Beta=2 'C$(touch x)=3'
+tvtool prefs set Colour red
 for script in zsh/_tvtool fish/tvtool.fish; do
     shell=${script%/*}
     if command -v "$shell" >/dev/null; then
@@ -71,8 +78,6 @@ done
 compopt() { :; }
 # shellcheck disable=SC1091
 source "$completions/bash/tvtool"
-cd "$scratch"
-touch Calyx.nwc
 while IFS='|' read -r line expected; do
     read -ra COMP_WORDS <<<"$line"
     [[ $line != *' ' ]] || COMP_WORDS+=('')
@@ -90,7 +95,8 @@ tvtool config create --from |Calyx.nwc
 tvtool config create --from = Cal|Calyx.nwc
 tvtool config create --from = x Cal|Calyx.nwc
 tvtool config create --from x a -|-h --help --from --force
-tvtool config get Calyx.nwc |
+tvtool config get Calyx.nwc |Alpha Beta C\$\(touch\ x\)
+tvtool config set --diff Calyx.nwc B|Beta=
 tvtool config get Calyx.nwc Name |-h --help --json --damaged
 tvtool config show -- -|
 tvtool apply --set A = B Cal|Calyx.nwc
@@ -101,7 +107,55 @@ tvtool serve --tls a b --o|--once
 tvtool serve --fault s|stall slow status=
 tvtool serve --fault = re|reset redirect-loop
 tvtool serve --fault status =|
-tvtool prefs get C|
+tvtool prefs get C|Colour
 TABLE
+
+# The same in the other two shells, as far as they are installed.
+cat >fish-completes <<'FISH'
+source $argv[1]
+while read -l line
+    echo "$line|"(complete -C "$line" | string replace -r '\t.*' '' | string join ' ')
+end
+FISH
+cat >zsh-completes <<'ZSH'
+# A shell of its own prints the words that it would offer, in place of a menu.
+zmodload zsh/zpty
+zpty shell "TERM=dumb PS1= zsh -f -i"
+zpty -w shell "fpath=(${1:h} \$fpath); autoload -Uz compinit; compinit -u -d $PWD/../dump"
+zpty -w shell 'compadd() {
+    local -a offered
+    if [[ " $* " == *" -"[ODA]" "* ]]; then builtin compadd "$@"; return; fi
+    builtin compadd -O offered "$@"
+    print -r -- "<${(oj: :)offered}>" >>../offered
+    builtin compadd "$@"
+}'
+zpty -w shell "bindkey '^I' complete-word; setopt no_beep; PS1="
+zpty -w shell "print -r -- rea''dy"
+zpty -r -m shell seen '*ready*'
+while IFS= read -r line; do
+    : >../offered
+    zpty -n -w shell $'\C-u'"$line"$'\t'$'\C-u'"print -r -- do''ne"$'\n'
+    zpty -r -m shell seen '*done*'
+    print -r -- "$line|$(sed -n 's/^<\(.*\)>$/\1/p' ../offered | grep . | head -n 1)"
+done
+ZSH
+table=$(
+    cat <<'TABLE'
+tvtool serve --fault re|redirect-loop reset
+tvtool details read --p|--prefs
+tvtool config get Calyx.nwc B|Beta
+tvtool config set Calyx.nwc A|Alpha=
+tvtool prefs get C|Colour
+TABLE
+)
+for script in fish/tvtool.fish zsh/_tvtool; do
+    shell=${script%/*}
+    if command -v "$shell" >/dev/null; then
+        expect "$shell completes otherwise" "$table" \
+            "$(sed 's/|.*//' <<<"$table" | "$shell" "$shell-completes" "$completions/$script")"
+    else
+        echo "command-tree: skipped what $shell completes, because it is not installed"
+    fi
+done
 
 exit "$failed"

@@ -27,6 +27,14 @@ ValueKind kindOf(const std::string& name, CLI::Option& option) {
     return kind;
 }
 
+std::string askedFor(const CLI::App& app, const std::string& name) {
+    const std::string command = app.get_parent() != nullptr ? app.get_parent()->get_name() : "";
+    return command == "config" && name == "NAME"         ? "variables"
+           : command == "config" && name == "ASSIGNMENT" ? "assignments"
+           : command == "prefs" && name == "KEY"         ? "keys"
+                                                         : "";
+}
+
 bool isRepeated(const CLI::Option& option) {
     return option.get_multi_option_policy() == CLI::MultiOptionPolicy::TakeAll;
 }
@@ -58,6 +66,7 @@ CommandNode readCommand(CLI::App& app, std::vector<std::string> path) {
         if (option->get_positional()) {
             made.arguments.push_back({kindOf(option->get_name(true), *option),
                                       option->get_required(), isRepeated(*option)});
+            made.arguments.back().value.asked = askedFor(app, option->get_name(true));
         } else {
             made.options.push_back(readOption(*option));
         }

@@ -13,7 +13,10 @@ namespace tvtool {
 struct ValueKind {
     std::string name;  // as the help shows it, for example "FILE"
     bool isFile = false;
-    std::vector<std::string> words;  // the words to offer; empty if any text will do
+    std::vector<std::string> words;  // the words to offer
+    // What the shell asks the tool for: "variables" of the file that the line names, "assignments"
+    // to them, or the "keys" of the preferences. Any text will do if all these are empty.
+    std::string asked;
 };
 
 struct CommandOption {

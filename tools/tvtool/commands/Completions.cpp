@@ -63,7 +63,16 @@ std::string listOf(const CommandNode& tree) {
 // For bash: the tables of commands and of options with values, and a function that walks the line.
 constexpr char cBashHead[] = R"(# Completion of tvtool for bash, printed by the tool itself.
 
-# Sets what may follow the command "$1". A kind of value is "file", "other" or words with "|" between.
+# These print the variables of the configuration file "$1", assignments to them, and the keys of the
+# preferences.
+_tvtool_variables() {
+    [ ! -f "$1" ] || tvtool config show -- "$1" 2>/dev/null | sed 's/^%//; s/=.*//'
+}
+_tvtool_assignments() { _tvtool_variables "$1" | sed 's/$/=/'; }
+_tvtool_keys() { tvtool prefs list 2>/dev/null | sed 's/=.*//'; }
+
+# Sets what may follow the command "$1". A kind of value is "file", the end of a name above, "other", or
+# words with "|" between.
 _tvtool_command() {
     commands='' options='' arguments=''
     case $1 in
@@ -76,11 +85,11 @@ _tvtool_option() {
     values=''
     case $1 in
 )";
-constexpr char cBashTail[] = R"(    esac
+constexpr char cBashTail[] = R"bash(    esac
 }
 
 _tvtool() {
-    local commands options arguments values='' command=tvtool ended='' word kind
+    local commands options arguments values='' command=tvtool ended='' file='' word kind
     # bash takes words apart at "=" and ":".
     local typed=${COMP_WORDS[COMP_CWORD]} joined=() glue=''
     for word in "${COMP_WORDS[@]:1:COMP_CWORD}"; do
@@ -106,8 +115,11 @@ _tvtool() {
         elif [[ " $commands " == *" $word "* ]]; then
             command+=" $word"
             _tvtool_command "$command"
-        elif [[ $arguments == *' '* || $arguments != *... ]]; then
-            arguments=${arguments#"${arguments%% *}"} arguments=${arguments# }
+        else
+            file=${file:-${word/#\~\//$HOME/}}
+            if [[ $arguments == *' '* || $arguments != *... ]]; then
+                arguments=${arguments#"${arguments%% *}"} arguments=${arguments# }
+            fi
         fi
     done
     if [ -z "$values$ended" ] && [[ $current == --*=* ]]; then
@@ -128,6 +140,13 @@ _tvtool() {
             mapfile -t COMPREPLY < <(compgen -f -- "$current")
             compopt -o filenames
             ;;
+        variables | assignments | keys)
+            # A name may hold what the shell would run.
+            while IFS= read -r word; do
+                [[ $word != "$current"* ]] || COMPREPLY+=("$(printf %q "$word")")
+            done < <("_tvtool_$kind" "$file" </dev/null)
+            [[ $kind != assignments ]] || compopt -o nospace
+            ;;
         *)
             mapfile -t COMPREPLY < <(compgen -W "${kind//|/ }" -- "$current")
             [[ ${COMPREPLY[*]} != *= ]] || compopt -o nospace
@@ -136,10 +155,13 @@ _tvtool() {
     COMPREPLY=("${COMPREPLY[@]#"${current%"$typed"}"}")
 }
 complete -F _tvtool tvtool
-)";
+)bash";
 
 std::string bashKind(const ValueKind& kind) {
-    return kind.isFile ? "file" : kind.words.empty() ? "other" : join(kind.words, "|");
+    return kind.isFile           ? "file"
+           : !kind.asked.empty() ? kind.asked
+           : kind.words.empty()  ? "other"
+                                 : join(kind.words, "|");
 }
 
 std::string bashScript(const CommandNode& tree) {
@@ -178,9 +200,10 @@ std::string zshQuoted(const std::string& text) {
 
 std::string zshValue(const ValueKind& kind) {
     return ":" + backslashed(kind.name, "\\:") + ":" +
-           (kind.isFile          ? "_files"
-            : kind.words.empty() ? " "
-                                 : "(" + join(kind.words, " ") + ")");
+           (kind.isFile           ? "_files"
+            : !kind.asked.empty() ? "_tvtool_" + kind.asked
+            : kind.words.empty()  ? " "
+                                  : "(" + join(kind.words, " ") + ")");
 }
 
 std::string zshSpec(const CommandOption& option) {
@@ -228,9 +251,31 @@ std::string zshFunction(const CommandNode& command) {
            cases + "        esac ;;\n    esac\n}\n";
 }
 
+constexpr char cZshHead[] = R"(#compdef tvtool
+# Completion of tvtool for zsh, printed by the tool itself.
+
+# Offers the variables of the configuration file on the line, with "$1" behind each.
+_tvtool_variables() {
+    local word file=''
+    for word in $words[2,-1]; do
+        [[ $word == -* || -n $file ]] || file=${(Q)word/#\~\//$HOME/}
+    done
+    [[ -f $file ]] || return 1
+    local -a names=("${(@f)$(tvtool config show -- $file 2>/dev/null </dev/null)}")
+    names=("${(@)${(@)names#\%}%%=*}")
+    compadd ${1:+-S} $1 -a names
+}
+_tvtool_assignments() { _tvtool_variables = }
+# Offers the keys of the preferences.
+_tvtool_keys() {
+    local -a names=("${(@f)$(tvtool prefs list 2>/dev/null)}")
+    names=("${(@)names%%=*}")
+    compadd -a names
+}
+)";
+
 std::string zshScript(const CommandNode& tree) {
-    std::string text =
-        "#compdef tvtool\n# Completion of tvtool for zsh, printed by the tool itself.\n";
+    std::string text = cZshHead;
     forEachCommand(tree, [&](const CommandNode& command) { text += "\n" + zshFunction(command); });
     return text + "\n_tvtool \"$@\"\n";
 }
@@ -252,6 +297,20 @@ end
 function __tvtool_in
     set -l words (__tvtool_words)
     string match -q -- "$argv *" "$words "
+end
+
+# These print the variables of the configuration file on the line, assignments to them, and the keys of
+# the preferences.
+function __tvtool_variables
+    set -l words (__tvtool_words)
+    test -f "$words[3]"; or return
+    tvtool config show -- $words[3] 2>/dev/null | string replace -r '^%' '' | string replace -r '=.*' ''
+end
+function __tvtool_assignments
+    __tvtool_variables | string replace -r '$' '='
+end
+function __tvtool_keys
+    tvtool prefs list 2>/dev/null | string replace -r '=.*' ''
 end
 
 complete -c tvtool -f
@@ -290,7 +349,10 @@ std::string fishScript(const CommandNode& tree) {
                 start + " -a " + inner.path.back() + " -d " + fishQuoted(inner.description) + "\n";
         }
         for (const CommandArgument& argument : command.arguments) {
-            text += argument.value.isFile ? start + " -F\n" : "";
+            const ValueKind& value = argument.value;
+            text += value.isFile           ? start + " -F\n"
+                    : !value.asked.empty() ? start + " -a '(__tvtool_" + value.asked + ")'\n"
+                                           : "";
         }
     });
     return text;
