@@ -1,6 +1,7 @@
 // tvtool config: makes, shows and edits configuration files.
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
+#include "tvtool/base/PlatformText.h"
 #include "tvtool/base/Suggestions.h"
 #include "tvtool/base/Tool.h"
 #include "tvtool/config/ConfigFiles.h"
