@@ -110,7 +110,8 @@ tvtool serve --fault status =|
 tvtool prefs get C|Colour
 TABLE
 
-# The same in the other two shells, as far as they are installed.
+# The same in the other two shells, as far as they are installed. One of them offers a name with the
+# "=" that follows it, the other adds it afterwards.
 cat >fish-completes <<'FISH'
 source $argv[1]
 while read -l line
@@ -126,7 +127,7 @@ zpty -w shell 'compadd() {
     local -a offered
     if [[ " $* " == *" -"[ODA]" "* ]]; then builtin compadd "$@"; return; fi
     builtin compadd -O offered "$@"
-    print -r -- "<${(oj: :)offered}>" >>../offered
+    print -r -- "<${(j: :)${(@o)offered}}>" >>../offered
     builtin compadd "$@"
 }'
 zpty -w shell "bindkey '^I' complete-word; setopt no_beep; PS1="
@@ -144,7 +145,7 @@ table=$(
 tvtool serve --fault re|redirect-loop reset
 tvtool details read --p|--prefs
 tvtool config get Calyx.nwc B|Beta
-tvtool config set Calyx.nwc A|Alpha=
+tvtool config set Calyx.nwc A|Alpha
 tvtool prefs get C|Colour
 TABLE
 )
@@ -152,7 +153,8 @@ for script in fish/tvtool.fish zsh/_tvtool; do
     shell=${script%/*}
     if command -v "$shell" >/dev/null; then
         expect "$shell completes otherwise" "$table" \
-            "$(sed 's/|.*//' <<<"$table" | "$shell" "$shell-completes" "$completions/$script")"
+            "$(sed 's/|.*//' <<<"$table" | "$shell" "$shell-completes" "$completions/$script" |
+                sed 's/=$//')"
     else
         echo "command-tree: skipped what $shell completes, because it is not installed"
     fi

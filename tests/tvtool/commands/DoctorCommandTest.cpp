@@ -46,7 +46,8 @@ Everything here works.
     Write(".config/com.NimbusWorks.NWCX7.plist", "<");
     EXPECT_EQ(Examine("TV_SYSTEM_ENCODING=UTF-16 SSL_CERT_FILE=none XDG_DATA_HOME=x",
                       "--bundle machine"),
-              "[1]\n"
+              "tvtool: TV_SYSTEM_ENCODING \"UTF-16\": no 8-bit encoding has this name; the default "
+              "is used\n[1]\n"
               R"(! Library              machine/Versions/3/TVframework
                        there is no library here; install it, or name its folder with --bundle
 ! CXMnwc               machine/Versions/3/Resources/CXMnwc

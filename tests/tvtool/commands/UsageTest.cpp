@@ -57,8 +57,9 @@ TEST_F(UsageTest, TakesArgumentsInUtf8) {
                "details write é.nwc --first-name 日; config set é.nwc A=$(printf '\\377')\n"
                "apply '<ñ>' --set ñ=é | od -An -tx1; apply --strict '<ñ>' 2>&1"),
         " e9 0a\nFirst name:    é\nLast name:     José\n" +
-            Fails(3, "é.nwc: there is no variable \"ñ\"") + "ñ=é\nRegFirstName=\\xE9\n" +
-            Fails(2, "\"日\": " + refused) + Fails(2, "\"A=\\xFF\": is not UTF-8") + " e9 0a\n" +
+            Fails(3, "é.nwc: has no variable \"ñ\"; 'tvtool config show' lists them") +
+            "ñ=é\nRegFirstName=\\xE9\n" + Fails(2, "\"日\": " + refused) +
+            Fails(2, "\"A=\\xFF\": is not UTF-8") + " e9 0a\n" +
             Fails(1, "TEXT:1:1: nobody defines \"ñ\""));
     const ScopedEnv unknown("TV_SYSTEM_ENCODING", "UTF-9");
     EXPECT_EQ(Script("prefs list"),

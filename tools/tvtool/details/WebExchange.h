@@ -18,8 +18,8 @@ struct WebResult {
     std::size_t bodyBytes = 0;
     CFStreamError error{};  // It is set with End::Failed.
 };
-// Tells in words what went wrong. With a proxy between, an unknown name and a refused connection are
-// the proxy's.
+// Tells in words what went wrong. With a proxy between, an unknown name and a refused connection
+// are the proxy's.
 std::string DescribeError(const CFStreamError& error, bool isOfProxy);
 
 // Waits for at most `seconds` and then drops the request. For 0 it waits until the request ends by
