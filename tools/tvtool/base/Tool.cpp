@@ -39,7 +39,7 @@ std::string unprotect(const std::string& argument) {
 
 // Returns what was typed. A text is UTF-8 then, and comes back in the system encoding.
 std::string readArgument(const std::string& typed, const CLI::Option& option) {
-    const std::string argument = unprotect(typed);
+    std::string argument = unprotect(typed);
     const CFStringEncoding system = CFStringGetSystemEncoding();
     if (system == kCFStringEncodingUTF8 || TakesFile(option)) {
         return argument;

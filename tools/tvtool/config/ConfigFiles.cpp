@@ -64,7 +64,7 @@ ConfigReading DecodeConfig(std::string bytes, Tova::CVarList& list) {
 }
 
 std::string ConfigReading::Describe() const {
-    const std::string words = Tova::DamageOf(report.damage).words;
+    std::string words = Tova::DamageOf(report.damage).words;
     const std::string_view header = report.header.CStr();
     switch (report.damage) {
     case Damage::NoHeader:
