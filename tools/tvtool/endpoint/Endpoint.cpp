@@ -269,7 +269,7 @@ void Endpoint::SendSlowByte(Peer& peer) {
 
 void Endpoint::LookAt(Peer& peer) {
     unsigned char byte = 0;
-    if (recv(peer.socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 1) {
+    if (peer.firstByte < 0 && recv(peer.socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 1) {
         peer.firstByte = byte;
     }
 }
@@ -313,10 +313,14 @@ void Endpoint::TellEnd(Peer& peer) {
     if (peer.isTold || state.tcpi_bytes_received <= 1) {
         return;
     }
-    constexpr int cHandshake = 0x16;
+    // The library may have taken the handshake before its first byte was looked at. Then that byte
+    // is an alert's or another record's.
+    constexpr int cFirstRecord = 0x14;
+    constexpr int cLastRecord = 0x17;
     const bool isTls = !options_.tls.certificate.empty();
     std::string reason = peer.tlsFault;
-    if (isTls && peer.firstByte >= 0 && peer.firstByte != cHandshake) {
+    if (isTls && peer.firstByte >= 0 &&
+        (peer.firstByte < cFirstRecord || peer.firstByte > cLastRecord)) {
         reason = "it is plain HTTP, or no TLS at least, and this port takes HTTPS only";
     } else if (peer.isLate) {
         reason = "it took longer than 10 s to arrive";
