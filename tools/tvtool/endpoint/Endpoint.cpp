@@ -149,7 +149,7 @@ void Endpoint::Wait() {
         Peer& peer = peers_[i];
         if (polled[i].revents != 0 && peer.state == Peer::State::Active) {
             LookAt(peer);
-            peer.hasLeft = (polled[i].revents & ~POLLIN) != 0;
+            peer.hasLeft = (polled[i].revents & ~POLLIN) != 0 && !peer.isLate;
         } else if (polled[i].revents != 0) {
             Release(peer);
         } else if (peer.due <= now && peer.state == Peer::State::Held) {
@@ -304,7 +304,8 @@ void Endpoint::Refuse(Peer& peer, const std::string& reason) {
 }
 
 // The library answers some requests by itself and says nothing of them; which ones differs from
-// release to release. So the connection's own state has to tell what happened.
+// release to release. So the connection's own state has to tell what happened. The library may miss
+// that a client has left, if that was known before it read the request; then it waits in vain.
 void Endpoint::TellEnd(Peer& peer) {
     tcp_info state{};
     socklen_t size = sizeof state;
@@ -322,7 +323,7 @@ void Endpoint::TellEnd(Peer& peer) {
     if (isTls && peer.firstByte >= 0 &&
         (peer.firstByte < cFirstRecord || peer.firstByte > cLastRecord)) {
         reason = "it is plain HTTP, or no TLS at least, and this port takes HTTPS only";
-    } else if (peer.isLate) {
+    } else if (peer.isLate && !peer.hasLeft) {
         reason = "it took longer than 10 s to arrive";
     } else if (reason.empty()) {
         reason = state.tcpi_bytes_received > cMaxHead ? cTooLong
