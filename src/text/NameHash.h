@@ -16,8 +16,9 @@ inline std::uint64_t HashName(std::string_view name) {
     constexpr std::uint64_t cOdd = 0x9E37'79B9'7F4A'7C15;  // has no pattern in its bits
     std::uint64_t hash = reinterpret_cast<std::uintptr_t>(&cSomewhere) ^ name.size();
     const auto mix = [&hash](std::uint64_t bits) {
-        hash = (hash ^ bits) * cOdd;
-        hash ^= hash >> 32;
+        __extension__ using Wide = unsigned __int128;
+        const Wide product = Wide{hash ^ bits} * cOdd;
+        hash = static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
     };
     const char* at = name.data();
     std::size_t left = name.size();
@@ -40,8 +41,35 @@ inline std::uint64_t HashName(std::string_view name) {
                byteAt(left - 1);
     }
     mix(rest);
-    mix(0);
     return hash;
+}
+
+inline std::uint64_t HashName(std::u16string_view name) {
+    return HashName(
+        {reinterpret_cast<const char*>(name.data()), name.size() * sizeof name.front()});
+}
+
+// Tells whether two names are the same. It is inline and compares short ones in words, because a
+// call would cost as much as the rest of a look-up.
+template <class C>
+bool AreNamesEqual(std::basic_string_view<C> a, std::basic_string_view<C> b) {
+    if (a.size() != b.size()) {
+        return false;
+    }
+    const std::size_t size = a.size() * sizeof(C);
+    const auto* one = reinterpret_cast<const char*>(a.data());
+    const auto* other = reinterpret_cast<const char*>(b.data());
+    const auto areEndsEqual = [=](auto word) {
+        return std::memcmp(one, other, sizeof word) == 0 &&
+               std::memcmp(one + size - sizeof word, other + size - sizeof word, sizeof word) == 0;
+    };
+    if (size >= sizeof(std::uint64_t) && size <= 2 * sizeof(std::uint64_t)) {
+        return areEndsEqual(std::uint64_t{});
+    }
+    if (size >= sizeof(std::uint32_t) && size < sizeof(std::uint64_t)) {
+        return areEndsEqual(std::uint32_t{});
+    }
+    return a == b;
 }
 
 }  // namespace Tova

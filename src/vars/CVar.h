@@ -31,7 +31,6 @@ public:
     const CVar* Next() const { return next_; }
 
 private:
-    friend class CVarIndex;
     friend class CVarList;
 
     // Returns how many bytes a variable takes, texts included. Throws std::bad_alloc if int cannot

@@ -6,7 +6,7 @@
 #include "text/CString.h"
 #include "text/RStatus.h"
 #include "vars/CVar.h"
-#include "vars/CVarIndex.h"
+#include "vars/NameIndex.h"
 
 #include <array>
 #include <cstddef>
@@ -114,7 +114,7 @@ private:
     // Tells of every byte value whether it occurs in some name.
     std::array<bool, 256> nameBytes_{};
     // Leads from name to variable; used once the list is long.
-    CVarIndex index_;
+    NameIndex<CVar, char> index_;
     std::unique_ptr<Memory> memory_;
     // What Apply made of the variables for platform strings, until one of them changes.
     mutable std::unique_ptr<const WideVars, DropWide> wide_;

@@ -41,7 +41,7 @@ int CVarList::Apply(CString& text, const char* delimiters) const {
     const auto find = [this](std::string_view name) -> const CVar* { return FindVar(name); };
     const std::string_view view(text.CStr(), static_cast<std::size_t>(text.Length()));
     ScanOutput<char> out;
-    out.Reserve(view.size());
+    out.ReserveFor(view.size());
     NoObserver nobody;
     // Without a circle no value is open inside itself.
     const auto count =

@@ -8,10 +8,8 @@ void Assign(CString& text, std::string_view bytes) {
     if (bytes.size() >= INT_MAX) {
         throw std::bad_alloc();
     }
-    char* buffer = text.Lock(static_cast<int>(bytes.size()) + 1);
-    std::memcpy(buffer, bytes.data(), bytes.size());
-    buffer[bytes.size()] = '\0';
-    text.Unlock();
+    text.Clear();  // so that nothing is copied if the buffer has to grow
+    std::memcpy(text.Extend(static_cast<int>(bytes.size())), bytes.data(), bytes.size());
 }
 
 CFRef<CFStringRef> MakeCFString(const char* text) {

@@ -35,7 +35,8 @@ struct Delimiters {
     char close = '>';
 };
 
-// Sets `text` to `bytes`, which hold no NUL. Throws std::bad_alloc if int cannot hold the length.
+// Sets `text` to `bytes`, which hold no NUL and are not its own. Throws std::bad_alloc if int
+// cannot hold the length.
 void Assign(CString& text, std::string_view bytes);
 // Makes a platform string from text in the system encoding. Returns null if the text is not valid.
 CFRef<CFStringRef> MakeCFString(const char* text);
@@ -99,6 +100,8 @@ public:
 
     std::basic_string_view<C> View() const { return {begin_, size_}; }
     std::size_t Size() const { return size_; }
+    // Makes room for what a text of `count` characters becomes, if that is no more than usual.
+    void ReserveFor(std::size_t count) { Reserve(count + count / 4); }
     // Makes room for `count` more characters. Throws std::bad_alloc if int cannot hold the length.
     void Reserve(std::size_t count) {
         if (count > room_ - size_) {

@@ -9,7 +9,7 @@ namespace {
 // UniChar and char16_t look the same, and the platform does no more than copy them.
 static_assert(sizeof(UniChar) == sizeof(char16_t));
 
-bool holds(const std::u16string& name, char16_t unit) {
+bool holds(std::u16string_view name, char16_t unit) {
     return name.find(unit) != name.npos;
 }
 
@@ -37,26 +37,35 @@ WideVars::WideVars(const CVarList& list) : encoding_(CFStringGetSystemEncoding()
         const CFRef<CFStringRef> name = MakeCFString(var->Name());
         const CFRef<CFStringRef> value = MakeCFString(var->Value());
         if (name && value) {
-            vars_.push_back({UnitsOf(name.Get()), UnitsOf(value.Get()), var});
+            vars_.push_back({Keep(name.Get()), Keep(value.Get()), var});
         }
     }
-    // The map refers to the names, so it is made when they no longer move.
-    byName_.reserve(vars_.size());
+    // The index refers to the variables, so it is made when they no longer move.
+    index_.Reserve(std::max<std::size_t>(vars_.size(), 1));
     for (const WideVar& var : vars_) {
-        byName_.emplace(var.name, &var);
+        const std::uint64_t hash = HashName(var.name);
+        if (index_.Find(var.name, hash) != nullptr) {
+            areNamesUnique_ = false;
+            continue;
+        }
+        index_.Insert(var, hash);
         for (const char16_t unit : var.name) {
             lowBytes_.set(unit & 0xFF);
         }
     }
 }
 
-const WideVar* WideVars::Find(std::u16string_view name) const {
-    const auto found = byName_.find(name);
-    return found != byName_.end() ? found->second : nullptr;
+std::u16string_view WideVars::Keep(CFStringRef string) {
+    const auto count = static_cast<std::size_t>(CFStringGetLength(string));
+    auto* units =
+        static_cast<char16_t*>(texts_.allocate(count * sizeof(char16_t), alignof(char16_t)));
+    CFStringGetCharacters(string, CFRangeMake(0, static_cast<CFIndex>(count)),
+                          reinterpret_cast<UniChar*>(units));
+    return {units, count};
 }
 
 bool WideVars::ScanServes(char16_t open, char16_t close) const {
-    if (open == close || byName_.size() != vars_.size()) {
+    if (open == close || !areNamesUnique_) {
         return false;
     }
     if (!lowBytes_.test(open & 0xFF) && !lowBytes_.test(close & 0xFF)) {

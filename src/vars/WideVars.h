@@ -3,14 +3,15 @@
 #pragma once
 
 #include "vars/CVarList.h"
+#include "vars/NameIndex.h"
 #include "vars/Substitution.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <bitset>
+#include <memory_resource>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace Tova {
@@ -21,10 +22,11 @@ std::u16string UnitsOf(CFStringRef string);
 CFRef<CFStringRef> StringOfUnits(std::u16string_view units);
 
 struct WideVar {
+    std::u16string_view NameView() const { return name; }
     std::u16string_view ValueView() const { return value; }
 
-    std::u16string name;
-    std::u16string value;
+    std::u16string_view name;
+    std::u16string_view value;
     const CVar* var;
 };
 
@@ -41,15 +43,22 @@ public:
     // The variables in the order of the list.
     const std::vector<WideVar>& All() const { return vars_; }
     // Returns the first variable of this name, or null.
-    const WideVar* Find(std::u16string_view name) const;
+    const WideVar* Find(std::u16string_view name) const {
+        return index_.Find(name, HashName(name));
+    }
     // Returns true if one scan gives the result of the passes: the delimiters differ, no name holds
     // one of them, and no two names read the same.
     bool ScanServes(char16_t open, char16_t close) const;
 
 private:
+    // Returns a copy of the string's units, which lives as long as the object.
+    std::u16string_view Keep(CFStringRef string);
+
     CFStringEncoding encoding_;
+    std::pmr::monotonic_buffer_resource texts_;
     std::vector<WideVar> vars_;
-    std::unordered_map<std::u16string_view, const WideVar*> byName_;
+    NameIndex<const WideVar, char16_t> index_;
+    bool areNamesUnique_ = true;
     // The lower byte of every unit that occurs in some name.
     std::bitset<256> lowBytes_;
 };
@@ -66,7 +75,8 @@ unsigned SubstituteInPasses(std::u16string& text, char16_t open, char16_t close,
         }
         before = total;
         for (const WideVar& var : vars.All()) {
-            total += ReplaceAll<char16_t>(text, open + var.name + close, var, observer);
+            const std::u16string placeholder = open + std::u16string(var.name) + close;
+            total += ReplaceAll<char16_t>(text, placeholder, var, observer);
             observer.EndPass(text.size());
         }
     }
@@ -83,7 +93,7 @@ unsigned Substitute(std::u16string_view text, char16_t open, char16_t close, con
         const std::size_t maxDepth =
             Observer::cEndsCircles ? static_cast<std::size_t>(-1) : vars.All().size() + 1;
         const auto find = [&vars](std::u16string_view name) { return vars.Find(name); };
-        out.Reserve(text.size());
+        out.ReserveFor(text.size());
         if (const auto count =
                 SubstituteInOneScan(text, open, close, maxDepth, find, out, observer)) {
             return *count;
