@@ -33,7 +33,12 @@ std::string fetch(const std::string& url) {
         {" reset", kCFStreamErrorDomainPOSIX, ECONNRESET},
         {" loop", kCFStreamErrorDomainHTTP, kCFStreamErrorHTTPRedirectionLoop},
         {" no HTTP", kCFStreamErrorDomainHTTP, kCFStreamErrorHTTPParseFailure},
-        {" not trusted", kCFStreamErrorDomainSSL, error},
+        {" not trusted", kCFStreamErrorDomainSSL, errSSLXCertChainInvalid},
+        {" expired", kCFStreamErrorDomainSSL, errSSLCertExpired},
+        {" too early", kCFStreamErrorDomainSSL, errSSLCertNotYetValid},
+        {" other name", kCFStreamErrorDomainSSL, errSSLHostNameMismatch},
+        {" no store", kCFStreamErrorDomainSSL, errSSLBadConfiguration},
+        {" no TLS", kCFStreamErrorDomainSSL, errSSLProtocol},
     };
     const char* name = " another error";
     for (const auto& [known, itsDomain, itsError] : errors) {
@@ -120,6 +125,8 @@ TEST(WebPeers, FollowsTwentyRedirectsInTheWeb) {
 TEST(WebPeers, TrustsOnlyVerifiedServersAndStaysSecure) {
     const TlsServer secure;
     const TlsServer other("DNS:other.invalid");
+    const TlsServer expired("IP:127.0.0.1", "00");
+    const TlsServer early("IP:127.0.0.1", "49");
     const LoopbackServer plain({
         {"/up", redirectTo(secure.Url("/again"))},
         {"/up-and-down", redirectTo(secure.Url("/down"))},
@@ -128,11 +135,21 @@ TEST(WebPeers, TrustsOnlyVerifiedServersAndStaysSecure) {
     secure.Serve("ok", AnswerOf("200 OK", "secret"));
     secure.Serve("again", redirectTo(secure.Url("/ok")));
     secure.Serve("down", redirectTo(plain.Url("/leak")));
-    other.Serve("ok", AnswerOf("200 OK", "secret"));
 
     EXPECT_EQ(fetch(secure.Url("/ok")), "error 0  not trusted");
-    const ScopedEnv trustOther("SSL_CERT_FILE", other.Certificate());
-    EXPECT_EQ(fetch(other.Url("/ok")), "error 0  not trusted");
+    const LoopbackServer bare([](Connection& connection) {
+        connection.Send("SSH-2.0-OpenSSH_9.2\r\n");
+        connection.Hold();
+    });
+    for (const auto& [store, url, error] :
+         {std::tuple(other.Certificate(), other.Url("/ok"), "other name"),
+          {expired.Certificate(), expired.Url("/ok"), "expired"},
+          {early.Certificate(), early.Url("/ok"), "too early"},
+          {secure.Certificate(), bare.Url("/", "https"), "no TLS"},
+          {"none", secure.Url("/ok"), "no store"}}) {
+        const ScopedEnv trust("SSL_CERT_FILE", store);
+        EXPECT_EQ(fetch(url), std::string("error 0  ") + error);
+    }
     const ScopedEnv trust("SSL_CERT_FILE", secure.Certificate());
     EXPECT_EQ(fetch(secure.Url("/again")), "data,end 200 secret");
     EXPECT_EQ(fetch(plain.Url("/up")), "data,end 200 secret");
@@ -156,6 +173,9 @@ TEST(WebPeers, ProxiesComeFromTheEnvironment) {
     const std::string tunnel = proxy.Requests().at(2);
     EXPECT_TRUE(tunnel.starts_with("CONNECT host.invalid:443 HTTP/1.1\r\n")) << tunnel;
     EXPECT_EQ(tunnel.find("Test/1.0"), std::string::npos) << tunnel;
+    const TlsServer secure;
+    const ScopedEnv byTls("http_proxy", secure.Url(""));
+    EXPECT_EQ(fetch("http://host.invalid/"), "error 0  not trusted");
 }
 
 }  // namespace

@@ -13,8 +13,10 @@ namespace tvtest {
 // connection at a time.
 class TlsServer {
 public:
-    // Makes a certificate of its own for an address, in the form that openssl takes.
-    explicit TlsServer(const std::string& subjectAltName = "IP:127.0.0.1");
+    // Makes a certificate of its own for an address, in the form that openssl takes. Two digits of
+    // a year put its whole validity there.
+    explicit TlsServer(const std::string& subjectAltName = "IP:127.0.0.1",
+                       const std::string& year = "");
     // Ends the child process.
     ~TlsServer();
     TlsServer(const TlsServer&) = delete;

@@ -6,7 +6,8 @@
 
 namespace tvplatform {
 
-// `systemError` is the errno of the last failed connection, or 0.
-CFStreamError StreamErrorOf(CURLcode result, long systemError);
+// `systemError` is the errno of the last failed connection, or 0. `verification` is OpenSSL's
+// result for the certificate that was looked at last.
+CFStreamError StreamErrorOf(CURLcode result, long systemError, long verification);
 
 }  // namespace tvplatform

@@ -48,6 +48,14 @@ long statusOf(CURL* easy) {
     return status;
 }
 
+// The server's certificate is looked at only if a proxy's is good, or if there is none.
+long verificationOf(CURL* easy) {
+    long ofProxy = 0, ofServer = 0;
+    curl_easy_getinfo(easy, CURLINFO_PROXY_SSL_VERIFYRESULT, &ofProxy);
+    curl_easy_getinfo(easy, CURLINFO_SSL_VERIFYRESULT, &ofServer);
+    return ofProxy != 0 ? ofProxy : ofServer;
+}
+
 }  // namespace
 
 CurlTransfer::~CurlTransfer() {
@@ -306,6 +314,7 @@ void CurlTransfer::TakeResult() {
 void CurlTransfer::Finish(CURLcode result) {
     long systemError = 0;
     curl_easy_getinfo(easy_, CURLINFO_OS_ERRNO, &systemError);
+    const long verification = verificationOf(easy_);
     {
         const std::lock_guard guard(dataLock_);
         // The library takes a connection that is closed inside the header for an answer.
@@ -315,7 +324,7 @@ void CurlTransfer::Finish(CURLcode result) {
         state_.ended = result == CURLE_OK;
         state_.failed = result != CURLE_OK;
         if (state_.failed) {
-            state_.error = StreamErrorOf(result, systemError);
+            state_.error = StreamErrorOf(result, systemError, verification);
         }
     }
     FreeHandles();

@@ -27,6 +27,16 @@ enum {
     kCFStreamErrorHTTPRedirectionLoop = -2,
     kCFStreamErrorHTTPBadURL = -3
 };
+// Numbers of kCFStreamErrorDomainSSL. Each certificate is a server's, or that of a proxy that is
+// reached by TLS.
+enum {
+    errSSLProtocol = -9800,           // The peer speaks no TLS, or the handshake failed.
+    errSSLXCertChainInvalid = -9807,  // No trusted authority stands behind the certificate.
+    errSSLCertExpired = -9814,
+    errSSLCertNotYetValid = -9815,
+    errSSLHostNameMismatch = -9843,  // The certificate is another host's.
+    errSSLBadConfiguration = -9848   // The certificates to trust cannot be read.
+};
 
 // Returns a new stream, which the caller owns and which sends a copy of the request. Returns null
 // if `request` is no request, or if it can never be sent: its method is not GET, its scheme is not

@@ -190,20 +190,21 @@ TEST_F(ServeCommandTest, ShowsAPageToItsOwnBrowserOnly) {
 }
 
 TEST_F(ServeCommandTest, ServesHttps) {
-    Script("for name in a b; do openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 "
-           "-nodes -days 2 -subj /CN=test -addext subjectAltName=IP:127.0.0.1 -keyout $name.key "
-           "-out $name.pem; done");
+    Script("for name in a b; do n=$((n + 1)); openssl req -x509 -newkey ec -pkeyopt "
+           "ec_paramgen_curve:P-256 -nodes -days 2 -subj /CN=test -addext "
+           "subjectAltName=IP:127.0.0.$n -keyout $name.key -out $name.pem; done");
     Write("plain", "GET /?a HTTP/1.1\r\n\r\n");
-    EXPECT_EQ(Serve("start --json --tls a.pem a.key; send\n"
-                    "export SSL_CERT_FILE=$PWD/a.pem; send; line | cut -d ';' -f 1; line >l; ask "
-                    "plain; end"),
-              Fails(6,
-                    "https://HERE: the server's certificate is not trusted, has expired, or is "
-                    "another host's; SSL_CERT_FILE can name one to trust; the details are saved") +
-                  "sent to https://HERE: HTTP 200, 0 bytes\n"
-                  "tvtool: NOW refused a request: the TLS handshake failed\n"
-                  "tvtool: NOW refused a request: it is plain HTTP, or no TLS at least, and this "
-                  "port takes HTTPS only\n");
+    EXPECT_EQ(
+        Serve("start --json --tls a.pem a.key; send\n"
+              "export SSL_CERT_FILE=$PWD/a.pem; send; line | cut -d ';' -f 1; line >l; ask "
+              "plain; end; start --tls b.pem b.key; export SSL_CERT_FILE=$PWD/b.pem; send; end >l"),
+        Fails(6, "https://HERE: the certificate is not trusted; SSL_CERT_FILE can name one to "
+                 "trust; the details are saved") +
+            "sent to https://HERE: HTTP 200, 0 bytes\n"
+            "tvtool: NOW refused a request: the TLS handshake failed\n"
+            "tvtool: NOW refused a request: it is plain HTTP, or no TLS at least, and this "
+            "port takes HTTPS only\n" +
+            Fails(6, "https://HERE: the certificate is another host's; the details are saved"));
     EXPECT_EQ(Serve("serve --tls none.pem a.key; serve --tls a.key a.key\n"
                     "serve --tls a.pem a.nwc; serve --tls a.pem b.key"),
               Fails(3, "none.pem: cannot be read: No such file or directory") +

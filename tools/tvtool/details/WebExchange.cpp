@@ -88,13 +88,17 @@ std::string describeHttpError(SInt32 error) {
     }
 }
 
-// The numbers are those of the HTTP library.
 std::string describeTlsError(SInt32 error) {
     switch (error) {
-    case 60:
-        return "the server's certificate is not trusted, has expired, or is another host's; "
-               "SSL_CERT_FILE can name one to trust";
-    case 77:
+    case errSSLXCertChainInvalid:
+        return "the certificate is not trusted; SSL_CERT_FILE can name one to trust";
+    case errSSLCertExpired:
+        return "the certificate has expired";
+    case errSSLCertNotYetValid:
+        return "the certificate is not valid yet; is the clock of this machine right?";
+    case errSSLHostNameMismatch:
+        return "the certificate is another host's";
+    case errSSLBadConfiguration:
         return "the certificates to trust cannot be read; look at SSL_CERT_FILE";
     default:
         return "no TLS connection came about; does the server speak TLS?";
