@@ -44,19 +44,26 @@ TEST_F(ConfigCommandTest, ShowsWhatCreatesTheSame) {
     }
 }
 
-TEST_F(ConfigCommandTest, PutsTextsIntoJsonInTheSystemEncoding) {
-    EXPECT_EQ(Script("config create a.nwc \xC3\xA9=\xFF; config show a.nwc --json"),
-              "[\n  {\n    \"name\": \"\xC3\xA9\",\n    \"value\": {\n      \"base64\": \"/w==\"\n"
+TEST_F(ConfigCommandTest, ShowsTextsInTheSystemEncoding) {
+    EXPECT_EQ(Script("config create a.nwc \xC3\xA9=\xFF\x85; config show a.nwc --json"),
+              "[\n  {\n    \"name\": \"\xC3\xA9\",\n    \"value\": {\n      \"base64\": \"/4U=\"\n"
               "    },\n    \"fixed\": false\n  }\n]\n");
     const ScopedEnv encoding("TV_SYSTEM_ENCODING", "ISO-8859-1");
     EXPECT_EQ(Script("config get a.nwc \xC3\x83\xC2\xA9 --json"),
-              "{\n  \"name\": \"\xC3\x83\xC2\xA9\",\n  \"value\": \"\xC3\xBF\",\n"
+              "{\n  \"name\": \"\xC3\x83\xC2\xA9\",\n  \"value\": \"\xC3\xBF\xC2\x85\",\n"
               "  \"fixed\": false\n}\n");
     EXPECT_EQ(Script("config show a.nwc --json | config create b.nwc --from -; cmp a.nwc b.nwc\n"
-                     "config create c.nwc --from -",
+                     "config create c.nwc --from -; config show a.nwc | tee t\n"
+                     "config create c.nwc --from t; cmp a.nwc c.nwc\n"
+                     "printf 'a=1\\nb=x\\342\\202\\254' | config create d.nwc --from -\n"
+                     "printf 'a=1\\nb=x\\342' | config create d.nwc --from -",
                      "[{\"name\": \"\xE2\x82\xAC\", \"value\": \"\"}]"),
               Fails(4, "standard input: element 1: \"name\": has characters that the system "
-                       "encoding does not have"));
+                       "encoding does not have") +
+                  "\xC3\x83\xC2\xA9=\xC3\xBF\\x85\n" +
+                  Fails(4, "standard input:2:4: a character that the system encoding does not "
+                           "have; TV_SYSTEM_ENCODING names another") +
+                  Fails(4, "standard input:2:4: a byte that is no UTF-8; write it as \\xHH"));
 }
 
 TEST_F(ConfigCommandTest, SaysWhereASourceIsWrong) {

@@ -48,6 +48,7 @@ TEST_F(UsageTest, SaysWhatIsWrongWithACommandLine) {
 // Arguments and what people read are UTF-8 whatever the system encoding is.
 TEST_F(UsageTest, TakesArgumentsInUtf8) {
     const ScopedEnv encoding("TV_SYSTEM_ENCODING", "ISO-8859-1");
+    Write("machine/Nimbus Works/Nimbus Works Registry", "[Pa\xE9]\nx=\xE9\n");
     const std::string refused =
         "has a character that the system encoding does not have; TV_SYSTEM_ENCODING names another";
     EXPECT_EQ(
@@ -55,12 +56,14 @@ TEST_F(UsageTest, TakesArgumentsInUtf8) {
                "details write é.nwc --last-name José; details read --config é.nwc | head -n 2\n"
                "config get é.nwc ñ; prefs set ñ é; prefs list; config show é.nwc | head -n 1\n"
                "details write é.nwc --first-name 日; config set é.nwc A=$(printf '\\377')\n"
+               "registry show Paé; config é\n"
                "apply '<ñ>' --set ñ=é | od -An -tx1; apply --strict '<ñ>' 2>&1"),
         " e9 0a\nFirst name:    é\nLast name:     José\n" +
             Fails(3, "é.nwc: has no variable \"ñ\"; 'tvtool config show' lists them") +
-            "ñ=é\nRegFirstName=\\xE9\n" + Fails(2, "\"日\": " + refused) +
-            Fails(2, "\"A=\\xFF\": is not UTF-8") + " e9 0a\n" +
-            Fails(1, "TEXT:1:1: nobody defines \"ñ\""));
+            "ñ=é\nRegFirstName=é\n" + Fails(2, "\"日\": " + refused) +
+            Fails(2, "\"A=\\xFF\": is not UTF-8") + "x=é\n" +
+            Fails(2, "there is no command \"tvtool config é\"; see 'tvtool config --help'") +
+            " e9 0a\n" + Fails(1, "TEXT:1:1: nobody defines \"ñ\""));
     const ScopedEnv unknown("TV_SYSTEM_ENCODING", "UTF-9");
     EXPECT_EQ(Script("prefs list"),
               "tvtool: TV_SYSTEM_ENCODING \"UTF-9\": no 8-bit encoding has this "

@@ -34,7 +34,9 @@ bool isVisible(char32_t c) {
     return c >= 0x20 && (c < 0x7F || c >= 0xA0) && c != 0x2028 && c != 0x2029 && c != 0xFEFF;
 }
 
-std::string escapeText(std::string_view text, std::string_view also) {
+// Takes UTF-8, and writes what is not visible as the bytes that it has in `encoding`.
+std::string escapeText(std::string_view text, std::string_view also,
+                       CFStringEncoding encoding = kCFStringEncodingUTF8) {
     std::string out;
     out.reserve(text.size());
     while (!text.empty()) {
@@ -44,13 +46,43 @@ std::string escapeText(std::string_view text, std::string_view also) {
         if (length > 0 && isVisible(character) && also.find(taken) == also.npos) {
             out.append(taken);
         } else {
-            for (const char byte : taken) {
+            const auto converted = encoding != kCFStringEncodingUTF8
+                                       ? ConvertText(taken, kCFStringEncodingUTF8, encoding)
+                                       : std::nullopt;
+            for (const char byte : converted ? std::string_view(*converted) : taken) {
                 appendEscape(out, byte);
             }
         }
         text.remove_prefix(taken.size());
     }
     return out;
+}
+
+// Takes what stands before the next backslash from the front of `rest`, and appends it to `out` in
+// the system encoding. Returns false and sets `what` at what cannot be taken.
+bool takePlain(std::string_view& rest, std::string& out, std::string& what) {
+    const std::string_view plain = rest.substr(0, rest.find('\\'));
+    const CFStringEncoding system = CFStringGetSystemEncoding();
+    const auto bytes = system != kCFStringEncodingUTF8
+                           ? ConvertText(plain, kCFStringEncodingUTF8, system)
+                           : std::string(plain);
+    if (bytes) {
+        out += *bytes;
+        rest.remove_prefix(plain.size());
+        return true;
+    }
+    while (true) {
+        char32_t ignored = 0;
+        const std::size_t length = tvposix::DecodeCodePoint(rest, ignored);
+        const std::string_view one = rest.substr(0, length);
+        if (length == 0 || !ConvertText(one, kCFStringEncodingUTF8, system)) {
+            what = length == 0 ? "a byte that is no UTF-8; write it as \\xHH"
+                               : "a character that the system encoding does not have; "
+                                 "TV_SYSTEM_ENCODING names another";
+            return false;
+        }
+        rest.remove_prefix(length);
+    }
 }
 
 // Takes one escape from the front of `rest`, which begins with the backslash. Returns false and
@@ -77,29 +109,51 @@ bool takeEscape(std::string_view& rest, char& c, std::string& what) {
 }  // namespace
 
 std::string Escape(std::string_view text, std::string_view also) {
-    std::string all = "\\";
-    return escapeText(text, all.append(also));
+    return escapeText(text, std::string("\\").append(also));
+}
+
+std::string EscapeSystem(std::string_view text, std::string_view also) {
+    const CFStringEncoding system = CFStringGetSystemEncoding();
+    if (system == kCFStringEncodingUTF8) {
+        return Escape(text, also);
+    }
+    const auto converted = ConvertText(text, system, kCFStringEncodingUTF8);
+    std::string escaped =
+        converted ? escapeText(*converted, std::string("\\").append(also), system) : "";
+    // Some encodings have two forms of a character.
+    std::string back;
+    EscapeFault fault;
+    if (converted && Unescape(escaped, back, fault) && back == text) {
+        return escaped;
+    }
+    escaped.clear();
+    for (const char& byte : text) {
+        escaped += Escape({&byte, 1}, also);
+    }
+    return escaped;
 }
 
 std::string Printable(std::string_view text) {
     return escapeText(text, {});
 }
 
-std::string Quote(std::string_view text) {
-    std::string quoted = "\"";
-    return quoted.append(Escape(TextForPeople(text), "\"")).append("\"");
+std::string Quote(std::string_view text, CFStringEncoding encoding) {
+    return "\"" +
+           (encoding == kCFStringEncodingUTF8 ? Escape(text, "\"") : EscapeSystem(text, "\"")) +
+           "\"";
 }
 
 bool Unescape(std::string_view text, std::string& out, EscapeFault& fault) {
     out.clear();
     for (std::string_view rest = text; !rest.empty();) {
-        const std::size_t plain = std::min(rest.find('\\'), rest.size());
-        out.append(rest.substr(0, plain));
-        rest.remove_prefix(plain);
+        const bool isPlain = takePlain(rest, out, fault.what);
+        fault.offset = text.size() - rest.size();
+        if (!isPlain) {
+            return false;
+        }
         if (rest.empty()) {
             break;
         }
-        fault.offset = text.size() - rest.size();
         char c = '\0';
         if (!takeEscape(rest, c, fault.what)) {
             return false;

@@ -8,20 +8,10 @@
 
 namespace tvtool {
 
-namespace {
-
-std::optional<std::string> convert(std::string_view bytes, CFStringEncoding from,
-                                   CFStringEncoding to) {
-    const StringRef text = DecodeText(bytes, from);
-    return text ? EncodeText(text.Get(), to) : std::nullopt;
-}
-
-}  // namespace
-
 Json JsonText(std::string_view bytes, CFStringEncoding encoding) {
-    const std::optional<std::string> text = convert(bytes, encoding, kCFStringEncodingUTF8);
+    const std::optional<std::string> text = ConvertText(bytes, encoding, kCFStringEncodingUTF8);
     // Some encodings have two forms of a character. Only bytes that come back the same may be text.
-    if (text && convert(*text, kCFStringEncodingUTF8, encoding) == bytes) {
+    if (text && ConvertText(*text, kCFStringEncodingUTF8, encoding) == bytes) {
         return *text;
     }
     return {{"base64", tvposix::EncodeBase64(bytes)}};
@@ -36,7 +26,7 @@ std::string TextFromJson(const Json& value, const std::string& where) {
     const std::string& text = content.get_ref<const std::string&>();
     const std::optional<std::string> bytes =
         isBase64 ? tvposix::DecodeBase64(text)
-                 : convert(text, kCFStringEncodingUTF8, CFStringGetSystemEncoding());
+                 : ConvertText(text, kCFStringEncodingUTF8, CFStringGetSystemEncoding());
     // There is one form only: with its padding, and no bits that belong to no byte.
     if (!bytes || (isBase64 && tvposix::EncodeBase64(*bytes) != text)) {
         Fail(Exit::Damaged, where,

@@ -31,16 +31,20 @@ std::optional<std::string> EncodeText(CFStringRef text, CFStringEncoding encodin
     return isWhole ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
+std::optional<std::string> ConvertText(std::string_view bytes, CFStringEncoding from,
+                                       CFStringEncoding to) {
+    const StringRef text = DecodeText(bytes, from);
+    return text ? EncodeText(text.Get(), to) : std::nullopt;
+}
+
 std::string TextForPeople(CFStringRef text) {
     bool isWhole = false;
     return encode(text, kCFStringEncodingUTF8, '?', isWhole);
 }
 
 std::string TextForPeople(std::string_view bytes) {
-    const CFStringEncoding system = CFStringGetSystemEncoding();
-    const StringRef text =
-        system != kCFStringEncodingUTF8 ? DecodeText(bytes, system) : StringRef();
-    return text ? TextForPeople(text.Get()) : std::string(bytes);
+    const auto text = ConvertText(bytes, CFStringGetSystemEncoding(), kCFStringEncodingUTF8);
+    return text.value_or(std::string(bytes));
 }
 
 }  // namespace tvtool

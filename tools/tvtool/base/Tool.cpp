@@ -37,22 +37,9 @@ std::string unprotect(const std::string& argument) {
     return argument.starts_with(cProtection) ? argument.substr(1) : argument;
 }
 
-// Returns what was typed. A text is UTF-8 then, and comes back in the system encoding.
 std::string readArgument(const std::string& typed, const CLI::Option& option) {
-    std::string argument = unprotect(typed);
-    const CFStringEncoding system = CFStringGetSystemEncoding();
-    if (system == kCFStringEncodingUTF8 || TakesFile(option)) {
-        return argument;
-    }
-    const StringRef text = DecodeText(argument, kCFStringEncodingUTF8);
-    const std::optional<std::string> bytes = text ? EncodeText(text.Get(), system) : std::nullopt;
-    if (!bytes) {
-        Fail(Exit::Usage, "\"" + Escape(argument, "\"") + "\"",
-             text ? "has a character that the system encoding does not have; "
-                    "TV_SYSTEM_ENCODING names another"
-                  : "is not UTF-8");
-    }
-    return *bytes;
+    const std::string argument = unprotect(typed);
+    return TakesFile(option) ? argument : ArgumentText(argument);
 }
 
 }  // namespace
@@ -98,8 +85,11 @@ bool Output::IsTerminal() const {
     return isatty(STDOUT_FILENO) == 1;
 }
 
-void Output::PrintValue(std::string_view text) {
-    *this << (IsTerminal() ? Escape(text) : std::string(text)) << "\n";
+void Output::PrintValue(std::string_view text, CFStringEncoding encoding) {
+    *this << (!IsTerminal()                       ? std::string(text)
+              : encoding == kCFStringEncodingUTF8 ? Escape(text)
+                                                  : EscapeSystem(text))
+          << "\n";
 }
 
 bool IsColourOff() {
@@ -113,6 +103,22 @@ bool IsColourOff() {
 
 bool Output::IsColoured() const {
     return ChosenColour() == Colour::Always || (IsTerminal() && !IsColourOff());
+}
+
+std::string ArgumentText(const std::string& typed) {
+    const CFStringEncoding system = CFStringGetSystemEncoding();
+    if (system == kCFStringEncodingUTF8) {
+        return typed;
+    }
+    const StringRef text = DecodeText(typed, kCFStringEncodingUTF8);
+    const std::optional<std::string> bytes = text ? EncodeText(text.Get(), system) : std::nullopt;
+    if (!bytes) {
+        Fail(Exit::Usage, Quote(typed, kCFStringEncodingUTF8),
+             text ? "has a character that the system encoding does not have; "
+                    "TV_SYSTEM_ENCODING names another"
+                  : "is not UTF-8");
+    }
+    return *bytes;
 }
 
 CLI::Option* AddText(CLI::App& app, const std::string& name, std::string& target,

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <CoreFoundation/CoreFoundation.h>
 
 #include <charconv>
 #include <exception>
@@ -64,8 +65,9 @@ public:
     // Returns true if the output gets colours (see Colour.h).
     bool IsColoured() const;
     bool IsTerminal() const;
-    // Prints a text and a line end. A program gets the text as it is, a terminal gets it escaped.
-    void PrintValue(std::string_view text);
+    // Prints a text in the system encoding or in UTF-8, and a line end. A program gets the text as
+    // it is, a terminal gets it escaped.
+    void PrintValue(std::string_view text, CFStringEncoding encoding = kCFStringEncodingUTF8);
 
 private:
     std::string text_;
@@ -89,6 +91,8 @@ private:
 // parsing.
 CLI::Option* AddText(CLI::App& app, const std::string& name, std::string& target,
                      const std::string& description);
+// Returns a text that was typed in UTF-8 in the system encoding, as AddText does.
+std::string ArgumentText(const std::string& typed);
 // Declares an option that can be repeated, or a positional argument that takes all that are left.
 CLI::Option* AddTexts(CLI::App& app, const std::string& name, std::vector<std::string>& target,
                       const std::string& description);

@@ -159,8 +159,8 @@ void refuseUndefined(const Task& task, const std::string& name, std::u16string_v
     for (const Placeholder& placeholder : undefined) {
         const std::string through = join(trail.Through(placeholder.offset));
         const Place place = PlaceOf(task.text, trail.OffsetOf(placeholder.offset));
-        messages.push_back(At(name, place) + ": nobody defines \"" +
-                           Escape(nameOf(placeholder), "\"") + "\"" +
+        messages.push_back(At(name, place) + ": nobody defines " +
+                           Quote(nameOf(placeholder), kCFStringEncodingUTF8) +
                            (through.empty() ? "" : ", which comes from " + through));
         if (messages.size() == cMost && undefined.size() > cMost) {
             messages.push_back(name + ": " + std::to_string(undefined.size() - cMost) +

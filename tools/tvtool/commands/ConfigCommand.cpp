@@ -1,7 +1,6 @@
 // tvtool config: makes, shows and edits configuration files.
 #include "tvtool/base/Escapes.h"
 #include "tvtool/base/Files.h"
-#include "tvtool/base/PlatformText.h"
 #include "tvtool/base/Suggestions.h"
 #include "tvtool/base/Tool.h"
 #include "tvtool/config/ConfigFiles.h"
@@ -105,8 +104,7 @@ void get(const ConfigOptions& options, Session& session) {
     if (options.json) {
         return PrintJson(session.out, VariableToJson(*var));
     }
-    const std::string value = var->Value();
-    session.out.PrintValue(session.out.IsTerminal() ? TextForPeople(value) : value);
+    session.out.PrintValue(var->Value(), CFStringGetSystemEncoding());
 }
 
 // Reads the file, lets `change` make the list `after` of the list `before`, and shows and writes
@@ -225,15 +223,17 @@ void verifyFile(const std::string& path, bool json, Session& session) {
     }
     const std::string damage = reading.Describe();
     if (json) {
-        PrintJson(session.out, {{"file", JsonText(path)},
-                                {"valid", damage.empty()},
-                                {"kind", Tova::DamageOf(reading.report.damage).token},
-                                {"damage", damage.empty() ? Json(nullptr) : JsonText(damage)},
-                                {"variables", count},
-                                {"fixed", fixed},
-                                {"computed", reading.report.computed},
-                                {"stored", reading.report.stored},
-                                {"extra", reading.Extra()}});
+        PrintJson(
+            session.out,
+            {{"file", JsonText(path, kCFStringEncodingUTF8)},
+             {"valid", damage.empty()},
+             {"kind", Tova::DamageOf(reading.report.damage).token},
+             {"damage", damage.empty() ? Json(nullptr) : JsonText(damage, kCFStringEncodingUTF8)},
+             {"variables", count},
+             {"fixed", fixed},
+             {"computed", reading.report.computed},
+             {"stored", reading.report.stored},
+             {"extra", reading.Extra()}});
     }
     if (!damage.empty()) {
         Fail(Exit::Damaged, InputName(path), damage);

@@ -79,7 +79,7 @@ void readDetails(const ReadOptions& options, Session& session) {
         if (options.json) {
             object[TextForPeople(field.key())] = JsonText(value);
         } else {
-            session.out << LabelledLine(field.label, Escape(TextForPeople(value)));
+            session.out << LabelledLine(field.label, EscapeSystem(value));
         }
     }
     if (options.json) {
@@ -116,7 +116,7 @@ void parseDetails(const std::string& file, Values& values) {
         Fail(Exit::Damaged, name, "is no JSON object with the details");
     }
     for (const auto& [key, value] : object.items()) {
-        const std::string where = name + ": " + Quote(key);
+        const std::string where = name + ": " + Quote(key, kCFStringEncodingUTF8);
         std::size_t i = 0;
         while (i < cCount && TextForPeople(cDetailFields[i].key()) != key) {
             ++i;

@@ -37,6 +37,7 @@ struct DoctorOptions {
     bool json = false;
 };
 
+// The texts are UTF-8.
 struct Finding {
     std::string item;
     std::string value;
@@ -101,7 +102,7 @@ void examineVariables(const Tova::CVarList& own, std::vector<Finding>& findings)
         const Tova::CVar* given = own.FindVar(var->Name());
         const Tova::CVar* first = builtIn.FindVar(var->Name());
         const bool isBuiltIn = given == nullptr || (first != nullptr && first->IsFixed());
-        findings.push_back({"  " + std::string(var->Name()), var->Value(),
+        findings.push_back({"  " + TextForPeople(var->Name()), TextForPeople(var->Value()),
                             std::string(isBuiltIn ? "built in" : "CXMnwc") +
                                 (var->IsFixed() ? ", fixed" : "") +
                                 (isBuiltIn && given != nullptr ? "; CXMnwc cannot change it" : ""),
@@ -113,7 +114,7 @@ Finding examineKey(std::string& key) {
     Tova::CString value;
     Tova::AppGetVariable("AppKey", value);
     key = value.CStr();
-    return {"Application key", key.empty() ? "(none)" : key, "the variable AppKey",
+    return {"Application key", key.empty() ? "(none)" : TextForPeople(key), "the variable AppKey",
             key.empty() ? "without a key nothing is found in the shared registry" : ""};
 }
 
@@ -209,7 +210,8 @@ Finding examineEncoding() {
         name && CFStringConvertIANACharSetNameToEncoding(name.Get()) == CFStringGetSystemEncoding();
     return {"Text encoding", isKnown ? named : TV_DEFAULT_SYSTEM_ENCODING, "TV_SYSTEM_ENCODING",
             isKnown ? ""
-                    : Quote(named) + " is no character set that texts can have, so it is ignored"};
+                    : Quote(named, kCFStringEncodingUTF8) +
+                          " is no character set that texts can have, so it is ignored"};
 }
 
 Finding examinePreferences() {
@@ -282,13 +284,16 @@ void printForPeople(const std::vector<Finding>& findings, Output& out) {
 }
 
 void printJson(const std::vector<Finding>& findings, Output& out) {
-    const auto orNull = [](const std::string& text) {
-        return text.empty() ? Json(nullptr) : JsonText(text);
+    const auto textOf = [](const std::string& text) {
+        return JsonText(text, kCFStringEncodingUTF8);
+    };
+    const auto orNull = [&](const std::string& text) {
+        return text.empty() ? Json(nullptr) : textOf(text);
     };
     Json array = Json::array();
     for (const Finding& found : findings) {
-        array.push_back({{"item", JsonText(found.item.substr(found.item.find_first_not_of(' ')))},
-                         {"value", JsonText(found.value)},
+        array.push_back({{"item", textOf(found.item.substr(found.item.find_first_not_of(' ')))},
+                         {"value", textOf(found.value)},
                          {"source", orNull(found.source)},
                          {"warning", orNull(found.warning)}});
     }

@@ -145,7 +145,8 @@ void exportKeys(const PrefsOptions&, Session& session) {
             append(object, key, json);
             return;
         }
-        Complain(std::string(cPreferences) + ": " + Quote(TextForPeople(key)) +
+        Complain(std::string(cPreferences) + ": " +
+                 Quote(TextForPeople(key), kCFStringEncodingUTF8) +
                  " has a value that JSON does not have, and is left out");
         session.SetStatus(Exit::Failed);
     });
@@ -181,7 +182,7 @@ void importKeys(const PrefsOptions& options, Session&) {
     }
     LoadPreferencesToWrite();
     for (const auto& [key, json] : object.items()) {
-        const std::string where = name + ": " + Quote(key);
+        const std::string where = name + ": " + Quote(key, kCFStringEncodingUTF8);
         const ValueRef value = valueFromJson(json, where);
         const StringRef text = DecodeText(key, kCFStringEncodingUTF8);
         if (!text || !value || !storeValue(text.Get(), value.Get())) {

@@ -32,7 +32,8 @@ struct Arguments {
             throw CLI::ValidationError("--shared", "takes a PATH and no FILE");
         }
         if (shared || (path.empty() && file != "-" && !file.empty() && !Exists(file))) {
-            std::swap(file, path);
+            path = ArgumentText(file);
+            file.clear();
             isGuessed = !shared;
         }
     }
@@ -52,7 +53,7 @@ RegistryFile readFile(Arguments& arguments) {
         if (!arguments.isGuessed) {
             throw;
         }
-        Fail(error.Status(), arguments.path,
+        Fail(error.Status(), Quote(arguments.path),
              std::string("there is no such file, and no shared registry to look it up in: ") +
                  error.what());
     }
@@ -98,7 +99,8 @@ void get(const Arguments& given, Session& session) {
         Fail(Exit::NotFound, file.Name(),
              Quote(arguments.path) + " is a directory and has no value; use registry show");
     }
-    session.out << (found.GetValue() == nullptr ? "" : found.GetValue()) << "\n";
+    session.out.PrintValue(found.GetValue() == nullptr ? "" : found.GetValue(),
+                           CFStringGetSystemEncoding());
     file.ReportProblem(session);
 }
 
@@ -112,11 +114,11 @@ void verify(const Arguments& arguments, Session& session) {
                        {"values", counts.values},
                        {"comments", counts.comments}};
         if (!file.IsSound()) {
-            result["problem"] = JsonText(file.Problem());
+            result["problem"] = JsonText(file.Problem(), kCFStringEncodingUTF8);
         }
         result["warnings"] = Json::array();
         for (const std::string& warning : warnings) {
-            result["warnings"].push_back(JsonText(warning));
+            result["warnings"].push_back(JsonText(warning, kCFStringEncodingUTF8));
         }
         PrintJson(session.out, result);
     } else {
@@ -168,7 +170,7 @@ void showApplication(const AppArguments& arguments, Session& session) {
                   : "has no value " + Quote(valueName) + " for the application " + Quote(key));
     }
     if (json) {
-        session.out << "{\n  \"file\": " << JsonText(name).dump()
+        session.out << "{\n  \"file\": " << JsonText(name, kCFStringEncodingUTF8).dump()
                     << ",\n  \"application\": " << JsonText(key).dump() << ",\n  \"entries\": ";
         PrintTreeJson(session.out, *found);
         session.out << "\n}\n";

@@ -65,9 +65,9 @@ std::vector<std::string> commandsOf(const CLI::App& app) {
     return names;
 }
 
-[[noreturn]] void failCommand(const CLI::App& app, const std::string& name,
-                              const std::string& word) {
-    throw ToolError(Exit::Usage, "there is no command " + Quote(name + " " + word) +
+[[noreturn]] void failCommand(const CLI::App& app, const std::string& name, const std::string& word,
+                              CFStringEncoding encoding = kCFStringEncodingUTF8) {
+    throw ToolError(Exit::Usage, "there is no command " + Quote(name + " " + word, encoding) +
                                      Suggest(word, commandsOf(app)) + "; see '" + name +
                                      " --help'");
 }
@@ -78,7 +78,7 @@ void showHelp(const HelpOptions& options, Session& session) {
     for (const std::string& word : options.words) {
         const std::vector<std::string> known = commandsOf(*command);
         if (std::find(known.begin(), known.end(), word) == known.end()) {
-            failCommand(*command, name, word);
+            failCommand(*command, name, word, CFStringGetSystemEncoding());
         }
         command = command->get_subcommand(word);
         name += " " + word;
@@ -98,7 +98,8 @@ void addColour(CLI::App& app) {
         const std::string& word = results.front();
         const bool isKnown = word == "auto" || word == "always" || word == "never";
         if (!isKnown) {
-            Fail(Exit::Usage, "--color " + Quote(word), "is none of auto, always and never");
+            Fail(Exit::Usage, "--color " + Quote(word, kCFStringEncodingUTF8),
+                 "is none of auto, always and never");
         }
         ChooseColour(word == "auto"     ? Colour::Auto
                      : word == "always" ? Colour::Always
@@ -165,11 +166,11 @@ std::string describeUnknown(const CLI::App& command, const std::vector<std::stri
             }
         }
         const std::string name = option->substr(0, option->find('='));
-        return "there is no option " + Quote(name) + Suggest(name, known);
+        return "there is no option " + Quote(name, kCFStringEncodingUTF8) + Suggest(name, known);
     }
     std::string words;
     for (const std::string& word : unknown) {
-        words += " " + Quote(word);
+        words += " " + Quote(word, kCFStringEncodingUTF8);
     }
     return (unknown.size() == 1 ? "there is an argument too many:"
                                 : "there are arguments too many:") +

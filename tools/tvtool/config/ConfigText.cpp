@@ -11,8 +11,8 @@ namespace tvtool {
 namespace {
 
 std::string FormatName(std::string_view name) {
-    std::string text = Escape(name, "=");
-    // Escape leaves a blank as it is, so the last character of `text` is that blank.
+    std::string text = EscapeSystem(name, "=");
+    // EscapeSystem leaves a blank as it is, so the last character of `text` is that blank.
     if (name.size() > 1 && name.back() == ' ') {
         text.replace(text.size() - 1, 1, "\\x20");
     }
@@ -134,7 +134,7 @@ void parseElements(const Json& array, const std::string& file, ListBuilder& buil
 }  // namespace
 
 std::string FormatVariable(const Tova::CVar& var) {
-    return (var.IsFixed() ? "%" : "") + FormatName(var.Name()) + "=" + Escape(var.Value());
+    return (var.IsFixed() ? "%" : "") + FormatName(var.Name()) + "=" + EscapeSystem(var.Value());
 }
 
 Json VariableToJson(const Tova::CVar& var) {

@@ -1,9 +1,9 @@
 // Variable lists as text and as JSON, in a form that gives exactly the same list back.
 //
-// Text: each line is "NAME=VALUE", or "%NAME=VALUE" for a fixed variable, with the escapes of
-// Escapes.h. In a name, "=" is written as \xHH, and so is what would make its line something else:
-// a blank at either end, and a "%", "#" or "[" at the start. Empty lines and lines that begin with
-// "#" are left out.
+// Text: UTF-8, whatever the system encoding is. Each line is "NAME=VALUE", or "%NAME=VALUE" for a
+// fixed variable, with the escapes of Escapes.h. In a name, "=" is written as \xHH, and so is what
+// would make its line something else: a blank at either end, and a "%", "#" or "[" at the start.
+// Empty lines and lines that begin with "#" are left out.
 // JSON: an array of {"name", "value", "fixed"}; see Json.h for the texts.
 #pragma once
 

@@ -70,7 +70,9 @@ public:
     void Leave(int depth) { out_ << indent(depth) << "}\n"; }
 
 private:
-    static std::string TextOf(const char* text) { return Escape(text == nullptr ? "" : text); }
+    static std::string TextOf(const char* text) {
+        return EscapeSystem(text == nullptr ? "" : text);
+    }
     void Styled(const char* style, const std::string& text) {
         out_ << (coloured_ ? style : "") << text << (coloured_ ? cPlain : "");
     }
