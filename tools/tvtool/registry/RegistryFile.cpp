@@ -56,6 +56,11 @@ RegistryFile::RegistryFile(const std::string& path)
     Tova::CMemoryStream stream(Tova::CStream::cTranslate, bytes_);
     isUnicode_ = stream.ReadUnicodeHeader();
     Describe(tree_.ReadFromStream(stream, report_));
+    unsigned long position = bytes_.size();
+    if (IsSound()) {
+        stream.GetPos(position);
+    }
+    size_ = position;
 }
 
 const char* RegistryFile::FormatName() const {

@@ -21,6 +21,9 @@ public:
     const char* FormatName() const;
     Tova::RegFormat Format() const { return report_.format; }
     const std::string& Bytes() const { return bytes_; }
+    // Returns how many bytes the registry takes. Those behind them are not read. It is all bytes if
+    // the text is at fault.
+    std::size_t Size() const { return size_; }
     // Returns true if all of it was read. Otherwise the tree holds the entries before the fault.
     bool IsSound() const { return problem_.empty(); }
     // Returns a message with file, line and column that tells the fault.
@@ -39,6 +42,7 @@ private:
 
     std::string name_;
     std::string bytes_;
+    std::size_t size_ = 0;
     bool isUnicode_ = false;
     Tova::CMemRegistry tree_;
     Tova::RegReadReport report_;

@@ -60,8 +60,15 @@ std::vector<std::string> WarningsOf(const RegistryFile& file) {
     for (std::string_view rest = file.Bytes(); !rest.empty();) {
         const std::size_t end = std::min(rest.find_first_of("\r\n"), rest.size());
         std::string_view line = rest.substr(0, end);
+        const std::size_t start = file.Bytes().size() - rest.size();
         rest.remove_prefix(std::min(end + (rest.substr(end, 2) == "\r\n" ? 2 : 1), rest.size()));
         ++number;
+        const std::size_t read = std::max(file.Size(), start) - start;
+        if (const std::size_t extra = line.find_first_not_of(cWhite, read); extra != line.npos) {
+            warn(number, "what follows from byte " + std::to_string(start + extra + 1) +
+                             " on is behind the end of the registry, and is not read");
+            break;
+        }
         if (const std::size_t nul = line.find('\0'); nul != line.npos) {
             warn(number, "what follows the NUL in this line is skipped");
             line = line.substr(0, nul);
