@@ -32,6 +32,7 @@ std::string fetch(const std::string& url) {
         {" refused", kCFStreamErrorDomainPOSIX, ECONNREFUSED},
         {" reset", kCFStreamErrorDomainPOSIX, ECONNRESET},
         {" loop", kCFStreamErrorDomainHTTP, kCFStreamErrorHTTPRedirectionLoop},
+        {" proxy", kCFStreamErrorDomainHTTP, kCFErrorHTTPSProxyConnectionFailure},
         {" no HTTP", kCFStreamErrorDomainHTTP, kCFStreamErrorHTTPParseFailure},
         {" not trusted", kCFStreamErrorDomainSSL, errSSLXCertChainInvalid},
         {" expired", kCFStreamErrorDomainSSL, errSSLCertExpired},
@@ -169,7 +170,7 @@ TEST(WebPeers, ProxiesComeFromTheEnvironment) {
     const ScopedEnv none("no_proxy", "127.0.0.1");
     EXPECT_EQ(fetch("http://host.invalid/x?y=1"), "data,end 200 by proxy");
     EXPECT_EQ(fetch(proxy.Url("/x")), "data,end 200 direct");
-    EXPECT_TRUE(fetch("https://host.invalid/x").starts_with("error 0 "));
+    EXPECT_EQ(fetch("https://host.invalid/x"), "error 0  proxy");
     const std::string tunnel = proxy.Requests().at(2);
     EXPECT_TRUE(tunnel.starts_with("CONNECT host.invalid:443 HTTP/1.1\r\n")) << tunnel;
     EXPECT_EQ(tunnel.find("Test/1.0"), std::string::npos) << tunnel;

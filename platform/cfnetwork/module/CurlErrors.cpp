@@ -75,6 +75,10 @@ CFStreamError StreamErrorOf(CURLcode result, long systemError, long verification
         return http(kCFStreamErrorHTTPRedirectionLoop);
     case CURLE_URL_MALFORMAT:
         return http(kCFStreamErrorHTTPBadURL);
+    case CURLE_LOGIN_DENIED:
+        return http(kCFErrorHTTPBadProxyCredentials);
+    case CURLE_PROXY:
+        return http(kCFErrorHTTPSProxyConnectionFailure);
     case CURLE_UNSUPPORTED_PROTOCOL:  // A redirect to what may not be followed, or no HTTP at all.
     case CURLE_WEIRD_SERVER_REPLY:
     default:

@@ -315,11 +315,17 @@ void CurlTransfer::Finish(CURLcode result) {
     long systemError = 0;
     curl_easy_getinfo(easy_, CURLINFO_OS_ERRNO, &systemError);
     const long verification = verificationOf(easy_);
+    long proxyStatus = 0;
+    curl_easy_getinfo(easy_, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
     {
         const std::lock_guard guard(dataLock_);
         // The library takes a connection that is closed inside the header for an answer.
         if (result == CURLE_OK && !state_.opened) {
             result = CURLE_GOT_NOTHING;
+        }
+        // The library takes a proxy that refuses the connection to the server for a failing read.
+        if (result != CURLE_OK && proxyStatus >= 300) {
+            result = proxyStatus == 407 ? CURLE_LOGIN_DENIED : CURLE_PROXY;
         }
         state_.ended = result == CURLE_OK;
         state_.failed = result != CURLE_OK;

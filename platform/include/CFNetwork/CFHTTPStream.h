@@ -27,6 +27,9 @@ enum {
     kCFStreamErrorHTTPRedirectionLoop = -2,
     kCFStreamErrorHTTPBadURL = -3
 };
+// Further numbers of kCFStreamErrorDomainHTTP: a proxy asks for a name and a password, or refuses
+// the connection to the server.
+enum { kCFErrorHTTPBadProxyCredentials = 307, kCFErrorHTTPSProxyConnectionFailure = 310 };
 // Numbers of kCFStreamErrorDomainSSL. Each certificate is a server's, or that of a proxy that is
 // reached by TLS.
 enum {

@@ -82,7 +82,8 @@ TEST_F(RegistryCommandTest, WarnsOfWhatIsSkipped) {
          "tvtool: r:7: a section without its \"]\" is skipped\n[1]\n"},
         {std::string("!NWREG 1.0 {\r\na=1\0b\r\n}\n", 22),
          "tvtool: r:2: what follows the NUL in this line is skipped\n[1]\n"},
-        {"!NWREG 1.0 {\r\na=}1\r\n} \r\n\r\n ;\r\n",
+        {"!NWREG 1.0 {;\r\na=1\r\n} \r\n\r\n ;\r\n",
+         "tvtool: r:1: what follows \"!NWREG 1.0 {\" in this line is skipped\n"
          "tvtool: r:5: what follows from byte 28 on is behind the end of the registry, and is not "
          "read\n[1]\n"},
         {"!NWREG 1.0 {\n}\n", "tvtool: r: nothing is found in this file\n[1]\n"},

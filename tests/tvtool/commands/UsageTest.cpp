@@ -17,7 +17,7 @@ TEST_F(UsageTest, SaysWhatIsWrongWithACommandLine) {
         {"config show a 'b\nc' d", "there are arguments too many: \"b\\nc\" \"d\"; see 'tvtool "
                                    "config show --help'"},
         {"config show --color=x a", "--color \"x\": is none of auto, always and never"},
-        {"registry get - </dev/null", "registry get: give the PATH of a value too"},
+        {"registry get", "registry get: give the PATH of a value too"},
         {"apply --json a", "apply --json: goes with --list only; add --list or leave it out"},
         {"config 'bog\nus'",
          "there is no command \"tvtool config bog\\nus\"; see 'tvtool config --help'"},

@@ -15,6 +15,7 @@
 #include "tvtool/details/WebExchange.h"
 #include "tvtool/registry/RegistryDump.h"
 #include "tvtool/registry/RegistryFile.h"
+#include "tvtool/registry/RegistryWarnings.h"
 #include "vars/GlobalVars.h"
 
 #include <CFNetwork/CFNetwork.h>
@@ -144,6 +145,10 @@ Finding examineRegistry(const std::string& key) {
         if (!file.IsSound()) {
             throw ToolError(Exit::Damaged, file.Problem());
         }
+        if (const std::vector<std::string> warnings = WarningsOf(file); !warnings.empty()) {
+            throw ToolError(Exit::Failed,
+                            warnings.front() + "; 'tvtool registry verify' tells all");
+        }
     });
     return found;
 }
@@ -171,7 +176,11 @@ void examineRegistration(std::vector<Finding>& findings) {
     Finding store{"Certificates", settingOf("SSL_CERT_FILE"), "SSL_CERT_FILE", ""};
     const std::string folder = settingOf("SSL_CERT_DIR");
     if (!store.value.empty()) {
-        store.warning = problemOf(store.value, [&] { ReadInput(store.value); });
+        store.warning = problemOf(store.value, [&] {
+            if (ReadInput(store.value).find("CERTIFICATE-----") == std::string::npos) {
+                Fail(Exit::Damaged, store.value, "holds no certificate (PEM)");
+            }
+        });
     } else if (!folder.empty()) {
         store = {"Certificates", folder, "SSL_CERT_DIR",
                  Exists(folder) ? "" : "there is no such folder"};

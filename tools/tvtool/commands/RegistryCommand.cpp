@@ -45,8 +45,7 @@ void addFlags(CLI::App& command, Arguments& arguments) {
 }
 
 // Reads the file that the arguments name.
-RegistryFile readFile(Arguments& arguments) {
-    arguments.TellFileFromPath();
+RegistryFile readFile(const Arguments& arguments) {
     try {
         return RegistryFile(arguments.File());
     } catch (const ToolError& error) {
@@ -76,6 +75,7 @@ const Tova::CRegNode& findNode(const RegistryFile& file, const Arguments& argume
 
 void show(const Arguments& given, Session& session) {
     Arguments arguments = given;
+    arguments.TellFileFromPath();
     const RegistryFile file = readFile(arguments);
     const Tova::CRegNode& top = findNode(file, arguments, session);
     if (arguments.json) {
@@ -90,10 +90,11 @@ void show(const Arguments& given, Session& session) {
 
 void get(const Arguments& given, Session& session) {
     Arguments arguments = given;
-    const RegistryFile file = readFile(arguments);
+    arguments.TellFileFromPath();
     if (arguments.path.empty()) {
         Fail(Exit::Usage, "registry get", "give the PATH of a value too");
     }
+    const RegistryFile file = readFile(arguments);
     const Tova::CRegNode& found = findNode(file, arguments, session);
     if (found.IsDirectory()) {
         Fail(Exit::NotFound, file.Name(),

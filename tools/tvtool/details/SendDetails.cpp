@@ -115,9 +115,16 @@ RegistrationAddress FindRegistrationAddress() {
         const std::string source = entry + " in " + file;
         return {named.CStr(), named.IsEmpty() ? source + " is empty" : source};
     }
-    const std::string reason = !hasPath        ? "the shared registry has no place"
-                               : !Exists(file) ? "there is no " + file
-                                               : "no " + entry + " is in " + file;
+    std::string reason = !hasPath        ? "the shared registry has no place"
+                         : !Exists(file) ? "there is no " + file
+                                         : "no " + entry + " is in " + file;
+    if (hasPath && Exists(file)) {
+        try {
+            ReadInput(file);
+        } catch (const ToolError& error) {
+            reason = error.what();
+        }
+    }
     Tova::GetRegistrationAddress(address);
     // A build without a host has this default address.
     if (std::string_view(address.CStr()).starts_with("https:///")) {

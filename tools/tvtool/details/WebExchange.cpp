@@ -83,6 +83,10 @@ std::string describeHttpError(SInt32 error) {
         return "there were too many redirects";
     case kCFStreamErrorHTTPBadURL:
         return "the address, or one that it redirects to, cannot be requested";
+    case kCFErrorHTTPBadProxyCredentials:
+        return "the proxy wants a user name and a password, or others";
+    case kCFErrorHTTPSProxyConnectionFailure:
+        return "the proxy makes no connection to the server";
     default:
         return "the answer is no HTTP, or redirects to what may not be followed";
     }
@@ -95,13 +99,13 @@ std::string describeTlsError(SInt32 error) {
     case errSSLCertExpired:
         return "the certificate has expired";
     case errSSLCertNotYetValid:
-        return "the certificate is not valid yet; is the clock of this machine right?";
+        return "the certificate is not valid yet, by the clock of this machine";
     case errSSLHostNameMismatch:
         return "the certificate is another host's";
     case errSSLBadConfiguration:
         return "the certificates to trust cannot be read; look at SSL_CERT_FILE";
     default:
-        return "no TLS connection came about; does the server speak TLS?";
+        return "no TLS connection came about: this port speaks no TLS, or none that fits";
     }
 }
 
@@ -123,13 +127,14 @@ std::string DescribeError(const CFStreamError& error, bool isOfProxy) {
         return isOfProxy ? "the proxy refused the connection: nothing listens there"
                          : "the connection was refused: nothing listens there";
     case ECONNRESET:
-        return "the server closed the connection before the answer was complete";
+        return std::string(isOfProxy ? "the proxy" : "the server") +
+               " closed the connection before the answer was complete";
     case ETIMEDOUT:
         return "it timed out";
     case EAGAIN:
         return "the request could not be started: this process can have no more threads";
     case ENOSYS:
-        return "the request could not be started: is libtvplatform-http.so.1 installed?";
+        return "the request could not be started: libtvplatform-http.so.1 cannot be loaded";
     default:
         return std::strerror(error.error);
     }

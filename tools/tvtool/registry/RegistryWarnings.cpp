@@ -74,6 +74,9 @@ std::vector<std::string> WarningsOf(const RegistryFile& file) {
             line = line.substr(0, nul);
         }
         if (!isSectioned) {
+            if (number == 1 && line.find_first_not_of(cWhite, cHeader.size()) != line.npos) {
+                warn(number, "what follows " + Quote(cHeader) + " in this line is skipped");
+            }
             continue;
         }
         if (number == 1 && lettersOf(line.substr(0, 40)).starts_with("nwreg")) {
