@@ -28,6 +28,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace tvtool {
 
@@ -314,6 +315,9 @@ void examine(const DoctorOptions& options, Session& session) {
     if (!options.bundle.empty() && !Exists(bundle)) {
         Fail(Exit::NotFound, bundle, "there is no such folder; name a TVframework.framework");
     }
+    // The framework makes a missing folder of the machine when it looks for the shared registry.
+    std::vector<Finding> folders;
+    examineFolders(folders);
     std::vector<Finding> findings{examineLibrary(bundle)};
     Tova::CVarList own;
     findings.push_back(examineConfiguration(bundle, own));
@@ -327,7 +331,7 @@ void examine(const DoctorOptions& options, Session& session) {
     findings.push_back(examineHttp());
     findings.push_back(examineEncoding());
     findings.push_back(examinePreferences());
-    examineFolders(findings);
+    std::move(folders.begin(), folders.end(), std::back_inserter(findings));
 
     options.json ? printJson(findings, session.out) : printForPeople(findings, session.out);
     const auto warnings = std::count_if(findings.begin(), findings.end(),
