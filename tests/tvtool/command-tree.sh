@@ -44,13 +44,18 @@ expect "the options described in tvtool(1) differ from those of the commands" \
     "$(sed '1,/^\.Sh DESCRIPTION/d' "$source/man/tvtool.1" | grep -o 'Fl Fl [a-z-]*' |
         sed 's/Fl Fl /--/' | sort -u)"
 
-# The help of each command.
+# The help of each command, whose examples the page has with their output.
+page=$(sed 's/\\(aq/'"'/g" "$source/man/tvtool.1")
 while IFS= read -r line; do
     read -ra words <<<"$(sed -E 's/ [^a-z].*//' <<<"$line")"
     name="${words[*]}"
     help=$("$tvtool" "${words[@]:1}" --help </dev/null 2>&1) || fail "$name --help fails"
     [[ $help == *"Usage: $name "* ]] || fail "$name --help shows no usage: $help"
-    grep -A1 '^Example:' <<<"$help" | grep -q "^  .*$name" || fail "$name --help has no example"
+    examples=$(sed '1,/^Example:/d; /^$/,$d; s/^  //' <<<"$help")
+    [[ $examples == *"$name"* ]] || fail "$name --help has no example"
+    while IFS= read -r example; do
+        [[ $'\n'$page == *$'\n$ '"$example"* ]] || fail "tvtool(1) does not show $example"
+    done <<<"$examples"
     [ "$("$tvtool" "${words[@]:1}" -h)" = "$help" ] || fail "$name -h differs from --help"
     wide=$(grep -E '^.{101}' <<<"$help") && fail "$name --help has a wide line: $wide"
 done <<<"$tree"

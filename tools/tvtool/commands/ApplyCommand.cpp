@@ -224,8 +224,9 @@ void AddApplyCommand(CLI::App& app, Session& session) {
     const auto [command, options] = AddCommand(
         app, session, "apply", apply, "Puts variables into a text, as the framework does",
         "  echo 'Welcome to <AppName> <MajVersion>' | tvtool apply -\n"
-        "  tvtool apply welcome.txt --config Calyx.nwc --set Greeting='Good day' --strict\n"
-        "  tvtool apply welcome.txt --list");
+        "  tvtool apply welcome.txt --list\n"
+        "  tvtool apply welcome.txt --config Calyx.nwc --strict\n"
+        "  tvtool apply welcome.txt --config Calyx.nwc --set Greeting='Good day'");
     AddText(command, "TEXT", options.text,
             "A file, or - for standard input (the default). What names no file\n"
             "and holds a placeholder is the text itself");

@@ -319,22 +319,22 @@ void addReaders(CLI::App& config, Session& session) {
     addDamagedFlag(getting);
     const auto verifying = AddCommand(config, session, "verify", verify,
                                       "Says whether files are in order, or which damage they have",
-                                      "  tvtool config verify Calyx.nwc\n"
-                                      "  tvtool config verify *.nwc --json");
+                                      "  tvtool config verify Calyx.nwc --json\n"
+                                      "  tvtool config verify *.nwc");
     AddTexts(verifying.app, "FILE", verifying.options.words,
              "The configuration files; - is standard input")
         ->required();
     verifying.app.add_flag("--json", verifying.options.json, "As an object for each file");
     const auto comparing = addReader(config, session, "diff", compare,
                                      "Shows the variables that differ between two files",
-                                     "  tvtool config diff Old.nwc New.nwc");
+                                     "  tvtool config diff Calyx.nwc Copy.nwc");
     AddText(comparing.app, "FILE2", comparing.options.other, "The file to compare with")
         ->required();
     comparing.app.add_flag("--json", comparing.options.json,
                            "As an array of {\"name\", \"before\", \"after\"}");
     const auto salvaging = addReader(config, session, "salvage", salvage,
                                      "Makes a file of what can be read of a damaged one",
-                                     "  tvtool config salvage Broken.nwc Calyx.nwc");
+                                     "  tvtool config salvage Broken.nwc Mended.nwc");
     AddText(salvaging.app, "OUT", salvaging.options.other,
             "The file to make, or - for standard output")
         ->required();
@@ -344,25 +344,25 @@ void addReaders(CLI::App& config, Session& session) {
 void addEditors(CLI::App& config, Session& session) {
     const auto setting = addReader(
         config, session, "set", set, "Sets variables; a % before the name fixes it for good",
-        "  tvtool config set Calyx.nwc AppName=Calyx %Serial=CX7-0042 --diff");
+        "  tvtool config set Calyx.nwc AppName='Calyx Pro' %Edition=2 --diff");
     AddTexts(setting.app, "ASSIGNMENT", setting.options.words,
              "NAME=VALUE: what to set, taken literally")
         ->required();
     addEditFlags(setting);
     const auto unsetting =
         addReader(config, session, "unset", unset, "Removes variables, also fixed ones",
-                  "  tvtool config unset Calyx.nwc Serial");
+                  "  tvtool config unset Calyx.nwc Edition");
     AddTexts(unsetting.app, "NAME", unsetting.options.words, "The variables")->required();
     addEditFlags(unsetting);
     addReader(config, session, "edit", editText, "Edits the variables in the editor EDITOR",
-              "  EDITOR=nano tvtool config edit Calyx.nwc");
+              "  tvtool config edit Calyx.nwc");
 }
 
 void addCreate(CLI::App& config, Session& session) {
     const auto [command, options] =
         AddCommand(config, session, "create", create, "Makes a configuration file",
-                   "  tvtool config create Calyx.nwc AppName=Calyx %Serial=42\n"
-                   "  tvtool config create Calyx.nwc --from Calyx.txt");
+                   "  tvtool config create Calyx.nwc AppName=Calyx %Serial=CX7-0042\n"
+                   "  tvtool config create Copy.nwc --from Calyx.txt");
     AddText(command, "OUT", options.file, "The file to make, or - for standard output")->required();
     AddTexts(command, "ASSIGNMENT", options.words,
              "NAME=VALUE: a variable, or %NAME=VALUE for a fixed one");

@@ -265,7 +265,7 @@ void addRead(CLI::App& details, Session& session) {
     const auto [command, options] =
         AddCommand<ReadOptions>(details, session, "read", readDetails, "Shows the details",
                                 "  tvtool details read --config Calyx.nwc\n"
-                                "  tvtool details read --prefs --json");
+                                "  tvtool details read --prefs");
     AddText(command, "--config", options.config,
             "Read this configuration file; - is standard input")
         ->type_name("FILE");
@@ -281,8 +281,8 @@ void addWrite(CLI::App& details, Session& session) {
         details, session, "write", writeDetails,
         "Saves details into an existing configuration file",
         "  tvtool details write Calyx.nwc --first-name Ada --email ada@example.org\n"
-        "  tvtool details read --prefs --json | tvtool details write Calyx.nwc --from -\n"
-        "  tvtool details write Calyx.nwc --send --to http://127.0.0.1:8080/v/prod_reg");
+        "  tvtool details write Calyx.nwc --from - <details.json\n"
+        "  tvtool details write Calyx.nwc --send --to http://127.0.0.1:8080/");
     AddText(command, "FILE", options.file, "The configuration file")->required();
     for (std::size_t i = 0; i < cCount; ++i) {
         const std::string longest = std::to_string(cDetailFields[i].longest);

@@ -350,9 +350,7 @@ void examine(const DoctorOptions& options, Session& session) {
 void AddDoctorCommand(CLI::App& app, Session& session) {
     const auto [command, options] = AddCommand<DoctorOptions>(
         app, session, "doctor", examine,
-        "Tells what the framework would do on this machine, and why",
-        "  tvtool doctor\n"
-        "  tvtool doctor --bundle /opt/calyx/Frameworks/TVframework.framework");
+        "Tells what the framework would do on this machine, and why", "  tvtool doctor");
     AddText(command, "--bundle", options.bundle,
             "Examine this TVframework.framework, whose library is loaded;\n"
             "otherwise the one that is installed beside the tool")

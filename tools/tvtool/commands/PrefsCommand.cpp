@@ -220,7 +220,7 @@ void AddPrefsCommand(CLI::App& app, Session& session) {
     };
 
     const auto list = AddCommand(prefs, session, "list", listKeys, "Shows all keys and values",
-                                 "  tvtool prefs list --json");
+                                 "  tvtool prefs list");
     list.app.add_flag("--json", list.options.json, "As an object");
     const auto get = AddCommand(prefs, session, "get", printValue, "Prints the value of a key",
                                 "  tvtool prefs get RegisterInfo/RegFirstName");
@@ -231,10 +231,10 @@ void AddPrefsCommand(CLI::App& app, Session& session) {
     addKey(set);
     AddText(set.app, "VALUE", set.options.value, "The text, taken literally")->required();
     AddCommand(prefs, session, "export", exportKeys, "Prints all keys and values as JSON",
-               "  tvtool prefs export >Calyx.json");
+               "  tvtool prefs export >prefs.json");
     const auto import = AddCommand(prefs, session, "import", importKeys,
                                    "Stores the keys and values that export printed",
-                                   "  tvtool prefs import Calyx.json");
+                                   "  tvtool prefs import prefs.json");
     AddText(import.app, "FILE", import.options.file,
             "A JSON object; - is standard input. Other keys stay")
         ->required();

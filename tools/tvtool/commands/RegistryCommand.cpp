@@ -194,17 +194,16 @@ void addShow(CLI::App& registry, Session& session) {
     const auto [command, arguments] =
         AddCommand(registry, session, "show", show, "Show a registry, or a part of it, as a tree",
                    "  tvtool registry show\n"
-                   "  tvtool registry show ./registry Calyx/Paths --json\n"
-                   "  tvtool registry show --shared Calyx");
-    addPlace(command, arguments, "Show what is there, such as Calyx/Paths");
+                   "  tvtool registry show ./registry CX7/Paths --json\n"
+                   "  tvtool registry show --shared CX7/Paths");
+    addPlace(command, arguments, "Show what is there, such as CX7/Paths");
     addFlags(command, arguments);
 }
 
 void addGet(CLI::App& registry, Session& session) {
-    const auto [command, arguments] =
-        AddCommand(registry, session, "get", get, "Print one value",
-                   "  tvtool registry get Calyx/ProdRegURL\n"
-                   "  tvtool registry get ./registry Calyx/ProdRegURL");
+    const auto [command, arguments] = AddCommand(registry, session, "get", get, "Print one value",
+                                                 "  tvtool registry get CX7/ProdRegURL\n"
+                                                 "  tvtool registry get ./registry CX7/ProdRegURL");
     addPlace(command, arguments,
              "The names of directories and of the value, with \"/\" between them;\na directory's "
              "may be cut short");

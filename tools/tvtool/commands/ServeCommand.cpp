@@ -131,7 +131,7 @@ void AddServeCommand(CLI::App& app, Session& session) {
         AddCommand<ServeOptions>(app, session, "serve", serve,
                                  "Prints the registrations that arrive, for testing an installer",
                                  "  tvtool serve --port 8080\n"
-                                 "  tvtool serve --once --json --fault status=503");
+                                 "  tvtool serve --port 8080 --once --json --fault status=503");
     AddText(command, "--port", options.port,
             "Listen on this port of 127.0.0.1; any free one otherwise.\n"
             "The first line on standard error says where")
