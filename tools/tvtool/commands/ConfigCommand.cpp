@@ -354,8 +354,10 @@ void addEditors(CLI::App& config, Session& session) {
                   "  tvtool config unset Calyx.nwc Edition");
     AddTexts(unsetting.app, "NAME", unsetting.options.words, "The variables")->required();
     addEditFlags(unsetting);
-    addReader(config, session, "edit", editText, "Edits the variables in the editor EDITOR",
-              "  tvtool config edit Calyx.nwc");
+    const auto editing = AddCommand(config, session, "edit", editText,
+                                    "Edits the variables in the editor that EDITOR names",
+                                    "  tvtool config edit Calyx.nwc");
+    AddText(editing.app, "FILE", editing.options.file, "The configuration file")->required();
 }
 
 void addCreate(CLI::App& config, Session& session) {
