@@ -93,16 +93,16 @@ done <<'TABLE'
 tvtool re|registry
 tvtool registry s|show
 tvtool registry verify --j|--json
-tvtool registry get ./r P --|--help --shared
+tvtool registry get ./r P --|--help --shared --color
 tvtool config create --f|--from --force
 tvtool config create |Calyx.nwc
 tvtool config create --from |Calyx.nwc
 tvtool config create --from = Cal|Calyx.nwc
 tvtool config create --from = x Cal|Calyx.nwc
-tvtool config create --from x a -|-h --help --from --force
+tvtool config create --from x a -|-h --help --from --force --color
 tvtool config get Calyx.nwc |Alpha Beta C\$\(touch\ x\)
 tvtool config set --diff Calyx.nwc B|Beta=
-tvtool config get Calyx.nwc Name |-h --help --json --damaged
+tvtool config get Calyx.nwc Name |-h --help --json --damaged --color
 tvtool config show -- -|
 tvtool apply --set A = B Cal|Calyx.nwc
 tvtool details write --to http : //x.y Cal|Calyx.nwc
@@ -112,6 +112,11 @@ tvtool serve --tls a b --o|--once
 tvtool serve --fault s|stall slow status=
 tvtool serve --fault = re|reset redirect-loop
 tvtool serve --fault status =|
+tvtool doctor --color al|always
+tvtool --color = n|never
+tvtool --color never ver|version
+tvtool help d|details doctor
+tvtool help config |create show get verify diff salvage set unset edit
 tvtool prefs get C|Colour
 TABLE
 
@@ -135,12 +140,13 @@ zpty -w shell 'compadd() {
     print -r -- "<${(j: :)${(@o)offered}}>" >>../offered
     builtin compadd "$@"
 }'
-zpty -w shell "bindkey '^I' complete-word; setopt no_beep; PS1="
+# Ctrl+U would not do: it removes what was typed, tab and all, while the line editor is not yet there.
+zpty -w shell "bindkey '^I' complete-word '^G' kill-whole-line; setopt no_beep; PS1="
 zpty -w shell "print -r -- rea''dy"
 zpty -r -m shell seen '*ready*'
 while IFS= read -r line; do
     : >../offered
-    zpty -n -w shell $'\C-u'"$line"$'\t'$'\C-u'"print -r -- do''ne"$'\n'
+    zpty -n -w shell "$line"$'\t\C-g'"print -r -- do''ne"$'\n'
     zpty -r -m shell seen '*done*'
     print -r -- "$line|$(sed -n 's/^<\(.*\)>$/\1/p' ../offered | grep . | head -n 1)"
 done
@@ -152,6 +158,16 @@ tvtool details read --p|--prefs
 tvtool config get Calyx.nwc B|Beta
 tvtool config set Calyx.nwc A|Alpha
 tvtool prefs get C|Colour
+tvtool prefs e|export
+tvtool prefs import C|Calyx.nwc
+tvtool config diff Calyx.nwc C|Calyx.nwc
+tvtool config sa|salvage
+tvtool config show --d|--damaged
+tvtool serve --log C|Calyx.nwc
+tvtool doctor --b|--bundle
+tvtool doctor --color al|always
+tvtool help con|config
+tvtool help config e|edit
 TABLE
 )
 for script in fish/tvtool.fish zsh/_tvtool; do

@@ -32,6 +32,7 @@ std::string askedFor(const CLI::App& app, const std::string& name) {
     return command == "config" && name == "NAME"         ? "variables"
            : command == "config" && name == "ASSIGNMENT" ? "assignments"
            : command == "prefs" && name == "KEY"         ? "keys"
+           : app.get_name() == "help"                    ? "topics"
                                                          : "";
 }
 

@@ -15,7 +15,8 @@ struct ValueKind {
     bool isFile = false;
     std::vector<std::string> words;  // the words to offer
     // What the shell asks the tool for: "variables" of the file that the line names, "assignments"
-    // to them, or the "keys" of the preferences. Any text will do if all these are empty.
+    // to them, the "keys" of the preferences, or the "topics" of help, which are commands. Any text
+    // will do if all these are empty.
     std::string asked;
 };
 

@@ -3,7 +3,9 @@
 #include "tvtool/base/Escapes.h"
 #include "tvtool/commands/CommandTree.h"
 
+#include <algorithm>
 #include <functional>
+#include <iterator>
 #include <memory>
 
 namespace tvtool {
@@ -63,13 +65,16 @@ std::string listOf(const CommandNode& tree) {
 // For bash: the tables of commands and of options with values, and a function that walks the line.
 constexpr char cBashHead[] = R"(# Completion of tvtool for bash, printed by the tool itself.
 
-# These print the variables of the configuration file "$1", assignments to them, and the keys of the
-# preferences.
+# These print the variables of the configuration file "$1", assignments to them, the keys of the
+# preferences, and the commands, or those below the command "$1".
 _tvtool_variables() {
     [ ! -f "$1" ] || tvtool config show -- "$1" 2>/dev/null | sed 's/^%//; s/=.*//'
 }
 _tvtool_assignments() { _tvtool_variables "$1" | sed 's/$/=/'; }
 _tvtool_keys() { tvtool prefs list 2>/dev/null | sed 's/=.*//'; }
+_tvtool_topics() {
+    tvtool __completions list | sed -nE "s/^tvtool ${1:+$1 }([a-z]+).*/\\1/p" | uniq
+}
 
 # Sets what may follow the command "$1". A kind of value is "file", the end of a name above, "other", or
 # words with "|" between.
@@ -140,7 +145,7 @@ _tvtool() {
             mapfile -t COMPREPLY < <(compgen -f -- "$current")
             compopt -o filenames
             ;;
-        variables | assignments | keys)
+        variables | assignments | keys | topics)
             # A name may hold what the shell would run.
             while IFS= read -r word; do
                 [[ $word != "$current"* ]] || COMPREPLY+=("$(printf %q "$word")")
@@ -272,6 +277,13 @@ _tvtool_keys() {
     names=("${(@)names%%=*}")
     compadd -a names
 }
+# Offers the commands, or those below the command on the line.
+_tvtool_topics() {
+    local line="tvtool ${(j: :)${(@)words[2,-2]}}"
+    local -a names=("${(@f)$(tvtool __completions list </dev/null)}")
+    names=("${(@)${(@M)names:#${line% } [a-z]*}#${line% } }")
+    compadd -- ${(u)names%% *}
+}
 )";
 
 std::string zshScript(const CommandNode& tree) {
@@ -299,8 +311,8 @@ function __tvtool_in
     string match -q -- "$argv *" "$words "
 end
 
-# These print the variables of the configuration file on the line, assignments to them, and the keys of
-# the preferences.
+# These print the variables of the configuration file on the line, assignments to them, the keys of
+# the preferences, and the commands, or those below the command on the line.
 function __tvtool_variables
     set -l words (__tvtool_words)
     test -f "$words[3]"; or return
@@ -311,6 +323,10 @@ function __tvtool_assignments
 end
 function __tvtool_keys
     tvtool prefs list 2>/dev/null | string replace -r '=.*' ''
+end
+function __tvtool_topics
+    set -l words tvtool (__tvtool_words)[2..]
+    tvtool __completions list | string replace -rf "^$words ([a-z]+).*" '$1' | uniq
 end
 
 complete -c tvtool -f
@@ -358,8 +374,21 @@ std::string fishScript(const CommandNode& tree) {
     return text;
 }
 
+// Adds to each command below `command` those of the first one's options that have values: they may
+// stand behind the command too.
+void passDown(CommandNode& command, const std::vector<CommandOption>& options) {
+    for (CommandNode& inner : command.commands) {
+        std::copy_if(options.begin(), options.end(), std::back_inserter(inner.options),
+                     [](const CommandOption& option) { return !option.values.empty(); });
+        passDown(inner, options);
+    }
+}
+
 void Print(const std::string& format, CLI::App& app, Session& session) {
-    const CommandNode tree = ReadCommandTree(app);
+    CommandNode tree = ReadCommandTree(app);
+    if (format != "list") {
+        passDown(tree, tree.options);
+    }
     if (format == "bash") {
         session.out << bashScript(tree);
     } else if (format == "zsh") {
