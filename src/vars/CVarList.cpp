@@ -57,11 +57,11 @@ CVar* CVarList::Append(std::string_view name, std::string_view value, std::uint6
     auto* var =
         new (memory_->pool.allocate(CVar::SizeOf(name, value), alignof(CVar))) CVar(name, value);
     if (count_ + 1 >= cIndexFrom) {
-        index_.Reserve(count_ + 1);
-        CVar* unknown = count_ + 1 == cIndexFrom ? head_ : nullptr;
-        for (; unknown != nullptr; unknown = unknown->next_) {
-            index_.Insert(*unknown, HashName(unknown->NameView()));
-        }
+        index_.Reserve(count_ + 1, [this](auto enter) {
+            for (CVar* known = head_; known != nullptr; known = known->next_) {
+                enter(*known);
+            }
+        });
         index_.Insert(*var, hash);
     }
     for (const char c : name) {

@@ -23,9 +23,12 @@ public:
 
     constexpr NameIndex() = default;
 
-    // Makes room for `count` variables. Throws std::bad_alloc if memory runs out; the table is then
-    // as before.
-    void Reserve(std::size_t count) {
+    // Makes room for `count` variables. If the table has to grow, enters those that `visit` gives
+    // to the function it is called with, all that there are. They are not taken from the former
+    // table, whose order is none of memory. Throws std::bad_alloc if memory runs out; the table is
+    // then as before.
+    template <class Visit>
+    void Reserve(std::size_t count, Visit visit) {
         if (count <= slots_ / 4 * 3) {
             return;
         }
@@ -34,11 +37,7 @@ public:
         grown.slots_ = std::max(std::bit_ceil(count / 3 * 4 + 4), cFewest);
         grown.tags_ = std::make_unique<unsigned char[]>(grown.slots_);
         grown.vars_.reset(new Var*[grown.slots_]);
-        for (std::size_t slot = 0; slot < slots_; ++slot) {
-            if (tags_[slot] != 0) {
-                grown.Insert(*vars_[slot], HashName(vars_[slot]->NameView()));
-            }
-        }
+        visit([&grown](Var& var) { grown.Insert(var, HashName(var.NameView())); });
         *this = std::move(grown);
     }
 

@@ -41,7 +41,7 @@ WideVars::WideVars(const CVarList& list) : encoding_(CFStringGetSystemEncoding()
         }
     }
     // The index refers to the variables, so it is made when they no longer move.
-    index_.Reserve(std::max<std::size_t>(vars_.size(), 1));
+    index_.Reserve(std::max<std::size_t>(vars_.size(), 1), [](auto) {});
     for (const WideVar& var : vars_) {
         const std::uint64_t hash = HashName(var.name);
         if (index_.Find(var.name, hash) != nullptr) {
