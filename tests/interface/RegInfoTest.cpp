@@ -19,6 +19,18 @@ TEST(CRegInfo, OnlyTheConstructorFromTextsCuts) {
     EXPECT_EQ(Show(CRegInfo(vars)), "||fixed|" + xs(65));
 }
 
+TEST(CRegInfo, NamesChecksAndCompares) {
+    const CRegInfo ada("Ada", "Lovelace", "", "ada@example.org");
+    CString name("before");
+    ada.GetName(name);
+    EXPECT_STREQ(name.CStr(), "Ada Lovelace");
+    EXPECT_TRUE(ada.IsValidEmailAddress());
+    EXPECT_TRUE(CRegInfo("", "", "", "").IsValidEmailAddress());
+    EXPECT_FALSE(CRegInfo("", "", "", "ada@").IsValidEmailAddress());
+    EXPECT_TRUE(ada.Compare(CRegInfo("Ada", "Lovelace", "", "ada@example.org")));
+    EXPECT_FALSE(ada.Compare(CRegInfo("Ada", "Lovelace", "", "ADA@example.org")));
+}
+
 TEST(CPrefsRegInfo, StopsAtTheFirstAbsentValueAndSetsTheRecord) {
     const TempHome home;
     CRegInfo record("before", "before", "before", "before");

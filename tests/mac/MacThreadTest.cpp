@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <thread>
 #include <tuple>
 
 namespace {
@@ -17,6 +19,19 @@ TEST(MacThreadCondition, DeadlineCarriesOnceAndKeepsNegativeRests) {
         EXPECT_EQ(deadline.tv_sec, expected.tv_sec) << milliseconds;
         EXPECT_EQ(deadline.tv_nsec, expected.tv_nsec) << milliseconds;
     }
+}
+
+TEST(MacThreadCondition, WaitsForAValueOrUntilTheTimeIsOver) {
+    MacThreadCondition condition(1);
+    EXPECT_EQ(condition.DoWait(0, 1, true), 0);
+    EXPECT_EQ(condition.DoWait(0, 2, true), ETIMEDOUT);
+    std::thread second([&] { condition.Set(2); });
+    EXPECT_EQ(condition.WaitTilCondition(2), 0);
+    second.join();
+    std::thread third([&] { condition.Set(3); });
+    constexpr int cLong = 300'000;
+    EXPECT_EQ(condition.DoWait(cLong, 3, true), 0);
+    third.join();
 }
 
 }  // namespace

@@ -92,6 +92,11 @@ TEST_F(RegistryCommandTest, WarnsOfWhatIsSkipped) {
         Write("r", text);
         EXPECT_EQ(Script("registry verify r >o"), warnings);
     }
+    Write("r", "[b\n[c]\nx=\n");
+    EXPECT_EQ(Script("registry verify r --json 2>e | tr -d ' \n'"),
+              "[1]\n"
+              R"({"format":"sectioned","directories":1,"values":1,"comments":0,"warnings":)"
+              R"(["r:1:asectionwithoutits\"]\"isskipped"]})");
 }
 
 TEST_F(RegistryCommandTest, AnswersAsTheFramework) {

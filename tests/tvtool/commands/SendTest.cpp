@@ -91,6 +91,15 @@ TEST_F(SendTest, GoesWhereTheFrameworkWouldSendTo) {
                   "tvtool: would go to http://a.b" + std::string(proxy) + " (" + entry +
                       "); nothing was saved or sent\n");
     }
+    for (const auto& [exception, way] : {std::pair("10.1.0.0/16", ""),
+                                         {"10.2.0.0/16", " through the proxy http://q:1"},
+                                         {"10.1.2.3", ""},
+                                         {"*", ""}}) {
+        EXPECT_EQ(Script(std::string("export http_proxy=q:1 no_proxy='") + exception +
+                         "'; details write a.nwc --dry-run --to http://10.1.2.3/ >/dev/null"),
+                  std::string("tvtool: would go to http://10.1.2.3") + way +
+                      "; nothing was saved or sent\n");
+    }
 }
 
 TEST_F(SendTest, SendsOnlyWhenAskedAndOnlyWhatCanArrive) {
