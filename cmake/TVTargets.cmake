@@ -29,9 +29,11 @@ else()
         target_compile_options(tv_options INTERFACE -fstack-protector-strong)
     endif()
 endif()
-# The same source gives the same bytes in whatever folder it is built.
-target_compile_options(tv_options INTERFACE
-    "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
+# The same source gives the same bytes in whatever folder it is built. Coverage needs the real paths.
+if(NOT "${CMAKE_CXX_FLAGS}" MATCHES "--coverage")
+    target_compile_options(tv_options INTERFACE
+        "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
+endif()
 if(NOT APPLE)
     target_link_options(tv_options INTERFACE -Wl,-z,relro,-z,now)
 endif()
