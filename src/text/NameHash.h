@@ -16,9 +16,8 @@ inline std::uint64_t HashName(std::string_view name) {
     constexpr std::uint64_t cOdd = 0x9E37'79B9'7F4A'7C15;  // has no pattern in its bits
     std::uint64_t hash = reinterpret_cast<std::uintptr_t>(&cSomewhere) ^ name.size();
     const auto mix = [&hash](std::uint64_t bits) {
-        __extension__ using Wide = unsigned __int128;
-        const Wide product = Wide{hash ^ bits} * cOdd;
-        hash = static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+        hash = (hash ^ bits) * cOdd;
+        hash ^= hash >> 32;
     };
     const char* at = name.data();
     std::size_t left = name.size();
@@ -41,6 +40,7 @@ inline std::uint64_t HashName(std::string_view name) {
                byteAt(left - 1);
     }
     mix(rest);
+    mix(0);
     return hash;
 }
 
