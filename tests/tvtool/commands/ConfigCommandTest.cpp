@@ -81,6 +81,7 @@ TEST_F(ConfigCommandTest, SaysWhereASourceIsWrong) {
              {"[{\"name\": " + std::string(99999, '[') + std::string(99999, ']') +
                   ", \"value\": 1}]",
               " is JSON that is nested too deep"},
+             {"[{\"name\": 1e999}]", " is JSON with a number that is too large"},
              {"[{\"name\": \"\\u0000\", \"value\": \"\"}]", " element 1: \"name\": holds a NUL"},
              {"[{\"name\": \"a\", \"value\": {\"base64\": \"QR==\"}}]",
               " element 1: \"value\": is no valid base64"},

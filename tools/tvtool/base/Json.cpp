@@ -53,6 +53,8 @@ Json ParseJson(const std::string& text, const std::string& name) {
     } catch (const Json::parse_error& error) {
         const Place place = PlaceOf(text, error.byte > 0 ? error.byte - 1 : 0);
         Fail(Exit::Damaged, At(name, place), "is no valid JSON from here on");
+    } catch (const Json::out_of_range&) {
+        Fail(Exit::Damaged, name, "is JSON with a number that is too large");
     }
 }
 

@@ -22,7 +22,7 @@ Json JsonText(std::string_view bytes, CFStringEncoding encoding = CFStringGetSys
 std::string TextFromJson(const Json& value, const std::string& where);
 
 // Parses a whole text. Throws ToolError (Damaged), also for values that are nested deeper than 100
-// levels. `name` is the file's name in the message.
+// levels and for numbers beyond those of double. `name` is the file's name in the message.
 Json ParseJson(const std::string& text, const std::string& name);
 void PrintJson(Output& out, const Json& value);
 
