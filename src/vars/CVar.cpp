@@ -25,11 +25,16 @@ std::size_t CVar::SizeOf(std::string_view name, std::string_view value) {
     return sizeof(CVar) + name.size() + 1 + value.size() + 1;
 }
 
-CVar::CVar(std::string_view name, std::string_view value)
-    : nameLength_(name.size() & INT_MAX), valueLength_(static_cast<std::uint32_t>(value.size())) {
+CVar::CVar(std::string_view name, std::string_view value) : nameLength_(name.size() & INT_MAX) {
     value_ = FirstValue();
     copyText(name, reinterpret_cast<char*>(this + 1));
     copyText(value, value_);
+    NoteValue(value.size());
+}
+
+void CVar::NoteValue(std::size_t length) {
+    valueLength_ = length & INT_MAX;
+    holdsUsualEnd_ = ValueView().find(cUsualEnd) != std::string_view::npos;
 }
 
 void CVar::SetValue(std::string_view value) {
@@ -46,7 +51,7 @@ void CVar::SetValue(std::string_view value) {
         DropValue();
         value_ = copy;
     }
-    valueLength_ = static_cast<std::uint32_t>(value.size());
+    NoteValue(value.size());
 }
 
 int CVar::Apply(CString& text, const char* delimiters) const {

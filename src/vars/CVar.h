@@ -27,6 +27,11 @@ public:
     const char* Value() const { return value_; }
     std::string_view NameView() const { return {Name(), nameLength_}; }
     std::string_view ValueView() const { return {value_, valueLength_}; }
+    // Tells whether the character occurs in the value. The answer for the usual end of a
+    // placeholder is kept, because the search would be a tenth of a substitution.
+    bool ValueHolds(char c) const {
+        return c == cUsualEnd ? holdsUsualEnd_ : ValueView().find(c) != std::string_view::npos;
+    }
     bool IsFixed() const { return fixed_; }
     const CVar* Next() const { return next_; }
 
@@ -44,6 +49,10 @@ private:
     // the variable is fixed.
     void SetValue(std::string_view value);
 
+    static constexpr char cUsualEnd = '>';
+
+    // Notes what is at `value_`, which has this length.
+    void NoteValue(std::size_t length);
     char* FirstValue() { return reinterpret_cast<char*>(this + 1) + nameLength_ + 1; }
     // Frees the value if it is not the first one.
     void DropValue() {
@@ -56,7 +65,8 @@ private:
     char* value_;
     std::uint32_t nameLength_ : 31;
     std::uint32_t fixed_ : 1 = 0;
-    std::uint32_t valueLength_;
+    std::uint32_t valueLength_ : 31;
+    bool holdsUsualEnd_ : 1;
 };
 
 }  // namespace Tova

@@ -9,14 +9,18 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <algorithm>
+#include <bit>
 #include <climits>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <new>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -136,12 +140,42 @@ private:
     std::size_t room_ = cShort;
 };
 
+// Returns the index behind the last `sought` in the text, or 0 if there is none. Names are short,
+// so one word that holds the end of the text mostly tells it.
+template <class C>
+std::size_t behindLast(std::basic_string_view<C> text, C sought) {
+    using Unit = std::make_unsigned_t<C>;
+    constexpr std::size_t cBits = sizeof(C) * CHAR_BIT;
+    constexpr std::size_t cUnits = sizeof(std::uint64_t) / sizeof(C);
+    constexpr std::uint64_t cOnes = ~std::uint64_t{0} / std::numeric_limits<Unit>::max();
+    constexpr std::uint64_t cTops = cOnes << (cBits - 1);
+    std::size_t end = text.size();
+    if (end >= cUnits) {
+        end -= cUnits;
+        std::uint64_t units = 0;
+        std::memcpy(&units, text.data() + end, sizeof units);
+        const std::uint64_t others = units ^ (cOnes * static_cast<Unit>(sought));
+        // The top bit of each unit that is the sought one.
+        const std::uint64_t found = ~(((others & ~cTops) + ~cTops) | others) & cTops;
+        if (found != 0) {
+            const auto behind = static_cast<std::size_t>(std::endian::native == std::endian::little
+                                                             ? std::countl_zero(found)
+                                                             : std::countr_zero(found));
+            return end + cUnits - behind / cBits;
+        }
+    }
+    while (end > 0 && text[end - 1] != sought) {
+        --end;
+    }
+    return end;
+}
+
 // Replaces every placeholder in `text`, and those that arise from the values, in one scan from left
 // to right, and appends the result to `out`, which is empty. `find` returns the variable of a name
-// or null; the variable's ValueView() stays valid. Returns the number of replacements. Returns
-// nullopt, with `out` of no use, if more than `maxDepth` values are open, each made by the one
-// before it alone: only circles do that. Throws std::bad_alloc if int cannot hold the length of the
-// result.
+// or null; the variable's ValueView() stays valid, and ValueHolds(c) searches it. Returns the
+// number of replacements. Returns nullopt, with `out` of no use, if more than `maxDepth` values are
+// open, each made by the one before it alone: only circles do that. Throws std::bad_alloc if int
+// cannot hold the length of the result.
 //
 // The scan is allowed only if the delimiters differ and no name holds one of them. Then the result
 // and the count are those of repeated passes over all variables.
@@ -182,10 +216,7 @@ std::optional<unsigned> SubstituteInOneScan(std::basic_string_view<C> text, C op
         }
         input.rest.remove_prefix(piece.size());
         // Most placeholders lie in one piece, and then only what stands before one is put out.
-        std::size_t opening = end;
-        while (opening > 0 && piece[opening - 1] != open) {
-            --opening;
-        }
+        const std::size_t opening = behindLast(piece.substr(0, end), open);
         View name = piece.substr(opening, end - opening);
         const auto* var = opening > 0 ? find(name) : nullptr;
         if (var != nullptr) {
@@ -218,7 +249,7 @@ std::optional<unsigned> SubstituteInOneScan(std::basic_string_view<C> text, C op
         const View value = var->ValueView();
         const auto source = observer.Replace(*var, begin);
         // Most values hold no end of a placeholder, so there is nothing to read in them.
-        if (value.find(close) == View::npos) {
+        if (!var->ValueHolds(close)) {
             out.Append(value);
             observer.Append(value.data(), value.size(), source);
             continue;

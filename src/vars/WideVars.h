@@ -24,6 +24,7 @@ CFRef<CFStringRef> StringOfUnits(std::u16string_view units);
 struct WideVar {
     std::u16string_view NameView() const { return name; }
     std::u16string_view ValueView() const { return value; }
+    bool ValueHolds(char16_t c) const { return value.find(c) != value.npos; }
 
     std::u16string_view name;
     std::u16string_view value;
