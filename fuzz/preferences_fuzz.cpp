@@ -29,21 +29,21 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (!entries) {
         return 0;
     }
-    const auto again = ReadPlist(WritePlist(*entries));
+    const auto again = ReadPlist(WritePlist(entries->Entries()));
     Require(again.has_value(), "what was written can be read");
     std::string before, after;
-    describe(*entries, before);
-    describe(*again, after);
+    describe(entries->Entries(), before);
+    describe(again->Entries(), after);
     Require(before == after, "and is the same");
-    for (const PlistEntry& entry : *entries) {
+    for (const PlistEntry& entry : entries->Entries()) {
         const auto object = Own(ObjectFromPlist(entry.value));
         const PlistValue value = object ? PlistFromObject(object) : nullptr;
         if (value == nullptr) {
             continue;
         }
         const auto back = ReadPlist(WritePlist({{entry.key, value}}));
-        Require(back && back->size() == 1, "an object can be written and read");
-        const auto same = Own(ObjectFromPlist(back->front().value));
+        Require(back && back->Entries().size() == 1, "an object can be written and read");
+        const auto same = Own(ObjectFromPlist(back->Find(entry.key)));
         Require(same && tvtest::Dump(same) == tvtest::Dump(object), "and is the same");
     }
     return 0;

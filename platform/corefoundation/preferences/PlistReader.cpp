@@ -8,7 +8,6 @@
 #include <iterator>
 #include <limits>
 #include <new>
-#include <unordered_map>
 #include <utility>
 
 namespace tvplatform {
@@ -43,7 +42,7 @@ void removeBlanks(PlistKind kind, std::string& text) {
 
 class Reader {
 public:
-    std::optional<std::vector<PlistEntry>> Read(std::string_view xml) {
+    std::optional<PlistDict> Read(std::string_view xml) {
         if (xml.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
             return std::nullopt;
         }
@@ -64,18 +63,15 @@ public:
         if (XML_GetErrorCode(parser_.get()) == XML_ERROR_NO_MEMORY) {
             throw std::bad_alloc();
         }
-        if (status != XML_STATUS_OK || root_ == nullptr || root_->kind != PlistKind::Dict) {
-            return std::nullopt;
-        }
-        return std::move(root_->parts);
+        return status == XML_STATUS_OK ? std::move(root_) : std::nullopt;
     }
 
 private:
     // A value whose end is still to come.
     struct Open {
         std::shared_ptr<PlistNode> node;
-        // Of a dictionary: where each key stands, and the key that waits for its value.
-        std::unordered_map<std::string, std::size_t> places;
+        // Of a dictionary: its entries, and the key that waits for its value.
+        PlistDict dict;
         std::optional<std::string> key;
     };
 
@@ -139,7 +135,7 @@ private:
 
     bool CanTakeValue() const {
         if (open_.empty()) {
-            return root_ == nullptr;
+            return !hasRoot_;
         }
         const Open& outer = open_.back();
         return outer.node->kind == PlistKind::List ||
@@ -176,26 +172,23 @@ private:
             closed.node->text = std::move(text_);
         }
         if (open_.empty()) {
-            root_ = std::move(closed.node);
+            hasRoot_ = true;
+            if (closed.node->kind == PlistKind::Dict) {
+                root_ = std::move(closed.dict);
+            }
             return true;
         }
-        Add(open_.back(), std::move(closed.node));
-        return true;
-    }
-
-    static void Add(Open& outer, PlistValue value) {
-        std::vector<PlistEntry>& parts = outer.node->parts;
-        if (!outer.key) {
-            parts.push_back({{}, std::move(value)});
-            return;
+        if (closed.node->kind == PlistKind::Dict) {
+            closed.node->parts = std::move(closed.dict).Take();
         }
-        const auto [place, isNew] = outer.places.emplace(*outer.key, parts.size());
-        if (isNew) {
-            parts.push_back({std::move(*outer.key), std::move(value)});
+        Open& outer = open_.back();
+        if (outer.key) {
+            outer.dict.Set(std::move(*outer.key), std::move(closed.node));
+            outer.key.reset();
         } else {
-            parts[place->second].value = std::move(value);
+            outer.node->parts.push_back({{}, std::move(closed.node)});
         }
-        outer.key.reset();
+        return true;
     }
 
     struct FreeParser {
@@ -205,14 +198,15 @@ private:
     std::exception_ptr failure_;
     std::vector<Open> open_;
     std::string text_;
-    std::shared_ptr<PlistNode> root_;
+    bool hasRoot_ = false;
+    std::optional<PlistDict> root_;  // if it is a dictionary
     bool inPlist_ = false;
     bool inKey_ = false;
 };
 
 }  // namespace
 
-std::optional<std::vector<PlistEntry>> ReadPlist(std::string_view xml) {
+std::optional<PlistDict> ReadPlist(std::string_view xml) {
     return Reader().Read(xml);
 }
 

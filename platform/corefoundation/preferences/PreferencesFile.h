@@ -14,7 +14,7 @@ namespace tvplatform {
 // no property list. With another error number it could not be read.
 struct PreferencesReading {
     int error;
-    std::vector<PlistEntry> entries;
+    PlistDict entries;
 };
 
 // Makes nothing, and follows only trusted links.

@@ -3,6 +3,7 @@
 #include "corefoundation/object/ForkLocks.h"
 #include "corefoundation/preferences/PreferencesFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <map>
@@ -20,54 +21,32 @@ struct Change {
 };
 using Changes = std::map<std::string, Change>;
 
-// The entries of a file, in its order.
-class Contents {
-public:
-    explicit Contents(std::vector<PlistEntry> entries) : entries_(std::move(entries)) {
-        byKey_.reserve(entries_.size());
-        for (const PlistEntry& entry : entries_) {
-            byKey_.emplace(entry.key, &entry);
-        }
-    }
-    Contents(Contents&&) = default;  // a copy would have the index of the original
+using Contents = PlistDict;
 
-    const std::vector<PlistEntry>& Entries() const { return entries_; }
-    PlistValue Find(const std::string& key) const {
-        const auto found = byKey_.find(key);
-        return found != byKey_.end() ? found->second->value : nullptr;
-    }
-    // Returns true if the changes set something or remove an entry that is there.
-    bool WouldChange(const Changes& changes) const {
-        for (const auto& [key, change] : changes) {
-            if (change.value || byKey_.count(key) != 0) {
-                return true;
-            }
-        }
-        return false;
-    }
-    // Returns the changed contents. Changed keys keep their places, new ones follow.
-    Contents With(const Changes& changes) const {
-        std::vector<PlistEntry> entries;
-        entries.reserve(entries_.size() + changes.size());
-        for (const PlistEntry& entry : entries_) {
-            const auto change = changes.find(entry.key);
-            const PlistValue& value = change != changes.end() ? change->second.value : entry.value;
-            if (value) {
-                entries.push_back({entry.key, value});
-            }
-        }
-        for (const auto& [key, change] : changes) {
-            if (change.value && byKey_.count(key) == 0) {
-                entries.push_back({key, change.value});
-            }
-        }
-        return Contents(std::move(entries));
-    }
+// Returns true if the changes set something or remove an entry that is there.
+bool wouldChange(const Contents& contents, const Changes& changes) {
+    return std::any_of(changes.begin(), changes.end(), [&](const auto& change) {
+        return change.second.value || contents.Find(change.first);
+    });
+}
 
-private:
-    std::vector<PlistEntry> entries_;
-    std::unordered_map<std::string_view, const PlistEntry*> byKey_;
-};
+// Returns the changed contents. Changed keys keep their places, new ones follow.
+Contents changed(const Contents& contents, const Changes& changes) {
+    Contents result;
+    for (const PlistEntry& entry : contents.Entries()) {
+        const auto change = changes.find(entry.key);
+        const PlistValue& value = change != changes.end() ? change->second.value : entry.value;
+        if (value) {
+            result.Set(entry.key, value);
+        }
+    }
+    for (const auto& [key, change] : changes) {
+        if (change.value) {
+            result.Set(key, change.value);
+        }
+    }
+    return result;
+}
 
 struct State {
     Changes pending;
@@ -142,8 +121,7 @@ Moment lookWithContents(const PreferencesDomain& domain) {
     Moment moment = look(domain);
     if (moment.contents == nullptr) {
         auto read = std::make_shared<const Contents>(
-            domain.folder ? ReadPreferencesFile(*domain.folder, domain.name).entries
-                          : std::vector<PlistEntry>());
+            domain.folder ? ReadPreferencesFile(*domain.folder, domain.name).entries : PlistDict());
         install(domain, read, moment.number, {});
         moment.contents = std::move(read);
     }
@@ -166,10 +144,10 @@ int writeChanges(const PreferencesDomain& domain) {
     PreferencesReading reading = file.Read();
     auto contents = std::make_shared<const Contents>(std::move(reading.entries));
     int error = canBeReplaced(reading) ? 0 : reading.error;
-    if (error == 0 && contents->WouldChange(moment.pending)) {
-        auto changed = std::make_shared<const Contents>(contents->With(moment.pending));
-        error = file.Replace(changed->Entries(), reading.error == EILSEQ);
-        contents = error == 0 ? std::move(changed) : std::move(contents);
+    if (error == 0 && wouldChange(*contents, moment.pending)) {
+        auto next = std::make_shared<const Contents>(changed(*contents, moment.pending));
+        error = file.Replace(next->Entries(), reading.error == EILSEQ);
+        contents = error == 0 ? std::move(next) : std::move(contents);
     }
     install(domain, std::move(contents), std::nullopt, error == 0 ? moment.pending : Changes());
     return error;
@@ -198,7 +176,7 @@ PlistValue GetPreference(const PreferencesDomain& domain, const std::string& key
 std::vector<std::string> GetPreferenceKeys(const PreferencesDomain& domain) {
     const Moment moment = lookWithContents(domain);
     std::set<std::string> keys;
-    const Contents all = moment.contents->With(moment.pending);
+    const Contents all = changed(*moment.contents, moment.pending);
     for (const PlistEntry& entry : all.Entries()) {
         keys.insert(entry.key);
     }
@@ -221,7 +199,7 @@ int SynchronizePreferences(const PreferencesDomain& domain) {
     PreferencesReading reading = ReadPreferencesFile(*domain.folder, domain.name);
     const auto contents = std::make_shared<const Contents>(std::move(reading.entries));
     const int error = reading.error == ENOENT ? 0 : reading.error;
-    const bool changes = contents->WouldChange(moment.pending);
+    const bool changes = wouldChange(*contents, moment.pending);
     // A removal of an absent key is done.
     install(domain, contents, moment.number, error == 0 && !changes ? moment.pending : Changes());
     return changes && canBeReplaced(reading) ? writeChanges(domain) : error;
