@@ -66,7 +66,7 @@ void CRegIndex::Remove(const CRegNode* child) noexcept {
     MoveOffCursor(child);
     if (!byPlace_.empty()) {
         byPlace_[child->position_] = nullptr;
-        if (byPlace_.size() / 2 > static_cast<std::size_t>(directory_.ChildCount())) {
+        if (byPlace_.size() / 4 > static_cast<std::size_t>(directory_.ChildCount())) {
             DropPlaces();
         }
     }
@@ -139,7 +139,7 @@ void CRegIndex::AddBeginning(Beginnings& beginnings, std::string_view name,
         beginnings.usedChains = 0;
         const std::size_t mask = beginnings.chains.size() - 1;
         for (const Beginnings::Chain& chain : former) {
-            if (chain.hash != 0 && chain.first != cNoLink) {
+            if (chain.hash != 0 && chain.first != cNoPlace) {
                 std::size_t slot = chain.hash & mask;
                 while (beginnings.chains[slot].hash != 0) {
                     slot = (slot + 1) & mask;
@@ -149,24 +149,23 @@ void CRegIndex::AddBeginning(Beginnings& beginnings, std::string_view name,
             }
         }
     }
+    beginnings.next.resize(place + std::size_t{1}, cNoPlace);
     const std::string_view beginning = name.substr(0, beginnings.length);
-    Beginnings::Chain& chain = ChainOf(beginnings, beginning);
-    const auto link = static_cast<std::uint32_t>(beginnings.links.size());
-    beginnings.links.push_back({place, cNoLink});
+    const std::uint32_t hash = HashOf(beginning);
+    Beginnings::Chain& chain = ChainOf(beginnings, beginning, hash);
     if (chain.hash == 0) {
-        chain = {HashOf(beginning), link, link};
+        chain = {hash, place, place};
         ++beginnings.usedChains;
     } else {
-        beginnings.links[chain.last].next = link;
-        chain.last = link;
+        beginnings.next[chain.last] = place;
+        chain.last = place;
     }
 }
 
 // Returns the chain of the names that begin so, or the unused slot where it belongs. Skips what
-// went from the front of the chains that it meets, so that each link is skipped once.
-CRegIndex::Beginnings::Chain& CRegIndex::ChainOf(Beginnings& beginnings,
-                                                 std::string_view beginning) const {
-    const std::uint32_t hash = HashOf(beginning);
+// went from the front of the chains that it meets, so that each place is skipped once.
+CRegIndex::Beginnings::Chain& CRegIndex::ChainOf(Beginnings& beginnings, std::string_view beginning,
+                                                 std::uint32_t hash) const {
     const std::size_t mask = beginnings.chains.size() - 1;
     for (std::size_t slot = hash & mask;; slot = (slot + 1) & mask) {
         Beginnings::Chain& chain = beginnings.chains[slot];
@@ -176,12 +175,11 @@ CRegIndex::Beginnings::Chain& CRegIndex::ChainOf(Beginnings& beginnings,
         if (chain.hash != hash) {
             continue;
         }
-        while (chain.first != cNoLink && byPlace_[beginnings.links[chain.first].place] == nullptr) {
-            chain.first = beginnings.links[chain.first].next;
+        while (chain.first != cNoPlace && byPlace_[chain.first] == nullptr) {
+            chain.first = beginnings.next[chain.first];
         }
-        if (chain.first != cNoLink &&
-            std::string_view(byPlace_[beginnings.links[chain.first].place]->GetName())
-                .starts_with(beginning)) {
+        if (chain.first != cNoPlace &&
+            std::string_view(byPlace_[chain.first]->GetName()).starts_with(beginning)) {
             return chain;
         }
     }
@@ -196,7 +194,8 @@ CRegNode* CRegIndex::FindPrefix(std::string_view prefix) {
             throw;
         }
     }
-    CRegNode* exact = FindExact(prefix, HashOf(prefix));
+    const std::uint32_t hash = HashOf(prefix);
+    CRegNode* exact = FindExact(prefix, hash);
     const std::size_t length = prefix.size();
     if (length >= firstLonger_.size() ||
         (exact != nullptr && exact->position_ < firstLonger_[length])) {
@@ -211,11 +210,11 @@ CRegNode* CRegIndex::FindPrefix(std::string_view prefix) {
     if (known->chains.empty()) {
         return exact;
     }
-    const Beginnings::Chain& chain = ChainOf(*known, prefix);
+    const Beginnings::Chain& chain = ChainOf(*known, prefix, hash);
     if (chain.hash == 0) {
         return exact;
     }
-    CRegNode* longer = byPlace_[known->links[chain.first].place];
+    CRegNode* longer = byPlace_[chain.first];
     return exact != nullptr && exact->position_ < longer->position_ ? exact : longer;
 }
 

@@ -51,22 +51,18 @@ private:
     struct Beginnings {
         struct Chain {
             std::uint32_t hash;   // 0 marks a slot that was never used
-            std::uint32_t first;  // an index of `links`; cNoLink if the chain is used up
+            std::uint32_t first;  // a place; cNoPlace if the chain is used up
             std::uint32_t last;
         };
-        struct Link {
-            std::uint32_t place;
-            std::uint32_t next;
-        };
         Beginnings(std::size_t count, std::pmr::memory_resource* memory)
-            : length(count), chains(memory), links(memory) {}
+            : length(count), chains(memory), next(memory) {}
 
         std::size_t length;
         std::size_t usedChains = 0;
-        std::pmr::vector<Chain> chains;  // a power of two, probed one after the other
-        std::pmr::vector<Link> links;
+        std::pmr::vector<Chain> chains;        // a power of two, probed one after the other
+        std::pmr::vector<std::uint32_t> next;  // leads from place to place
     };
-    static constexpr std::uint32_t cNoLink = UINT32_MAX;
+    static constexpr std::uint32_t cNoPlace = UINT32_MAX;
 
     void Build();
     void Insert(CRegNode* child);
@@ -75,7 +71,8 @@ private:
     void NoteLength(std::size_t length, std::uint32_t place);
     Beginnings MakeBeginnings(std::size_t length) const;
     void AddBeginning(Beginnings& beginnings, std::string_view name, std::uint32_t place) const;
-    Beginnings::Chain& ChainOf(Beginnings& beginnings, std::string_view beginning) const;
+    Beginnings::Chain& ChainOf(Beginnings& beginnings, std::string_view beginning,
+                               std::uint32_t hash) const;
     void MoveOffCursor(const CRegNode* child);
 
     CRegNode& directory_;
