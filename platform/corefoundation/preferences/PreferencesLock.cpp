@@ -12,18 +12,18 @@ namespace tvplatform {
 namespace {
 
 constexpr std::chrono::seconds cLongestWait(2);
-// Bytes of the file. A process holds the first one while it waits for the second one. So a process
-// that releases the second one and wants it again at once stands behind the process that waits.
-constexpr off_t cTurn = 0;
-constexpr off_t cWork = 1;
+// The first bytes of the file are the places of a queue. Who holds byte 0 may change the
+// preferences. Others come in at the last place and go on to the place before whenever it is free,
+// so that nobody overtakes. Those for whom there is no place find the way in by chance.
+constexpr off_t cPlaces = 16;
 
 // Returns 0 or an error number, EAGAIN if another opening of the file has the lock.
-int setLock(const tvposix::Descriptor& file, short type, off_t begin, off_t length) {
+int setLock(const tvposix::Descriptor& file, short type, off_t place, off_t count) {
     struct flock range = {};
     range.l_type = type;
     range.l_whence = SEEK_SET;
-    range.l_start = begin;
-    range.l_len = length;
+    range.l_start = place;
+    range.l_len = count;
     // The lock belongs to this opening of the file, so it works between threads too.
     const bool isSet = fcntl(file.Get(), F_OFD_SETLK, &range) == 0;
     return isSet ? 0 : errno == EACCES || errno == EINTR ? EAGAIN : errno;
@@ -54,12 +54,13 @@ PreferencesLock::PreferencesLock(const tvposix::Descriptor& folder, const std::s
         return;
     }
     const auto deadline = std::chrono::steady_clock::now() + cLongestWait;
-    const auto waitFor = [&](off_t byte) {
-        return tvposix::WaitForLock([&] { return setLock(file_, F_WRLCK, byte, 1); }, deadline);
-    };
-    error_ = waitFor(cTurn);
-    error_ = error_ == 0 ? waitFor(cWork) : error_;
-    setLock(file_, F_UNLCK, cTurn, 1);
+    for (off_t place = cPlaces; place-- > 0 && error_ == 0;) {
+        error_ = tvposix::WaitForLock([&] { return setLock(file_, F_WRLCK, place, 1); }, deadline);
+        setLock(file_, F_UNLCK, place + 1, cPlaces);
+    }
+    if (error_ != 0) {
+        setLock(file_, F_UNLCK, 0, 0);
+    }
 }
 
 PreferencesLock::~PreferencesLock() {

@@ -8,8 +8,8 @@
 namespace tvplatform {
 
 // A lock on a file beside the one that it protects. The lock file is made if it is missing, and
-// then stays. A process that waits gets its turn before one that comes back. The lock ends with the
-// object, or with the process.
+// then stays. Up to sixteen that want it get it in the order in which they came. The lock ends with
+// the object, or with the process.
 class PreferencesLock {
 public:
     // Waits up to 2 s. The lock file has this name in the folder.

@@ -158,11 +158,14 @@ TEST_F(PreferencesFiles, AFullDiskOrAValueThatIsTooLargeLosesNothing) {
     EXPECT_EQ(CountFiles(), files) << "no temporary file";
 }
 
-// The lock belongs to an opening of the file, so another one stands for another process.
+// The lock belongs to an opening of the file, so another one stands for another process. That one
+// only waits for its turn, and is not overtaken.
 TEST_F(PreferencesFiles, ABusyFileIsWaitedForButNotForEver) {
     const int file = open((WriteFile("") + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     struct flock lock = {};
     lock.l_type = F_WRLCK;
+    lock.l_start = 1;
+    lock.l_len = 1;
     ASSERT_EQ(fcntl(file, F_OFD_SETLK, &lock), 0);
     SetText("k", "v");
     EXPECT_FALSE(Sync());
