@@ -117,7 +117,7 @@ void CRegIndex::DropPlaces() {
 
 CRegIndex::Beginnings CRegIndex::MakeBeginnings(std::size_t length) const {
     Beginnings made(length, byPlace_.get_allocator().resource());
-    for (std::size_t place = 0; place < byPlace_.size(); ++place) {
+    for (std::size_t place = firstLonger_[length]; place < byPlace_.size(); ++place) {
         if (const CRegNode* child = byPlace_[place]; child != nullptr && child->HasName()) {
             AddBeginning(made, child->GetName(), static_cast<std::uint32_t>(place));
         }
