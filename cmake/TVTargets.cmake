@@ -9,10 +9,6 @@ target_compile_options(tv_options INTERFACE
     -Wundef -Wmissing-declarations -Wvla
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast
         -Wextra-semi>)
-# GCC 12 warns without a reason where texts are put together.
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-    target_compile_options(tv_options INTERFACE -Wno-restrict)
-endif()
 if(TV_WERROR)
     target_compile_options(tv_options INTERFACE -Werror)
 endif()
