@@ -51,11 +51,11 @@ void PlistDict::Reserve(std::size_t count) {
     constexpr std::size_t cFewest = 8;
     std::vector<Slot> grown(std::max(slots_.size() * 2, cFewest));
     for (const Slot& slot : slots_) {
-        std::size_t at = slot.hash & (grown.size() - 1);
-        while (slot.place != 0 && grown[at].place != 0) {
-            at = (at + 1) & (grown.size() - 1);
-        }
         if (slot.place != 0) {
+            std::size_t at = slot.hash & (grown.size() - 1);
+            while (grown[at].place != 0) {
+                at = (at + 1) & (grown.size() - 1);
+            }
             grown[at] = slot;
         }
     }
