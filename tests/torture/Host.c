@@ -49,7 +49,10 @@ int main(int argc, char** argv) {
         curl_easy_setopt(own, CURLOPT_NOBODY, 1L);
         require(tvWriteRegInfo(CFSTR("a.nwc"), details, 1) == 0, "it sends");
         result = curl_easy_perform(own);
-        require(result == CURLE_OK, curl_easy_strerror(result));
+        if (result != CURLE_OK) {
+            fprintf(stderr, "libcurl: %s\n", curl_easy_strerror(result));
+        }
+        require(result == CURLE_OK, "the program's own request is answered");
         curl_easy_cleanup(own);
     }
     curl_global_cleanup();
