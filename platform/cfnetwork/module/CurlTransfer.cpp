@@ -76,13 +76,12 @@ bool CurlTransfer::Start() {
     TransferList::Only().Add(*this);
     const std::lock_guard guard(curlLock_);
     easy_ = curl_easy_init();
-    multi_ = curl_multi_init();
+    multi_ = MakeMultiHandle();
     if (easy_ == nullptr || multi_ == nullptr || !SetOptions() ||
         curl_multi_add_handle(multi_, easy_) != CURLM_OK) {
         FreeHandles();
         return false;
     }
-    KeepWakeUpSocketsFromPrograms(multi_);
     lastByte_ = Clock::now();
     return true;
 }

@@ -5,9 +5,9 @@
 
 namespace tvplatform {
 
-// Sets the close-on-exec flag of the pair of sockets behind curl_multi_wakeup, if it lacks it. No
-// wake-up may be pending. Does nothing if there is no descriptor left to look for them with. Throws
-// std::bad_alloc.
-void KeepWakeUpSocketsFromPrograms(CURLM* multi);
+// Makes a handle. The pair of sockets behind its curl_multi_wakeup gets the close-on-exec flag, if
+// it lacks it and a descriptor is left to look for it with. Returns null if the handle cannot be
+// made. Throws std::bad_alloc.
+CURLM* MakeMultiHandle();
 
 }  // namespace tvplatform
