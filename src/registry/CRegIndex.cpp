@@ -4,30 +4,45 @@
 
 #include <algorithm>
 #include <bit>
-#include <new>
 
 namespace Tova {
 
+namespace {
+
+// Tells whether a table that is probed must grow before it takes one more.
+bool isFull(std::size_t used, std::size_t slots) {
+    return (used + 1) * 5 > slots * 4;
+}
+
+}  // namespace
+
 CRegIndex::CRegIndex(CRegNode& directory, CRegPool& pool)
-    : directory_(directory), hashes_(&pool), nodes_(&pool), byPlace_(&pool), firstLonger_(&pool),
+    : directory_(directory), byPlace_(&pool), hashes_(&pool), places_(&pool), firstLonger_(&pool),
       beginnings_(&pool) {
     Build();
 }
 
-// Makes the table anew, without the slots of children that went. At most two slots of three are
-// used then, so that the next time is far away.
+// Numbers the children anew, so that their positions are their places, and makes the table without
+// those that went. At most two slots of three are used then, so that the next time is far away.
 void CRegIndex::Build() {
     const auto children = static_cast<std::size_t>(directory_.ChildCount());
     const std::size_t size = std::bit_ceil(children + children / 2 + 8);
     hashes_.assign(size, 0);
-    nodes_.assign(size, nullptr);
+    places_.assign(size, 0);
     usedSlots_ = 0;
+    byPlace_.clear();
+    byPlace_.reserve(children);
+    firstLonger_.clear();
+    beginnings_.clear();
     for (CRegNode* child = directory_.First(); child != nullptr; child = child->nextSibling_) {
         Insert(child);
     }
 }
 
 void CRegIndex::Insert(CRegNode* child) {
+    const auto place = static_cast<std::uint32_t>(byPlace_.size());
+    byPlace_.push_back(child);
+    child->position_ = place;
     if (!child->HasName()) {
         return;
     }
@@ -37,82 +52,46 @@ void CRegIndex::Insert(CRegNode* child) {
         slot = (slot + 1) & mask;
     }
     hashes_[slot] = child->nameHash_;
-    nodes_[slot] = child;
+    places_[slot] = place;
     ++usedSlots_;
+    NoteLength(std::string_view(child->GetName()).size(), place);
 }
 
 void CRegIndex::Add(CRegNode* child) {
-    if ((usedSlots_ + 1) * 5 > hashes_.size() * 4) {
+    if (isFull(usedSlots_, hashes_.size())) {
         Build();
-    } else {
-        Insert(child);
-    }
-    if (byPlace_.empty()) {
         return;
     }
-    const auto place = static_cast<std::uint32_t>(byPlace_.size());
-    child->position_ = place;
-    byPlace_.push_back(child);
+    Insert(child);
     if (child->HasName()) {
-        const std::string_view name = child->GetName();
-        NoteLength(name.size(), place);
         for (Beginnings& beginnings : beginnings_) {
-            AddBeginning(beginnings, name, place);
+            AddBeginning(beginnings, child->GetName(), child->position_);
         }
     }
 }
 
-void CRegIndex::Remove(const CRegNode* child) noexcept {
+bool CRegIndex::Remove(const CRegNode* child) noexcept {
     MoveOffCursor(child);
-    if (!byPlace_.empty()) {
-        byPlace_[child->position_] = nullptr;
-        if (byPlace_.size() / 4 > static_cast<std::size_t>(directory_.ChildCount())) {
-            DropPlaces();
-        }
-    }
-    if (!child->HasName()) {
-        return;
-    }
-    const std::size_t mask = hashes_.size() - 1;
-    std::size_t slot = child->nameHash_ & mask;
-    while (nodes_[slot] != child) {
-        slot = (slot + 1) & mask;
-    }
-    nodes_[slot] = nullptr;
+    byPlace_[child->position_] = nullptr;
+    return byPlace_.size() / 4 <= static_cast<std::size_t>(directory_.ChildCount());
 }
 
 CRegNode* CRegIndex::FindExact(std::string_view name, std::uint32_t hash) const {
     const std::size_t mask = hashes_.size() - 1;
-    for (std::size_t slot = hash & mask; hashes_[slot] != 0; slot = (slot + 1) & mask) {
-        if (hashes_[slot] == hash && nodes_[slot] != nullptr && nodes_[slot]->GetName() == name) {
-            return nodes_[slot];
+    for (std::size_t at = hash & mask; hashes_[at] != 0; at = (at + 1) & mask) {
+        if (hashes_[at] == hash) {
+            CRegNode* child = byPlace_[places_[at]];
+            if (child != nullptr && child->GetName() == name) {
+                return child;
+            }
         }
     }
     return nullptr;
 }
 
-// Numbers the children anew, so that their positions are their places.
-void CRegIndex::BuildPlaces() {
-    byPlace_.reserve(static_cast<std::size_t>(directory_.ChildCount()));
-    for (CRegNode* child = directory_.First(); child != nullptr; child = child->nextSibling_) {
-        const auto place = static_cast<std::uint32_t>(byPlace_.size());
-        if (child->HasName()) {
-            NoteLength(std::string_view(child->GetName()).size(), place);
-        }
-        child->position_ = place;
-        byPlace_.push_back(child);
-    }
-}
-
 // Takes in that a name of `length` characters stands at `place`, which is behind all others.
 void CRegIndex::NoteLength(std::size_t length, std::uint32_t place) {
     firstLonger_.resize(std::max(firstLonger_.size(), length), place);
-}
-
-void CRegIndex::DropPlaces() {
-    firstLonger_.clear();
-    byPlace_.clear();
-    beginnings_.clear();
 }
 
 CRegIndex::Beginnings CRegIndex::MakeBeginnings(std::size_t length) const {
@@ -130,7 +109,7 @@ void CRegIndex::AddBeginning(Beginnings& beginnings, std::string_view name,
     if (name.size() <= beginnings.length) {
         return;
     }
-    if ((beginnings.usedChains + 1) * 4 > beginnings.chains.size() * 3) {
+    if (isFull(beginnings.usedChains, beginnings.chains.size())) {
         // Chains are only moved, so that their order stays. Those that are used up are left out.
         std::pmr::vector<Beginnings::Chain> former(
             std::max<std::size_t>(beginnings.chains.size() * 2, 16), Beginnings::Chain{},
@@ -186,14 +165,6 @@ CRegIndex::Beginnings::Chain& CRegIndex::ChainOf(Beginnings& beginnings, std::st
 }
 
 CRegNode* CRegIndex::FindPrefix(std::string_view prefix) {
-    if (byPlace_.empty()) {
-        try {
-            BuildPlaces();
-        } catch (const std::bad_alloc&) {
-            DropPlaces();
-            throw;
-        }
-    }
     const std::uint32_t hash = HashOf(prefix);
     CRegNode* exact = FindExact(prefix, hash);
     const std::size_t length = prefix.size();

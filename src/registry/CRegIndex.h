@@ -25,8 +25,9 @@ public:
     // Takes in the last child, which was just linked. Throws std::bad_alloc; the owner must then
     // drop the index.
     void Add(CRegNode* child);
-    // Forgets a child that is about to be unlinked.
-    void Remove(const CRegNode* child) noexcept;
+    // Forgets a child that is about to be unlinked. Returns false if so many have gone that the
+    // owner must drop the index.
+    [[nodiscard]] bool Remove(const CRegNode* child) noexcept;
 
     // Returns the first child in list order that has exactly this name, or null. `hash` is its
     // hash.
@@ -46,8 +47,7 @@ public:
 
 private:
     // The children whose names have more characters than that, by so many of the first. Those that
-    // begin alike are chained in list order. A child is known by its place in byPlace_, so that its
-    // removal touches no chain. A look-up that meets an empty place skips it.
+    // begin alike are chained in list order.
     struct Beginnings {
         struct Chain {
             std::uint32_t hash;   // 0 marks a slot that was never used
@@ -66,8 +66,6 @@ private:
 
     void Build();
     void Insert(CRegNode* child);
-    void BuildPlaces();
-    void DropPlaces();
     void NoteLength(std::size_t length, std::uint32_t place);
     Beginnings MakeBeginnings(std::size_t length) const;
     void AddBeginning(Beginnings& beginnings, std::string_view name, std::uint32_t place) const;
@@ -76,19 +74,19 @@ private:
     void MoveOffCursor(const CRegNode* child);
 
     CRegNode& directory_;
-    // All children with a name, probed one after the other. A child that goes leaves its hash
-    // behind, and no other takes the slot, so that namesakes are met in list order.
+    // Holds the children in list order, and null for those that went. The tables know a child by
+    // its place here, so that its removal touches nothing else.
+    std::pmr::vector<CRegNode*> byPlace_;
+    // The children with a name, probed one after the other. The slot of a child that went stays in
+    // use, so that namesakes are met in list order.
     std::pmr::vector<std::uint32_t> hashes_;  // 0 marks a slot that was never used
-    std::pmr::vector<CRegNode*> nodes_;
+    std::pmr::vector<std::uint32_t> places_;
     std::size_t usedSlots_ = 0;
 
-    // These are empty until there is a look-up by prefix. byPlace_ holds the children in list
-    // order, and null for those that went.
-    std::pmr::vector<CRegNode*> byPlace_;
     // By a length, a place before which no name is longer. So a child that has exactly the name
     // looked for is often known to be the first, without a table of beginnings.
     std::pmr::vector<std::uint32_t> firstLonger_;
-    std::pmr::vector<Beginnings> beginnings_;
+    std::pmr::vector<Beginnings> beginnings_;  // for the lengths that were looked for
 
     CRegNode* cursor_ = nullptr;
     int cursorIndex_ = 0;

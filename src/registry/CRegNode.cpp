@@ -208,8 +208,8 @@ void CRegNode::Append(CRegNode* child) {
 
 void CRegNode::Remove(CRegNode* child) {
     Branch& branch = *branch_;
-    if (branch.index != nullptr) {
-        branch.index->Remove(child);
+    if (branch.index != nullptr && !branch.index->Remove(child)) {
+        DropIndex();
     }
     CRegNode* previous = child->previousSibling_;
     CRegNode* next = child->nextSibling_;
