@@ -57,11 +57,7 @@ CVar* CVarList::Append(std::string_view name, std::string_view value, std::uint6
     auto* var =
         new (memory_->pool.allocate(CVar::SizeOf(name, value), alignof(CVar))) CVar(name, value);
     if (count_ + 1 >= cIndexFrom) {
-        index_.Reserve(count_ + 1, [this](auto enter) {
-            for (CVar* known = head_; known != nullptr; known = known->next_) {
-                enter(*known);
-            }
-        });
+        Reserve(count_ + 1);
         index_.Insert(*var, hash);
     }
     for (const char c : name) {
@@ -71,6 +67,14 @@ CVar* CVarList::Append(std::string_view name, std::string_view value, std::uint6
     tail_ = var;
     ++count_;
     return var;
+}
+
+void CVarList::Reserve(std::size_t count) {
+    index_.Reserve(count, [this](auto enter) {
+        for (CVar* known = head_; known != nullptr; known = known->next_) {
+            enter(*known);
+        }
+    });
 }
 
 CVar* CVarList::FindVar(std::string_view name) const {

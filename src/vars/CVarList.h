@@ -43,6 +43,8 @@ public:
     // Stores the decimal digits of the low 32 bits, as a signed number.
     void SetValue(const char* name, long value, bool fixed);
 
+    // Makes room in the table of names for so many variables in all. Throws std::bad_alloc.
+    void Reserve(std::size_t count);
     // Tells the processor that a variable is set soon, so that the memory to look into is near
     // then.
     void Prefetch(std::string_view name) const;

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
 #include <tuple>
 
@@ -101,6 +102,39 @@ TEST_F(ConfigFile, NoCutAndNoFlippedBitGivesAnotherList) {
                         (isLast && Dump(read) == Dump(list)))
                 << at;
         }
+    }
+}
+
+// A large file is set with a delay: equal names meet within it, and what was read before the stream
+// throws is set all the same.
+TEST_F(ConfigFile, ReadsAsManyVariablesAsThereAreInTheirOrder) {
+    struct Stream : MemoryStream {
+        using MemoryStream::MemoryStream;
+        bool AtEOF() override {
+            return Pos() >= throwsAt ? throw std::bad_alloc() : MemoryStream::AtEOF();
+        }
+        unsigned long throwsAt = std::string::npos;
+    };
+    std::string plain;
+    CVarList expected;
+    for (int i = 0; i < 50'000; ++i) {
+        const std::string name = (i % 7 == 0 ? "%" : "") + std::to_string(i / 3 * 3 % 40'000);
+        const std::string value = std::to_string(i);
+        expected.SetValue(name.c_str(), value.c_str(), false);
+        plain += name + '\0' + value + '\0';
+    }
+    for (const unsigned long throwsAt : {std::string::npos, plain.size()}) {
+        Stream stream(cConfigFileReadFlags, scrambled(plain + '\0'));
+        stream.block = 4096;
+        stream.throwsAt = throwsAt;
+        CVarList list;
+        try {
+            ReadVariables(stream, list);
+            EXPECT_EQ(throwsAt, std::string::npos);
+        } catch (const std::bad_alloc&) {
+            EXPECT_EQ(throwsAt, plain.size());
+        }
+        EXPECT_TRUE(Dump(list) == Dump(expected));
     }
 }
 
