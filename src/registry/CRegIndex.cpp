@@ -16,7 +16,7 @@ bool isFull(std::size_t used, std::size_t slots) {
 
 }  // namespace
 
-CRegIndex::CRegIndex(CRegNode& directory, CRegPool& pool)
+CRegIndex::CRegIndex(CRegNode& directory, CPool& pool)
     : directory_(directory), byPlace_(&pool), hashes_(&pool), places_(&pool), firstLonger_(&pool),
       beginnings_(&pool) {
     Build();

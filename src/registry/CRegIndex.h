@@ -3,7 +3,7 @@
 // memory is the tree's. One thread at a time may use it.
 #pragma once
 
-#include "registry/CRegPool.h"
+#include "text/CPool.h"
 #include "text/NameHash.h"
 
 #include <algorithm>
@@ -20,7 +20,7 @@ class CRegIndex {
 public:
     // Takes in the children that `directory` has now. The directory must outlive the index and
     // report every later change. Throws std::bad_alloc.
-    CRegIndex(CRegNode& directory, CRegPool& pool);
+    CRegIndex(CRegNode& directory, CPool& pool);
 
     // Takes in the last child, which was just linked. Throws std::bad_alloc; the owner must then
     // drop the index.

@@ -1,8 +1,8 @@
 #include "registry/CRegNode.h"
 
 #include "registry/CRegIndex.h"
-#include "registry/CRegPool.h"
 #include "registry/RegNames.h"
+#include "text/CPool.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,6 +10,12 @@
 #include <utility>
 
 namespace Tova {
+
+// The memory of one tree.
+struct CRegPool : CPool {
+    // How many nodes are not in it.
+    std::size_t heapNodes = 0;
+};
 
 namespace {
 
@@ -37,11 +43,11 @@ char* writeText(void* memory, std::string_view text) {
     return copy;
 }
 
-char* copyText(CRegPool& pool, std::string_view text) {
+char* copyText(CPool& pool, std::string_view text) {
     return text.data() == nullptr ? nullptr : writeText(pool.Allocate(roomFor(text)), text);
 }
 
-void freeText(CRegPool& pool, char* text) {
+void freeText(CPool& pool, char* text) {
     if (text != nullptr) {
         pool.Free(text, std::strlen(text) + 1);
     }
@@ -108,7 +114,7 @@ void CRegNode::operator delete(CRegNode* node, std::destroying_delete_t) {
         ::operator delete(node);
         return;
     }
-    const std::size_t size = node->units_ * CRegPool::cUnit;
+    const std::size_t size = node->units_ * CPool::cUnit;
     CRegPool& pool = node->Pool();
     node->~CRegNode();
     pool.Free(node, size);
@@ -124,7 +130,7 @@ CRegNode* CRegNode::Make(RegNodeType type, std::string_view name, std::uint32_t 
     void* memory = MakeBranch().pool->Allocate(size);
     auto* node = ::new (memory) CRegNode(type, this, name, hash, value);
     node->units_ =
-        static_cast<std::uint16_t>(std::min<std::size_t>(CRegPool::Units(size), UINT16_MAX));
+        static_cast<std::uint16_t>(std::min<std::size_t>(CPool::Units(size), UINT16_MAX));
     Append(node);
     return node;
 }
@@ -148,13 +154,13 @@ void CRegNode::DestroyChildren() {
             --pool.heapNodes;
             ::operator delete(node);
         } else {
-            pool.Free(node, node->units_ * CRegPool::cUnit);
+            pool.Free(node, node->units_ * CPool::cUnit);
         }
         node = parent;
     }
 }
 
-void CRegNode::FreeParts(CRegPool& pool) {
+void CRegNode::FreeParts(CPool& pool) {
     if (!holdsName_) {
         freeText(pool, name_);
     }

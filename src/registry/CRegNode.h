@@ -10,8 +10,9 @@
 
 namespace Tova {
 
+class CPool;
 class CRegIndex;
-class CRegPool;
+struct CRegPool;
 
 enum class RegNodeType : std::int32_t { Directory = 0, Value = 1, Comment = 2 };
 
@@ -128,7 +129,7 @@ private:
     void Append(CRegNode* child);
     void Remove(CRegNode* child);
     void DestroyChildren();
-    void FreeParts(CRegPool& pool);
+    void FreeParts(CPool& pool);
     void DropIndex();
 
     CRegNode* parent_;

@@ -52,10 +52,10 @@ void CVarList::SetValue(const char* name, long value, bool fixed) {
 // Everything that can fail comes before the list changes.
 CVar* CVarList::Append(std::string_view name, std::string_view value, std::uint64_t hash) {
     if (!memory_) {
-        memory_ = std::make_unique<Memory>();
+        memory_ = std::make_unique<CPool>();
     }
-    auto* var =
-        new (memory_->pool.allocate(CVar::SizeOf(name, value), alignof(CVar))) CVar(name, value);
+    static_assert(alignof(CVar) <= CPool::cUnit);
+    auto* var = new (memory_->Allocate(CVar::SizeOf(name, value))) CVar(name, value);
     if (count_ + 1 >= cIndexFrom) {
         Reserve(count_ + 1);
         index_.Insert(*var, hash);

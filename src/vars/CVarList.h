@@ -3,6 +3,7 @@
 #pragma once
 
 #include "fs/CFSPath.h"
+#include "text/CPool.h"
 #include "text/CString.h"
 #include "text/RStatus.h"
 #include "vars/CVar.h"
@@ -12,7 +13,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <memory_resource>
 #include <string_view>
 
 namespace Tova {
@@ -96,12 +96,6 @@ public:
     void ReadNWC(CStream& stream);
 
 private:
-    // The memory of the variables. The first piece serves a small list.
-    struct Memory {
-        alignas(CVar) std::array<std::byte, 1024> first;
-        std::pmr::monotonic_buffer_resource pool{first.data(), first.size()};
-    };
-
     struct DropWide {
         void operator()(const WideVars* vars) const;
     };
@@ -117,7 +111,7 @@ private:
     std::array<bool, 256> nameBytes_{};
     // Leads from name to variable; used once the list is long.
     NameIndex<CVar, char> index_;
-    std::unique_ptr<Memory> memory_;
+    std::unique_ptr<CPool> memory_;
     // What Apply made of the variables for platform strings, until one of them changes.
     mutable std::unique_ptr<const WideVars, DropWide> wide_;
 };

@@ -1,4 +1,4 @@
-#include "registry/CRegPool.h"
+#include "text/CPool.h"
 
 #include <sys/mman.h>
 
@@ -11,12 +11,12 @@ namespace Tova {
 
 namespace {
 
-// The first chunk is small, because most trees are.
+// The first chunk is small, because most users are.
 constexpr std::size_t cSmallestChunk = 1024;
 constexpr std::size_t cLargestChunk = std::size_t{16} * 1024 * 1024;
 
 // Asks for huge pages inside a large block, where the system has them. The first access to a page
-// costs far more than a node, so that a tree of 50 MB is read in a third of the time.
+// costs far more than a node, so that a registry of 50 MB is read in a third of the time.
 void useHugePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t size) {
 #ifdef MADV_HUGEPAGE
     constexpr std::size_t cHugePage = std::size_t{2} * 1024 * 1024;
@@ -30,7 +30,7 @@ void useHugePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t si
 
 }  // namespace
 
-CRegPool::~CRegPool() {
+CPool::~CPool() {
     // The oldest goes first, so that the C library gives memory back to the system once, at the
     // end.
     for (Block* block = blocks_.previous; block != &blocks_;) {
@@ -38,7 +38,7 @@ CRegPool::~CRegPool() {
     }
 }
 
-void* CRegPool::AllocateOtherwise(std::size_t size) {
+void* CPool::AllocateOtherwise(std::size_t size) {
     const std::size_t units = Units(size);
     if (units > cMostUnits) {
         return AllocateBlock(size);
@@ -54,7 +54,7 @@ void* CRegPool::AllocateOtherwise(std::size_t size) {
     return std::exchange(unused_, unused_ + units * cUnit);
 }
 
-void CRegPool::Free(void* memory, std::size_t size) noexcept {
+void CPool::Free(void* memory, std::size_t size) noexcept {
     const std::size_t units = Units(size);
     if (units <= cMostUnits) {
         KeepPiece(memory, units);
@@ -66,7 +66,7 @@ void CRegPool::Free(void* memory, std::size_t size) noexcept {
     ::operator delete(block);
 }
 
-void* CRegPool::AllocateBlock(std::size_t size) {
+void* CPool::AllocateBlock(std::size_t size) {
     size += sizeof(Block);
     void* memory = ::operator new(size);
     useHugePages(memory, size);
@@ -76,13 +76,13 @@ void* CRegPool::AllocateBlock(std::size_t size) {
     return block + 1;
 }
 
-void CRegPool::KeepPiece(void* memory, std::size_t units) noexcept {
+void CPool::KeepPiece(void* memory, std::size_t units) noexcept {
     free_[units] = ::new (memory) FreePiece{free_[units]};
 }
 
 // Keeps the rest of the last chunk as a free piece. The rest is smaller than a piece can be. A new
 // chunk has a quarter of what there is, so that there are few, and little of the last is unused.
-void CRegPool::StartChunk() {
+void CPool::StartChunk() {
     const std::size_t size =
         std::clamp(chunkBytes_ / 4 / cUnit * cUnit, cSmallestChunk, cLargestChunk);
     auto* chunk = static_cast<std::byte*>(AllocateBlock(size));

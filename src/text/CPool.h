@@ -1,6 +1,6 @@
-// The memory of one registry tree. It gives small pieces out of large chunks, keeps what is freed
-// for the next piece of that size, and frees everything at once when it is destroyed. One thread at
-// a time may use it.
+// Memory for the many small parts of one large thing, such as a registry tree. It gives small
+// pieces out of large chunks, keeps what is freed for the next piece of that size, and frees
+// everything at once when it is destroyed. One thread at a time may use it.
 #pragma once
 
 #include <algorithm>
@@ -11,13 +11,13 @@
 
 namespace Tova {
 
-class CRegPool final : public std::pmr::memory_resource {
+class CPool : public std::pmr::memory_resource {
 public:
-    CRegPool() = default;
+    CPool() = default;
     // Frees all memory, also what was not given back. Destroys no object in it.
-    ~CRegPool() override;
-    CRegPool(const CRegPool&) = delete;
-    CRegPool& operator=(const CRegPool&) = delete;
+    ~CPool() override;
+    CPool(const CPool&) = delete;
+    CPool& operator=(const CPool&) = delete;
 
     // Returns `size` bytes for objects that need the alignment of a pointer. Throws std::bad_alloc.
     void* Allocate(std::size_t size) {
@@ -39,9 +39,6 @@ public:
     // A piece of more units than this has memory of its own.
     static constexpr std::size_t cMostUnits = 64;
 
-    // How many nodes of the tree are not in the pool.
-    std::size_t heapNodes = 0;
-
 private:
     // Chunks and pieces with memory of their own stand in a list behind such a header.
     struct Block {
@@ -57,9 +54,9 @@ private:
     void KeepPiece(void* memory, std::size_t units) noexcept;
     void StartChunk();
 
-    void* do_allocate(std::size_t size, std::size_t) override { return Allocate(size); }
-    void do_deallocate(void* memory, std::size_t size, std::size_t) override { Free(memory, size); }
-    bool do_is_equal(const std::pmr::memory_resource& other) const noexcept override {
+    void* do_allocate(std::size_t size, std::size_t) final { return Allocate(size); }
+    void do_deallocate(void* memory, std::size_t size, std::size_t) final { Free(memory, size); }
+    bool do_is_equal(const std::pmr::memory_resource& other) const noexcept final {
         return this == &other;
     }
 
