@@ -57,7 +57,7 @@ CVar* CVarList::Append(std::string_view name, std::string_view value, std::uint6
     static_assert(alignof(CVar) <= CPool::cUnit);
     auto* var = new (memory_->Allocate(CVar::SizeOf(name, value))) CVar(name, value);
     if (count_ + 1 >= cIndexFrom) {
-        Reserve(count_ + 1);
+        MakeIndexFor(count_ + 1);
         index_.Insert(*var, hash);
     }
     for (const char c : name) {
@@ -69,7 +69,14 @@ CVar* CVarList::Append(std::string_view name, std::string_view value, std::uint6
     return var;
 }
 
+// A short list has no table, and what is appended to it is not entered.
 void CVarList::Reserve(std::size_t count) {
+    if (count_ >= cIndexFrom) {
+        MakeIndexFor(count);
+    }
+}
+
+void CVarList::MakeIndexFor(std::size_t count) {
     index_.Reserve(count, [this](auto enter) {
         for (CVar* known = head_; known != nullptr; known = known->next_) {
             enter(*known);

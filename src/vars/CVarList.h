@@ -43,7 +43,8 @@ public:
     // Stores the decimal digits of the low 32 bits, as a signed number.
     void SetValue(const char* name, long value, bool fixed);
 
-    // Makes room in the table of names for so many variables in all. Throws std::bad_alloc.
+    // Makes room for so many variables in all, if the list is long enough to have a table of names.
+    // Throws std::bad_alloc.
     void Reserve(std::size_t count);
     // Tells the processor that a variable is set soon, so that the memory to look into is near
     // then.
@@ -101,6 +102,7 @@ private:
     };
 
     CVar* Append(std::string_view name, std::string_view value, std::uint64_t hash);
+    void MakeIndexFor(std::size_t count);
     bool ScanServes(char open, char close) const;
     int ApplyInPasses(CString& text, const char* delimiters) const;
 
