@@ -43,6 +43,11 @@ bool CMemoryStream::InternalGetPos(unsigned long& pos) {
     return true;
 }
 
+bool CMemoryStream::InternalGetLength(unsigned long& length) {
+    length = bytes_.size();
+    return true;
+}
+
 CStream::Ahead CMemoryStream::InternalFill() {
     Settle();
     if (pos_ == bytes_.size()) {

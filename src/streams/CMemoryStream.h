@@ -22,6 +22,7 @@ public:
     // Refuses a position behind the last byte.
     bool InternalSetPos(unsigned long pos) override;
     bool InternalGetPos(unsigned long& pos) override;
+    bool InternalGetLength(unsigned long& length) override;
 
 protected:
     // Offers all the rest of the bytes.
