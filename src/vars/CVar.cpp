@@ -2,6 +2,7 @@
 
 #include "vars/Substitution.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <new>
@@ -22,19 +23,18 @@ std::size_t CVar::SizeOf(std::string_view name, std::string_view value) {
     if (name.size() >= INT_MAX || value.size() >= INT_MAX) {
         throw std::bad_alloc();
     }
-    return sizeof(CVar) + name.size() + 1 + value.size() + 1;
+    return sizeof(CVar) + name.size() + 1 + 1 + std::max(value.size() + 1, sizeof(char*));
 }
 
 CVar::CVar(std::string_view name, std::string_view value) : nameLength_(name.size() & INT_MAX) {
-    value_ = FirstValue();
     copyText(name, reinterpret_cast<char*>(this + 1));
-    copyText(value, value_);
+    copyText(value, FirstValue());
     NoteValue(value.size());
 }
 
 void CVar::NoteValue(std::size_t length) {
     valueLength_ = length & INT_MAX;
-    holdsUsualEnd_ = ValueView().find(cUsualEnd) != std::string_view::npos;
+    *HoldsUsualEnd() = ValueView().find(cUsualEnd) != std::string_view::npos ? 1 : 0;
 }
 
 void CVar::SetValue(std::string_view value) {
@@ -42,14 +42,16 @@ void CVar::SetValue(std::string_view value) {
         return;
     }
     if (value.size() <= valueLength_) {
-        std::char_traits<char>::move(value_, value.data(), value.size());
-        value_[value.size()] = '\0';
+        char* own = OwnValue();
+        std::char_traits<char>::move(own, value.data(), value.size());
+        own[value.size()] = '\0';
     } else {
         static_cast<void>(SizeOf({}, value));
         char* copy = new char[value.size() + 1];
         copyText(value, copy);
         DropValue();
-        value_ = copy;
+        std::memcpy(FirstValue(), &copy, sizeof copy);
+        isElsewhere_ = 1;
     }
     NoteValue(value.size());
 }

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace Tova {
@@ -24,13 +25,14 @@ public:
     int Apply(CString& text, const char* delimiters) const;
     const char* Name() const { return reinterpret_cast<const char*>(this + 1); }
     // The value stays valid until the variable is set again.
-    const char* Value() const { return value_; }
+    const char* Value() const { return const_cast<CVar*>(this)->OwnValue(); }
     std::string_view NameView() const { return {Name(), nameLength_}; }
-    std::string_view ValueView() const { return {value_, valueLength_}; }
+    std::string_view ValueView() const { return {Value(), valueLength_}; }
     // Tells whether the character occurs in the value. The answer for the usual end of a
     // placeholder is kept, because the search would be a tenth of a substitution.
     bool ValueHolds(char c) const {
-        return c == cUsualEnd ? holdsUsualEnd_ : ValueView().find(c) != std::string_view::npos;
+        return c == cUsualEnd ? *HoldsUsualEnd() != 0
+                              : ValueView().find(c) != std::string_view::npos;
     }
     bool IsFixed() const { return fixed_; }
     const CVar* Next() const { return next_; }
@@ -51,22 +53,34 @@ private:
 
     static constexpr char cUsualEnd = '>';
 
-    // Notes what is at `value_`, which has this length.
+    // Behind the name stand what ValueHolds keeps and the first value. A longer value stands
+    // elsewhere, and its address then in place of the first, so that no variable has room for both.
+    const char* HoldsUsualEnd() const { return Name() + nameLength_ + 1; }
+    char* HoldsUsualEnd() { return reinterpret_cast<char*>(this + 1) + nameLength_ + 1; }
+    char* FirstValue() { return HoldsUsualEnd() + 1; }
+    char* OwnValue() {
+        char* first = FirstValue();
+        if (!isElsewhere_) {
+            return first;
+        }
+        char* other = nullptr;
+        std::memcpy(&other, first, sizeof other);
+        return other;
+    }
+    // Notes what is at OwnValue(), which has this length.
     void NoteValue(std::size_t length);
-    char* FirstValue() { return reinterpret_cast<char*>(this + 1) + nameLength_ + 1; }
     // Frees the value if it is not the first one.
     void DropValue() {
-        if (value_ != FirstValue()) {
-            delete[] value_;
+        if (isElsewhere_) {
+            delete[] OwnValue();
         }
     }
 
     CVar* next_ = nullptr;
-    char* value_;
     std::uint32_t nameLength_ : 31;
     std::uint32_t fixed_ : 1 = 0;
     std::uint32_t valueLength_ : 31;
-    bool holdsUsualEnd_ : 1;
+    std::uint32_t isElsewhere_ : 1 = 0;
 };
 
 }  // namespace Tova
