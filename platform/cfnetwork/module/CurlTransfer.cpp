@@ -4,8 +4,8 @@
 #include "cfnetwork/SignalGuard.h"
 #include "cfnetwork/module/CurlErrors.h"
 #include "cfnetwork/module/CurlGate.h"
+#include "cfnetwork/module/MultiHandle.h"
 #include "cfnetwork/module/TransferList.h"
-#include "cfnetwork/module/WakeUpSockets.h"
 
 #include <sys/socket.h>
 

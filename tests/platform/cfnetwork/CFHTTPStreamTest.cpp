@@ -13,9 +13,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <set>
+#include <thread>
 #include <tuple>
 
 using namespace tvtest;
@@ -222,6 +224,30 @@ std::set<std::string> inherited() {
         }
     }
     return descriptors;
+}
+
+// Transfers that begin at the same time see each other's descriptors. The lowest free numbers lie
+// side by side in the first rounds, and far from each other in the others.
+TEST(HttpModule, NoProgramInheritsTheDescriptorsOfATransfer) {
+    HttpRequest request;
+    request.url = "http://127.0.0.1:1/";
+    openTransfer(request);
+    const auto before = inherited();
+    std::vector<int> filling;
+    for (int round = 0; round < 40; ++round) {
+        if (round == 20) {
+            for (int i = 0; i < 30; ++i) {
+                filling.push_back(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
+            }
+            close(filling.front());
+        }
+        std::shared_ptr<HttpTransfer> one, other;
+        std::thread thread([&] { one = openTransfer(request); });
+        other = openTransfer(request);
+        thread.join();
+        EXPECT_EQ(inherited(), before) << round;
+    }
+    std::for_each(filling.begin() + 1, filling.end(), close);
 }
 
 TEST(HttpModule, GivesUpOnAPeerThatFallsSilent) {

@@ -1,0 +1,13 @@
+// Makes handles of libcurl's multi interface.
+#pragma once
+
+#include <curl/curl.h>
+
+namespace tvplatform {
+
+// Makes a handle. No program that the process starts inherits the descriptors behind its
+// curl_multi_wakeup, unless the process has no descriptor left to look for them with. Returns null
+// if the handle cannot be made. Throws std::bad_alloc.
+CURLM* MakeMultiHandle();
+
+}  // namespace tvplatform
