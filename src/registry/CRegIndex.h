@@ -33,8 +33,8 @@ public:
     // hash.
     CRegNode* FindExact(std::string_view name, std::uint32_t hash) const;
     // Returns the first child in list order whose name begins with `prefix`, or null. The first
-    // look-up with a prefix of a new length takes time in proportion to the list. Throws
-    // std::bad_alloc; the index may then still be used.
+    // look-up with a prefix of a new length, also after the table of names has grown, takes time in
+    // proportion to the list. Throws std::bad_alloc; the index may then still be used.
     CRegNode* FindPrefix(std::string_view prefix);
     // Returns the i-th child that is no comment, or null. Takes constant time beside the child that
     // was asked for last.

@@ -142,7 +142,8 @@ private:
     };
     std::int32_t handleCount_ = 0;
     std::uint32_t nameHash_;
-    // Grows from sibling to sibling, with gaps where nodes were deleted.
+    // Grows from sibling to sibling, with gaps where nodes were deleted. An index numbers the
+    // siblings anew.
     std::uint32_t position_ = 0;
     RegNodeType type_ : 4;
     bool modified_ : 1 = true;

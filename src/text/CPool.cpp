@@ -11,7 +11,7 @@ namespace Tova {
 
 namespace {
 
-// The first chunk is small, because most users are.
+// The first chunk is small, because most trees and lists are.
 constexpr std::size_t cSmallestChunk = 1024;
 constexpr std::size_t cLargestChunk = std::size_t{16} * 1024 * 1024;
 

@@ -1,6 +1,6 @@
-// Memory for the many small parts of one large thing, such as a registry tree. It gives small
-// pieces out of large chunks, keeps what is freed for the next piece of that size, and frees
-// everything at once when it is destroyed. One thread at a time may use it.
+// Memory for the many small parts of a registry tree or a list of variables. It gives small pieces
+// out of large chunks, keeps what is freed for the next piece of that size, and frees everything at
+// once when it is destroyed. One thread at a time may use it.
 #pragma once
 
 #include <algorithm>

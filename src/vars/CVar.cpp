@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <string>
@@ -20,10 +21,12 @@ void copyText(std::string_view text, char* to) {
 }  // namespace
 
 std::size_t CVar::SizeOf(std::string_view name, std::string_view value) {
-    if (name.size() >= INT_MAX || value.size() >= INT_MAX) {
+    const std::uint64_t size = sizeof(CVar) + std::uint64_t{name.size()} + 1 + 1 +
+                               std::max<std::uint64_t>(value.size() + 1, sizeof(char*));
+    if (name.size() >= INT_MAX || value.size() >= INT_MAX || size > PTRDIFF_MAX) {
         throw std::bad_alloc();
     }
-    return sizeof(CVar) + name.size() + 1 + 1 + std::max(value.size() + 1, sizeof(char*));
+    return static_cast<std::size_t>(size);
 }
 
 CVar::CVar(std::string_view name, std::string_view value) : nameLength_(name.size() & INT_MAX) {
@@ -34,7 +37,7 @@ CVar::CVar(std::string_view name, std::string_view value) : nameLength_(name.siz
 
 void CVar::NoteValue(std::size_t length) {
     valueLength_ = length & INT_MAX;
-    *HoldsUsualEnd() = ValueView().find(cUsualEnd) != std::string_view::npos ? 1 : 0;
+    *UsualEndMark() = ValueView().find(cUsualEnd) != std::string_view::npos ? 1 : 0;
 }
 
 void CVar::SetValue(std::string_view value) {

@@ -25,13 +25,13 @@ public:
     int Apply(CString& text, const char* delimiters) const;
     const char* Name() const { return reinterpret_cast<const char*>(this + 1); }
     // The value stays valid until the variable is set again.
-    const char* Value() const { return const_cast<CVar*>(this)->OwnValue(); }
+    const char* Value() const { return OwnValue(); }
     std::string_view NameView() const { return {Name(), nameLength_}; }
     std::string_view ValueView() const { return {Value(), valueLength_}; }
     // Tells whether the character occurs in the value. The answer for the usual end of a
     // placeholder is kept, because the search would be a tenth of a substitution.
     bool ValueHolds(char c) const {
-        return c == cUsualEnd ? *HoldsUsualEnd() != 0
+        return c == cUsualEnd ? *UsualEndMark() != 0
                               : ValueView().find(c) != std::string_view::npos;
     }
     bool IsFixed() const { return fixed_; }
@@ -53,14 +53,13 @@ private:
 
     static constexpr char cUsualEnd = '>';
 
-    // Behind the name stand what ValueHolds keeps and the first value. A longer value stands
-    // elsewhere, and its address then in place of the first, so that no variable has room for both.
-    const char* HoldsUsualEnd() const { return Name() + nameLength_ + 1; }
-    char* HoldsUsualEnd() { return reinterpret_cast<char*>(this + 1) + nameLength_ + 1; }
-    char* FirstValue() { return HoldsUsualEnd() + 1; }
-    char* OwnValue() {
+    // Behind the name stand the mark that ValueHolds reads and the first value. A longer value
+    // stands elsewhere. Its address then takes the place of the first value.
+    char* UsualEndMark() const { return const_cast<char*>(Name()) + nameLength_ + 1; }
+    char* FirstValue() const { return UsualEndMark() + 1; }
+    char* OwnValue() const {
         char* first = FirstValue();
-        if (!isElsewhere_) {
+        if (!isElsewhere_) [[likely]] {
             return first;
         }
         char* other = nullptr;

@@ -51,13 +51,16 @@ void CVarList::SetValue(const char* name, long value, bool fixed) {
 
 // Everything that can fail comes before the list changes.
 CVar* CVarList::Append(std::string_view name, std::string_view value, std::uint64_t hash) {
+    const bool hasIndex = count_ + 1 >= cIndexFrom;
+    if (hasIndex) {
+        MakeIndexFor(count_ + 1);
+    }
     if (!memory_) {
         memory_ = std::make_unique<CPool>();
     }
     static_assert(alignof(CVar) <= CPool::cUnit);
     auto* var = new (memory_->Allocate(CVar::SizeOf(name, value))) CVar(name, value);
-    if (count_ + 1 >= cIndexFrom) {
-        MakeIndexFor(count_ + 1);
+    if (hasIndex) {
         index_.Insert(*var, hash);
     }
     for (const char c : name) {

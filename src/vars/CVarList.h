@@ -43,6 +43,7 @@ public:
     // Stores the decimal digits of the low 32 bits, as a signed number.
     void SetValue(const char* name, long value, bool fixed);
 
+    std::size_t Count() const { return count_; }
     // Makes room for so many variables in all, if the list is long enough to have a table of names.
     // Throws std::bad_alloc.
     void Reserve(std::size_t count);

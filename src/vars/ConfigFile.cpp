@@ -1,11 +1,15 @@
 #include "vars/ConfigFile.h"
 
+#include "text/CatchAll.h"
 #include "text/Str.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <memory>
+#include <new>
 #include <string_view>
 
 namespace Tova {
@@ -100,17 +104,38 @@ void set(CVarList& list, const Setting& setting) {
     list.SetValue(viewOf(setting.name), viewOf(setting.value), false);
 }
 
-// So many variables tell how long they are, and their table of names fits into the processor's
-// caches.
+// The table of names of so many variables fits into the processor's caches.
 constexpr std::size_t cFew = 1000;
 
-// Makes room for the variables that a stream is likely to hold, when the first few took so many
-// bytes.
-void reserveForAll(CStream& stream, std::size_t bytesOfFew, CVarList& list) {
-    constexpr std::size_t cMost = 2'000'000;  // since a file may begin with short ones
-    if (unsigned long length = 0; stream.InternalGetLength(length)) {
-        list.Reserve(std::min<std::size_t>(length / (bytesOfFew / cFew), cMost));
+// Makes room for the variables that the rest of a stream is likely to hold, if so many bytes of it
+// have made so many. It is only a guess, so nothing is lost if there is no memory.
+void makeRoom(CStream& stream, std::uint64_t bytes, std::size_t made, CVarList& list) {
+    constexpr std::uint64_t cMost = 2'000'000;  // since a file may begin with short ones
+    unsigned long length = 0;
+    if (!stream.InternalGetLength(length) || length <= bytes) {
+        return;
     }
+    const std::uint64_t more = made * (length - bytes) / bytes;
+    try {
+        list.Reserve(list.Count() + static_cast<std::size_t>(std::min(more, cMost)));
+    } catch (const std::bad_alloc&) {
+    }
+}
+
+// Returns false if the variables end among the first few.
+bool readFew(CStream& stream, CVarList& list) {
+    const std::size_t before = list.Count();
+    std::uint64_t bytes = 0;
+    Setting setting;
+    for (std::size_t read = 0; read < cFew; ++read) {
+        if (!readSetting(stream, setting)) {
+            return false;
+        }
+        set(list, setting);
+        bytes += withNul(viewOf(setting.name)).size() + withNul(viewOf(setting.value)).size();
+    }
+    makeRoom(stream, bytes, list.Count() - before, list);
+    return true;
 }
 
 // Sets each variable of a large list when some more have been read, so that the memory to look into
@@ -121,11 +146,17 @@ public:
 
     // Returns the place for what is read next.
     Setting& Next() { return settings_[read_ % cDelay]; }
-    // Takes in what was read there.
+    // Takes in what was read there. Does not keep a long value, or many of them could wait.
     void Push() {
-        list_.Prefetch(viewOf(Next().name));
+        constexpr int cLong = 65536;
+        Setting& pushed = Next();
+        list_.Prefetch(viewOf(pushed.name));
         ++read_;
-        if (read_ - done_ == cDelay) {
+        if (pushed.value.Length() > cLong) {
+            SetAll();
+            std::destroy_at(&pushed);
+            std::construct_at(&pushed);
+        } else if (read_ - done_ == cDelay) {
             SetOldest();
         }
     }
@@ -152,7 +183,7 @@ void readMany(CStream& stream, CVarList& list) {
         try {
             return readSetting(stream, settings.Next());
         } catch (...) {
-            settings.SetAll();
+            CatchAll([&] { settings.SetAll(); });
             throw;
         }
     };
@@ -247,17 +278,9 @@ void WriteVariables(CStream& stream, const CVarList& list) {
 }
 
 void ReadVariables(CStream& stream, CVarList& list) {
-    Setting setting;
-    std::size_t bytes = 0;
-    for (std::size_t read = 0; read < cFew; ++read) {
-        if (!readSetting(stream, setting)) {
-            return;
-        }
-        set(list, setting);
-        bytes += withNul(viewOf(setting.name)).size() + withNul(viewOf(setting.value)).size();
+    if (readFew(stream, list)) {
+        readMany(stream, list);
     }
-    reserveForAll(stream, bytes, list);
-    readMany(stream, list);
 }
 
 }  // namespace Tova

@@ -106,8 +106,8 @@ TEST_F(ConfigFile, NoCutAndNoFlippedBitGivesAnotherList) {
 }
 
 // A large file is set with a delay: equal names meet within it, and what was read before the stream
-// throws is set all the same.
-TEST_F(ConfigFile, ReadsAsManyVariablesAsThereAreInTheirOrder) {
+// throws is set all the same. After the first thousand, the list is short or has a table of names.
+TEST_F(ConfigFile, SetsManyVariablesInOrderAlsoIfTheStreamThrows) {
     struct Stream : MemoryStream {
         using MemoryStream::MemoryStream;
         bool AtEOF() override {
@@ -115,28 +115,31 @@ TEST_F(ConfigFile, ReadsAsManyVariablesAsThereAreInTheirOrder) {
         }
         unsigned long throwsAt = std::string::npos;
     };
-    std::string plain;
-    CVarList expected;
-    for (int i = 0; i < 50'000; ++i) {
-        // The first thousands are those of a short list.
-        const int number = i < 5'000 ? i % 5 : i / 3 * 3 % 39'999;
-        const std::string name = (i % 7 == 0 ? "%" : "") + std::to_string(number);
-        const std::string value = std::to_string(i);
-        expected.SetValue(name.c_str(), value.c_str(), false);
-        plain += name + '\0' + value + '\0';
-    }
-    for (const unsigned long throwsAt : {std::string::npos, plain.size()}) {
-        Stream stream(cConfigFileReadFlags, scrambled(plain + '\0'));
-        stream.block = 4096;
-        stream.throwsAt = throwsAt;
-        CVarList list;
-        try {
-            ReadVariables(stream, list);
-            EXPECT_EQ(throwsAt, std::string::npos);
-        } catch (const std::bad_alloc&) {
-            EXPECT_EQ(throwsAt, plain.size());
+    for (const int namesAtFirst : {5, 50}) {
+        std::string plain;
+        CVarList expected;
+        for (int i = 0; i < 50'000; ++i) {
+            const int later = i % 11 == 0 ? 5'001 : i / 3 * 3 % 39'999;
+            const int number = i < 5'000 ? i % namesAtFirst : later;
+            const std::string name = (i % 7 == 0 ? "%" : "") + std::to_string(number);
+            const std::string value(i % 9'999 == 2'000 ? 70'000 : 3,
+                                    static_cast<char>('a' + i % 26));
+            expected.SetValue(name.c_str(), value.c_str(), false);
+            plain += name + '\0' + value + '\0';
         }
-        EXPECT_TRUE(Dump(list) == Dump(expected));
+        for (const unsigned long throwsAt : {std::string::npos, plain.size()}) {
+            Stream stream(cConfigFileReadFlags, scrambled(plain + '\0'));
+            stream.block = 4096;
+            stream.throwsAt = throwsAt;
+            CVarList list;
+            try {
+                ReadVariables(stream, list);
+                EXPECT_EQ(throwsAt, std::string::npos);
+            } catch (const std::bad_alloc&) {
+                EXPECT_EQ(throwsAt, plain.size());
+            }
+            EXPECT_TRUE(Dump(list) == Dump(expected)) << namesAtFirst;
+        }
     }
 }
 
