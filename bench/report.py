@@ -2,9 +2,10 @@
 
     report.py RESULTS [--write DOCS]
 
-RESULTS is a folder with the programs' JSON files, memory.json, instructions.json and versions.txt,
-as scripts/bench leaves them. Prints one table. Exits with 1 if a cost grows faster than its work,
-if an instruction count has grown, or if a figure of a family that was run is missing.
+RESULTS is a folder with the programs' JSON files (some in its folders), memory.json,
+instructions.json and versions.txt, as scripts/bench leaves them. Prints one table. Exits with 1 if
+a cost grows faster than its work, if an instruction count has grown, or if a figure of a family
+that was run is missing.
 """
 
 import json
@@ -156,7 +157,7 @@ class Results:
         self.times = {}
         self.least = {}
         self.families = set()
-        for file in sorted(folder.glob("*_bench.json")):
+        for file in sorted(folder.rglob("*_bench.json")):
             self.families.add(file.name.removesuffix("_bench.json"))
             self.read(json.loads(file.read_text()))
         self.memory = self.load(folder / "memory.json", {"memory": []})["memory"]
