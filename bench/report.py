@@ -111,8 +111,6 @@ PROFILES = {
         "search for the delimiters 6 %. The scanner copies once less, as it returns a new text.",
     "nested registry": "Lines take 21 % and the nodes 24 %. Opening and reading the file, which "
         "takes as long as the reference, does not shrink with the file.",
-    "configuration, read": "With two million variables, half of the time is the look into the "
-        "table of names, which no cache holds.",
     "configuration, change four": "The file is opened twice, once to read and once to write. "
         "Plain stdio, which does nothing else, takes as long.",
     "sending": "The caller reads the registry, which takes 50 to 70 µs, makes the thread and waits "
@@ -122,8 +120,6 @@ PROFILES = {
     "GET on loopback": "The start takes 37 µs. The thread uses as much processor time as libcurl's "
         "does; more of the time it waits: in poll for the server, and for the caller to wake up.",
     "program, start to exit": "The loader maps and relocates the two libraries.",
-    "memory, each entry: configuration": "A variable takes 17 bytes beside its texts, and its "
-        "place in the table of names 12 to 24.",
 }
 HEADINGS = ["Work", "Ours", "Peers", "Reference", "Ours ÷ other", "Wanted at most", "Result"]
 # Sizes of these are no bytes.

@@ -16,7 +16,7 @@ constexpr std::size_t cSmallestChunk = 1024;
 constexpr std::size_t cLargestChunk = std::size_t{16} * 1024 * 1024;
 
 // Asks for huge pages inside a large block, where the system has them. The first access to a page
-// costs far more than a node, so that a registry of 50 MB is read in a third of the time.
+// costs far more than a piece of it, so that a registry of 50 MB is read in a third of the time.
 void useHugePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t size) {
 #ifdef MADV_HUGEPAGE
     constexpr std::size_t cHugePage = std::size_t{2} * 1024 * 1024;

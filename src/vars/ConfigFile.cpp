@@ -146,13 +146,13 @@ public:
 
     // Returns the place for what is read next.
     Setting& Next() { return settings_[read_ % cDelay]; }
-    // Takes in what was read there. Does not keep a long value, or many of them could wait.
+    // Takes in what was read there. Does not keep a long text, or many of them could wait.
     void Push() {
         constexpr int cLong = 65536;
         Setting& pushed = Next();
         list_.Prefetch(viewOf(pushed.name));
         ++read_;
-        if (pushed.value.Length() > cLong) {
+        if (std::max(pushed.name.Length(), pushed.value.Length()) > cLong) {
             SetAll();
             std::destroy_at(&pushed);
             std::construct_at(&pushed);
