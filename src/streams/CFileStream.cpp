@@ -255,6 +255,7 @@ bool CFileStream::InternalWrite(unsigned long count, const void* buffer, unsigne
         atEnd_ = !GiveBack() && atEnd_;
     }
     if (to_ == nullptr && writable_) {
+        next_ = end_ = block_;
         to_ = block_;
         limit_ = block_ + sizeof block_;
     }
@@ -275,12 +276,26 @@ bool CFileStream::InternalSetPos(unsigned long pos) {
     if (file_ < 0) {
         return false;
     }
-    // A position beyond the range of off_t becomes negative, and the system refuses it.
-    if (!Store() || lseek(file_, static_cast<off_t>(pos), SEEK_SET) < 0) {
-        return SetError(Failure);
+    if (!ReturnInBlock(pos)) {
+        // A position beyond the range of off_t becomes negative, and the system refuses it.
+        if (!Store() || lseek(file_, static_cast<off_t>(pos), SEEK_SET) < 0) {
+            return SetError(Failure);
+        }
+        next_ = end_ = block_;
     }
-    next_ = end_ = block_;
     atEnd_ = false;
+    return true;
+}
+
+// Goes to a position among the bytes that were read ahead, so that they need not be read again: who
+// has looked for a byte-order mark goes back to the beginning. Returns false if it is not there.
+bool CFileStream::ReturnInBlock(unsigned long pos) {
+    const off_t end = end_ != block_ ? lseek(file_, 0, SEEK_CUR) : -1;
+    const unsigned long back = static_cast<unsigned long>(end) - pos;
+    if (end < 0 || back > static_cast<unsigned long>(end_ - block_)) {
+        return false;
+    }
+    next_ = end_ - back;
     return true;
 }
 

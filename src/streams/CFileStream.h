@@ -77,6 +77,7 @@ protected:
 
 private:
     bool GiveBack();
+    bool ReturnInBlock(unsigned long pos);
     bool Store();
     unsigned long Pending() const;
     bool CloseFile();

@@ -9,7 +9,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <random>
 #include <tuple>
 
 using namespace Tova;
@@ -143,6 +145,44 @@ TEST_F(CFileStreamTest, ReadingAndWritingAlternate) {
     EXPECT_FALSE(stream_.SetPos(~0UL));
     EXPECT_TRUE(stream_.Close());
     EXPECT_EQ(tvtest::ReadFile(path_), "aBCz");
+}
+
+// Many operations begin and end where a block of the stream does.
+TEST_F(CFileStreamTest, AgreesWithBytesInMemoryOnRandomOperations) {
+    std::mt19937 random(11);
+    std::string bytes(20000, '\0'), piece;
+    for (char& b : bytes) {
+        b = static_cast<char>(random());
+    }
+    dir_.Write("f", bytes);
+    ASSERT_EQ(stream_.OpenText(path_, CStream::cNoHeader), Ok);
+    for (std::size_t at = 0, i = 0; i < 20000; ++i) {
+        unsigned long done = 0, pos = 0;
+        const auto blocks = [&random](unsigned most) { return random() % most * 4096UL; };
+        piece.assign(random() % 2 == 0 ? random() % 40 : blocks(4), static_cast<char>(i));
+        switch (random() % 4) {
+        case 0:
+            at = random() % 2 == 0 ? blocks(6) : at - std::min(at, random() % 9000UL);
+            ASSERT_TRUE(stream_.SetPos(at));
+            break;
+        case 1:
+            if (!piece.empty() && at + piece.size() < 30000) {
+                ASSERT_TRUE(stream_.Write(piece.size(), piece.data(), nullptr));
+                bytes.resize(std::max(bytes.size(), at + piece.size()));
+                bytes.replace(at, piece.size(), piece);
+                at += piece.size();
+            }
+            break;
+        default:
+            stream_.InternalRead(piece.size(), piece.data(), &done);
+            const std::string rest = at < bytes.size() ? bytes.substr(at, piece.size()) : "";
+            ASSERT_EQ(piece.substr(0, done), rest) << i;
+            at += done;
+        }
+        ASSERT_TRUE(stream_.InternalGetPos(pos) && pos == at) << i;
+    }
+    EXPECT_TRUE(stream_.Close());
+    EXPECT_EQ(tvtest::ReadFile(path_), bytes);
 }
 
 TEST_F(CFileStreamTest, AFullDeviceFailsFlushAndClose) {
