@@ -30,6 +30,7 @@ void CRegIndex::Build() {
     hashes_.assign(size, 0);
     places_.assign(size, 0);
     usedSlots_ = 0;
+    lengths_ = 0;
     byPlace_.clear();
     byPlace_.reserve(children);
     firstLonger_.clear();
@@ -77,6 +78,9 @@ bool CRegIndex::Remove(const CRegNode* child) noexcept {
 }
 
 CRegNode* CRegIndex::FindExact(std::string_view name, std::uint32_t hash) const {
+    if ((lengths_ & LengthBit(name.size())) == 0) {
+        return nullptr;
+    }
     const std::size_t mask = hashes_.size() - 1;
     for (std::size_t at = hash & mask; hashes_[at] != 0; at = (at + 1) & mask) {
         if (hashes_[at] == hash) {
@@ -91,6 +95,7 @@ CRegNode* CRegIndex::FindExact(std::string_view name, std::uint32_t hash) const 
 
 // Takes in that a name of `length` characters stands at `place`, which is behind all others.
 void CRegIndex::NoteLength(std::size_t length, std::uint32_t place) {
+    lengths_ |= LengthBit(length);
     firstLonger_.resize(std::max(firstLonger_.size(), length), place);
 }
 

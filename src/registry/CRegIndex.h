@@ -67,6 +67,7 @@ private:
     void Build();
     void Insert(CRegNode* child);
     void NoteLength(std::size_t length, std::uint32_t place);
+    static std::uint64_t LengthBit(std::size_t length) { return std::uint64_t{1} << length % 64; }
     Beginnings MakeBeginnings(std::size_t length) const;
     void AddBeginning(Beginnings& beginnings, std::string_view name, std::uint32_t place) const;
     Beginnings::Chain& ChainOf(Beginnings& beginnings, std::string_view beginning,
@@ -83,6 +84,9 @@ private:
     std::pmr::vector<std::uint32_t> places_;
     std::size_t usedSlots_ = 0;
 
+    // Has the bit of each length that a name has had. A prefix often has none of them, and is then
+    // not looked for among the whole names, which spares a cache miss.
+    std::uint64_t lengths_ = 0;
     // By a length, a place before which no name is longer. So a child that has exactly the name
     // looked for is often known to be the first, without a table of beginnings.
     std::pmr::vector<std::uint32_t> firstLonger_;
