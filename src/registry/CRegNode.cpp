@@ -202,6 +202,7 @@ void CRegNode::Append(CRegNode* child) {
     (last == nullptr ? branch.firstChild : last->nextSibling_) = child;
     branch.lastChild = child;
     ++branch.childCount;
+    branch.hashes |= HashBit(child->nameHash_);
     if (branch.index != nullptr) {
         try {
             branch.index->Add(child);
@@ -266,6 +267,9 @@ CRegIndex* CRegNode::LongListIndex() const {
 CRegNode* CRegNode::FindExact(std::string_view name, std::uint32_t hash) const {
     if (CRegIndex* index = LongListIndex(); index != nullptr) {
         return index->FindExact(name, hash);
+    }
+    if (!hasBranch_ || (branch_->hashes & HashBit(hash)) == 0) {
+        return nullptr;
     }
     for (CRegNode* child = First(); child != nullptr; child = child->nextSibling_) {
         if (child->nameHash_ == hash && child->HasName() && child->name_ == name) {

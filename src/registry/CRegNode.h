@@ -98,7 +98,11 @@ private:
         // The first look-up in a long list makes it. Null until then.
         CRegIndex* index = nullptr;
         int childCount = 0;
+        // Has the bit of each child's hash. A name whose bit is missing is new, and the list is not
+        // walked for it.
+        std::uint32_t hashes = 0;
     };
+    static std::uint32_t HashBit(std::uint32_t hash) { return std::uint32_t{1} << hash % 32; }
 
     // Makes a node in memory of the pool, with room for both texts behind it.
     CRegNode(RegNodeType type, CRegNode* parent, std::string_view name, std::uint32_t hash,
