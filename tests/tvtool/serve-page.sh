@@ -11,7 +11,17 @@ browser=$(command -v chromium) || {
 }
 scratch=$(mktemp -d)
 cd "$scratch"
-trap 'kill $(jobs -p) 2>/dev/null; wait; rm -rf "$scratch"' EXIT
+# The browser's own children write for a moment longer than it lives.
+clean_up() {
+    # shellcheck disable=SC2046
+    kill $(jobs -p) 2>/dev/null || true
+    wait
+    for _ in {1..50}; do
+        ! rm -rf "$scratch" 2>/dev/null || break
+        sleep 0.1
+    done
+}
+trap clean_up EXIT
 fail() {
     printf 'serve-page: %s\n' "$*" >&2
     exit 1

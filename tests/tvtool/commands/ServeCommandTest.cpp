@@ -9,17 +9,19 @@ namespace {
 
 // Begins each script. "start" runs the endpoint in the background, "line" takes a line that it
 // prints, "rest" waits for its end and takes the others, and "end" ends it by a signal. "send"
-// registers, and "ask FILE" sends a request and shows the status line of the answer.
+// registers, and "ask FILE" sends a request and shows the status line of the answer. The signal
+// goes to the tool itself: timeout(1) loses one that comes before it has noted its child.
 constexpr char cFunctions[] = R"(
 start() {
     rm -f lines; mkfifo lines
     eval "exec $TVTOOL serve $*" >lines 2>&1 &
     server=$!; exec 8<lines
     read -r _ _ _ address <&8
+    tool=; read -r tool </proc/$server/task/$server/children; : "${tool:?}"
 }
 line() { read -r text <&8; printf '%s\n' "$text"; }
 rest() { wait $server || echo "[$?]"; cat <&8; }
-end() { kill -${1:-TERM} $server; rest; }
+end() { kill -${1:-TERM} $tool; rest; }
 send() { details write a.nwc --send --to $address/v/prod_reg "$@"; }
 connect() { timeout 60 bash -c 'peer=/dev/tcp/127.0.0.1/'"${address##*:}; exec 3<>\$peer; $1"; }
 ask() { connect "cat $1 >&3; cat <&3" | head -n 1 | tr -d '\r'; }
@@ -147,7 +149,7 @@ TEST_F(ServeCommandTest, BoundsWhatAClientCanDo) {
             "HTTP request/'; done; connect 'cat 8 >&3'; line; grep -c refused log\n"
             "stat -c %a log; serve --log no/log 2>&1\n"
             "connect 'for i in {1..30}; do printf \"GET /?a=1\" >&3\n"
-            "exec {fd}>&3 3<>$peer; done; kill -INT '$server'; cat <&3 2>&1' >l; rest >l"),
+            "exec {fd}>&3 3<>$peer; done; kill -INT '$tool'; cat <&3 2>&1' >l; rest >l"),
         refused + "a request" + tooLong + refused + "GET /?a" + tooLong +
             "HTTP/1.1 200 OK\n{\"time\":\"NOW \"\n" + refused + isInvalid + refused + isInvalid +
             refused + isInvalid + refused + "GET /?a= b" + isCut + refused +
