@@ -84,8 +84,8 @@ private:
     std::pmr::vector<std::uint32_t> places_;
     std::size_t usedSlots_ = 0;
 
-    // Has the bit of each length that a name has had. A prefix often has none of them, and is then
-    // not looked for among the whole names, which spares a cache miss.
+    // Has the bit of each name's length. If the bit of a prefix's length is missing, the prefix is
+    // none of the names, and the look-up spares a cache miss.
     std::uint64_t lengths_ = 0;
     // By a length, a place before which no name is longer. So a child that has exactly the name
     // looked for is often known to be the first, without a table of beginnings.

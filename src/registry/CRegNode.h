@@ -98,8 +98,8 @@ private:
         // The first look-up in a long list makes it. Null until then.
         CRegIndex* index = nullptr;
         int childCount = 0;
-        // Has the bit of each child's hash. A name whose bit is missing is new, and the list is not
-        // walked for it.
+        // Has the bit of each child's hash, also of those that went. A name whose bit is missing is
+        // no child's, and the list is not walked for it.
         std::uint32_t hashes = 0;
     };
     static std::uint32_t HashBit(std::uint32_t hash) { return std::uint32_t{1} << hash % 32; }
