@@ -91,9 +91,9 @@ TV_EXPORT int tvReadRegInfoFromPrefs(CFMutableDictionaryRef details);
  * in the file stays, and variables that it marks as fixed keep their values. A detail is saved as
  * the empty string, and is never cut, if it is missing, is no string, cannot be converted or is too
  * long. The function replaces the file's content in place, and does not report a failure to write
- * once it has opened the file: a full disk, or the end of the process meanwhile, leaves a damaged
- * file. The command tvtool(1) writes a new file beside the old one and then renames it, so it
- * leaves the old contents or the new ones. The function does not write the preferences.
+ * once it has opened the file: a full disk, or the end of the process meanwhile, can leave a
+ * damaged file. The command tvtool(1) writes a new file beside the old one and then renames it, so
+ * it leaves the old contents or the new ones. The function does not write the preferences.
  *
  * If `send` is not 0 and "SDKey" is exactly 1, the function also sends the details to the product
  * registration with an HTTP GET. It sends them to the address "ProdRegURL" that the shared

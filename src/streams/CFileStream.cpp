@@ -18,10 +18,10 @@ namespace {
 
 // Opens a file in the fopen modes of a stream, with close-on-exec from the start, because another
 // thread may be forking. Returns -1 and sets errno on failure.
-int openFile(const char* path, const char* mode) {
+int openFile(const char* path, const char* mode, bool keeps) {
     int how = std::strchr(mode, '+') != nullptr ? O_RDWR : mode[0] == 'r' ? O_RDONLY : O_WRONLY;
     if (mode[0] == 'w') {
-        how |= O_CREAT | O_TRUNC;
+        how |= keeps ? O_CREAT : O_CREAT | O_TRUNC;
     }
     return open(path, how | O_CLOEXEC, 0666);
 }
@@ -89,6 +89,7 @@ CFileStream::~CFileStream() {
 // Returns false if buffered bytes could not be written or the system reports an error.
 bool CFileStream::CloseFile() {
     const bool stored = Store();
+    mustEmpty_ = false;
     to_ = limit_ = nullptr;
     next_ = end_ = block_;
     atEnd_ = false;
@@ -131,17 +132,19 @@ RStatus CFileStream::OpenStatus(const CFSPath& path, unsigned flags, const ILoca
                                                                                   : status;
 }
 
-RStatus CFileStream::_Open(const CFSPath& path, const char* mode, unsigned,
+RStatus CFileStream::_Open(const CFSPath& path, const char* mode, unsigned flags,
                            const ILocalFileInfo* info) {
     CloseFile();
     CString text;
     if (const RStatus status = path.ToUnixPath(text); status < 0) {
         return status;
     }
-    file_ = openFile(text.CStr(), mode);
+    const bool keeps = (flags & cKeepUntilWritten) != 0;
+    file_ = openFile(text.CStr(), mode, keeps);
     if (file_ < 0) {
         return openError(errno);
     }
+    mustEmpty_ = mode[0] == 'w' && keeps;
     writable_ = mode[0] != 'r' || mode[1] == '+';
     if (info == nullptr || !writable_) {
         return Ok;
@@ -179,9 +182,24 @@ unsigned long CFileStream::Pending() const {
     return to_ != nullptr ? static_cast<unsigned long>(to_ - block_) : 0;
 }
 
+// Does what a file that is not emptied on opening has missed. Only a regular file has a length.
+bool CFileStream::EmptyIfLonger(unsigned long length) {
+    struct stat status = {};
+    if (fstat(file_, &status) != 0 ||
+        (S_ISREG(status.st_mode) && status.st_size > static_cast<off_t>(length) &&
+         ftruncate(file_, 0) != 0)) {
+        return false;
+    }
+    mustEmpty_ = false;
+    return true;
+}
+
 // Writes the pending bytes. Keeps what could not be written.
 bool CFileStream::Store() {
     const unsigned long pending = Pending();
+    if (mustEmpty_ && !EmptyIfLonger(pending)) {
+        return false;
+    }
     unsigned long stored = 0;
     while (stored < pending) {
         const ssize_t n = write(file_, block_ + stored, pending - stored);
@@ -210,6 +228,9 @@ bool CFileStream::GiveBack() {
 CStream::Ahead CFileStream::InternalFill() {
     if (file_ < 0 || Pending() > 0) {
         return Ahead::NotOffered;
+    }
+    if (mustEmpty_ && !Store()) {
+        return Ahead::Failed;
     }
     to_ = limit_ = nullptr;
     // As in the C library, an end that was met once holds.

@@ -1,4 +1,5 @@
-// A file as a stream, read and written a block at a time. One thread at a time may use a stream.
+// A file as a stream, read and written a block at a time. One thread at a time may use a stream,
+// and nobody else may move the position of its descriptor.
 #pragma once
 
 #include "fs/CFSPath.h"
@@ -27,6 +28,10 @@ public:
     static constexpr unsigned cAppend = 0x20000;        // start at the end
     static constexpr unsigned cCreateFolder = 0x40000;  // make the containing folder, unless the
                                                         // file must exist
+    // An existing file that would be emptied keeps its bytes until the first block is written, and
+    // is then emptied only if it is longer than that. So a process that ends before then leaves the
+    // file as it was, and a file system need not store an empty file first.
+    static constexpr unsigned cKeepUntilWritten = 0x80000;
     // The dispositions. One of them is part of the flag word; any other value of these bits is
     // ErrBadParameter.
     static constexpr unsigned cDispositionBits = 0x7000000;
@@ -81,9 +86,11 @@ private:
     bool Store();
     unsigned long Pending() const;
     bool CloseFile();
+    bool EmptyIfLonger(unsigned long length);
     RStatus OpenStatus(const CFSPath& path, unsigned flags, const ILocalFileInfo* info);
 
     bool writable_ = false;
+    bool mustEmpty_ = false;  // at the first Store
     bool atEnd_ = false;
     // Holds the bytes that were read ahead, or those before to_, which are not yet written.
     unsigned char block_[8192];

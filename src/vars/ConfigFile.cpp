@@ -255,7 +255,8 @@ bool WriteConfiguration(CStream& stream, const CVarList& list) {
 
 RStatus WriteConfiguration(const CFSPath& path, const CVarList& list) {
     CFileStream stream;
-    const RStatus status = stream.Open(path, cConfigFileWriteFlags, nullptr);
+    const RStatus status =
+        stream.Open(path, cConfigFileWriteFlags | CFileStream::cKeepUntilWritten, nullptr);
     if (status < 0) {
         return status;
     }

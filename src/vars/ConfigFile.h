@@ -79,7 +79,8 @@ RStatus ReadConfiguration(const CFSPath& path, CVarList& list, ConfigFileReport*
 
 // Writes the whole file. Returns false if the stream has failed, flushing included.
 bool WriteConfiguration(CStream& stream, const CVarList& list);
-// Replaces in place what stands at `path`. Returns the status of opening.
+// Replaces in place what stands at `path`, with the flags above and cKeepUntilWritten. Returns the
+// status of opening.
 RStatus WriteConfiguration(const CFSPath& path, const CVarList& list);
 
 // The variables alone. Writing leaves out the empty name that ends them; reading takes it.

@@ -147,6 +147,32 @@ TEST_F(CFileStreamTest, ReadingAndWritingAlternate) {
     EXPECT_EQ(tvtest::ReadFile(path_), "aBCz");
 }
 
+TEST_F(CFileStreamTest, KeepsAFileUntilItIsWritten) {
+    constexpr unsigned cFlags = cAlways | CFileStream::cKeepUntilWritten;
+    const auto kept = [&] {
+        dir_.Write("f", "abcdefgh");
+        return stream_.OpenText(path_, cFlags | cNoMark) >= 0 &&
+               tvtest::ReadFile(path_) == "abcdefgh";
+    };
+    const auto left = [&] { return stream_.Close() ? tvtest::ReadFile(path_) : "not closed"; };
+    EXPECT_TRUE(kept() && stream_.WriteString("longer than it", -1));
+    EXPECT_EQ(tvtest::ReadFile(path_), "abcdefgh");
+    EXPECT_EQ(left(), "longer than it");
+    EXPECT_TRUE(kept() && stream_.WriteString("ab", -1) && stream_.Flush());
+    EXPECT_EQ(tvtest::ReadFile(path_), "ab");
+    EXPECT_TRUE(stream_.WriteChar('c') && stream_.SetPos(1) && stream_.WriteChar('B'));
+    EXPECT_EQ(left(), "aBc");
+    EXPECT_TRUE(kept());
+    EXPECT_EQ(left(), "");
+    unsigned long n = 0;
+    EXPECT_TRUE(kept() && stream_.InternalGetLength(n) && n == 0);
+    EXPECT_TRUE(kept() && stream_.ReadChar(eof_) == 0 && eof_ != 0) << "old bytes are not read";
+    EXPECT_TRUE(kept() && stream_.SetPos(2) && stream_.WriteChar('x'));
+    EXPECT_EQ(left(), std::string("\0\0x", 3));
+    ASSERT_EQ(stream_.OpenText("/dev/full", cFlags | cWO), Ok);
+    EXPECT_TRUE(stream_.WriteChar('x') && !stream_.Close());
+}
+
 // Many operations begin and end where a block of the stream does.
 TEST_F(CFileStreamTest, AgreesWithBytesInMemoryOnRandomOperations) {
     std::mt19937 random(11);
