@@ -112,7 +112,7 @@ PROFILES = {
     "nested registry": "Lines take 21 % and the nodes 24 %. Opening and reading the file, which "
         "takes as long as the reference, does not shrink with the file.",
     "configuration, change four": "The file is opened twice, once to read and once to write. "
-        "Plain stdio, which does nothing else, takes as long.",
+        "These calls of the system take more than half of the time.",
     "sending": "The caller reads the registry, which takes 50 to 70 µs, makes the thread and waits "
         "until it has begun. When calls follow each other at once, the threads of the calls before "
         "keep both processors busy. In the first call, the thread loads the HTTP library, which "
