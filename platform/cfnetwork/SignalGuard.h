@@ -3,6 +3,8 @@
 // Swallows a SIGPIPE that writing to a closed connection raised meanwhile.
 #pragma once
 
+#include "posix/CancellationGuard.h"
+
 #include <pthread.h>
 #include <signal.h>
 #include <time.h>
@@ -15,7 +17,6 @@ public:
         sigset_t all;
         sigfillset(&all);
         pthread_sigmask(SIG_SETMASK, &all, &before_);
-        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelBefore_);
     }
     ~SignalGuard() {
         if (!pipeWasPending_ && sigismember(&before_, SIGPIPE) == 0 && PipeIsPending()) {
@@ -25,7 +26,6 @@ public:
             const timespec noWait{};
             sigtimedwait(&pipeOnly, nullptr, &noWait);
         }
-        pthread_setcancelstate(cancelBefore_, nullptr);
         pthread_sigmask(SIG_SETMASK, &before_, nullptr);
     }
     SignalGuard(const SignalGuard&) = delete;
@@ -39,8 +39,8 @@ private:
         return sigismember(&pending, SIGPIPE) != 0;
     }
 
+    const tvposix::CancellationGuard cancellation_;
     sigset_t before_;
-    int cancelBefore_ = PTHREAD_CANCEL_ENABLE;
     const bool pipeWasPending_;
 };
 

@@ -1,6 +1,8 @@
 // The owner of a file descriptor. One thread at a time may use it.
 #pragma once
 
+#include "posix/CancellationGuard.h"
+
 #include <cerrno>
 #include <unistd.h>
 #include <utility>
@@ -20,6 +22,7 @@ public:
     }
     ~Descriptor() {
         if (number_ >= 0) {
+            const CancellationGuard guard;
             close(number_);
         }
     }

@@ -1,5 +1,6 @@
 // The exported functions. tvApplyVariables and tvWriteRegInfo release what they hold and let lack
-// of memory through. The others let no exception out.
+// of memory through. The others let no exception out. The cancellation of a thread waits until a
+// function returns.
 #include <TVframework/TVframework.h>
 
 #include "interface/AppVariables.h"
@@ -12,11 +13,26 @@
 #include "text/CatchAll.h"
 #include "vars/GlobalVars.h"
 
+#include <pthread.h>
+
 using Tova::CFRef;
 using Tova::CRegInfo;
 using Tova::CString;
 
 namespace {
+
+// Holds cancellation back. A file is closed in a destructor, and a cancellation that unwinds
+// through one ends the process.
+class NoCancellation {
+public:
+    NoCancellation() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
+    ~NoCancellation() { pthread_setcancelstate(before_, nullptr); }
+    NoCancellation(const NoCancellation&) = delete;
+    NoCancellation& operator=(const NoCancellation&) = delete;
+
+private:
+    int before_ = PTHREAD_CANCEL_ENABLE;
+};
 
 // Anything that is no dictionary counts as null.
 bool isDictionary(CFTypeRef details) {
@@ -32,6 +48,7 @@ int tvApplyVariables(CFMutableStringRef text, CFStringRef delimiters) {
 }
 
 void tvDeletePrefsItem(CFStringRef key) {
+    const NoCancellation guard;
     Tova::CatchAll([&] {
         const auto held = CFRef<CFStringRef>::Retain(key);
         Tova::CPrefs::Clear(key);
@@ -42,6 +59,7 @@ int tvReadRegInfoFromNWC(CFStringRef path, CFMutableDictionaryRef details) {
     if (path == nullptr || !isDictionary(details)) {
         return -1;
     }
+    const NoCancellation guard;
     int result = -1;
     Tova::CatchAll([&] {
         const auto heldPath = CFRef<CFStringRef>::Retain(path);
@@ -62,6 +80,7 @@ int tvReadRegInfoFromPrefs(CFMutableDictionaryRef details) {
     if (!isDictionary(details)) {
         return -1;
     }
+    const NoCancellation guard;
     int result = -1;
     Tova::CatchAll([&] {
         const auto held = CFRef<CFMutableDictionaryRef>::Retain(details);
@@ -75,6 +94,7 @@ int tvReadRegInfoFromPrefs(CFMutableDictionaryRef details) {
 }
 
 int tvWriteRegInfo(CFStringRef path, CFDictionaryRef details, unsigned int send) {
+    const NoCancellation guard;
     CString file;
     if (path == nullptr || !isDictionary(details) ||
         !file.CopyFromCFString(path, kCFStringEncodingUTF8)) {

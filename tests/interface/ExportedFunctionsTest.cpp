@@ -3,6 +3,10 @@
 #include "tests/interface/InterfaceTestSupport.h"
 #include "vars/GlobalVars.h"
 
+#include <pthread.h>
+
+#include <thread>
+
 namespace {
 
 using namespace tvtest;
@@ -89,6 +93,21 @@ TEST_F(Exported, SavesWhatFitsIntoAnExistingFile) {
     EXPECT_EQ(Dump(saved),
               "Other=x;RegEmail=;%RegOrg=kept;RegFirstName=;RegLastName=" + std::string(30, 'y'));
     EXPECT_EQ(Variables(), cBuiltIn);
+}
+
+TEST_F(Exported, ACancellationWaitsForTheEndOfACall) {
+    WriteConfig(path_, {{"RegOrg", "saved"}});
+    int read = 0, written = 1;
+    std::thread([&] {
+        pthread_cancel(pthread_self());
+        read = tvReadRegInfoFromNWC(cfPath_.Get(), form_.Get());
+        tvDeletePrefsItem(CFSTR("absent"));
+        tvReadRegInfoFromPrefs(form_.Get());
+        written = tvWriteRegInfo(cfPath_.Get(), form_.Get(), 0);
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+    }).join();
+    EXPECT_EQ(read, 1);
+    EXPECT_EQ(written, 0);
 }
 
 }  // namespace

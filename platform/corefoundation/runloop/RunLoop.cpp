@@ -1,6 +1,7 @@
 #include "corefoundation/runloop/RunLoop.h"
 
 #include "corefoundation/object/ForkLocks.h"
+#include "posix/CancellationGuard.h"
 
 #include <CoreFoundation/CFString.h>
 
@@ -75,6 +76,7 @@ bool RunLoop::IsCurrent() const {
 
 // Items hold their loop, so what is still attached would keep it for ever.
 void RunLoop::EndThread(void* loop) {
+    const tvposix::CancellationGuard guard;
     auto* self = static_cast<RunLoop*>(loop);
     self->DetachWhere([](const Attachment&) { return true; });
     self->Release();
