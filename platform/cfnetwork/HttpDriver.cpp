@@ -47,6 +47,7 @@ bool HttpDriver::IsOpening() const {
 }
 
 void HttpDriver::Open() {
+    WatchExit();
     const std::lock_guard guard(lock_);
     phase_ = Phase::Opening;
 }

@@ -1,8 +1,10 @@
 #include "cfnetwork/HttpLoader.h"
 
 #include "cfnetwork/SignalGuard.h"
+#include "posix/CancellationGuard.h"
 
 #include <dlfcn.h>
+#include <sys/auxv.h>
 
 #include <atomic>
 #include <chrono>
@@ -40,6 +42,7 @@ void atExit() {
 // The module has no fork handlers of its own: a fork that waits here for a load under way would not
 // call those that the load registers.
 void beforeFork() {
+    const tvposix::CancellationGuard guard;
     sIsStill = sLoading.try_lock_for(cLongestWait);
     sClosed = sFork;
     if (sClosed != nullptr) {
@@ -106,17 +109,23 @@ HttpOpenFunction openModule() {
 
 }  // namespace
 
+// It is registered late, so that it runs before the destructors of libraries.
+void WatchExit() {
+    if (!sHasExitHandler.exchange(true) && std::atexit(atExit) != 0) {
+        sIsOver = true;
+    }
+}
+
 // Threads do not wait for each other here, because one may be inside dlopen when it comes here.
 // Opening twice is harmless.
 HttpOpenFunction LoadHttp() {
     if (sOpen == nullptr) {
         const SignalGuard signals;
         const std::shared_lock loading(sLoading);
-        // It is registered late, so that it runs before the destructors of libraries.
-        if (!sHasExitHandler.exchange(true) && std::atexit(atExit) != 0) {
-            sIsOver = true;
-        }
-        if (!sIsOver) {
+        // The library behind the module writes the keys of connections to the file that this
+        // variable names, with the rights of a set-user-id program.
+        const bool isUnsafe = getauxval(AT_SECURE) != 0 && std::getenv("SSLKEYLOGFILE") != nullptr;
+        if (!sIsOver && !isUnsafe) {
             sOpen = openModule();
         }
     }

@@ -5,6 +5,10 @@
 
 namespace tvplatform {
 
+// Makes an exit stop later loads. Call this before LoadHttp, and before those who wait for the
+// caller can go on to an exit.
+void WatchExit();
+
 // Loads the module from its folder beside this library, and initialises the library behind it,
 // which takes some 20 ms the first time. Returns the module's function. Returns null if the module
 // cannot be loaded; a later call then tries again. Returns null for the rest of the process once it

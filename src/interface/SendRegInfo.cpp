@@ -30,7 +30,7 @@ struct ReleaseReader {
 bool areDescriptorsLeft() {
     constexpr rlim_t cOfARequest = 8;
     constexpr rlim_t cLeft = 16;
-    const int lowest = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const int lowest = open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     rlimit limit{};
     if (lowest < 0 || close(lowest) != 0 || getrlimit(RLIMIT_NOFILE, &limit) != 0) {
         return false;

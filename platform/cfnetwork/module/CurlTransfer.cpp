@@ -7,6 +7,8 @@
 #include "cfnetwork/module/MultiHandle.h"
 #include "cfnetwork/module/TransferList.h"
 
+#include <fcntl.h>
+#include <sys/auxv.h>
 #include <sys/socket.h>
 
 #include <cstdlib>
@@ -112,6 +114,9 @@ bool CurlTransfer::SetOptions() {
     // An abort does not wait for a thread that asks a name server.
     set(CURLOPT_QUICK_EXIT, 1L);
     set(CURLOPT_NETRC, long{CURL_NETRC_IGNORED});
+    if (getauxval(AT_SECURE) != 0) {
+        set(CURLOPT_PROXY, "");  // no proxy of the environment
+    }
     set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     set(CURLOPT_SSL_VERIFYPEER, 1L);
     set(CURLOPT_SSL_VERIFYHOST, 2L);
@@ -154,7 +159,11 @@ int CurlTransfer::OnSocket(CURL*, curl_socket_t socket, int what, void* self, vo
 }
 
 void CurlTransfer::SetSocket(curl_socket_t socket, int what) {
-    std::erase_if(sockets_, [socket](const pollfd& known) { return known.fd == socket; });
+    const auto known =
+        std::erase_if(sockets_, [socket](const pollfd& other) { return other.fd == socket; });
+    if (known == 0 && fcntl(socket, F_GETFD) == 0) {
+        KeepPairFromPrograms(socket);
+    }
     if (what != CURL_POLL_REMOVE) {
         const int events =
             ((what & CURL_POLL_IN) != 0 ? POLLIN : 0) | ((what & CURL_POLL_OUT) != 0 ? POLLOUT : 0);

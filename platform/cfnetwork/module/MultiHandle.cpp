@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -107,6 +108,21 @@ CURLM* MakeMultiHandle() {
         keepFromPrograms(multi.get(), allInherited());
     }
     return multi.release();
+}
+
+void KeepPairFromPrograms(int socket) {
+    struct stat own {
+    }, other{};
+    if (fstat(socket, &own) != 0 || fcntl(socket, F_SETFD, FD_CLOEXEC) != 0) {
+        return;
+    }
+    // A pair is made at once, so its numbers follow each other.
+    for (const int near : {socket - 1, socket + 1}) {
+        if (fstat(near, &other) == 0 && S_ISSOCK(other.st_mode) && own.st_dev == other.st_dev &&
+            (own.st_ino == other.st_ino + 1 || own.st_ino + 1 == other.st_ino)) {
+            fcntl(near, F_SETFD, FD_CLOEXEC);
+        }
+    }
 }
 
 }  // namespace tvplatform

@@ -10,4 +10,8 @@ namespace tvplatform {
 // if the handle cannot be made. Throws std::bad_alloc.
 CURLM* MakeMultiHandle();
 
+// Keeps a socket that the library made itself from the programs that the process starts, and the
+// other one of its pair. The library waits for a name look-up with such a pair and tells only one.
+void KeepPairFromPrograms(int socket);
+
 }  // namespace tvplatform

@@ -1,6 +1,7 @@
 #include "tvtool/details/WebExchange.h"
 
 #include "mac/MacThreadedWebReader.h"
+#include "mac/MacThreadedWebReaderManager.h"
 #include "text/CFRef.h"
 
 #include <CFNetwork/CFNetwork.h>
@@ -158,8 +159,13 @@ WebResult FetchAndWait(CFStringRef url, CFStringRef userAgent, long seconds,
         const Clock::time_point start = Clock::now();
         for (long passed = 0; seconds == 0 || passed < seconds; ++passed) {
             tick(passed);
+            const bool hasThread = MacThreadedWebReaderManager::sSingleton.CountThreads() > 0;
             if (exchange.WaitUntil(start + std::chrono::seconds(passed + 1))) {
                 return exchange.Result();
+            }
+            if (!hasThread) {
+                // Only lack of memory ends the thread without an event.
+                return {.error = {kCFStreamErrorDomainPOSIX, ENOMEM}};
             }
         }
     }
