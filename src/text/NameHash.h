@@ -8,23 +8,36 @@
 
 namespace Tova {
 
+// Takes eight bytes into a hash. In the lower half of a product, a difference in the top bit stays
+// one in that bit whatever the hash is, and the next bytes could undo it. So the upper half goes on
+// too.
+inline std::uint64_t MixIntoHash(std::uint64_t hash, std::uint64_t bits) {
+    constexpr std::uint64_t cOdd = 0x9E37'79B9'7F4A'7C15;  // has no pattern in its bits
+#if defined(__SIZEOF_INT128__)
+    __extension__ using Product = unsigned __int128;
+    const Product product = Product{hash ^ bits} * cOdd;
+    return static_cast<std::uint64_t>(product >> 64) ^ static_cast<std::uint64_t>(product);
+#else
+    for (const std::uint64_t half : {bits >> 32, bits & UINT32_MAX}) {
+        hash = (hash ^ half) * cOdd;
+        hash ^= hash >> 32;
+    }
+    return hash;
+#endif
+}
+
 // Returns a hash all of whose bits can be used. It begins with an address, which the loader chooses
 // anew for every process, so that nobody can make a file of names that all fall on one slot. It is
 // inline and takes a name in words, because names are short and std::hash costs twice as much.
 inline std::uint64_t HashName(std::string_view name) {
     static constexpr char cSomewhere = 0;
-    constexpr std::uint64_t cOdd = 0x9E37'79B9'7F4A'7C15;  // has no pattern in its bits
     std::uint64_t hash = reinterpret_cast<std::uintptr_t>(&cSomewhere) ^ name.size();
-    const auto mix = [&hash](std::uint64_t bits) {
-        hash = (hash ^ bits) * cOdd;
-        hash ^= hash >> 32;
-    };
     const char* at = name.data();
     std::size_t left = name.size();
     for (; left >= sizeof hash; at += sizeof hash, left -= sizeof hash) {
         std::uint64_t bits = 0;
         std::memcpy(&bits, at, sizeof bits);
-        mix(bits);
+        hash = MixIntoHash(hash, bits);
     }
     // The rest as two words or three bytes, which overlap if it is shorter.
     std::uint64_t rest = 0;
@@ -39,9 +52,7 @@ inline std::uint64_t HashName(std::string_view name) {
         rest = std::uint64_t{byteAt(0)} << 16 | std::uint64_t{byteAt(left / 2)} << 8 |
                byteAt(left - 1);
     }
-    mix(rest);
-    mix(0);
-    return hash;
+    return MixIntoHash(hash, rest);
 }
 
 inline std::uint64_t HashName(std::u16string_view name) {

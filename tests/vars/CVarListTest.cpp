@@ -2,9 +2,12 @@
 
 #include "tests/support/AllocationFailure.h"
 #include "tests/vars/VarsTestSupport.h"
+#include "text/NameHash.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <set>
 #include <string>
 
 namespace Tova {
@@ -66,6 +69,22 @@ TEST(CVarList, LongListsKeepOrderAndFindEverything) {
     list.Empty();
     Fill(list, {{"1", "again"}});
     EXPECT_EQ(Dump(list), "1=again");
+}
+
+// Differences in the top bits of two words that could cancel each other.
+TEST(CVarList, NobodyCanChooseNamesOfOneHash) {
+    constexpr unsigned cPairs = 10;
+    std::set<std::uint64_t> hashes;
+    for (unsigned chosen = 0; chosen < 1U << cPairs; ++chosen) {
+        std::string name(std::size_t{16} * cPairs, 'a');
+        for (unsigned pair = 0; pair < cPairs; ++pair) {
+            for (const unsigned at : {7U, 11U, 15U}) {
+                name[16 * pair + at] = (chosen >> pair & 1) != 0 ? '\xE1' : 'a';
+            }
+        }
+        hashes.insert(HashName(name));
+    }
+    EXPECT_EQ(hashes.size(), 1U << cPairs);
 }
 
 // With 7 variables the next one also makes the table for look-ups, with 12 it grows.

@@ -1,14 +1,14 @@
 #include "corefoundation/preferences/Plist.h"
+#include "posix/KeyedHash.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace tvplatform {
 
 namespace {
 
 std::uint32_t hashOf(std::string_view key) {
-    return static_cast<std::uint32_t>(std::hash<std::string_view>()(key));
+    return static_cast<std::uint32_t>(tvposix::KeyedHash(key));
 }
 
 }  // namespace

@@ -1,15 +1,14 @@
 #include "corefoundation/string/String.h"
 
 #include "corefoundation/string/Utf8.h"
-
-#include <functional>
+#include "posix/KeyedHash.h"
 
 bool __CFString::Equal(const Object& other) const {
     return text_ == static_cast<const __CFString&>(other).text_;
 }
 
 CFHashCode __CFString::Hash() const {
-    return std::hash<std::u16string_view>()(text_);
+    return tvposix::KeyedHash({reinterpret_cast<const char*>(text_.data()), text_.size() * 2});
 }
 
 namespace tvplatform {
