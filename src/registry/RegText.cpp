@@ -54,7 +54,7 @@ void RegText::Restart() {
         mayHaveMore_ = true;
     }
     at_ = 0;
-    return_ = translate_ ? FindByte('\r', 0) : 0;
+    FindFirstEnds();
     afterReturn_ = false;
 }
 
@@ -63,6 +63,11 @@ std::size_t RegText::FindByte(char b, std::size_t from) const {
     return found == nullptr
                ? end_
                : static_cast<std::size_t>(static_cast<const char*>(found) - block_.get());
+}
+
+void RegText::FindFirstEnds() {
+    lineFeed_ = FindByte('\n', 0);
+    return_ = translate_ ? FindByte('\r', 0) : end_;
 }
 
 // Moves what was not read yet to the front of the block, and reads more behind it. Returns false at
@@ -86,7 +91,7 @@ bool RegText::Fill() {
     stream_.Read(size_ - kept, block_.get() + kept, &got);
     end_ = kept + got;
     mayHaveMore_ = got > 0;
-    return_ = translate_ ? FindByte('\r', 0) : 0;
+    FindFirstEnds();
     return mayHaveMore_;
 }
 
@@ -192,14 +197,13 @@ bool RegText::ReadValueLine(std::size_t most, std::string_view& name, std::strin
 
 // Returns the place of the line end, or end_.
 std::size_t RegText::FindLineEnd(std::size_t from) {
-    const std::size_t lineFeed = FindByte('\n', from);
-    if (!translate_) {
-        return lineFeed;
+    if (lineFeed_ < from) {
+        lineFeed_ = FindByte('\n', from);
     }
     if (return_ < from) {
         return_ = FindByte('\r', from);
     }
-    return std::min(lineFeed, return_);
+    return std::min(lineFeed_, return_);
 }
 
 // Goes behind the line end at `stop`.

@@ -72,6 +72,7 @@ private:
     bool ReadAnyChar(signed char& c);
     bool ReadByte(char& b);
     std::size_t FindByte(char b, std::size_t from) const;
+    void FindFirstEnds();
     std::size_t FindLineEnd(std::size_t from);
     void EndLine(std::size_t stop);
 
@@ -91,7 +92,10 @@ private:
     bool mayHaveMore_ = true;
     bool afterReturn_ = false;  // a line feed that follows belongs to the carriage return before
     bool tookBack_ = false;     // the next character was read before
-    // With line-end translation, the next carriage return or end_, unless it is before at_.
+    // The next line feed or end_, and with line-end translation the next carriage return or end_,
+    // unless they are before at_. If they were looked for again and again, a long text of one line
+    // would take time by the square of its length.
+    std::size_t lineFeed_ = 0;
     std::size_t return_ = 0;
 };
 

@@ -18,6 +18,9 @@ constexpr char cEnd[] = "</plist>\n";
 constexpr std::size_t cDataWidth = 76;
 constexpr std::size_t cLeastDataWidth = 16;
 
+// A deeper level is not indented further, or the text could become far longer than what was read.
+constexpr std::size_t cMostTabs = 8;
+
 class Writer {
 public:
     // Recursive, at most as deep as a value that was read or made.
@@ -63,10 +66,11 @@ public:
     std::string Take() { return std::move(xml_); }
 
 private:
-    void Line(std::string_view text) { xml_.append(indent_, '\t').append(text).push_back('\n'); }
+    std::string& Indent() { return xml_.append(std::min(indent_, cMostTabs), '\t'); }
+    void Line(std::string_view text) { Indent().append(text).push_back('\n'); }
 
     void WriteText(std::string_view name, std::string_view text) {
-        xml_.append(indent_, '\t').append("<").append(name).append(">");
+        Indent().append("<").append(name).append(">");
         for (const char c : text) {
             switch (c) {
             case '&':
@@ -98,7 +102,7 @@ private:
     }
 
     std::string xml_ = cStart;
-    // Tabs.
+    // Levels.
     std::size_t indent_ = 0;
 };
 

@@ -17,9 +17,9 @@ Json JsonText(std::string_view bytes, CFStringEncoding encoding) {
     return {{"base64", tvposix::EncodeBase64(bytes)}};
 }
 
-std::string TextFromJson(const Json& value, const std::string& where) {
+std::string TextFromJson(const ParsedJson& value, const std::string& where) {
     const bool isBase64 = value.is_object() && value.size() == 1 && value.contains("base64");
-    const Json& content = isBase64 ? value["base64"] : value;
+    const ParsedJson& content = isBase64 ? value["base64"] : value;
     if (!content.is_string()) {
         Fail(Exit::Damaged, where, "must be a string or {\"base64\": \"...\"}");
     }
@@ -39,9 +39,10 @@ std::string TextFromJson(const Json& value, const std::string& where) {
     return *bytes;
 }
 
-Json ParseJson(const std::string& text, const std::string& name) {
+ParsedJson ParseJson(const std::string& text, const std::string& name) {
     // Copies of values recurse, so their depth needs a bound.
-    const auto refuseDepth = [&name](int depth, Json::parse_event_t /*event*/, Json& /*value*/) {
+    const auto refuseDepth = [&name](int depth, ParsedJson::parse_event_t /*event*/,
+                                     ParsedJson& /*value*/) {
         constexpr int cDeepest = 100;
         if (depth > cDeepest) {
             Fail(Exit::Damaged, name, "is JSON that is nested too deep");
@@ -49,11 +50,11 @@ Json ParseJson(const std::string& text, const std::string& name) {
         return true;
     };
     try {
-        return Json::parse(text, refuseDepth);
-    } catch (const Json::parse_error& error) {
+        return ParsedJson::parse(text, refuseDepth);
+    } catch (const ParsedJson::parse_error& error) {
         const Place place = PlaceOf(text, error.byte > 0 ? error.byte - 1 : 0);
         Fail(Exit::Damaged, At(name, place), "is no valid JSON from here on");
-    } catch (const Json::out_of_range&) {
+    } catch (const ParsedJson::out_of_range&) {
         Fail(Exit::Damaged, name, "is JSON with a number that is too large");
     }
 }

@@ -111,7 +111,7 @@ void requireLength(const DetailField& field, const std::string& value, Exit stat
 // Reads a JSON object with the keys of an installer's dictionary into `values`.
 void parseDetails(const std::string& file, Values& values) {
     const std::string name = InputName(file);
-    const Json object = ParseJson(ReadInput(file), name);
+    const ParsedJson object = ParseJson(ReadInput(file), name);
     if (!object.is_object()) {
         Fail(Exit::Damaged, name, "is no JSON object with the details");
     }

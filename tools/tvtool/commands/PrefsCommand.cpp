@@ -153,7 +153,7 @@ void exportKeys(const PrefsOptions&, Session& session) {
     PrintJson(session.out, object);
 }
 
-ValueRef valueFromJson(const Json& json, const std::string& where) {
+ValueRef valueFromJson(const ParsedJson& json, const std::string& where) {
     if (json.is_boolean()) {
         return ValueRef(CFRetain(json.get<bool>() ? kCFBooleanTrue : kCFBooleanFalse));
     }
@@ -176,7 +176,7 @@ ValueRef valueFromJson(const Json& json, const std::string& where) {
 // Stores all or, if anything is wrong, nothing. Other keys stay.
 void importKeys(const PrefsOptions& options, Session&) {
     const std::string name = InputName(options.file);
-    const Json object = ParseJson(ReadInput(options.file), name);
+    const ParsedJson object = ParseJson(ReadInput(options.file), name);
     if (!object.is_object()) {
         Fail(Exit::Damaged, name, "is no JSON object with keys and values");
     }

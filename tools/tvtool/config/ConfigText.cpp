@@ -114,14 +114,14 @@ void parseLines(std::string_view text, const std::string& file, ListBuilder& bui
     }
 }
 
-void parseElements(const Json& array, const std::string& file, ListBuilder& builder) {
+void parseElements(const ParsedJson& array, const std::string& file, ListBuilder& builder) {
     std::size_t number = 0;
-    for (const Json& element : array) {
+    for (const ParsedJson& element : array) {
         const std::string place = file + ": element " + std::to_string(++number);
         if (!element.is_object() || !element.contains("name") || !element.contains("value")) {
             Fail(Exit::Damaged, place, "is no object with \"name\" and \"value\"");
         }
-        const Json fixed = element.value("fixed", Json(false));
+        const ParsedJson fixed = element.value("fixed", ParsedJson(false));
         if (!fixed.is_boolean()) {
             Fail(Exit::Damaged, place, "\"fixed\" must be true or false");
         }
