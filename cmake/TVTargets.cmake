@@ -35,6 +35,9 @@ if(NOT "${CMAKE_CXX_FLAGS}" MATCHES "--coverage")
         "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
 endif()
 if(NOT APPLE)
+    # The loader gives thread-local variables their place when it loads the library. Otherwise it
+    # does so when a thread first uses one, and ends the process if there is no memory then.
+    target_compile_options(tv_options INTERFACE -ftls-model=initial-exec)
     target_link_options(tv_options INTERFACE -Wl,-z,relro,-z,now)
 endif()
 

@@ -7,8 +7,9 @@
 
 // Sets the built-in variables, then merges the configuration file "Resources/CXMnwc" beside the
 // file that holds this code. Does this once per process: a process in which "MajVersion" is set
-// counts as done. If that file is missing or damaged, the built-in values stay, silently. Throws
-// std::bad_alloc if memory runs out; GlobalVars is then as before, so the next call tries again.
+// counts as done. If that file is missing or damaged, the built-in values stay, silently. If it
+// could not be opened for another reason, the next call reads it. Throws std::bad_alloc if memory
+// runs out; GlobalVars is then as before, so the next call tries again.
 void doAppSetVariables();
 
 namespace Tova {

@@ -5,6 +5,8 @@
 #include "text/CFRef.h"
 #include "vars/GlobalVars.h"
 
+#include <new>
+
 namespace Tova {
 
 CErrorTableEntry RegErrors[2] = {{S_RegIsDirectory, "S_RegIsDirectory"},
@@ -36,6 +38,9 @@ CNWRegistry::CNWRegistry(const char* appKey)
     FindRegistry(registryPath_);
     filePath_.Copy(registryPath_);
     Read();  // a missing or damaged file is no error: the object finds less
+    if (lacksMemory_) {
+        throw std::bad_alloc();
+    }
     if (hasApplication_) {
         OpenOrCreate(appKey, appDir_);
     }

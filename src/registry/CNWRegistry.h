@@ -11,8 +11,9 @@ class CNWRegistry : public CFileRegistry {
 public:
     // Reads "[MachineAppDataDir]/Nimbus Works/Nimbus Works Registry", or the file that the
     // application variable "NWRegistry" names. Then opens the directories of the application
-    // `appKey` (a path, or null for none) and of the current user, or makes them in memory. Never
-    // fails: after an error the object finds less.
+    // `appKey` (a path, or null for none) and of the current user, or makes them in memory. After
+    // an error the object finds less. Throws std::bad_alloc if memory runs out, or what the file
+    // forbids would seem to be allowed.
     explicit CNWRegistry(const char* appKey);
 
     // Expands the name of the file that a new object would read. Returns the status of the

@@ -1,6 +1,7 @@
 #include "registry/CRegistry.h"
 
 #include "fs/CLocalFileSystem.h"
+#include "registry/RegParser.h"
 #include "streams/CFileStream.h"
 
 #include <cstring>
@@ -57,7 +58,9 @@ RStatus CFileRegistry::DoRead() {
     if (status < 0) {
         return status;
     }
-    status = ReadFromStream(stream);
+    RegReadReport report;
+    status = ReadFromStream(stream, report);
+    lacksMemory_ = report.lacksMemory;
     stream.Close();  // nothing was written, so a failure loses nothing
     return status;
 }

@@ -57,6 +57,8 @@ protected:
     RStatus DoRead() override;
 
     CFSPath filePath_;
+    // The last reading found less than the file has.
+    bool lacksMemory_ = false;
 };
 
 }  // namespace Tova

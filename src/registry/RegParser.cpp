@@ -228,6 +228,9 @@ RStatus CRegDir::ReadFromStream(CStream& stream, RegReadReport& report) {
             RegParser(stream, report).Read(node_);
         } catch (const RStatus& thrown) {
             status = thrown;
+        } catch (const std::bad_alloc&) {
+            report.lacksMemory = true;
+            throw;
         }
     });
     return complete ? status : Failure;

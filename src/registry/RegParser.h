@@ -21,6 +21,8 @@ struct RegReadReport {
     // Says what breaks the rules, or is null. The text is static and not owned.
     const char* problem = nullptr;
     RegPosition position;
+    // There was not enough memory for all of the text.
+    bool lacksMemory = false;
 };
 
 // One reading of one stream, which must outlive the parser.

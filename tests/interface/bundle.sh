@@ -17,10 +17,10 @@ install() {
     cp "$framework" "$1"
     ln -sf "$1" "$scratch/libTVframework.so.3"
 }
-# expect WHAT VARIABLES
+# expect WHAT VARIABLES [FOLDER]
 expect() {
     local shown expected=$'<AppName> <MajVersion>.<MinVersion> <AppKey> 0\n1 -1 0\n'$2
-    shown=$("$probe" "$scratch/details" 2>&1) || failed=1
+    shown=$("$probe" "${@:3}" "$scratch/details" 2>&1) || failed=1
     if [ "$shown" != "$expected" ]; then
         diff <(echo "$expected") <(echo "$shown") | sed "s|^|bundle: $1: |" >&2
         failed=1
@@ -32,6 +32,15 @@ install "$folder/TVframework"
 expect 'no resources' 'Calyx 7.4 <AppKey> 3'
 "$tvtool" config create "$folder/Resources/CXMnwc" %AppName=Pro MajVersion=9 AppKey=k
 expect 'resources' 'Pro 7.4 k 4'
+# Another folder with the same names.
+(
+    cd "$scratch"
+    mkdir -p other/Resources
+    touch other/libTVframework.so.3
+    "$tvtool" config create other/Resources/CXMnwc AppKey=other
+    LD_LIBRARY_PATH=. expect 'a relative path to the library' 'Pro 7.4 k 4' other
+    exit "$failed"
+) || failed=1
 truncate -s -2 "$folder/Resources/CXMnwc"
 expect 'damaged resources' 'Calyx 7.4 <AppKey> 3'
 

@@ -1,8 +1,10 @@
 /* An application of the framework, in C, on the public header alone: shows the variables before and
- * after its user-details calls and what those return. One argument: a configuration file. */
+ * after its user-details calls and what those return. Arguments: a folder to go to, if there are
+ * two, and a configuration file. */
 #include <TVframework/TVframework.h>
 
 #include <stdio.h>
+#include <unistd.h>
 
 static void showVariables(void) {
     char shown[512] = "";
@@ -15,6 +17,7 @@ static void showVariables(void) {
 }
 
 int main(int argc, char** argv) {
+    int moved = argc > 2 ? chdir(argv[1]) : 0;
     CFStringRef path = CFStringCreateWithCString(NULL, argv[argc - 1], kCFStringEncodingUTF8);
     CFMutableDictionaryRef form = CFDictionaryCreateMutable(NULL, 0, &kCFTypeDictionaryKeyCallBacks,
                                                             &kCFTypeDictionaryValueCallBacks);
@@ -26,5 +29,5 @@ int main(int argc, char** argv) {
     showVariables();
     CFRelease(form);
     CFRelease(path);
-    return 0;
+    return moved;
 }

@@ -41,6 +41,8 @@ enum Properties : unsigned {
     cSilent = 1,
     // The program counts from tvshim_arm, not from main.
     cArms = 2,
+    // The system encoding is one that the C library converts.
+    cKoi8 = 4,
 };
 struct Case {
     const char* name;
@@ -51,6 +53,7 @@ constexpr Case cCases[] = {
     {"version", "tvtool --version"},
     {"config-create", "tvtool config create new.nwc A=1 %B=2"},
     {"config-show", "tvtool config show a.nwc --json"},
+    {"config-show-koi8", "tvtool config show koi8.nwc", cKoi8},
     {"config-get", "tvtool config get a.nwc B"},
     {"config-set", "tvtool config set a.nwc A=5 New=6"},
     {"config-unset", "tvtool config unset a.nwc A"},
@@ -64,6 +67,7 @@ constexpr Case cCases[] = {
     {"prefs-list", "tvtool prefs list --json"},
     {"prefs-get", "tvtool prefs get K"},
     {"prefs-set", "tvtool prefs set K W"},
+    {"prefs-set-koi8", "tvtool prefs set K Ж", cKoi8},
     {"prefs-delete", "tvtool prefs delete K"},
     {"registry-show", "tvtool registry show registry --json"},
     {"registry-get", "tvtool registry get registry Calyx7/ProdRegURL"},
@@ -154,7 +158,8 @@ private:
             "set -e; cd '" + home.string() +
             "'; export HOME=$PWD; t='" TORTURE_TVTOOL "'; "
             "$t config create a.nwc A=1 B=two %F=fix RegFirstName=Ada RegLastName=B "
-            "RegOrg=E RegEmail=a@b.org; $t prefs set K V; "
+            "RegOrg=E RegEmail=a@b.org; TV_SYSTEM_ENCODING=KOI8-R $t config create koi8.nwc A=Ж; "
+            "$t prefs set K V; "
             "for d in FirstName=Ada LastName=Byron Org=Engines Email=a@b.org; do "
             "$t prefs set RegisterInfo/Reg${d%%=*} ${d#*=}; done";
         if (std::system(commands.c_str()) != 0) {
@@ -189,6 +194,9 @@ private:
         setenv("TV_MACHINE_DATA_DIR", (work + "/machine").c_str(), 1);
         for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "TV_SYSTEM_ENCODING"}) {
             unsetenv(name);
+        }
+        if ((case_.properties & cKoi8) != 0) {
+            setenv("TV_SYSTEM_ENCODING", "KOI8-R", 1);
         }
         setenv("TVSHIM", orders.c_str(), 1);
         setenv("TVSHIM_REPORT", std::to_string(page_).c_str(), 1);

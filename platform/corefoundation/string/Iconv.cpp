@@ -10,18 +10,40 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <vector>
 
 namespace tvplatform {
 
 namespace {
 
+// -1 is how iconv_open says that it failed.
+bool isOpen(iconv_t handle) {
+    return reinterpret_cast<std::intptr_t>(handle) != -1;
+}
+
+// Returns a handle that is not open if iconv does not know the charset.
+iconv_t openIconv(const char* to, const char* from) {
+    iconv_t handle = iconv_open(to, from);
+    if (!isOpen(handle) && errno == EINVAL) {
+        // It says so too if memory was lacking for the module of a charset. If it still is, this
+        // throws.
+        constexpr size_t cModule = 65536;  // bytes
+        operator delete(operator new(cModule));
+        handle = iconv_open(to, from);
+    }
+    if (!isOpen(handle) && errno != EINVAL) {
+        throw std::bad_alloc();
+    }
+    return handle;
+}
+
 // An open conversion in one direction. One thread at a time.
 class Converter {
 public:
     Converter(const char* charset, bool encodes)
         : charset_(charset), encodes_(encodes),
-          handle_(encodes ? iconv_open(charset, cIconvUtf16) : iconv_open(cIconvUtf16, charset)) {}
+          handle_(encodes ? openIconv(charset, cIconvUtf16) : openIconv(cIconvUtf16, charset)) {}
     ~Converter() {
         if (IsOpen()) {
             iconv_close(handle_);
@@ -30,8 +52,7 @@ public:
     Converter(const Converter&) = delete;
     Converter& operator=(const Converter&) = delete;
 
-    // -1 is how iconv_open says that it failed.
-    bool IsOpen() const { return reinterpret_cast<std::intptr_t>(handle_) != -1; }
+    bool IsOpen() const { return isOpen(handle_); }
     bool Serves(const char* charset, bool encodes) const {
         return encodes_ == encodes && charset_ == charset;
     }

@@ -55,7 +55,11 @@ RegistryFile::RegistryFile(const std::string& path)
     : name_(InputName(path)), bytes_(ReadInput(path)) {
     Tova::CMemoryStream stream(Tova::CStream::cTranslate, bytes_);
     isUnicode_ = stream.ReadUnicodeHeader();
-    Describe(tree_.ReadFromStream(stream, report_));
+    tree_.ReadFromStream(stream, report_);
+    if (report_.lacksMemory) {
+        throw std::bad_alloc();
+    }
+    Describe();
     unsigned long position = bytes_.size();
     if (IsSound()) {
         stream.GetPos(position);
@@ -67,7 +71,7 @@ const char* RegistryFile::FormatName() const {
     return report_.format == Tova::RegFormat::Current ? "current" : "sectioned";
 }
 
-void RegistryFile::Describe(Tova::RStatus status) {
+void RegistryFile::Describe() {
     if (isUnicode_) {
         problem_ = name_ + ": begins with a byte-order mark, so nothing of it is read; save it "
                            "as plain bytes without one";
@@ -79,9 +83,6 @@ void RegistryFile::Describe(Tova::RStatus status) {
                               .column = characters(line.substr(0, offset)) + 1}) +
                    ": " + report_.problem + "; what follows is not read";
         excerpt_ = excerpt(line, offset);
-    } else if (status < 0) {
-        // Nothing else can fail, since the text is in memory.
-        throw std::bad_alloc();
     }
 }
 

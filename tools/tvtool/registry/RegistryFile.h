@@ -38,7 +38,7 @@ public:
     static std::string SharedPath();
 
 private:
-    void Describe(Tova::RStatus status);
+    void Describe();
 
     std::string name_;
     std::string bytes_;
