@@ -11,7 +11,6 @@ namespace tvposix {
 namespace {
 
 constexpr int cMostKept = 1000;
-constexpr std::chrono::seconds cLongestWait(10);
 // Bytes of the file's name in that of the temporary file, which the file system limits to 255.
 constexpr std::size_t cNamePart = 200;
 constexpr mode_t cModeBits = 07777;
@@ -96,13 +95,15 @@ void GiveToFolderOwner(const Descriptor& file, const Descriptor& folder) {
     }
 }
 
-Replacement::Replacement(const std::string& path) {
+Replacement::Replacement(const std::string& path) : kind_(NewFile::LikeOld) {
+    constexpr std::chrono::seconds cLongestWait(10);
     state_ = {FindFile(Descriptor(), path, Links::All, place_), ReplaceStep::Find};
-    Begin();
+    Begin(std::chrono::steady_clock::now() + cLongestWait);
 }
 
-Replacement::Replacement(FilePlace place) : place_(std::move(place)) {
-    Begin();
+Replacement::Replacement(FilePlace place, std::chrono::steady_clock::time_point deadline)
+    : kind_(NewFile::Private), place_(std::move(place)) {
+    Begin(deadline);
 }
 
 Replacement::~Replacement() {
@@ -115,7 +116,7 @@ Replacement::~Replacement() {
     }
 }
 
-void Replacement::Begin() {
+void Replacement::Begin(std::chrono::steady_clock::time_point deadline) {
     if (state_.error != 0) {
         return;
     }
@@ -126,8 +127,7 @@ void Replacement::Begin() {
         return;
     }
     temporary_ = "." + place_.name.substr(0, cNamePart) + ".replacement";
-    const int error =
-        WaitForLock([this] { return TryMake(); }, std::chrono::steady_clock::now() + cLongestWait);
+    const int error = WaitForLock([this] { return TryMake(); }, deadline);
     state_ = {error, error == EAGAIN ? ReplaceStep::Lock : ReplaceStep::MakeFile};
 }
 
@@ -139,8 +139,18 @@ int Replacement::TryMake() {
     };
     int error = openFile(O_RDWR | O_CREAT | O_EXCL);
     const bool isNew = error == 0;
+    if (isNew) {
+        // At once, so that nobody is locked out if this process is killed. The umask may have taken
+        // these bits. A refusal shows when the mode is set for good.
+        static_cast<void>(!fchmod(file_.Get(), 0600));
+        if (kind_ == NewFile::Private) {
+            GiveToFolderOwner(file_, place_.folder);
+        }
+    }
     if (error == EEXIST) {
-        error = openFile(O_RDONLY);
+        // Some network file systems lock only what can be written to.
+        error = openFile(O_RDWR);
+        error = error == EACCES ? openFile(O_RDONLY) : error;
         // It is gone again, or another user is at work.
         error = error == ENOENT || error == EACCES ? EAGAIN : error;
     }
@@ -170,12 +180,13 @@ int Replacement::CheckName() const {
     return own.st_dev == named.st_dev && own.st_ino == named.st_ino ? 0 : EAGAIN;
 }
 
-int Replacement::SetMode(NewFile kind) {
+int Replacement::SetMode() {
     mode_t mode = 0600;
     struct stat old = {}, made = {};
-    if (kind == NewFile::Private) {
-        GiveToFolderOwner(file_, place_.folder);
-    } else if (fstatat(place_.folder.Get(), place_.name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0) {
+    if (kind_ == NewFile::Private) {
+        return errorOf(fchmod(file_.Get(), mode));
+    }
+    if (fstatat(place_.folder.Get(), place_.name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0) {
         // One by one, because a user may be allowed to keep the group alone. A file whose owner
         // cannot be kept is changed all the same.
         static_cast<void>(!fchown(file_.Get(), old.st_uid, static_cast<gid_t>(-1)));
@@ -213,8 +224,7 @@ int Replacement::SyncFolder() const {
     return error == EINVAL ? 0 : error;  // Some file systems cannot do this and need not.
 }
 
-ReplaceResult Replacement::Finish(std::string_view bytes, NewFile kind,
-                                  const std::string& keepOldAs) {
+ReplaceResult Replacement::Finish(std::string_view bytes, const std::string& keepOldAs) {
     const auto fails = [this](ReplaceStep step, int error) {
         state_ = {error, step};
         return error != 0;
@@ -222,7 +232,7 @@ ReplaceResult Replacement::Finish(std::string_view bytes, NewFile kind,
     const int folder = place_.folder.Get();
     // The mode is set after the writing, which would take the set-id bits away.
     if (state_.error != 0 || fails(ReplaceStep::Write, WriteAll(file_.Get(), bytes)) ||
-        fails(ReplaceStep::SetMode, SetMode(kind)) ||
+        fails(ReplaceStep::SetMode, SetMode()) ||
         fails(ReplaceStep::Write, errorOf(fsync(file_.Get()))) ||
         (!keepOldAs.empty() && fails(ReplaceStep::KeepOld, KeepOld(keepOldAs))) ||
         fails(ReplaceStep::Rename,

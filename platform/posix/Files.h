@@ -72,9 +72,11 @@ struct ReplaceResult {
 // killed process left there is removed. One thread at a time may use it.
 class Replacement {
 public:
-    // Follows links. Waits up to 10 s for others. A failure is kept for Finish.
+    // Follows links, and makes a file that is LikeOld. Waits up to 10 s for others. A failure is
+    // kept for Finish.
     explicit Replacement(const std::string& path);
-    explicit Replacement(FilePlace place);
+    // Makes a file that is Private. Waits for others until the deadline.
+    Replacement(FilePlace place, std::chrono::steady_clock::time_point deadline);
     ~Replacement();
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
@@ -82,18 +84,19 @@ public:
     // Puts a file with `bytes` in the place of the old one. It is on the disk before this returns.
     // If `keepOldAs` is not empty, the old file keeps a second name: its own, this text, and the
     // first number that is free. Call this once.
-    ReplaceResult Finish(std::string_view bytes, NewFile kind, const std::string& keepOldAs = {});
+    ReplaceResult Finish(std::string_view bytes, const std::string& keepOldAs = {});
 
 private:
-    void Begin();
+    void Begin(std::chrono::steady_clock::time_point deadline);
     // Makes and locks the temporary file, or removes an old one. EAGAIN asks for another try.
     int TryMake();
     // EAGAIN tells that the temporary name is another file's by now.
     int CheckName() const;
-    int SetMode(NewFile kind);
+    int SetMode();
     int KeepOld(const std::string& suffix);
     int SyncFolder() const;
 
+    const NewFile kind_;
     FilePlace place_;
     std::string temporary_;
     Descriptor file_;

@@ -3,7 +3,8 @@
 namespace Tova {
 
 void CPrefs::Synchronize() {
-    // Nothing can be done about a failure: reading then gives the earlier values.
+    // Nothing can be done about a failure: a file that cannot be read counts as empty, and changes
+    // wait for the next time.
     static_cast<void>(
         CFPreferencesSynchronize(Domain(), kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
 }

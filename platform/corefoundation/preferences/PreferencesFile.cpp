@@ -9,6 +9,7 @@ namespace tvplatform {
 namespace {
 
 constexpr size_t cLargestFile = size_t{16} << 20U;  // bytes
+constexpr std::chrono::seconds cLongestWait(2);
 
 // Finds the file if there is no `error` yet, and reads it.
 PreferencesReading readFile(int error, tvposix::Descriptor folder, const std::string& name,
@@ -39,8 +40,9 @@ PreferencesReading ReadPreferencesFile(const tvposix::FolderPlace& folder,
 
 LockedPreferencesFile::LockedPreferencesFile(const tvposix::FolderPlace& folder,
                                              const std::string& name)
-    : name_(name), error_(tvposix::OpenFolder(folder, 0700, folder_)),
-      lock_(folder_, name + ".lock") {}
+    : name_(name), deadline_(std::chrono::steady_clock::now() + cLongestWait),
+      error_(tvposix::OpenFolder(folder, 0700, folder_)),
+      lock_(folder_, name + ".lock", deadline_) {}
 
 PreferencesReading LockedPreferencesFile::Read() {
     return readFile(0, std::move(folder_), name_, place_);
@@ -48,11 +50,13 @@ PreferencesReading LockedPreferencesFile::Read() {
 
 int LockedPreferencesFile::Replace(const std::vector<PlistEntry>& entries, bool keepOld) {
     const std::string xml = WritePlist(entries);
-    return xml.size() > cLargestFile
-               ? EFBIG
-               : tvposix::Replacement(std::move(place_))
-                     .Finish(xml, tvposix::NewFile::Private, keepOld ? ".damaged-" : "")
-                     .error;
+    if (xml.size() > cLargestFile) {
+        return EFBIG;
+    }
+    const auto [error, step] =
+        tvposix::Replacement(std::move(place_), deadline_).Finish(xml, keepOld ? ".damaged-" : "");
+    // The file is replaced before the last step, and some folders refuse that one.
+    return step == tvposix::ReplaceStep::SyncFolder ? 0 : error;
 }
 
 }  // namespace tvplatform

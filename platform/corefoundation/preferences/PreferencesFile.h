@@ -5,6 +5,7 @@
 #include "corefoundation/preferences/PreferencesLock.h"
 #include "posix/Places.h"
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,7 @@ PreferencesReading ReadPreferencesFile(const tvposix::FolderPlace& folder, const
 // The file while no other thread or process changes it.
 class LockedPreferencesFile {
 public:
-    // Makes missing folders. Waits up to 2 s for others.
+    // Makes missing folders. This and Replace wait up to 2 s for others, both together.
     LockedPreferencesFile(const tvposix::FolderPlace& folder, const std::string& name);
 
     // Returns the error number if the folder or the lock cannot be had, EAGAIN if others kept the
@@ -33,12 +34,12 @@ public:
     // Replaces the file (if it is a trusted link, the file that it leads to) by one with these
     // entries that only the owner may read, and returns when it is on the disk. With `keepOld` the
     // old file stays as "….damaged-1", or the first number that is free. Returns 0 or an error
-    // number. After an error the old file stays, except after one of the last step, which makes the
-    // new name last. Call this once, after Read.
+    // number. After an error the old file stays. Call this once, after Read.
     int Replace(const std::vector<PlistEntry>& entries, bool keepOld);
 
 private:
     const std::string& name_;
+    const std::chrono::steady_clock::time_point deadline_;
     tvposix::Descriptor folder_;
     const int error_;
     const PreferencesLock lock_;

@@ -3,7 +3,6 @@
 #include "posix/Files.h"
 
 #include <cerrno>
-#include <chrono>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -11,7 +10,6 @@ namespace tvplatform {
 
 namespace {
 
-constexpr std::chrono::seconds cLongestWait(2);
 // The first bytes of the file are the places of a queue. Who holds byte 0 may change the
 // preferences. Others come in at the last place and go on to the place before whenever it is free,
 // so that nobody overtakes. Those for whom there is no place find the way in by chance.
@@ -34,15 +32,17 @@ tvposix::Descriptor openLockFile(const tvposix::Descriptor& folder, const char* 
     constexpr int cFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
     tvposix::Descriptor file(openat(folder.Get(), name, cFlags | O_CREAT | O_EXCL, 0600));
     if (file) {
+        const bool isUsable = fchmod(file.Get(), 0600) == 0;
         tvposix::GiveToFolderOwner(file, folder);
-        return fchmod(file.Get(), 0600) == 0 ? std::move(file) : tvposix::Descriptor();
+        return isUsable ? std::move(file) : tvposix::Descriptor();
     }
     return tvposix::Descriptor(errno == EEXIST ? openat(folder.Get(), name, cFlags) : -1);
 }
 
 }  // namespace
 
-PreferencesLock::PreferencesLock(const tvposix::Descriptor& folder, const std::string& name)
+PreferencesLock::PreferencesLock(const tvposix::Descriptor& folder, const std::string& name,
+                                 std::chrono::steady_clock::time_point deadline)
     : file_(openLockFile(folder, name.c_str())) {
     struct stat status = {};
     if (!file_ || fstat(file_.Get(), &status) != 0) {
@@ -53,7 +53,6 @@ PreferencesLock::PreferencesLock(const tvposix::Descriptor& folder, const std::s
         error_ = EINVAL;
         return;
     }
-    const auto deadline = std::chrono::steady_clock::now() + cLongestWait;
     for (off_t place = cPlaces; place-- > 0 && error_ == 0;) {
         error_ = tvposix::WaitForLock([&] { return setLock(file_, F_WRLCK, place, 1); }, deadline);
         setLock(file_, F_UNLCK, place + 1, cPlaces);

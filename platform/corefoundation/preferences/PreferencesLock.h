@@ -3,6 +3,7 @@
 
 #include "posix/Descriptor.h"
 
+#include <chrono>
 #include <string>
 
 namespace tvplatform {
@@ -12,13 +13,14 @@ namespace tvplatform {
 // the object, or with the process.
 class PreferencesLock {
 public:
-    // Waits up to 2 s. The lock file has this name in the folder.
-    PreferencesLock(const tvposix::Descriptor& folder, const std::string& name);
+    // Waits until the deadline. The lock file has this name in the folder.
+    PreferencesLock(const tvposix::Descriptor& folder, const std::string& name,
+                    std::chrono::steady_clock::time_point deadline);
     ~PreferencesLock();
     PreferencesLock(const PreferencesLock&) = delete;
     PreferencesLock& operator=(const PreferencesLock&) = delete;
 
-    // Returns 0 if the lock is held, else an error number: EAGAIN if others kept it for 2 s.
+    // Returns 0 if the lock is held, else an error number: EAGAIN if others kept it.
     int Error() const { return error_; }
 
 private:

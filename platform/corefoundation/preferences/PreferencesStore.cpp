@@ -61,6 +61,8 @@ struct State {
 class Memory {
 public:
     static Memory& Get() {
+        // A fork waits for this lock, so no child finds the making half-way.
+        const std::lock_guard guard(LockOf(ForkLock::Preferences));
         static Memory& sMemory = *new Memory;
         return sMemory;
     }

@@ -12,10 +12,10 @@ namespace {
 bool keepsModeAndOwner(const std::string& path, mode_t mode) {
     struct stat before = {}, after = {};
     return chmod(path.c_str(), mode) == 0 && stat(path.c_str(), &before) == 0 &&
-           tvposix::Replacement(path).Finish("new", tvposix::NewFile::LikeOld).error == 0 &&
-           stat(path.c_str(), &after) == 0 && tvtest::ReadFile(path) == "new" &&
-           before.st_ino != after.st_ino && before.st_mode == (mode | S_IFREG) &&
-           after.st_mode == before.st_mode && after.st_uid == before.st_uid;
+           tvposix::Replacement(path).Finish("new").error == 0 && stat(path.c_str(), &after) == 0 &&
+           tvtest::ReadFile(path) == "new" && before.st_ino != after.st_ino &&
+           before.st_mode == (mode | S_IFREG) && after.st_mode == before.st_mode &&
+           after.st_uid == before.st_uid;
 }
 
 TEST(PosixFiles, AReplacedFileKeepsItsModeAndOwner) {
@@ -33,7 +33,7 @@ TEST(PosixFiles, AReplacedFileKeepsItsModeAndOwner) {
         struct stat status = {};
         ASSERT_EQ(chown(file.c_str(), 0, 0) | chmod(file.c_str(), 06777), 0);
         EXPECT_TRUE(tvtest::AsNobody([&] {
-            return tvposix::Replacement(file).Finish("", tvposix::NewFile::LikeOld).error == 0 &&
+            return tvposix::Replacement(file).Finish("").error == 0 &&
                    stat(file.c_str(), &status) == 0 && (status.st_mode & 07777) == 0777;
         }));
     }
@@ -44,9 +44,7 @@ TEST(PosixFiles, LinksAreFollowedToWhereNothingIsYet) {
     std::filesystem::create_directory(folder.Path("d"));
     std::filesystem::create_symlink("d/x", folder.Path("link"));
     const auto replace = [&folder](const std::string& bytes) {
-        return tvposix::Replacement(folder.Path("link"))
-            .Finish(bytes, tvposix::NewFile::Private)
-            .error;
+        return tvposix::Replacement(folder.Path("link")).Finish(bytes).error;
     };
     EXPECT_EQ(replace("first") | replace("second"), 0);
     EXPECT_EQ(tvtest::ReadFile(folder.Path("d/x")), "second");

@@ -22,8 +22,6 @@ constexpr std::size_t cLargestInput = INT_MAX - 1;  // bytes
         Fail(Exit::Damaged, name, "is a folder; name a file");
     case tvposix::cNotRegularFile:
         Fail(Exit::Damaged, name, "is no regular file; use \"-\" for standard input or output");
-    case EFBIG:
-        Fail(Exit::Failed, name, "is too large; the limit is 2 GiB");
     default:
         FailErrno(error, name, what);
     }
@@ -54,6 +52,9 @@ std::string ReadInput(const std::string& path) {
     std::string bytes;
     const int error = path == "-" ? tvposix::ReadAll(STDIN_FILENO, cLargestInput, 4095, bytes)
                                   : tvposix::ReadFile(path, cLargestInput, bytes);
+    if (error == EFBIG) {
+        Fail(Exit::Failed, InputName(path), "is too large; the limit is 2 GiB");
+    }
     if (error != 0) {
         failFile(error, InputName(path), "cannot be read");
     }
@@ -77,7 +78,7 @@ void OutputFile::Write(std::string_view bytes) {
     if (faccessat(AT_FDCWD, path_.c_str(), W_OK, AT_EACCESS) != 0 && errno != ENOENT) {
         FailErrno(errno, path_, "may not be written to");
     }
-    const auto [error, step] = file_->Finish(bytes, tvposix::NewFile::LikeOld);
+    const auto [error, step] = file_->Finish(bytes);
     // The file is replaced before the last step, and some file systems refuse that one.
     if (error != 0 && step != tvposix::ReplaceStep::SyncFolder) {
         failFile(error, path_, messageOf(step));

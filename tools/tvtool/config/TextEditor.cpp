@@ -6,12 +6,14 @@
 #include "tvtool/base/Tool.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
+#include <new>
 
 namespace tvtool {
 
@@ -23,8 +25,15 @@ std::string makeCopy(const std::string& text) {
     std::string path =
         std::string(folder == nullptr || *folder == '\0' ? "/tmp" : folder) + "/tvtool-XXXXXX.txt";
     const tvposix::Descriptor file(mkostemps(path.data(), 4, O_CLOEXEC));
-    const int error = file ? tvposix::WriteAll(file.Get(), text) : errno;
+    int error = file ? 0 : errno;
+    if (file) {
+        fchmod(file.Get(), 0600);  // whatever the umask is
+        error = tvposix::WriteAll(file.Get(), text);
+    }
     if (error != 0) {
+        if (file) {
+            unlink(path.c_str());
+        }
         FailErrno(error, path, "cannot be written");
     }
     return path;
@@ -35,10 +44,12 @@ void runEditor(const std::string& path) {
     const std::string editor = named == nullptr || *named == '\0' ? "vi" : named;
     setenv("TVTOOL_TEXT", path.c_str(), 1);
     // A program that is started inherits what is ignored.
-    const auto handler = std::signal(SIGPIPE, SIG_DFL);
+    const auto onPipe = std::signal(SIGPIPE, SIG_DFL);
+    const auto onSize = std::signal(SIGXFSZ, SIG_DFL);
     // The setting may hold options, so a shell takes it apart.
     const int status = std::system((editor + " \"$TVTOOL_TEXT\"").c_str());
-    std::signal(SIGPIPE, handler);
+    std::signal(SIGPIPE, onPipe);
+    std::signal(SIGXFSZ, onSize);
     if (status != 0) {
         unlink(path.c_str());
         Fail(Exit::Failed, editor, "failed, so nothing was changed; EDITOR names another editor");
@@ -59,6 +70,7 @@ bool isEditedAgain() {
 void EditText(const std::string& text,
               const std::function<void(const std::string&, const std::string&)>& take) {
     const std::string path = makeCopy(text);
+    const std::string kept = path + ": holds your changes, which were not taken";
     for (;;) {
         runEditor(path);
         try {
@@ -71,10 +83,11 @@ void EditText(const std::string& text,
                     continue;
                 }
             }
-            throw ToolError(
-                error.Status(),
-                path + ": holds your changes, which were not taken" +
-                    (error.Status() == Exit::Damaged ? "" : std::string("; ") + error.what()));
+            throw ToolError(error.Status(),
+                            error.Status() == Exit::Damaged ? kept : kept + "; " + error.what());
+        } catch (const std::bad_alloc&) {
+            Complain(kept);
+            throw;
         }
     }
     unlink(path.c_str());

@@ -24,12 +24,20 @@ int synchronize() {
                : errno;
 }
 
-// Throws a ToolError if the folder keeps the file from being made.
-void requireWritableFolder(const std::filesystem::path& file) {
+tvposix::FolderPlace findFolder() {
+    auto folder = tvposix::FindConfigFolder();
+    if (!folder) {
+        Fail(Exit::NotFound, cPreferences, "have no folder; set HOME");
+    }
+    return std::move(*folder);
+}
+
+// Throws a ToolError if the folder cannot be written to, or cannot be made.
+void requireWritableFolder() {
+    const tvposix::FolderPlace place = findFolder();
     std::error_code error;
-    // The platform makes the last folder itself, but not the one above it.
-    std::filesystem::path folder = file.parent_path();
-    if (!std::filesystem::exists(folder, error)) {
+    std::filesystem::path folder = place.path;
+    while (folder != place.root && !std::filesystem::exists(folder, error)) {
         folder = folder.parent_path();
     }
     if (faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) {
@@ -51,18 +59,16 @@ bool load(const std::string& path) {
 }  // namespace
 
 std::string PreferencesPath() {
-    const auto folder = tvposix::FindConfigFolder();
-    if (!folder) {
-        Fail(Exit::NotFound, cPreferences, "have no folder; set HOME");
-    }
-    return folder->path + "/" + TextForPeople(Tova::CPrefs::Domain()) + ".plist";
+    return findFolder().path + "/" + TextForPeople(Tova::CPrefs::Domain()) + ".plist";
 }
 
 void RequireWritablePreferences() {
-    const std::string path = PreferencesPath();
-    requireWritableFolder(path);
-    const std::string lock = path + ".lock";
-    const tvposix::Descriptor file(open(lock.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    requireWritableFolder();
+    const std::string lock = PreferencesPath() + ".lock";
+    const tvposix::Descriptor file(open(lock.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK));
+    if (!file && errno != ENOENT) {
+        FailErrno(errno, lock, "cannot be opened");
+    }
     struct flock range = {};
     range.l_type = F_WRLCK;
     if (file && fcntl(file.Get(), F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK) {
@@ -94,7 +100,7 @@ void SavePreferences() {
     if (error == EAGAIN) {
         Fail(Exit::Failed, path, "cannot be written; try again when no other program writes it");
     }
-    requireWritableFolder(path);
+    RequireWritablePreferences();
     FailErrno(error, path, "cannot be written");
 }
 

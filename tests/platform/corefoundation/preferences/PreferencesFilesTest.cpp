@@ -108,6 +108,15 @@ TEST_F(PreferencesFiles, AHomeThatIsMissingOrOutOfReach) {
     EXPECT_TRUE(AsNobody([&] { return Sync() && cannotWrite() && GetText("other") == "x"; }))
         << "not writable";
     EXPECT_EQ(CountFiles(), 3U);
+    // Such a folder cannot be brought to the disk.
+    const std::string closed = home_.Path("closed");
+    std::filesystem::create_directory(closed);
+    ASSERT_EQ(chmod(closed.c_str(), 01733), 0);
+    const ScopedEnv config("XDG_CONFIG_HOME", closed);
+    EXPECT_TRUE(AsNobody([] {
+        SetText("k", "v");
+        return Sync();
+    }));
 }
 
 TEST_F(PreferencesFiles, RootFollowsNoLinksOfOthers) {
