@@ -12,15 +12,17 @@
  * removal could not be written.
  *
  * Memory. If memory runs out, tvApplyVariables and tvWriteRegInfo throw std::bad_alloc, which ends
- * a C program. The other functions throw nothing.
+ * a C program. The other functions throw nothing; they return -1, and may have replaced some of the
+ * details. The cancellation of a thread waits until the function returns.
  *
  * Ownership. Arguments stay the caller's. The framework keeps no reference to a dictionary, path or
  * text once a function has returned. Every pointer argument may be null.
  *
- * Encodings. Paths are POSIX paths and are converted to UTF-8. A path of 1,024 bytes or more cannot
- * be used. All other texts are converted in the platform's system encoding
- * (CFStringGetSystemEncoding), which is UTF-8 unless the build or the environment variable
- * TV_SYSTEM_ENCODING names another. A path or a detail that holds U+0000 cannot be converted.
+ * Encodings. Paths are POSIX paths and are converted to UTF-8. A path that has 1,024 bytes or more,
+ * with the current folder in front of it if it is relative, cannot be used. All other texts are
+ * converted in the platform's system encoding (CFStringGetSystemEncoding), which is UTF-8 unless
+ * the build or the environment variable TV_SYSTEM_ENCODING names another. A path or a detail that
+ * holds U+0000 cannot be converted.
  *
  * Variables. "MajVersion", "MinVersion" (both fixed), "AppName" and "ShortAppKey" are built in. The
  * framework's own configuration file, Resources/CXMnwc beside the library, may add others and
@@ -77,13 +79,13 @@ TV_EXPORT void tvDeletePrefsItem(CFStringRef key);
  * Returns 1 if it read the file. Returns -1 and touches nothing if an argument is null. Returns -1
  * and sets the four values to empty strings, so that a form is always in a consistent state, if the
  * path cannot be converted, or if the file is missing, unreadable or damaged. Returns -1 if
- * `details` is immutable. */
+ * `details` is immutable and has other values. */
 TV_EXPORT int tvReadRegInfoFromNWC(CFStringRef path, CFMutableDictionaryRef details);
 
 /* Reads the user's details from the preferences domain into `details`, and replaces the four values
  * there. A detail that the system encoding cannot hold becomes the empty string.
  *
- * Returns 1 if all four were there and `details` is mutable. Otherwise returns -1 and, unlike
+ * Returns 1 if all four were there and are in `details` now. Otherwise returns -1 and, unlike
  * tvReadRegInfoFromNWC, leaves `details` untouched. */
 TV_EXPORT int tvReadRegInfoFromPrefs(CFMutableDictionaryRef details);
 
@@ -100,7 +102,8 @@ TV_EXPORT int tvReadRegInfoFromPrefs(CFMutableDictionaryRef details);
  * application registry holds for the variable "AppKey", or else to the default of the build, which
  * may have none. The request runs in the background: the function does not wait for it and never
  * reports its outcome. The request ends with the process. Until it is answered or has timed out, it
- * holds a thread and four file descriptors. If these run out, nothing is sent.
+ * holds a thread and four file descriptors; while it looks up a name, it has one more thread and up
+ * to three more descriptors. If these run out, nothing is sent.
  *
  * Sending begins before saving, so it may have happened if the result is -3. The request has the
  * texts of `details`, even where the file keeps a fixed value.
