@@ -59,7 +59,7 @@ void RegText::Restart() {
 }
 
 std::size_t RegText::FindByte(char b, std::size_t from) const {
-    const void* found = std::memchr(block_.get() + from, b, end_ - from);
+    const void* found = from < end_ ? std::memchr(block_.get() + from, b, end_ - from) : nullptr;
     return found == nullptr
                ? end_
                : static_cast<std::size_t>(static_cast<const char*>(found) - block_.get());
