@@ -111,8 +111,7 @@ CURLM* MakeMultiHandle() {
 }
 
 void KeepPairFromPrograms(int socket) {
-    struct stat own {
-    }, other{};
+    struct stat own = {}, other = {};
     if (fstat(socket, &own) != 0 || fcntl(socket, F_SETFD, FD_CLOEXEC) != 0) {
         return;
     }
