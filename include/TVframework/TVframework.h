@@ -12,8 +12,8 @@
  * removal could not be written.
  *
  * Memory. If memory runs out, tvApplyVariables and tvWriteRegInfo throw std::bad_alloc, which ends
- * a C program. The other functions throw nothing; they return -1, and may have replaced some of the
- * details. The cancellation of a thread waits until the function returns.
+ * a C program. The other functions throw nothing. Those that read return -1 then, and may have
+ * replaced some of the details. The cancellation of a thread waits until the function returns.
  *
  * Ownership. Arguments stay the caller's. The framework keeps no reference to a dictionary, path or
  * text once a function has returned. Every pointer argument may be null.
@@ -86,7 +86,7 @@ TV_EXPORT int tvReadRegInfoFromNWC(CFStringRef path, CFMutableDictionaryRef deta
  * there. A detail that the system encoding cannot hold becomes the empty string.
  *
  * Returns 1 if all four were there and are in `details` now. Otherwise returns -1 and, unlike
- * tvReadRegInfoFromNWC, leaves `details` untouched. */
+ * tvReadRegInfoFromNWC, leaves `details` untouched unless memory ran out. */
 TV_EXPORT int tvReadRegInfoFromPrefs(CFMutableDictionaryRef details);
 
 /* Saves the user's details into the configuration file at `path`, which must exist. Everything else

@@ -12,7 +12,8 @@ void WatchExit();
 // Loads the module from its folder beside this library, and initialises the library behind it,
 // which takes some 20 ms the first time. Returns the module's function. Returns null if the module
 // cannot be loaded; a later call then tries again. Returns null for the rest of the process once it
-// exits, or if the library behind the module fails to start. An exit and a fork wait for a load
+// exits, or if the library behind the module fails to start, and to a set-user-id program that
+// somebody has given the variable SSLKEYLOGFILE. An exit and a fork wait for a load
 // under way.
 HttpOpenFunction LoadHttp();
 

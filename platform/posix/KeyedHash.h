@@ -9,8 +9,8 @@
 namespace tvposix {
 
 // It begins with an address, which the loader chooses anew for every process. Four bytes at a time
-// change the lower half alone, so they cannot undo what those before them changed. So nobody can
-// make a file of texts that have the same hash.
+// go through two products, so that what they change depends on the secret, and nobody can choose
+// the next bytes so that they undo it.
 inline std::uint64_t KeyedHash(std::string_view bytes) {
     constexpr std::uint64_t cOdd = 0x9E37'79B9'7F4A'7C15;  // has no pattern in its bits
     static constexpr char cSomewhere = 0;
@@ -21,7 +21,8 @@ inline std::uint64_t KeyedHash(std::string_view bytes) {
         std::memcpy(&word, bytes.data(), taken);
         bytes.remove_prefix(taken);
         hash = (hash ^ word) * cOdd;
-        hash ^= hash >> 32;
+        hash = (hash ^ hash >> 32) * cOdd;
+        hash ^= hash >> 29;
     } while (!bytes.empty());
     return hash;
 }

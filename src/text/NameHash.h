@@ -20,7 +20,8 @@ inline std::uint64_t MixIntoHash(std::uint64_t hash, std::uint64_t bits) {
 #else
     for (const std::uint64_t half : {bits >> 32, bits & UINT32_MAX}) {
         hash = (hash ^ half) * cOdd;
-        hash ^= hash >> 32;
+        hash = (hash ^ hash >> 32) * cOdd;
+        hash ^= hash >> 29;
     }
     return hash;
 #endif

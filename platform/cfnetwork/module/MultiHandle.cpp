@@ -6,10 +6,10 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -98,6 +98,18 @@ bool keepFromPrograms(CURLM* multi, std::vector<int> descriptors) {
            (descriptors.size() == 1 && !countsBytes(descriptors.front(), waiting));
 }
 
+// Returns 0 for what is no socket. This does not touch the descriptor, which may be another
+// thread's.
+unsigned long inodeOfSocket(int descriptor) {
+    char link[32], target[64] = "";
+    std::snprintf(link, sizeof link, "/proc/self/fd/%d", descriptor);
+    unsigned long inode = 0;
+    return readlink(link, target, sizeof target - 1) > 0 &&
+                   std::sscanf(target, "socket:[%lu]", &inode) == 1
+               ? inode
+               : 0;
+}
+
 }  // namespace
 
 // A process may have very many descriptors, so that all are looked at only if there is need.
@@ -111,14 +123,13 @@ CURLM* MakeMultiHandle() {
 }
 
 void KeepPairFromPrograms(int socket) {
-    struct stat own = {}, other = {};
-    if (fstat(socket, &own) != 0 || fcntl(socket, F_SETFD, FD_CLOEXEC) != 0) {
-        return;
-    }
-    // A pair is made at once, so its numbers follow each other.
+    const unsigned long own = inodeOfSocket(socket);
+    fcntl(socket, F_SETFD, FD_CLOEXEC);
+    // A pair is made at once, so its numbers follow each other unless the process has gaps in them.
+    // Who wants to be sure would have to look at every descriptor.
     for (const int near : {socket - 1, socket + 1}) {
-        if (fstat(near, &other) == 0 && S_ISSOCK(other.st_mode) && own.st_dev == other.st_dev &&
-            (own.st_ino == other.st_ino + 1 || own.st_ino + 1 == other.st_ino)) {
+        const unsigned long other = inodeOfSocket(near);
+        if (own != 0 && other != 0 && (own == other + 1 || own + 1 == other)) {
             fcntl(near, F_SETFD, FD_CLOEXEC);
         }
     }

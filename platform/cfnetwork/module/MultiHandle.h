@@ -11,7 +11,8 @@ namespace tvplatform {
 CURLM* MakeMultiHandle();
 
 // Keeps a socket that the library made itself from the programs that the process starts, and the
-// other one of its pair. The library waits for a name look-up with such a pair and tells only one.
+// other one of its pair if that has a neighbouring number. The library waits for a name look-up
+// with such a pair and tells only one.
 void KeepPairFromPrograms(int socket);
 
 }  // namespace tvplatform

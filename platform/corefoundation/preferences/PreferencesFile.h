@@ -32,7 +32,8 @@ public:
     int Error() const { return error_ != 0 ? error_ : lock_.Error(); }
     PreferencesReading Read();
     // Replaces the file (if it is a trusted link, the file that it leads to) by one with these
-    // entries that only the owner may read, and returns when it is on the disk. With `keepOld` the
+    // entries that only the owner may read, and returns when it is on the disk (the folder, if
+    // the system permits). With `keepOld` the
     // old file stays as "….damaged-1", or the first number that is free. Returns 0 or an error
     // number. After an error the old file stays. Call this once, after Read.
     int Replace(const std::vector<PlistEntry>& entries, bool keepOld);

@@ -39,12 +39,12 @@ CF_EXPORT CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStrin
 // Reads the file again and writes this process's changes into it. Every other key keeps its value,
 // including those that other processes wrote. Waits up to 2 s for other processes that write. If no
 // change makes a difference, nothing is written or created. The new file replaces the old one as a
-// whole and is on the disk before this returns. A link of root's or of the user's own is followed.
-// A file that is no property list is kept as D.plist.damaged-1 (-2 and so on) when the first change
-// is written.
-// Returns false if the file could not be read (its keys then count as absent) or written. The
-// changes then stay in memory, and the file is as it was. errno tells why: EILSEQ if the file is no
-// property list, EAGAIN if others were writing all the time.
+// whole and is on the disk before this returns, if its folder can be brought there. A link of
+// root's or of the user's own is followed. A file that is no property list is kept as
+// D.plist.damaged-1 (-2 and so on) when the first change is written. Returns false if the file
+// could not be read (its keys then count as absent) or written. The changes then stay in memory,
+// and the file is as it was. errno tells why: EILSEQ if the file is no property list, EAGAIN if
+// others were writing all the time.
 CF_EXPORT Boolean CFPreferencesSynchronize(CFStringRef applicationID, CFStringRef userName,
                                            CFStringRef hostName);
 

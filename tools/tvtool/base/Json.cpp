@@ -39,18 +39,35 @@ std::string TextFromJson(const ParsedJson& value, const std::string& where) {
     return *bytes;
 }
 
-ParsedJson ParseJson(const std::string& text, const std::string& name) {
-    // Copies of values recurse, so their depth needs a bound.
-    const auto refuseDepth = [&name](int depth, ParsedJson::parse_event_t /*event*/,
-                                     ParsedJson& /*value*/) {
-        constexpr int cDeepest = 100;
-        if (depth > cDeepest) {
-            Fail(Exit::Damaged, name, "is JSON that is nested too deep");
+namespace {
+
+// Copies of values recurse, so their depth needs a bound. The parser could count the levels, but it
+// would look at all members of an object whenever one of them ends.
+bool isNestedTooDeep(std::string_view text) {
+    constexpr int cDeepest = 100;
+    int depth = 0;
+    bool isInText = false;
+    for (std::size_t at = 0; at < text.size() && depth <= cDeepest; ++at) {
+        const char c = text[at];
+        if (isInText) {
+            at += c == '\\' ? 1 : 0;
+            isInText = c != '"';
+        } else {
+            isInText = c == '"';
+            depth += c == '[' || c == '{' ? 1 : c == ']' || c == '}' ? -1 : 0;
         }
-        return true;
-    };
+    }
+    return depth > cDeepest;
+}
+
+}  // namespace
+
+ParsedJson ParseJson(const std::string& text, const std::string& name) {
+    if (isNestedTooDeep(text)) {
+        Fail(Exit::Damaged, name, "is JSON that is nested too deep");
+    }
     try {
-        return ParsedJson::parse(text, refuseDepth);
+        return ParsedJson::parse(text);
     } catch (const ParsedJson::parse_error& error) {
         const Place place = PlaceOf(text, error.byte > 0 ? error.byte - 1 : 0);
         Fail(Exit::Damaged, At(name, place), "is no valid JSON from here on");
