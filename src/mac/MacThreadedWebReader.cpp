@@ -211,7 +211,7 @@ CFReadStreamRef MacThreadedWebReader::CopyStream(ReadNumber read) const {
 // Whatever the parent's threads held is left behind: the locks, which are made anew, and the
 // stream. A worker that forks goes on in the child.
 void MacThreadedWebReader::LoseThreads() {
-    const bool keepsWorker = IsOwnWorker();
+    const bool keepsWorker = OfThisWorker() == this;
     new (&streamLock_) MacThreadLock(false);
     new (&runLoopLock_) MacThreadLock(false);
     new (&progress_) MacThreadCondition(keepsWorker ? progress_.State() : cIdle);

@@ -103,9 +103,8 @@ private:
     void EndWorker(bool ranLoop);
     void StartTerminateThread();
 
-    // Return true on the thread of a worker, and on that of this reader's.
-    static bool IsOnWorker();
-    bool IsOwnWorker() const;
+    // Returns the reader whose worker the calling thread is, or null.
+    static MacThreadedWebReader* OfThisWorker();
     void Abort(ReadNumber read);
     void DropStream(ReadNumber read);
     void StopWorker(ReadNumber read);

@@ -55,7 +55,7 @@ void MacThreadedWebReader::StopWorker(ReadNumber read) {
     if (!IsWorkerOf(read)) {
         return;
     }
-    if (IsOwnWorker()) {
+    if (OfThisWorker() == this) {
         abortedByWorker_ = true;
         AskWorkerToStop(read);
         if (MacThreadedWebReaderManager::sSingleton.IsExiting()) {

@@ -46,6 +46,10 @@ MacThreadedWebReaderManager::MacThreadedWebReaderManager() {
 
 MacThreadedWebReaderManager::~MacThreadedWebReaderManager() {
     Own().threads.Update([](int&) { Own().exiting = true; });
+    // A callback that ends the process comes first: that of another reader may wait for it.
+    if (MacThreadedWebReader* const own = MacThreadedWebReader::OfThisWorker()) {
+        own->AbortRead();
+    }
     MacThreadedWebReader* reader = RetainNext(nullptr);
     while (reader != nullptr) {
         reader->AbortRead();
@@ -56,7 +60,7 @@ MacThreadedWebReaderManager::~MacThreadedWebReaderManager() {
 
 // A callback may end the process. Its own thread is still there then.
 void MacThreadedWebReaderManager::WaitForThreads() const {
-    const int own = MacThreadedWebReader::IsOnWorker() ? 1 : 0;
+    const int own = MacThreadedWebReader::OfThisWorker() != nullptr ? 1 : 0;
     Own().threads.WaitUntil([own](int count) { return count <= own; });
 }
 
@@ -137,7 +141,7 @@ MacThreadedWebReader* MacThreadedWebReaderManager::RetainNext(MacThreadedWebRead
 // The condition is made anew, because the parent's threads may be waiting in it.
 void MacThreadedWebReaderManager::AfterForkInChild() {
     Shared& own = Own();
-    new (&own.threads) MacThreadCondition(MacThreadedWebReader::IsOnWorker() ? 1 : 0);
+    new (&own.threads) MacThreadCondition(MacThreadedWebReader::OfThisWorker() != nullptr ? 1 : 0);
     for (const auto& [reader, count] : own.readers) {
         reader->LoseThreads();
     }

@@ -10,16 +10,12 @@ namespace {
 constexpr CFTimeInterval cLongestPass = 10.0;
 
 // The reader whose worker the calling thread is.
-thread_local const MacThreadedWebReader* tWorkerOf = nullptr;
+thread_local MacThreadedWebReader* tWorkerOf = nullptr;
 
 }  // namespace
 
-bool MacThreadedWebReader::IsOnWorker() {
-    return tWorkerOf != nullptr;
-}
-
-bool MacThreadedWebReader::IsOwnWorker() const {
-    return tWorkerOf == this;
+MacThreadedWebReader* MacThreadedWebReader::OfThisWorker() {
+    return tWorkerOf;
 }
 
 // Tells the waiters and gives the worker's reference back, whether the loop, an exception or the

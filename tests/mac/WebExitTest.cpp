@@ -39,6 +39,10 @@ TEST(WebExit, WhileItWaitsForMore) {
             EXPECT_EQ(endOf(how, "under way", url), cDone) << how << " " << url;
         }
     }
+    // The two readers are found in the order of their addresses.
+    for (const char* order : {"upwards", "downwards"}) {
+        EXPECT_EQ(endOf("aborted by a callback", order, plain.Url()), cDone) << order;
+    }
 #ifndef __SANITIZE_THREAD__  // It forbids threads in the child of a process with threads.
     EXPECT_EQ(endOf("read in a fork", "under way", plain.Url()), cDone);
 #endif

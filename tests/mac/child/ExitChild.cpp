@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <string>
@@ -51,12 +52,40 @@ bool readSome(CFReadStreamRef stream, unsigned long event, void*) {
     return event == kCFStreamEventHasBytesAvailable;
 }
 
-MacThreadedWebReader* start() {
-    MacThreadedWebReader* reader = MacThreadedWebReader::Create();
+MacThreadedWebReader* start(MacThreadedWebReader* reader = MacThreadedWebReader::Create(),
+                            MacThreadedWebReader::Callback callback = readSome,
+                            void* context = nullptr) {
     CFStringRef url = CFStringCreateWithCString(nullptr, gUrl, kCFStringEncodingUTF8);
-    reader->StartRead(url, nullptr, readSome, nullptr);
+    reader->StartRead(url, nullptr, callback, context);
     CFRelease(url);
     return reader;
+}
+
+// The callback of the first reader aborts the second one, and that one's ends the process
+// meanwhile.
+[[noreturn]] void endWhileAborted(MacThreadedWebReader* first, MacThreadedWebReader* second) {
+    constexpr int cStopping = 8;
+    start(
+        second,
+        [](CFReadStreamRef, unsigned long, void* self) -> bool {
+            gIsUnderWay = true;
+            while (static_cast<MacThreadedWebReader*>(self)->GetProgress() != cStopping) {
+                std::this_thread::yield();
+            }
+            exit(cDone);
+        },
+        second);
+    start(
+        first,
+        [](CFReadStreamRef, unsigned long, void* other) {
+            awaitFlag(gIsUnderWay);
+            static_cast<MacThreadedWebReader*>(other)->AbortRead();
+            return true;
+        },
+        second);
+    for (;;) {
+        pause();
+    }
 }
 
 // "under way", or a number of rounds to wait.
@@ -111,6 +140,11 @@ int run(std::string_view how, const std::string& when) {
     }
     if (how == "readers in forks") {
         return withReadersInChildren();
+    }
+    if (how == "aborted by a callback") {
+        auto [lower, higher] =
+            std::minmax({MacThreadedWebReader::Create(), MacThreadedWebReader::Create()});
+        when == "upwards" ? endWhileAborted(lower, higher) : endWhileAborted(higher, lower);
     }
     MacThreadedWebReader* reader = start();
     for (int more = how == "many" ? 7 : 0; more > 0; --more) {
