@@ -10,6 +10,7 @@
 // have printed and changed exactly what it does without misfortune. One that fails must say why,
 // end by itself, and leave every file as it was or as it shall be, and no file beside them. After
 // a kill, the files are old or new, and the next run does the whole work.
+#include "tests/support/LoopbackServer.h"
 #include "tests/support/TempHome.h"
 #include "tests/torture/Shim.h"
 
@@ -46,7 +47,8 @@ enum Properties : unsigned {
 };
 struct Case {
     const char* name;
-    const char* command;  // words, split at spaces; "tvtool" and "calls" are our programs
+    // Words, split at spaces. "tvtool" and "calls" are our programs, and URL is a server's address.
+    const char* command;
     unsigned properties = cNone;
 };
 constexpr Case cCases[] = {
@@ -58,17 +60,22 @@ constexpr Case cCases[] = {
     {"config-set", "tvtool config set a.nwc A=5 New=6"},
     {"config-unset", "tvtool config unset a.nwc A"},
     {"config-verify", "tvtool config verify a.nwc"},
+    {"config-diff", "tvtool config diff a.nwc a.nwc"},
+    {"config-salvage", "tvtool config salvage a.nwc saved.nwc"},
     {"apply", "tvtool apply <A>_<AppName>_<Unknown> --config a.nwc"},
     {"apply-list", "tvtool apply <A>_<AppName> --set A=<B> --set B=2 --list --json"},
     {"details-read", "tvtool details read --config a.nwc --json"},
     {"details-prefs", "tvtool details read --prefs"},
     {"details-write", "tvtool details write a.nwc --first-name Zoe --email zoe@example.org"},
     {"details-check", "tvtool details check ada@example.org"},
+    {"details-send", "tvtool details write a.nwc --email zoe@example.org --send --to URL"},
     {"prefs-list", "tvtool prefs list --json"},
     {"prefs-get", "tvtool prefs get K"},
     {"prefs-set", "tvtool prefs set K W"},
     {"prefs-set-koi8", "tvtool prefs set K Ж", cKoi8},
     {"prefs-delete", "tvtool prefs delete K"},
+    {"prefs-export", "tvtool prefs export"},
+    {"prefs-import", "tvtool prefs import prefs.json"},
     {"registry-show", "tvtool registry show registry --json"},
     {"registry-get", "tvtool registry get registry Calyx7/ProdRegURL"},
     {"registry-verify", "tvtool registry verify registry"},
@@ -153,6 +160,7 @@ private:
         const std::string registry = "!NWREG 1.0 {\nCalyx7 {\n    ProdRegURL=http://127.0.0.1:9/v\n"
                                      "}\n; a comment\nOther {\n    Value=a text\n}\n}\n";
         std::ofstream(home / "registry") << registry;
+        std::ofstream(home / "prefs.json") << R"({"K": "W", "L": 7})";
         std::ofstream(home / "machine/Nimbus Works/Nimbus Works Registry") << registry;
         const std::string commands =
             "set -e; cd '" + home.string() +
@@ -174,6 +182,7 @@ private:
         line[0] = line[0] == "tvtool" ? TORTURE_TVTOOL : TORTURE_CALLS;
         std::vector<char*> arguments;
         for (std::string& word : line) {
+            word = word == "URL" ? server_.Url() : word;
             arguments.push_back(word.data());
         }
         arguments.push_back(nullptr);
@@ -207,6 +216,11 @@ private:
     }
 
     const Case& case_;
+    const tvtest::LoopbackServer server_{[](tvtest::Connection& connection) {
+        if (!connection.ReadRequest().empty()) {
+            connection.Answer("200 OK", "");
+        }
+    }};
     const tvtest::TempDir folder_;
     const fs::path scratch_ = folder_.Path();
     int page_;

@@ -280,33 +280,43 @@ void CurlTransfer::Step(std::span<const pollfd> polled) {
     if (!visit || easy_ == nullptr) {
         return;
     }
-    Advance(polled);
+    const CURLMcode result = Advance(polled);
     TakeResult();
+    if (easy_ != nullptr && result != CURLM_OK) {
+        Finish(CURLE_OUT_OF_MEMORY);  // The library's own work fails for no other reason.
+    }
     if (easy_ != nullptr && Clock::now() >= IdleDeadline()) {
         Finish(CURLE_OPERATION_TIMEDOUT);
     }
 }
 
-void CurlTransfer::Advance(std::span<const pollfd> polled) {
+// Returns the last failure. After one, the library may have forgotten to wait for a socket.
+CURLMcode CurlTransfer::Advance(std::span<const pollfd> polled) {
+    CURLMcode result = CURLM_OK;
     if (resume_.exchange(false) && paused_) {
         paused_ = false;
         lastByte_ = Clock::now();
-        curl_easy_pause(easy_, CURLPAUSE_CONT);
+        const bool good = curl_easy_pause(easy_, CURLPAUSE_CONT) == CURLE_OK;
+        result = good ? result : CURLM_OUT_OF_MEMORY;
     }
-    // A failure of these calls ends the transfer, or the idle limit does.
-    int running = 0;
+    const auto act = [&](curl_socket_t socket, int events) {
+        int running = 0;
+        const CURLMcode code = curl_multi_socket_action(multi_, socket, events, &running);
+        result = code != CURLM_OK ? code : result;
+    };
     for (const pollfd& socket : polled) {
         if (socket.revents != 0) {
             const int events = ((socket.revents & POLLIN) != 0 ? CURL_CSELECT_IN : 0) |
                                ((socket.revents & POLLOUT) != 0 ? CURL_CSELECT_OUT : 0) |
                                ((socket.revents & (POLLERR | POLLHUP)) != 0 ? CURL_CSELECT_ERR : 0);
-            curl_multi_socket_action(multi_, socket.fd, events, &running);
+            act(socket.fd, events);
         }
     }
     if (Clock::now() >= timer_) {
         timer_ = Clock::time_point::max();
-        curl_multi_socket_action(multi_, CURL_SOCKET_TIMEOUT, 0, &running);
+        act(CURL_SOCKET_TIMEOUT, 0);
     }
+    return result;
 }
 
 void CurlTransfer::TakeResult() {

@@ -43,7 +43,7 @@ private:
     bool TakeStatusLine();
     void CompleteHeader();
     Clock::time_point IdleDeadline() const;
-    void Advance(std::span<const pollfd> polled);
+    CURLMcode Advance(std::span<const pollfd> polled);
     void TakeResult();
     void Finish(CURLcode result);
     void FreeHandles();
