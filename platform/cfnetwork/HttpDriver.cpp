@@ -47,7 +47,6 @@ bool HttpDriver::IsOpening() const {
 }
 
 void HttpDriver::Open() {
-    WatchExit();
     const std::lock_guard guard(lock_);
     phase_ = Phase::Opening;
 }

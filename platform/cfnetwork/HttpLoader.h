@@ -5,8 +5,8 @@
 
 namespace tvplatform {
 
-// Makes an exit stop later loads. Call this before LoadHttp, and before those who wait for the
-// caller can go on to an exit.
+// Makes an exit stop later loads. Call this on the thread that wants a stream, since that one may
+// go on to an exit while another thread opens the stream.
 void WatchExit();
 
 // Loads the module from its folder beside this library, and initialises the library behind it,

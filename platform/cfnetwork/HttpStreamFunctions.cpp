@@ -1,6 +1,7 @@
 // The C interface of HTTP streams.
 #include "cfnetwork/AsciiCase.h"
 #include "cfnetwork/HttpDriver.h"
+#include "cfnetwork/HttpLoader.h"
 
 #include <CFNetwork/CFHTTPStream.h>
 #include <CoreFoundation/CFString.h>
@@ -56,6 +57,7 @@ CFReadStreamRef CFReadStreamCreateForHTTPRequest(CFAllocatorRef, CFHTTPMessageRe
     if (message == nullptr || message->Method() != "GET" || !isWebAddress(message->Address())) {
         return nullptr;
     }
+    tvplatform::WatchExit();
     return ToRef<CFReadStreamRef>(new ReadStream(std::make_unique<HttpDriver>(*message)));
 }
 

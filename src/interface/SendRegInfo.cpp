@@ -61,7 +61,7 @@ void GetRegistrationAddress(CString& address) {
     CString appKey;
     // Without a key, the registry finds nothing.
     static_cast<void>(AppGetVariable("AppKey", appKey));
-    const CNWRegistry registry(appKey.CStr());
+    const CNWRegistry registry(appKey.CStr(), CNWRegistry::UserDirectory::LeaveOut);
     CString found;
     address = registry.ReadAppValue("ProdRegURL", found) ? found.CStr() : cDefaultAddress;
 }

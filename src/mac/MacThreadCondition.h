@@ -33,14 +33,17 @@ public:
     // Returns the state without taking the lock, so a caller may see an old value for a moment.
     int State() const { return state_; }
 
-    // Runs `change(int& state)` under the mutex and wakes every waiter. It serves several waiters,
-    // and facts that change together with the state.
+    // Runs `change(int& state)` under the mutex, and then wakes every waiter, which finds the mutex
+    // free. It serves several waiters, and facts that change together with the state. The caller
+    // keeps the condition alive until it returns.
     template <class Change>
     void Update(Change change) {
-        const MacThreadLockHolder hold(lock_);
-        int state = state_;
-        change(state);
-        state_ = state;
+        {
+            const MacThreadLockHolder hold(lock_);
+            int state = state_;
+            change(state);
+            state_ = state;
+        }
         pthread_cond_broadcast(&condition_);
     }
 

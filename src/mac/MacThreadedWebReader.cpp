@@ -102,7 +102,15 @@ CFURLRef MacThreadedWebReader::CreateRequestUrl(CFStringRef url) {
 
 int MacThreadedWebReader::StartRead(CFStringRef url, CFStringRef userAgent, Callback callback,
                                     void* context) {
-    const int result = TryStartRead(url, userAgent, callback, context);
+    int result = 0;
+    {
+        const MacThread::CancellationOff untilBegun;
+        ReadNumber read = 0;
+        result = Begin(url, userAgent, callback, context, read);
+        if (result == 0) {
+            AwaitWorker(read);
+        }
+    }
     if (result > 0) {
         progress_.WaitTilCondition(cWorkerStarted);
     }
@@ -111,14 +119,21 @@ int MacThreadedWebReader::StartRead(CFStringRef url, CFStringRef userAgent, Call
 
 int MacThreadedWebReader::TryStartRead(CFStringRef url, CFStringRef userAgent, Callback callback,
                                        void* context) {
+    const MacThread::CancellationOff untilStarted;
+    ReadNumber read = 0;
+    return Begin(url, userAgent, callback, context, read);
+}
+
+int MacThreadedWebReader::Begin(CFStringRef url, CFStringRef userAgent, Callback callback,
+                                void* context, ReadNumber& read) {
     if (url == nullptr) {
         return -2;
     }
-    const MacThread::CancellationOff untilStarted;
     if (!ClaimRead()) {
         return -1;
     }
     Claim claim(*this);
+    read = reads_;
     if (wakeSource_ == nullptr) {
         CFRunLoopSourceContext sourceContext{};
         sourceContext.info = this;
@@ -164,27 +179,25 @@ void MacThreadedWebReader::GiveUpClaim() {
     progress_.Update([&](int&) { busy_ = false; });
 }
 
-// Starts the worker of the read that is claimed, and waits for its half of the handshake.
+// Starts the worker of the read that is claimed. It has a reference from its first moment on, since
+// the caller may release the reader before.
 int MacThreadedWebReader::StartWorker(Claim& claim) {
-    const ReadNumber read = reads_;
+    Retain();
     const int result = MacThreadedWebReaderManager::sSingleton.StartThread(ThreadProc, this);
-    if (result != 0) {
-        return result;
+    if (result == 0) {
+        claim.PassToWorker();
+    } else {
+        Release();
     }
-    claim.PassToWorker();
-    progress_.WaitUntil(
-        [&](int progress) { return progress == cWorkerStarted || !IsClaimedBy(read); });
-    const bool opened = state_ == kCFStreamStatusOpen;
-    progress_.Update([&](int& progress) {
-        if (reads_ == read) {
-            progress = opened ? cReading : cIdle;
-        }
+    return result;
+}
+
+// If the stream did not open, the worker is about to end. The reader is free for the next read when
+// this returns.
+void MacThreadedWebReader::AwaitWorker(ReadNumber read) {
+    progress_.WaitUntil([&](int progress) {
+        return !IsClaimedBy(read) || (progress != cStarting && progress != cIdle);
     });
-    if (!opened) {
-        // The worker is about to end. The reader is free for the next read when this returns.
-        progress_.WaitUntil([&](int) { return !IsClaimedBy(read); });
-    }
-    return 0;
 }
 
 void MacThreadedWebReader::SetStream(CFReadStreamRef stream) {

@@ -46,8 +46,8 @@ public:
     // Deliberate: if no thread can be made, the call waits for the worker for ever. The class is
     // defined so. A cancellation ends that wait.
     int StartRead(CFStringRef url, CFStringRef userAgent, Callback callback, void* context);
-    // Does the same, but if no thread can be made, it returns the error number of pthread_create,
-    // and the reader is free.
+    // Does the same, but waits for no thread: the read may begin after the call. If no thread can
+    // be made, it returns the error number of pthread_create, and the reader is free.
     int TryStartRead(CFStringRef url, CFStringRef userAgent, Callback callback, void* context);
 
     // Returns the address that StartRead would request, in the form in which it goes out, or null
@@ -55,7 +55,8 @@ public:
     static CFURLRef CreateRequestUrl(CFStringRef url);
 
     // Ends the read under way, if there is one, and waits until its worker is gone, so until a
-    // running callback has returned. On the worker's own thread it does not wait: the worker then
+    // running callback has returned. It does not wait for a worker that has not begun yet, which
+    // then runs no callback. On the worker's own thread it does not wait: the worker then
     // ends when the callback returns. If several threads call it, it returns on each.
     void AbortRead();
 
@@ -92,9 +93,12 @@ private:
     class Reference;
     class WorkerEnd;
 
+    int Begin(CFStringRef url, CFStringRef userAgent, Callback callback, void* context,
+              ReadNumber& read);
     bool ClaimRead();
     void GiveUpClaim();
     int StartWorker(Claim& claim);
+    void AwaitWorker(ReadNumber read);
     void SetStream(CFReadStreamRef stream);
     CFReadStreamRef CopyStream(ReadNumber read) const;
 

@@ -66,9 +66,7 @@ void MacThreadedWebReader::StopWorker(ReadNumber read) {
         }
         return;
     }
-    progress_.WaitUntil([&](int progress) {
-        return !IsWorkerOf(read) || (progress != cStarting && progress != cWorkerStarted);
-    });
+    progress_.WaitUntil([&](int progress) { return !IsWorkerOf(read) || progress != cStarting; });
     AskWorkerToStop(read);
     progress_.WaitUntil([&](int) { return !IsWorkerOf(read); });
     progress_.Update([&](int& progress) {

@@ -18,14 +18,11 @@ MacThreadedWebReader* MacThreadedWebReader::OfThisWorker() {
     return tWorkerOf;
 }
 
-// Tells the waiters and gives the worker's reference back, whether the loop, an exception or the
-// thread's cancellation ends the worker.
+// Takes the worker's reference over, tells the waiters and gives it back, whether the loop, an
+// exception or the thread's cancellation ends the worker.
 class MacThreadedWebReader::WorkerEnd {
 public:
-    explicit WorkerEnd(MacThreadedWebReader& reader) : reader_(reader) {
-        reader_.Retain();
-        tWorkerOf = &reader_;
-    }
+    explicit WorkerEnd(MacThreadedWebReader& reader) : reader_(reader) { tWorkerOf = &reader_; }
     ~WorkerEnd() {
         tWorkerOf = nullptr;
         reader_.EndWorker(ranLoop_);
@@ -54,7 +51,7 @@ void* MacThreadedWebReader::ThreadProc(void* reader) {
     return nullptr;
 }
 
-// The worker's first half, up to its part of the handshake.
+// The worker's first half, up to the end of the handshake.
 bool MacThreadedWebReader::OpenStream() {
     abortedByWorker_ = false;
     const CFRunLoopRef loop = CFRunLoopGetCurrent();
@@ -73,13 +70,11 @@ bool MacThreadedWebReader::OpenStream() {
         CFRunLoopAddSource(loop, wakeSource_, kCFRunLoopCommonModes);
         state_ = kCFStreamStatusOpen;
     }
-    progress_.Update([](int& progress) { progress = cWorkerStarted; });
+    progress_.Update([=](int& progress) { progress = opened ? cReading : cIdle; });
     return opened;
 }
 
 void MacThreadedWebReader::Work() {
-    // An abort by the first event must not find the handshake half done.
-    progress_.WaitUntil([](int progress) { return progress != cWorkerStarted; });
     while (progress_.State() < cStopping) {
         const SInt32 result = CFRunLoopRunInMode(kCFRunLoopDefaultMode, cLongestPass, true);
         if (result != kCFRunLoopRunTimedOut && result != kCFRunLoopRunHandledSource) {

@@ -32,7 +32,7 @@ CString userDirName() {
 
 }  // namespace
 
-CNWRegistry::CNWRegistry(const char* appKey)
+CNWRegistry::CNWRegistry(const char* appKey, UserDirectory user)
     : CFileRegistry(CFSPath(), true), hasApplication_(appKey != nullptr) {
     // The path stays empty if the location cannot be expanded; then there is no file to read.
     FindRegistry(registryPath_);
@@ -44,7 +44,9 @@ CNWRegistry::CNWRegistry(const char* appKey)
     if (hasApplication_) {
         OpenOrCreate(appKey, appDir_);
     }
-    OpenOrCreate(userDirName().CStr(), userDir_);
+    if (user == UserDirectory::Open) {
+        OpenOrCreate(userDirName().CStr(), userDir_);
+    }
 }
 
 RStatus CNWRegistry::FindRegistry(CFSPath& path) {

@@ -9,12 +9,16 @@ namespace Tova {
 
 class CNWRegistry : public CFileRegistry {
 public:
+    // The name of the user can take long to find, where a network knows the users. It can be left
+    // out by those who need only the application.
+    enum class UserDirectory { Open, LeaveOut };
+
     // Reads "[MachineAppDataDir]/Nimbus Works/Nimbus Works Registry", or the file that the
     // application variable "NWRegistry" names. Then opens the directories of the application
     // `appKey` (a path, or null for none) and of the current user, or makes them in memory. After
     // an error the object finds less. Throws std::bad_alloc if memory runs out, or what the file
     // forbids would seem to be allowed.
-    explicit CNWRegistry(const char* appKey);
+    explicit CNWRegistry(const char* appKey, UserDirectory user = UserDirectory::Open);
 
     // Expands the name of the file that a new object would read. Returns the status of the
     // expansion and leaves `path` unchanged on failure.
@@ -26,7 +30,8 @@ public:
 
     // Returns the file that was looked for. It is empty if its name could not be expanded.
     const CFSPath& RegistryPath() const { return registryPath_; }
-    // These are on no node if there is no application key or it cannot be a directory's name.
+    // These are on no node if there is no application key, if it cannot be a directory's name, or
+    // if the user was left out.
     const CRegDir& AppDir() const { return appDir_; }
     const CRegDir& UserDir() const { return userDir_; }
     bool HasApplication() const { return hasApplication_; }

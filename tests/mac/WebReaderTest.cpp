@@ -109,6 +109,19 @@ TEST_F(WebReader, IsBusyUntilAborted) {
     EXPECT_EQ(dump(*session.Reader()), "2/0/1");
 }
 
+TEST_F(WebReader, ACallerNeedNotWaitForTheWorker) {
+    for (int round = 0; round < 50; ++round) {
+        MacThreadedWebReader* reader = MacThreadedWebReader::Create();
+        ASSERT_EQ(reader->TryStartRead(MakeText(server_.Url()).Get(), nullptr, nullptr, nullptr),
+                  0);
+        EXPECT_EQ(reader->GetRefCount(), 2) << "the worker's, whether it has begun or not";
+        reader->AbortRead();
+        manager().WaitForThreads();
+        EXPECT_EQ(reader->GetRefCount(), 1);
+        reader->Release();
+    }
+}
+
 // Without a callback every event is refused.
 TEST_F(WebReader, ARefusalEndsTheRead) {
     const std::pair<const char*, const char*> cases[] = {

@@ -60,6 +60,7 @@ constexpr Case cCases[] = {
     {"config-set", "tvtool config set a.nwc A=5 New=6"},
     {"config-unset", "tvtool config unset a.nwc A"},
     {"config-verify", "tvtool config verify a.nwc"},
+    {"config-edit", "tvtool config edit a.nwc"},
     {"config-diff", "tvtool config diff a.nwc a.nwc"},
     {"config-salvage", "tvtool config salvage a.nwc saved.nwc"},
     {"apply", "tvtool apply <A>_<AppName>_<Unknown> --config a.nwc"},
@@ -201,6 +202,7 @@ private:
         }
         setenv("HOME", work.c_str(), 1);
         setenv("TV_MACHINE_DATA_DIR", (work + "/machine").c_str(), 1);
+        setenv("EDITOR", "sed -i s/two/2/", 1);
         for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "TV_SYSTEM_ENCODING"}) {
             unsetenv(name);
         }

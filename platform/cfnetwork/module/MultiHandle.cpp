@@ -36,8 +36,7 @@ std::pair<int, int> lowestFreeDescriptors() {
 
 // The descriptors take the lowest free numbers, but for those that other threads open and close
 // meanwhile.
-std::vector<int> descriptorsNear(std::pair<int, int> free) {
-    constexpr int cNear = 3;
+std::vector<int> descriptorsNear(std::pair<int, int> free, int distance) {
     const auto [first, second] = free;
     std::vector<int> found;
     const auto add = [&](int from, int to) {
@@ -47,8 +46,8 @@ std::vector<int> descriptorsNear(std::pair<int, int> free) {
             }
         }
     };
-    add(first - cNear, first + cNear);
-    add(std::max(first + cNear + 1, second - cNear), second + cNear);
+    add(first - distance, first + distance);
+    add(std::max(first + distance + 1, second - distance), second + distance);
     return found;
 }
 
@@ -112,12 +111,16 @@ unsigned long inodeOfSocket(int descriptor) {
 
 }  // namespace
 
-// A process may have very many descriptors, so that all are looked at only if there is need.
+// Each look takes several calls of the system, and a process may have very many descriptors. So
+// more of them are looked at only if there is need.
 CURLM* MakeMultiHandle() {
     const auto free = lowestFreeDescriptors();
     std::unique_ptr<CURLM, MultiCleanup> multi(curl_multi_init());
-    if (multi != nullptr && !keepFromPrograms(multi.get(), descriptorsNear(free))) {
-        keepFromPrograms(multi.get(), allInherited());
+    const auto keepAmong = [&](const std::vector<int>& descriptors) {
+        return multi == nullptr || keepFromPrograms(multi.get(), descriptors);
+    };
+    if (!keepAmong(descriptorsNear(free, 0)) && !keepAmong(descriptorsNear(free, 3))) {
+        keepAmong(allInherited());
     }
     return multi.release();
 }

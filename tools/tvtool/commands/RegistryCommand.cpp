@@ -154,7 +154,7 @@ void showApplication(const AppArguments& arguments, Session& session) {
     const std::string key = given.empty() ? own.CStr() : given;
     // Reads the file itself too, because the framework does not say why it finds less.
     const RegistryFile file(name);
-    const Tova::CNWRegistry registry(key.c_str());
+    const Tova::CNWRegistry registry(key.c_str(), Tova::CNWRegistry::UserDirectory::LeaveOut);
     const Tova::CRegNode* directory = registry.AppDir().GetNode();
     const bool made = directory == nullptr || directory->IsModified();
     const Tova::CRegNode* inFile = file.Tree().GetNode()->DeepFind(key.c_str());

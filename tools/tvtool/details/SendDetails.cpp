@@ -107,7 +107,7 @@ RegistrationAddress FindRegistrationAddress() {
     SetApplicationVariables();
     Tova::CString key, path, named, address;
     Tova::AppGetVariable("AppKey", key);
-    const Tova::CNWRegistry registry(key.CStr());
+    const Tova::CNWRegistry registry(key.CStr(), Tova::CNWRegistry::UserDirectory::LeaveOut);
     const bool hasPath = registry.RegistryPath().ToUnixPath(path) >= 0 && !path.IsEmpty();
     const std::string file = path.CStr();
     const std::string entry = "ProdRegURL of " + Quote(key.CStr());

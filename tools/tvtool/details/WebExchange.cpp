@@ -152,9 +152,8 @@ WebResult FetchAndWait(CFStringRef url, CFStringRef userAgent, long seconds,
         if (started < 0) {
             return {.error = {kCFStreamErrorDomainHTTP, kCFStreamErrorHTTPBadURL}};
         }
-        // If there is no progress, the stream did not open, or the request is over already.
-        if (started > 0 || (reader->GetProgress() == 0 && !exchange.HasEnded())) {
-            return {.error = {kCFStreamErrorDomainPOSIX, started > 0 ? started : ENOSYS}};
+        if (started > 0) {
+            return {.error = {kCFStreamErrorDomainPOSIX, started}};
         }
         const Clock::time_point start = Clock::now();
         for (long passed = 0; seconds == 0 || passed < seconds; ++passed) {
