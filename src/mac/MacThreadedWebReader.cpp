@@ -105,6 +105,8 @@ int MacThreadedWebReader::StartRead(CFStringRef url, CFStringRef userAgent, Call
     int result = 0;
     {
         const MacThread::CancellationOff untilBegun;
+        // The callback may release the reader before this thread wakes up.
+        const Reference reference(*this);
         ReadNumber read = 0;
         result = Begin(url, userAgent, callback, context, read);
         if (result == 0) {

@@ -31,8 +31,9 @@ public:
     int GetRefCount() const;
 
     // Returns the stream's status (CFStreamStatus) while there is a stream. Otherwise it tells how
-    // the last read ended: 0 none yet, 6 closed, 7 error, 2 cut short by AbortRead. Deliberate: a
-    // reader whose state stays 2 starts no further read. The class is defined so.
+    // the last read ended: 0 none yet, 6 closed, 7 error, 2 cut short by AbortRead. A read that is
+    // aborted before it is open leaves what was. Deliberate: a reader whose state stays 2 starts no
+    // further read. The class is defined so.
     int GetState() const;
 
     // Starts to fetch `url`, whose percent escapes are decoded and made anew: an escaped "&" or "+"
@@ -90,8 +91,18 @@ private:
     };
 
     class Claim;
-    class Reference;
     class WorkerEnd;
+    // A reference for as long as an operation takes.
+    class Reference {
+    public:
+        explicit Reference(MacThreadedWebReader& reader) : reader_(reader) { reader_.Retain(); }
+        ~Reference() { reader_.Release(); }
+        Reference(const Reference&) = delete;
+        Reference& operator=(const Reference&) = delete;
+
+    private:
+        MacThreadedWebReader& reader_;
+    };
 
     int Begin(CFStringRef url, CFStringRef userAgent, Callback callback, void* context,
               ReadNumber& read);
@@ -113,6 +124,7 @@ private:
     void DropStream(ReadNumber read);
     void StopWorker(ReadNumber read);
     void AskWorkerToStop(ReadNumber read);
+    void ForgetWorker();
     // In a forked child, in which no other thread is.
     void LoseThreads();
     // Under the condition's mutex.

@@ -1,20 +1,7 @@
 // How a read is ended before its time.
 #include "mac/MacThread.h"
 #include "mac/MacThreadedWebReader.h"
-#include "mac/MacThreadedWebReaderManager.h"
 #include "text/CFRef.h"
-
-// A reference for as long as an operation takes.
-class MacThreadedWebReader::Reference {
-public:
-    explicit Reference(MacThreadedWebReader& reader) : reader_(reader) { reader_.Retain(); }
-    ~Reference() { reader_.Release(); }
-    Reference(const Reference&) = delete;
-    Reference& operator=(const Reference&) = delete;
-
-private:
-    MacThreadedWebReader& reader_;
-};
 
 void MacThreadedWebReader::AbortRead() {
     Abort(reads_);
@@ -58,12 +45,6 @@ void MacThreadedWebReader::StopWorker(ReadNumber read) {
     if (OfThisWorker() == this) {
         abortedByWorker_ = true;
         AskWorkerToStop(read);
-        if (MacThreadedWebReaderManager::sSingleton.IsExiting()) {
-            // The callback that this worker runs ends the process and does not return. A thread
-            // that waited for the worker would wait for ever.
-            const MacThreadLockHolder hold(runLoopLock_);
-            progress_.Update([&](int&) { runLoop_ = nullptr; });
-        }
         return;
     }
     progress_.WaitUntil([&](int progress) { return !IsWorkerOf(read) || progress != cStarting; });
@@ -87,4 +68,11 @@ void MacThreadedWebReader::AskWorkerToStop(ReadNumber read) {
     if (runLoop_ != nullptr && CFRunLoopIsWaiting(runLoop_)) {
         CFRunLoopWakeUp(runLoop_);
     }
+}
+
+// The callback that the worker runs ends the process and does not return. Nobody waits for that
+// worker any more.
+void MacThreadedWebReader::ForgetWorker() {
+    const MacThreadLockHolder hold(runLoopLock_);
+    progress_.Update([&](int&) { runLoop_ = nullptr; });
 }

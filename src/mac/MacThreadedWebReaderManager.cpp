@@ -49,6 +49,7 @@ MacThreadedWebReaderManager::~MacThreadedWebReaderManager() {
     // A callback that ends the process comes first: that of another reader may wait for it.
     if (MacThreadedWebReader* const own = MacThreadedWebReader::OfThisWorker()) {
         own->AbortRead();
+        own->ForgetWorker();
     }
     MacThreadedWebReader* reader = RetainNext(nullptr);
     while (reader != nullptr) {

@@ -89,6 +89,8 @@ void MacThreadedWebReader::EndWorker(bool ranLoop) {
     progress_.Update([&](int& progress) {
         if (ranLoop) {
             progress = abortedByWorker_ ? cIdle : cFinished;
+        } else if (progress == cStarting) {
+            progress = cIdle;
         }
         runLoop_ = nullptr;
         busy_ = false;

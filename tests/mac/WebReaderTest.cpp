@@ -122,6 +122,23 @@ TEST_F(WebReader, ACallerNeedNotWaitForTheWorker) {
     }
 }
 
+TEST_F(WebReader, ACallbackMayReleaseTheReaderBeforeTheStartReturns) {
+    const auto release = [](CFReadStreamRef, unsigned long, void* reader) {
+        static_cast<MacThreadedWebReader*>(reader)->Release();
+        return false;
+    };
+    MacThreadedWebReader* reader = MacThreadedWebReader::Create();
+    int references = 0;
+    ThreadCreation::sAfter = [&] {
+        manager().WaitForThreads();
+        references = manager().GetRefCount(reader);
+    };
+    EXPECT_EQ(reader->StartRead(MakeText(server_.Url("/empty")).Get(), nullptr, release, reader),
+              0);
+    EXPECT_EQ(references, 1) << "the caller's, until the start returns";
+    EXPECT_EQ(manager().GetRefCount(reader), 0);
+}
+
 // Without a callback every event is refused.
 TEST_F(WebReader, ARefusalEndsTheRead) {
     const std::pair<const char*, const char*> cases[] = {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 
 namespace tvtest {
 
@@ -11,6 +12,8 @@ namespace tvtest {
 struct ThreadCreation {
     static std::atomic<bool> sFails;
     static std::atomic<int> sMade;
+    // Called once if it is set, when this thread has made another one.
+    static thread_local std::function<void()> sAfter;
 };
 
 }  // namespace tvtest

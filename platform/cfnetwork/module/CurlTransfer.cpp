@@ -283,7 +283,7 @@ void CurlTransfer::Step(std::span<const pollfd> polled) {
     const CURLMcode result = Advance(polled);
     TakeResult();
     if (easy_ != nullptr && result != CURLM_OK) {
-        Finish(CURLE_OUT_OF_MEMORY);  // The library's own work fails for no other reason.
+        Finish(CURLE_OUT_OF_MEMORY);  // The library's own work hardly fails for another reason.
     }
     if (easy_ != nullptr && Clock::now() >= IdleDeadline()) {
         Finish(CURLE_OPERATION_TIMEDOUT);

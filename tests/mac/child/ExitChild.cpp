@@ -56,7 +56,7 @@ MacThreadedWebReader* start(MacThreadedWebReader* reader = MacThreadedWebReader:
                             MacThreadedWebReader::Callback callback = readSome,
                             void* context = nullptr) {
     CFStringRef url = CFStringCreateWithCString(nullptr, gUrl, kCFStringEncodingUTF8);
-    reader->StartRead(url, nullptr, callback, context);
+    reader->TryStartRead(url, nullptr, callback, context);
     CFRelease(url);
     return reader;
 }

@@ -3,11 +3,13 @@
 #include <pthread.h>
 
 #include <cerrno>
+#include <utility>
 
 using tvtest::ThreadCreation;
 
 std::atomic<bool> ThreadCreation::sFails{false};
 std::atomic<int> ThreadCreation::sMade{0};
+thread_local std::function<void()> ThreadCreation::sAfter;
 
 extern "C" {
 
@@ -21,7 +23,11 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
         return EAGAIN;
     }
     ++ThreadCreation::sMade;
-    return __real_pthread_create(thread, attributes, body, argument);
+    const int result = __real_pthread_create(thread, attributes, body, argument);
+    if (const auto after = std::exchange(ThreadCreation::sAfter, nullptr)) {
+        after();
+    }
+    return result;
 }
 
 }  // extern "C"

@@ -159,7 +159,8 @@ WebResult FetchAndWait(CFStringRef url, CFStringRef userAgent, long seconds,
         for (long passed = 0; seconds == 0 || passed < seconds; ++passed) {
             tick(passed);
             const bool hasThread = MacThreadedWebReaderManager::sSingleton.CountThreads() > 0;
-            if (exchange.WaitUntil(start + std::chrono::seconds(passed + 1))) {
+            const auto limit = start + std::chrono::seconds(hasThread ? passed + 1 : 0);
+            if (exchange.WaitUntil(limit)) {
                 return exchange.Result();
             }
             if (!hasThread) {
