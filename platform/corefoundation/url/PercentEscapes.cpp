@@ -1,5 +1,7 @@
 #include "corefoundation/url/PercentEscapes.h"
 
+#include "corefoundation/url/AsciiSet.h"
+
 namespace tvplatform {
 
 namespace {
@@ -21,9 +23,8 @@ int EscapedByte(char16_t high, char16_t low) {
 }
 
 bool IsPlain(char32_t c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-           (c < 0x80 && std::string_view("!$&'()*+,-./:;=?@_~").find(static_cast<char>(c)) !=
-                            std::string_view::npos);
+    constexpr AsciiSet plain = cLettersAndDigits | AsciiSet("!$&'()*+,-./:;=?@_~");
+    return plain.Has(c);
 }
 
 void AppendEscape(std::string& text, char byte) {

@@ -9,10 +9,11 @@ using namespace tvplatform;
 
 __CFURL::__CFURL(std::string text, const __CFURL* base)
     : Object(cType), ownText_(std::move(text)), base_(Ref<CFURLRef>::Share(base)),
-      string_(MakeString(ownText_)), own_(ParseUrl(ownText_).value_or(UrlParts())),
-      wholeText_(base != nullptr
-                     ? ComposeUrl(base->own_, JoinFilePath(std::string(base->own_.path), own_.path))
-                     : std::string()),
+      string_(MakeString(ownText_)), own_(ParseUrl(ownText_)),
+      wholeText_(
+          base != nullptr && own_
+              ? ComposeUrl(base->Own(), JoinFilePath(std::string(base->Own().path), own_->path))
+              : std::string()),
       whole_(ParseUrl(wholeText_).value_or(UrlParts())) {}
 
 bool __CFURL::Equal(const Object& other) const {
@@ -32,7 +33,12 @@ std::u16string __CFURL::Description() const {
 namespace tvplatform {
 
 CFURLRef MakeUrl(std::string text, const Url* base) {
-    return ParseUrl(text) ? ToRef<CFURLRef>(new Url(std::move(text), base)) : nullptr;
+    auto* url = new Url(std::move(text), base);
+    if (!url->IsValid()) {
+        url->Release();
+        return nullptr;
+    }
+    return ToRef<CFURLRef>(url);
 }
 
 CFURLRef MakeFileUrl(std::string_view path, bool isDirectory, const Url* base) {

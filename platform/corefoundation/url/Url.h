@@ -11,15 +11,16 @@
 struct __CFURL final : tvplatform::Object {
     static constexpr tvplatform::TypeId cType = tvplatform::TypeId::Url;
 
-    // `text` must be valid (see ParseUrl). `base` is borrowed. It is null, or a folder without a
-    // base if the text is a relative path.
+    // `base` is borrowed. It is null, or a folder without a base if the text is a relative path.
     __CFURL(std::string text, const __CFURL* base);
 
+    // Whether the text is valid (see ParseUrl). One that is not is good for nothing.
+    bool IsValid() const { return own_.has_value(); }
     CFStringRef Text() const { return string_.Get(); }
     const __CFURL* Base() const { return base_.Get(); }
-    const tvplatform::UrlParts& Own() const { return own_; }
+    const tvplatform::UrlParts& Own() const { return *own_; }
     // The parts of the URL joined to its base.
-    const tvplatform::UrlParts& Resolved() const { return base_ ? whole_ : own_; }
+    const tvplatform::UrlParts& Resolved() const { return base_ ? whole_ : *own_; }
 
     bool Equal(const Object& other) const override;
     CFHashCode Hash() const override;
@@ -29,7 +30,7 @@ private:
     const std::string ownText_;
     const tvplatform::Ref<CFURLRef> base_;
     const tvplatform::Ref<CFStringRef> string_;
-    const tvplatform::UrlParts own_;
+    const std::optional<tvplatform::UrlParts> own_;
     const std::string wholeText_;
     const tvplatform::UrlParts whole_;
 };

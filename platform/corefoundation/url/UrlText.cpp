@@ -1,5 +1,6 @@
 #include "corefoundation/url/UrlText.h"
 
+#include "corefoundation/url/AsciiSet.h"
 #include "corefoundation/url/PercentEscapes.h"
 
 #include <algorithm>
@@ -9,16 +10,8 @@ namespace tvplatform {
 
 namespace {
 
-bool isAlpha(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
-}
-
-bool isOneOf(char c, std::string_view set) {
-    return set.find(c) != std::string_view::npos;
 }
 
 bool isEscape(std::string_view text) {
@@ -26,35 +19,35 @@ bool isEscape(std::string_view text) {
            EscapedByte(static_cast<char16_t>(text[1]), static_cast<char16_t>(text[2])) >= 0;
 }
 
-// Letters, digits and the characters of `others`, besides well-formed escapes.
-bool isMadeOf(std::string_view text, std::string_view others) {
+// Besides the characters there may be well-formed escapes.
+bool isMadeOf(std::string_view text, const AsciiSet& characters) {
     for (size_t at = 0; at < text.size(); ++at) {
         if (text[at] == '%') {
             if (!isEscape(text.substr(at, 3))) {
                 return false;
             }
             at += 2;
-        } else if (!isAlpha(text[at]) && !isDigit(text[at]) && !isOneOf(text[at], others)) {
+        } else if (!characters.Has(text[at])) {
             return false;
         }
     }
     return true;
 }
 
-constexpr std::string_view cNameMarks = "-._~!$&'()*+,;=";
-constexpr std::string_view cUserMarks = "-._~!$&'()*+,;=:";
-constexpr std::string_view cPathMarks = "-._~!$&'()*+,;=:@/";
-constexpr std::string_view cQueryMarks = "-._~!$&'()*+,;=:@/?";
+constexpr AsciiSet cSchemeCharacters = cLettersAndDigits | AsciiSet("+-.");
+constexpr AsciiSet cNameCharacters = cLettersAndDigits | AsciiSet("-._~!$&'()*+,;=");
+constexpr AsciiSet cUserCharacters = cNameCharacters | AsciiSet(":");
+constexpr AsciiSet cPathCharacters = cUserCharacters | AsciiSet("@/");
+constexpr AsciiSet cQueryCharacters = cPathCharacters | AsciiSet("?");
 
 bool isScheme(std::string_view text) {
-    return !text.empty() && isAlpha(text.front()) &&
-           std::all_of(text.begin(), text.end(),
-                       [](char c) { return isAlpha(c) || isDigit(c) || isOneOf(c, "+-."); });
+    return !text.empty() && cLetters.Has(text.front()) &&
+           std::all_of(text.begin(), text.end(), [](char c) { return cSchemeCharacters.Has(c); });
 }
 
 // Cuts off and returns what stands before the first of `marks`, or everything.
-std::string_view takeUntil(std::string_view& text, std::string_view marks) {
-    const std::string_view taken = text.substr(0, std::min(text.find_first_of(marks), text.size()));
+std::string_view takeUntil(std::string_view& text, const AsciiSet& marks) {
+    const std::string_view taken = text.substr(0, marks.FindIn(text));
     text.remove_prefix(taken.size());
     return taken;
 }
@@ -62,17 +55,17 @@ std::string_view takeUntil(std::string_view& text, std::string_view marks) {
 // Takes off the part behind `mark`, up to the first of `ends`. Returns nothing if the text does not
 // begin with `mark`.
 std::optional<std::string_view> takeMarked(std::string_view& text, char mark,
-                                           std::string_view ends) {
+                                           const AsciiSet& ends) {
     if (text.empty() || text.front() != mark) {
         return std::nullopt;
     }
     text.remove_prefix(1);
-    return ends.empty() ? std::exchange(text, {}) : takeUntil(text, ends);
+    return takeUntil(text, ends);
 }
 
 bool isAuthority(std::string_view text) {
     if (const size_t at = text.find('@'); at != std::string_view::npos) {
-        if (!isMadeOf(text.substr(0, at), cUserMarks)) {
+        if (!isMadeOf(text.substr(0, at), cUserCharacters)) {
             return false;
         }
         text.remove_prefix(at + 1);
@@ -84,11 +77,11 @@ bool isAuthority(std::string_view text) {
         }
         const std::string_view address = text.substr(1, end - 1);
         text.remove_prefix(end + 1);
-        if (isOneOf('%', address) || !isMadeOf(address, cUserMarks) ||
+        if (address.find('%') != std::string_view::npos || !isMadeOf(address, cUserCharacters) ||
             (!text.empty() && text.front() != ':')) {
             return false;
         }
-    } else if (!isMadeOf(takeUntil(text, ":"), cNameMarks)) {
+    } else if (!isMadeOf(takeUntil(text, AsciiSet(":")), cNameCharacters)) {
         return false;
     }
     // The port, behind its colon.
@@ -111,8 +104,8 @@ bool UrlParts::IsFile() const {
 
 std::optional<UrlParts> ParseUrl(std::string_view text) {
     UrlParts parts;
-    const size_t mark = text.find_first_of(":/?#");
-    if (mark != std::string_view::npos && text[mark] == ':') {
+    const size_t mark = AsciiSet(":/?#").FindIn(text);
+    if (mark < text.size() && text[mark] == ':') {
         parts.scheme = text.substr(0, mark);
         if (!isScheme(*parts.scheme)) {
             return std::nullopt;
@@ -121,17 +114,17 @@ std::optional<UrlParts> ParseUrl(std::string_view text) {
     }
     if (text.starts_with("//")) {
         text.remove_prefix(2);
-        parts.authority = takeUntil(text, "/?#");
+        parts.authority = takeUntil(text, AsciiSet("/?#"));
         if (!isAuthority(*parts.authority)) {
             return std::nullopt;
         }
     }
-    parts.path = takeUntil(text, "?#");
-    parts.query = takeMarked(text, '?', "#");
-    parts.fragment = takeMarked(text, '#', "");
-    const bool valid = isMadeOf(parts.path, cPathMarks) &&
-                       isMadeOf(parts.query.value_or(""), cQueryMarks) &&
-                       isMadeOf(parts.fragment.value_or(""), cQueryMarks);
+    parts.path = takeUntil(text, AsciiSet("?#"));
+    parts.query = takeMarked(text, '?', AsciiSet("#"));
+    parts.fragment = takeMarked(text, '#', AsciiSet(""));
+    const bool valid = isMadeOf(parts.path, cPathCharacters) &&
+                       isMadeOf(parts.query.value_or(""), cQueryCharacters) &&
+                       isMadeOf(parts.fragment.value_or(""), cQueryCharacters);
     return valid ? std::optional(parts) : std::nullopt;
 }
 
@@ -159,7 +152,7 @@ std::string ComposeUrl(const UrlParts& parts, std::string_view path) {
 std::string JoinFilePath(std::string folder, std::string_view path) {
     for (;;) {
         std::string_view rest = path;
-        const std::string_view component = takeUntil(rest, "/");
+        const std::string_view component = takeUntil(rest, AsciiSet("/"));
         if (component == ".." && folder.size() > 1) {
             folder.resize(folder.rfind('/', folder.size() - 2) + 1);
         } else if (!IsDots(component)) {
