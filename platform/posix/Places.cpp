@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <climits>
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 namespace tvposix {
 
@@ -37,6 +39,13 @@ int makeFolder(const Descriptor& above, const char* name, mode_t mode, Descripto
         static_cast<void>(!fchownat(made.Get(), "", owner.st_uid, owner.st_gid, AT_EMPTY_PATH));
     }
     return 0;
+}
+
+// Opens a folder at once, if there is no symbolic link on the way to it. An older kernel, or a
+// filter of system calls, may refuse this.
+Descriptor openWithoutLinks(const Descriptor& above, const char* path) {
+    const open_how how{.flags = cFolderFlags, .mode = 0, .resolve = RESOLVE_NO_SYMLINKS};
+    return Descriptor(static_cast<int>(syscall(SYS_openat2, above.Get(), path, &how, sizeof how)));
 }
 
 // Follows one path, component by component.
@@ -134,9 +143,9 @@ int OpenFolder(const FolderPlace& place, std::optional<mode_t> mode, Descriptor&
         return errno;
     }
     const std::size_t begin = place.path.find_first_not_of('/', place.root.size());
-    return Walk(std::move(root), begin < place.path.size() ? place.path.substr(begin) : "",
-                Links::Trusted)
-        .ToFolder(mode, folder);
+    const std::string path = begin < place.path.size() ? place.path.substr(begin) : "";
+    folder = openWithoutLinks(root, path.c_str());
+    return folder ? 0 : Walk(std::move(root), path, Links::Trusted).ToFolder(mode, folder);
 }
 
 int FindFile(Descriptor folder, const std::string& path, Links links, FilePlace& place) {
