@@ -9,6 +9,7 @@
 
 #include <curl/curl.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -137,6 +138,12 @@ const Server& server() {
     return running;
 }
 
+// Fetches do not follow each other at once. Otherwise what the end of one leaves to the system
+// would be measured with the next one.
+void waitBetweenFetches() {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
 // One read, from its start to its end event.
 class Fetch {
 public:
@@ -144,6 +151,7 @@ public:
 
     double Run(CFStringRef url) {
         MacThreadedWebReader* reader = MacThreadedWebReader::Create();
+        waitBetweenFetches();
         const double seconds = bench::SecondsOf([&] {
             Require(reader->StartRead(url, CFSTR("Bench"), OnEvent, this) == 0, "not started");
             std::unique_lock guard(lock_);
@@ -167,8 +175,10 @@ private:
             const Tova::CFRef<CFTypeRef> header(
                 CFReadStreamCopyProperty(stream, kCFStreamPropertyHTTPResponseHeader));
         }
-        const std::lock_guard guard(self->lock_);
-        self->event_ = event;
+        {
+            const std::lock_guard guard(self->lock_);
+            self->event_ = event;
+        }
         self->changed_.notify_one();
         return true;
     }
@@ -213,6 +223,7 @@ void addFetchPeers(const std::string& work) {
         const std::string url = server().Url(0);
         fetchByCurl(url);
         return [url] {
+            waitBetweenFetches();
             return bench::SecondsOf([&] { std::thread([&] { fetchByCurl(url); }).join(); });
         };
     });
