@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <tuple>
 
 using tvtest::AnswerOf;
@@ -156,6 +157,15 @@ TEST(WebPeers, TrustsOnlyVerifiedServersAndStaysSecure) {
     EXPECT_EQ(fetch(plain.Url("/up")), "data,end 200 secret");
     EXPECT_EQ(fetch(secure.Url("/down")), "error 0  no HTTP");
     EXPECT_EQ(fetch(plain.Url("/up-and-down")), "error 0  no HTTP");
+
+    // A read that went well makes the next one trust nobody.
+    const tvtest::TempDir folder;
+    const ScopedEnv changing("SSL_CERT_FILE", folder.Path("store"));
+    std::filesystem::copy(secure.Certificate(), folder.Path("store"));
+    EXPECT_EQ(fetch(secure.Url("/ok")), "data,end 200 secret");
+    std::filesystem::copy(other.Certificate(), folder.Path("store"),
+                          std::filesystem::copy_options::overwrite_existing);
+    EXPECT_EQ(fetch(secure.Url("/ok")), "error 0  not trusted");
     EXPECT_EQ(plain.Requests().size(), 2U);
 }
 

@@ -4,6 +4,7 @@
 #include "cfnetwork/SignalGuard.h"
 #include "cfnetwork/module/CurlGate.h"
 #include "cfnetwork/module/CurlTransfer.h"
+#include "cfnetwork/module/MultiHandle.h"
 #include "cfnetwork/module/TransferList.h"
 
 #include <dlfcn.h>
@@ -19,6 +20,7 @@ void atExit() {
     CurlGate::Only().Close();
     CurlGate::Only().ShutForGood();
     TransferList::Only().CancelAll();
+    DropSpareMultiHandle();
     CurlGate::Only().Open();
 }
 
@@ -94,6 +96,7 @@ __attribute__((visibility("default"))) void tvplatform_http_fork_3(tvplatform::H
         break;
     case HttpFork::InChild:
         TransferList::Only().Forget();
+        DropSpareMultiHandle();
         CurlGate::Only().Renew();
         break;
     }

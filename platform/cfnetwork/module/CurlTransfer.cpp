@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <sys/auxv.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -78,7 +79,7 @@ bool CurlTransfer::Start() {
     TransferList::Only().Add(*this);
     const std::lock_guard guard(curlLock_);
     easy_ = curl_easy_init();
-    multi_ = MakeMultiHandle();
+    multi_ = TakeMultiHandle();
     if (easy_ == nullptr || multi_ == nullptr || !SetOptions() ||
         curl_multi_add_handle(multi_, easy_) != CURLM_OK) {
         FreeHandles();
@@ -122,16 +123,29 @@ bool CurlTransfer::SetOptions() {
     set(CURLOPT_SSL_VERIFYHOST, 2L);
     set(CURLOPT_HTTPHEADER, headerList_);
     set(CURLOPT_OPENSOCKETFUNCTION, &OpenSocket);
+    set(CURLOPT_OPENSOCKETDATA, static_cast<void*>(this));
+    set(CURLOPT_CLOSESOCKETFUNCTION, &CloseSocket);
+    set(CURLOPT_CLOSESOCKETDATA, static_cast<void*>(this));
     set(CURLOPT_WRITEFUNCTION, &OnBody);
     set(CURLOPT_WRITEDATA, static_cast<void*>(this));
     set(CURLOPT_HEADERFUNCTION, &OnHeader);
     set(CURLOPT_HEADERDATA, static_cast<void*>(this));
+    KeepNothing();
     SetTrust();
     curl_multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, &OnSocket);
     curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
     curl_multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, &OnTimer);
     curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
     return good;
+}
+
+// The multi handle serves other transfers too. Each one looks its host up, and verifies
+// certificates against what the store holds then.
+void CurlTransfer::KeepNothing() {
+    curl_easy_setopt(easy_, CURLOPT_DNS_CACHE_TIMEOUT, 0L);
+    curl_easy_setopt(easy_, CURLOPT_SSL_SESSIONID_CACHE, 0L);
+    // A TLS library that keeps no store refuses this.
+    curl_easy_setopt(easy_, CURLOPT_CA_CACHE_TIMEOUT, 0L);
 }
 
 // The library itself knows only the system's store. The variables are a convention of tools.
@@ -147,8 +161,15 @@ void CurlTransfer::SetTrust() {
 }
 
 // A program that the process starts meanwhile must not inherit the connection.
-curl_socket_t CurlTransfer::OpenSocket(void*, curlsocktype, curl_sockaddr* address) {
-    return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+curl_socket_t CurlTransfer::OpenSocket(void* self, curlsocktype, curl_sockaddr* address) {
+    const int opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    static_cast<CurlTransfer*>(self)->openSockets_ += opened >= 0 ? 1 : 0;
+    return opened;
+}
+
+int CurlTransfer::CloseSocket(void* self, curl_socket_t socket) {
+    --static_cast<CurlTransfer*>(self)->openSockets_;
+    return close(socket);
 }
 
 int CurlTransfer::OnSocket(CURL*, curl_socket_t socket, int what, void* self, void*) {
@@ -252,6 +273,7 @@ void CurlTransfer::CompleteHeader() {
     const bool interim = status < 200;
     const bool followed = request_.followRedirects && status >= 300 && status < 400 && hasLocation_;
     if (!interim && !followed) {
+        curl_easy_setopt(easy_, CURLOPT_FORBID_REUSE, 1L);
         const std::lock_guard guard(dataLock_);
         state_.opened = true;
         status_ = static_cast<int>(status);
@@ -267,6 +289,10 @@ void CurlTransfer::Prepare(PollSet& set) {
     if (easy_ == nullptr) {
         return;
     }
+    if (isOver_) {
+        set.DoNotWait();
+        return;
+    }
     for (const pollfd& socket : sockets_) {
         set.Add(socket.fd, socket.events);
     }
@@ -280,12 +306,16 @@ void CurlTransfer::Step(std::span<const pollfd> polled) {
     if (!visit || easy_ == nullptr) {
         return;
     }
+    if (isOver_) {
+        FreeHandles();
+        return;
+    }
     const CURLMcode result = Advance(polled);
     TakeResult();
-    if (easy_ != nullptr && result != CURLM_OK) {
+    if (!isOver_ && result != CURLM_OK) {
         Finish(CURLE_OUT_OF_MEMORY);  // The library's own work hardly fails for another reason.
     }
-    if (easy_ != nullptr && Clock::now() >= IdleDeadline()) {
+    if (!isOver_ && Clock::now() >= IdleDeadline()) {
         Finish(CURLE_OPERATION_TIMEDOUT);
     }
 }
@@ -329,7 +359,10 @@ void CurlTransfer::TakeResult() {
     }
 }
 
+// After a good end the next step gives the handles back, so that nobody who waits for the result
+// waits for that too.
 void CurlTransfer::Finish(CURLcode result) {
+    isOver_ = true;
     long systemError = 0;
     curl_easy_getinfo(easy_, CURLINFO_OS_ERRNO, &systemError);
     const long verification = verificationOf(easy_);
@@ -351,7 +384,9 @@ void CurlTransfer::Finish(CURLcode result) {
             state_.error = StreamErrorOf(result, systemError, verification);
         }
     }
-    FreeHandles();
+    if (result != CURLE_OK) {
+        FreeHandles();
+    }
 }
 
 DriverState CurlTransfer::State() const {
@@ -398,7 +433,11 @@ void CurlTransfer::FreeHandles() {
         curl_multi_remove_handle(multi_, easy_);
     }
     curl_easy_cleanup(easy_);
-    curl_multi_cleanup(multi_);
+    if (openSockets_ == 0 && State().ended) {
+        KeepSpareMultiHandle(multi_);
+    } else {
+        curl_multi_cleanup(multi_);
+    }
     curl_slist_free_all(headerList_);
     easy_ = nullptr;
     multi_ = nullptr;

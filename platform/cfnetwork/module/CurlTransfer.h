@@ -30,12 +30,14 @@ public:
 
 private:
     static curl_socket_t OpenSocket(void* self, curlsocktype purpose, curl_sockaddr* address);
+    static int CloseSocket(void* self, curl_socket_t socket);
     static size_t OnBody(char* bytes, size_t size, size_t count, void* self);
     static size_t OnHeader(char* bytes, size_t size, size_t count, void* self);
     static int OnSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* perSocket);
     static int OnTimer(CURLM* multi, long milliseconds, void* self);
 
     bool SetOptions();
+    void KeepNothing();
     void SetTrust();
     void SetSocket(curl_socket_t socket, int what);
     size_t TakeBody(std::string_view bytes);
@@ -58,7 +60,10 @@ private:
     std::vector<pollfd> sockets_;
     Clock::time_point timer_ = Clock::time_point::max();
     Clock::time_point lastByte_{};
+    int openSockets_ = 0;
     bool paused_ = false;
+    // There is a result. The handles may still have to be given back.
+    bool isOver_ = false;
     size_t headerBytes_ = 0;
     bool hasLocation_ = false;
     // Tells whether the next header line is the first of an answer.

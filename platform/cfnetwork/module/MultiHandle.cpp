@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -18,6 +19,10 @@
 namespace tvplatform {
 namespace {
 
+// It takes tens of microseconds to make a handle, most of them for its descriptors. So the handle
+// of the last transfer that went well stays.
+constinit std::atomic<CURLM*> sSpare{nullptr};
+
 struct MultiCleanup {
     void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
 };
@@ -25,7 +30,7 @@ struct MultiCleanup {
 // Returns the two lowest free numbers, or -1 in place of one that there is not.
 std::pair<int, int> lowestFreeDescriptors() {
     const int first = eventfd(0, EFD_CLOEXEC);
-    const int second = eventfd(0, EFD_CLOEXEC);
+    const int second = fcntl(first, F_DUPFD_CLOEXEC, 0);
     for (const int descriptor : {first, second}) {
         if (descriptor >= 0) {
             close(descriptor);
@@ -109,11 +114,9 @@ unsigned long inodeOfSocket(int descriptor) {
                : 0;
 }
 
-}  // namespace
-
 // Each look takes several calls of the system, and a process may have very many descriptors. So
 // more of them are looked at only if there is need.
-CURLM* MakeMultiHandle() {
+CURLM* makeMultiHandle() {
     const auto free = lowestFreeDescriptors();
     std::unique_ptr<CURLM, MultiCleanup> multi(curl_multi_init());
     const auto keepAmong = [&](const std::vector<int>& descriptors) {
@@ -123,6 +126,23 @@ CURLM* MakeMultiHandle() {
         keepAmong(allInherited());
     }
     return multi.release();
+}
+
+}  // namespace
+
+CURLM* TakeMultiHandle() {
+    CURLM* spare = sSpare.exchange(nullptr);
+    return spare != nullptr ? spare : makeMultiHandle();
+}
+
+void KeepSpareMultiHandle(CURLM* multi) {
+    curl_multi_setopt(multi, CURLMOPT_SOCKETFUNCTION, nullptr);
+    curl_multi_setopt(multi, CURLMOPT_TIMERFUNCTION, nullptr);
+    curl_multi_cleanup(sSpare.exchange(multi));
+}
+
+void DropSpareMultiHandle() {
+    curl_multi_cleanup(sSpare.exchange(nullptr));
 }
 
 void KeepPairFromPrograms(int socket) {

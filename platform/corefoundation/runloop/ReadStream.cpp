@@ -114,6 +114,8 @@ CFIndex ReadStream::Read(UInt8* buffer, CFIndex size) {
             return static_cast<CFIndex>(count);
         }
         if (state.failed || state.ended) {
+            guard.unlock();
+            driver_->Step({});  // Nobody may wait for the stream any more.
             return state.failed ? -1 : 0;
         }
     } while (WaitForBytes());
@@ -232,8 +234,11 @@ void ReadStream::Prepare(PollSet& set) {
     driver_->Prepare(set);
 }
 
+// An event that is due does not wait for a step.
 bool ReadStream::Fire(std::span<const pollfd> polled) {
-    driver_->Step(polled);
+    if (!IsDue()) {
+        driver_->Step(polled);
+    }
     std::shared_ptr<const Client> client;
     CFOptionFlags event = 0;
     {

@@ -1,4 +1,4 @@
-// Sets of ASCII characters.
+// Holds a set of ASCII characters.
 #pragma once
 
 #include <algorithm>

@@ -14,7 +14,7 @@ struct __CFURL final : tvplatform::Object {
     // `base` is borrowed. It is null, or a folder without a base if the text is a relative path.
     __CFURL(std::string text, const __CFURL* base);
 
-    // Whether the text is valid (see ParseUrl). One that is not is good for nothing.
+    // Whether the text is valid (see ParseUrl). An invalid one may only be released.
     bool IsValid() const { return own_.has_value(); }
     CFStringRef Text() const { return string_.Get(); }
     const __CFURL* Base() const { return base_.Get(); }

@@ -11,6 +11,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -248,6 +249,46 @@ TEST(HttpModule, NoProgramInheritsTheDescriptorsOfATransfer) {
         EXPECT_EQ(inherited(), before) << round;
     }
     std::for_each(filling.begin() + 1, filling.end(), close);
+}
+
+long countDescriptors() {
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+    return std::distance(begin(descriptors), end(descriptors));
+}
+
+// What a transfer leaves for the next one is no connection, and no forked child has it.
+TEST(HttpModule, KeepsNeitherConnectionsNorTheParentsDescriptors) {
+    HttpRequest request;
+    request.url = "http://127.0.0.1:1/";
+    openTransfer(request);
+    CFRunLoopGetCurrent();  // It has a descriptor of its own.
+    const long before = countDescriptors();
+    std::set<long> after;
+    const auto fetch = [](const char* path) {
+        const LoopbackServer server([](Connection& connection) {
+            for (std::string header; !(header = connection.ReadRequest()).empty();) {
+                const bool isMoved = PathOf(header) == "/moved";
+                connection.Answer(isMoved ? "302 Found\r\nLocation: /here" : "200 OK", "a body");
+            }
+        });
+        const auto stream = makeStream(server.Url(path));
+        CFReadStreamSetProperty(stream, kCFStreamPropertyHTTPShouldAutoredirect, kCFBooleanTrue);
+        ASSERT_TRUE(CFReadStreamOpen(stream));
+        EXPECT_EQ(readAll(stream), "a body[0]");
+    };
+    for (const char* path : {"/", "/moved", "/"}) {
+        fetch(path);
+        after.insert(countDescriptors());
+    }
+    EXPECT_EQ(after.size(), 1U);
+    EXPECT_GT(*after.begin(), before);
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(countDescriptors() == before ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 TEST(HttpModule, GivesUpOnAPeerThatFallsSilent) {
