@@ -28,6 +28,11 @@ std::size_t bytes(int count) {
     return static_cast<std::size_t>(count);
 }
 
+// Returns the least capacity for `n` characters, the NUL among them.
+int capacityFor(int n) {
+    return (n - 1) / cStep * cStep + cStep;
+}
+
 // Returns how much memory stands behind a capacity: the next power of two, so that a text which is
 // built by small appends is copied about once.
 std::size_t roomFor(int capacity) {
@@ -65,7 +70,7 @@ void TBaseString<T>::Alloc(int n) {
     if (n > cLargest) {
         throw std::bad_alloc();
     }
-    const int former = std::exchange(capacity_, (n - 1) / cStep * cStep + cStep);
+    const int former = std::exchange(capacity_, capacityFor(n));
     const std::size_t room = roomFor(capacity_);
     if (former != 0 && roomFor(former) == room) {
         return;
@@ -114,6 +119,24 @@ void TBaseString<T>::Copy(const TBaseString& s) {
     Alloc(s.length_ + 1);
     length_ = s.length_;
     std::memmove(buffer_, s.buffer_, bytes(length_) + 1);
+}
+
+template <class T>
+void TBaseString<T>::Adopt(std::unique_ptr<T[]> memory, std::size_t room, std::size_t length) {
+    const int n = CheckedSize(length);
+    const int capacity = std::max(capacity_, capacityFor(n + 1));
+    if (room < roomFor(capacity)) {
+        Clear();  // so that nothing is copied if the buffer has to grow
+        std::memcpy(Extend(n), memory.get(), length);
+        return;
+    }
+    if (buffer_ != SharedEmpty()) {
+        delete[] buffer_;
+    }
+    buffer_ = memory.release();
+    buffer_[n] = T();
+    capacity_ = capacity;
+    length_ = n;
 }
 
 template <class T>

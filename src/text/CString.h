@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <memory>
 #include <string>
 
 struct __CFString;
@@ -97,6 +98,11 @@ public:
     // Appends `count` (0 or more) characters of any value, NULs included, that the caller writes to
     // the place which is returned. A NUL stands behind them already.
     T* Extend(int count);
+
+    // Becomes the text of `length` characters that `memory` begins with, which hold no NUL. Takes
+    // the memory, of `room` characters, over if that is as much as the capacity needs. The capacity
+    // grows as by Copy.
+    void Adopt(std::unique_ptr<T[]> memory, std::size_t room, std::size_t length);
     // Inserts s before `pos` (0 to the length, or -1 for the end). `count` and `s` are as for
     // Append.
     void Insert(const T* s, int pos, int count = -1);

@@ -50,7 +50,7 @@ int CVarList::Apply(CString& text, const char* delimiters) const {
         return ApplyInPasses(text, own);
     }
     if (*count != 0) {
-        Assign(text, out.View());
+        out.MoveTo(text);
     }
     return static_cast<int>(*count);
 }

@@ -118,13 +118,23 @@ public:
         size_ += text.size();
     }
     void CutTo(std::size_t size) { size_ = size; }
+    // Sets `to` to the text, which holds no NUL. A long one takes its memory along, and the output
+    // is of no use then. Throws std::bad_alloc if int cannot hold the length.
+    void MoveTo(CString& to) {
+        if (own_ != nullptr) {
+            to.Adopt(std::move(own_), room_, size_);
+        } else {
+            Assign(to, View());
+        }
+    }
 
 private:
     void Grow(std::size_t count) {
         if (count >= INT_MAX - size_) {
             throw std::bad_alloc();
         }
-        const std::size_t room = std::max(size_ + count, room_ * 2);
+        // CString has such rooms too.
+        const std::size_t room = std::bit_ceil(size_ + count);
         std::unique_ptr<C[]> grown(new C[room]);
         std::memcpy(grown.get(), begin_, size_ * sizeof(C));
         own_ = std::move(grown);

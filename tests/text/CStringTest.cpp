@@ -6,7 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdint>
+#include <cstring>
 #include <functional>
+#include <memory>
 #include <string>
 #include <tuple>
 
@@ -97,6 +100,26 @@ TEST(CString, FailedAllocationPropagates) {
         }
         EXPECT_GE(failures, 2) << "operation " << &operation - operations;
     }
+}
+
+TEST(CString, AdoptsOnlyMemoryThatServesItsCapacity) {
+    for (const auto& [former, room, adopted, capacity] : {std::tuple(0, 256U, true, 200),
+                                                          {50, 256U, true, 200},
+                                                          {50, 200U, false, 200},
+                                                          {300, 256U, false, 400},
+                                                          {300, 512U, true, 400}}) {
+        CString s = filled(former);
+        std::unique_ptr<char[]> memory(new char[room]);
+        std::memset(memory.get(), 'x', room);
+        const char* address = memory.get();
+        s.Adopt(std::move(memory), room, 150);
+        EXPECT_EQ(s.CStr() == address, adopted) << former << " " << room;
+        EXPECT_EQ(s.Capacity(), capacity) << former << " " << room;
+        EXPECT_EQ(s.CStr(), std::string(150, 'x'));
+    }
+    CString s("old");
+    EXPECT_THROW(s.Adopt(nullptr, SIZE_MAX, INT_MAX), std::bad_alloc);
+    EXPECT_STREQ(s.CStr(), "old");
 }
 
 TEST(CString, ConvertsToAndFromPlatformStrings) {
