@@ -98,7 +98,6 @@ public:
     // Appends `count` (0 or more) characters of any value, NULs included, that the caller writes to
     // the place which is returned. A NUL stands behind them already.
     T* Extend(int count);
-
     // Becomes the text of `length` characters that `memory` begins with, which hold no NUL. Takes
     // the memory, of `room` characters, over if that is as much as the capacity needs. The capacity
     // grows as by Copy.

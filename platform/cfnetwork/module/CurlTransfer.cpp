@@ -289,14 +289,11 @@ void CurlTransfer::Prepare(PollSet& set) {
     if (easy_ == nullptr) {
         return;
     }
-    if (isOver_) {
-        set.DoNotWait();
-        return;
-    }
     for (const pollfd& socket : sockets_) {
         set.Add(socket.fd, socket.events);
     }
-    set.WaitUntil(resume_ ? Clock::time_point::min() : std::min(timer_, IdleDeadline()));
+    const bool atOnce = resume_ || State().ended;
+    set.WaitUntil(atOnce ? Clock::time_point::min() : std::min(timer_, IdleDeadline()));
 }
 
 void CurlTransfer::Step(std::span<const pollfd> polled) {
@@ -306,16 +303,16 @@ void CurlTransfer::Step(std::span<const pollfd> polled) {
     if (!visit || easy_ == nullptr) {
         return;
     }
-    if (isOver_) {
+    if (State().ended) {
         FreeHandles();
         return;
     }
     const CURLMcode result = Advance(polled);
     TakeResult();
-    if (!isOver_ && result != CURLM_OK) {
+    if (IsRunning() && result != CURLM_OK) {
         Finish(CURLE_OUT_OF_MEMORY);  // The library's own work hardly fails for another reason.
     }
-    if (!isOver_ && Clock::now() >= IdleDeadline()) {
+    if (IsRunning() && Clock::now() >= IdleDeadline()) {
         Finish(CURLE_OPERATION_TIMEDOUT);
     }
 }
@@ -362,7 +359,6 @@ void CurlTransfer::TakeResult() {
 // After a good end the next step gives the handles back, so that nobody who waits for the result
 // waits for that too.
 void CurlTransfer::Finish(CURLcode result) {
-    isOver_ = true;
     long systemError = 0;
     curl_easy_getinfo(easy_, CURLINFO_OS_ERRNO, &systemError);
     const long verification = verificationOf(easy_);

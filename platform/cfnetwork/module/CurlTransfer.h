@@ -44,6 +44,7 @@ private:
     bool TakeHeaderLine(std::string_view line);
     bool TakeStatusLine();
     void CompleteHeader();
+    bool IsRunning() const { return easy_ != nullptr && !State().ended; }
     Clock::time_point IdleDeadline() const;
     CURLMcode Advance(std::span<const pollfd> polled);
     void TakeResult();
@@ -62,8 +63,6 @@ private:
     Clock::time_point lastByte_{};
     int openSockets_ = 0;
     bool paused_ = false;
-    // There is a result. The handles may still have to be given back.
-    bool isOver_ = false;
     size_t headerBytes_ = 0;
     bool hasLocation_ = false;
     // Tells whether the next header line is the first of an answer.

@@ -115,7 +115,8 @@ CFIndex ReadStream::Read(UInt8* buffer, CFIndex size) {
         }
         if (state.failed || state.ended) {
             guard.unlock();
-            driver_->Step({});  // Nobody may wait for the stream any more.
+            // It may have something to give back, and no other step may follow.
+            driver_->Step({});
             return state.failed ? -1 : 0;
         }
     } while (WaitForBytes());
